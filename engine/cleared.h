@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstddef>
+#include <type_traits>
+#include <utility>
+
+namespace talvane {
+
+/// Overwrites `size` bytes at `data` with zeros; the compiler does not remove the write.
+void clearMemory(void* data, std::size_t size);
+
+/// Owns a string or vector that holds a secret and clears its memory when it is destroyed,
+/// assigned to or moved from. Copies clear themselves. Reads like a `const T`.
+template <class T>
+class Cleared {
+ public:
+  Cleared() = default;
+  template <class U>
+  requires(!std::is_same_v<std::remove_cvref_t<U>, Cleared> && std::is_constructible_v<T, U&&>)
+      Cleared(U&& value)
+      : value_(std::forward<U>(value)) {}  // NOLINT(google-explicit-constructor)
+  Cleared(const Cleared&) = default;
+  Cleared(Cleared&& other) : value_(other.value_) { other.clear(); }
+  Cleared& operator=(const Cleared& other) {
+    if (this != &other) {
+      clear();
+      value_ = other.value_;
+    }
+    return *this;
+  }
+  Cleared& operator=(Cleared&& other) {
+    if (this != &other) {
+      clear();
+      value_ = other.value_;
+      other.clear();
+    }
+    return *this;
+  }
+  ~Cleared() { clear(); }
+
+  [[nodiscard]] const T& get() const { return value_; }
+  operator const T&() const { return value_; }  // NOLINT(google-explicit-constructor)
+  const T* operator->() const { return &value_; }
+
+  /// For filling in place. What a growing container frees on the way is not cleared: give it its
+  /// size first.
+  [[nodiscard]] T& mutableValue() { return value_; }
+
+  void clear() {
+    clearMemory(value_.data(), value_.size() * sizeof(typename T::value_type));
+    value_.clear();
+  }
+
+ private:
+  T value_;
+};
+
+}  // namespace talvane

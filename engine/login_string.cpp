@@ -1,0 +1,50 @@
+#include "engine/vane.h"
+
+namespace talvane {
+namespace {
+
+bool isUnreserved(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
+         c == '.' || c == '_' || c == '~';
+}
+
+std::uint8_t scrambleByte(std::string_view passcode) {
+  std::uint32_t k = 1;
+  for (std::size_t i = 0; i < 6; ++i) {
+    const char character = i < passcode.size() ? passcode[i] : '\0';
+    // Signed characters, arithmetic modulo 2^32.
+    const auto c = static_cast<std::uint32_t>(static_cast<signed char>(character));
+    k = (c - 47) * (k + c - 48);
+  }
+  return static_cast<std::uint8_t>(k);
+}
+
+}  // namespace
+
+std::string vane::URLEncodedString(std::string_view text) {
+  std::string encoded;
+  for (const char c : text) {
+    if (isUnreserved(c)) {
+      encoded += c;
+    } else {
+      encoded += fmt::format("%{:02X}", static_cast<unsigned char>(c));
+    }
+  }
+  return encoded;
+}
+
+std::string vane::GenerateFlickpassQrcodeWithUsername(std::string_view Username,
+                                                      std::string_view Pin,
+                                                      std::string_view Passcode1,
+                                                      std::string_view Passcode2) {
+  const std::string text = fmt::format("U={}&P={}&p={}&p2={}", URLEncodedString(Username),
+                                       URLEncodedString(Pin), Passcode1, Passcode2);
+  const std::uint8_t scramble = scrambleByte(Passcode2);
+  std::string result = fmt::format("{:02X}", scramble);
+  for (const char c : text) {
+    result += fmt::format("{:02X}", static_cast<unsigned char>(c) ^ scramble);
+  }
+  return result;
+}
+
+}  // namespace talvane

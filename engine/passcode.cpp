@@ -1,0 +1,49 @@
+#include "engine/base32.h"
+#include "engine/hmac_sha1.h"
+#include "engine/text.h"
+#include "engine/vane.h"
+
+namespace talvane {
+namespace {
+
+// Passcodes are made from this many bytes of the seed, whatever its length.
+constexpr std::size_t key_size = 10;
+
+}  // namespace
+
+std::optional<std::string> vane::GeneratePasscode(std::string_view seed, std::int64_t counter) {
+  log("  vane: gp: begin: \"{}\" {}", seed, counter);
+  if (!isAscii(seed)) {
+    log("  vane: gp: convert to C string failed");
+    return std::nullopt;
+  }
+  std::array<std::uint8_t, key_size> key{};
+  const bool decoded = base32_decode(seed, key).has_value();
+  if (!decoded) {
+    log("  vane: gp: base32decode failed");
+    clearMemory(key.data(), key.size());
+    return std::nullopt;
+  }
+  std::string passcode = HOTP_getPasscode(key, static_cast<std::uint64_t>(counter));
+  clearMemory(key.data(), key.size());
+  return passcode;
+}
+
+std::string vane::HOTP_getPasscode(std::span<const std::uint8_t> key, std::uint64_t counter) {
+  std::array<std::uint8_t, 8> message{};
+  for (std::size_t i = 0; i < message.size(); ++i) {
+    message[i] = static_cast<std::uint8_t>(counter >> (56 - 8 * i));
+  }
+  const auto digest = hmacSha1(key, message);
+  const std::size_t offset = digest[19] & 15U;
+  std::uint32_t value = (digest[offset] & 0x7FU) << 24 |
+                        static_cast<std::uint32_t>(digest[offset + 1]) << 16 |
+                        static_cast<std::uint32_t>(digest[offset + 2]) << 8 | digest[offset + 3];
+  std::string passcode(6, '0');
+  for (std::size_t i = passcode.size(); i-- > 0; value /= 10) {
+    passcode[i] = static_cast<char>('0' + value % 10);
+  }
+  return passcode;
+}
+
+}  // namespace talvane

@@ -1,0 +1,41 @@
+#pragma once
+
+// A seed as the store keeps it: its characters shuffled, the bits of each shuffled, the whole
+// masked, all by the device key, and the seed hash masked behind it.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "engine/cleared.h"
+#include "engine/gateway.h"
+
+namespace talvane {
+
+inline constexpr std::size_t seed_hash_length = 8;
+
+/// The sealed form after each of its stages, for the log; `sealed` is the last, with the hash.
+struct SealedSeed {
+  Bytes shuffled;
+  Bytes bit_shuffled;
+  Bytes sealed;
+};
+
+/// Seals a seed of at most 16 one-byte characters. `key` has 16 bytes, `hash` 8 characters.
+SealedSeed sealSeed(std::string_view seed, std::string_view hash,
+                    std::span<const std::uint8_t> key);
+
+/// The sealed seed after each stage of undoing.
+struct UnsealedSeed {
+  Bytes unmasked;
+  Bytes bits_restored;
+  Cleared<std::string> seed;
+  std::string hash;
+};
+
+/// Undoes sealSeed. `sealed` has 21 or 24 bytes; what comes out need not be a seed.
+UnsealedSeed unsealSeed(std::span<const std::uint8_t> sealed, std::span<const std::uint8_t> key);
+
+}  // namespace talvane

@@ -1,0 +1,46 @@
+#include "engine/soft_token_info.h"
+
+#include <algorithm>
+
+#include "engine/text.h"
+#include "engine/vane.h"
+
+namespace talvane {
+namespace {
+
+std::optional<std::string> piece(const std::optional<std::string>& description, std::size_t index) {
+  if (!description) return std::nullopt;
+  const auto pieces = split(*description, '|');
+  return pieces.size() < 2 ? *description : std::string(pieces[index]);
+}
+
+}  // namespace
+
+std::optional<std::string> SoftTokenInfo::originalDescription() const {
+  return piece(description, 0);
+}
+
+std::optional<std::string> SoftTokenInfo::currentDescription() const {
+  return piece(description, 1);
+}
+
+void SoftTokenInfo::updateDescription(std::string_view name) {
+  vane::log("    SoftTokenInfo: changeDesc: olddesc:{} newdesc:{}", orNil(description), name);
+  std::string new_name(name);
+  std::erase(new_name, '|');
+  if (new_name.empty()) {
+    vane::log("    SoftTokenInfo: changeDesc: length 0, aborted");
+    return;
+  }
+  new_name = percentDecoded(new_name);
+  std::replace(new_name.begin(), new_name.end(), '+', ' ');
+  const auto creation_name = originalDescription();
+  description = creation_name ? *creation_name + '|' + new_name : new_name;
+  vane::log("    SoftTokenInfo: changeDesc: desc is now:{}", *description);
+}
+
+std::int64_t SoftTokenInfo::counterAt(std::int64_t time) const {
+  return period > 0 ? time / period : 0;
+}
+
+}  // namespace talvane

@@ -1,0 +1,202 @@
+#include "engine/text.h"
+
+#include <utf8proc.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace talvane {
+namespace {
+
+// One character of a text: a code point, or a byte that is not UTF-8.
+struct Character {
+  char32_t code_point;
+  std::size_t length;
+  bool valid;
+};
+
+Character firstCharacter(std::string_view text) {
+  const auto byte = static_cast<unsigned char>(text.front());
+  if (byte < 0x80) return {byte, 1, true};
+  utf8proc_int32_t code_point = 0;
+  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                       static_cast<utf8proc_ssize_t>(text.size()), &code_point);
+  if (length <= 0) return {byte, 1, false};
+  return {static_cast<char32_t>(code_point), static_cast<std::size_t>(length), true};
+}
+
+void append(std::string& text, char32_t code_point) {
+  std::array<utf8proc_uint8_t, 4> bytes{};
+  const auto length = utf8proc_encode_char(static_cast<utf8proc_int32_t>(code_point), bytes.data());
+  text.append(reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(length));
+}
+
+template <typename Mapping>
+std::string mapped(std::string_view text, Mapping mapping) {
+  std::string result;
+  result.reserve(text.size());
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    if (character.valid) {
+      append(result,
+             static_cast<char32_t>(mapping(static_cast<utf8proc_int32_t>(character.code_point))));
+    } else {
+      result += text.front();
+    }
+    text.remove_prefix(character.length);
+  }
+  return result;
+}
+
+bool isLineEnd(char32_t c) {
+  return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
+}
+
+int hexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  return -1;
+}
+
+}  // namespace
+
+std::string_view orNil(const std::optional<std::string>& text) {
+  return text ? std::string_view(*text) : nil_text;
+}
+
+std::size_t utf16Length(std::string_view text) {
+  std::size_t units = 0;
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    units += character.valid && character.code_point > 0xFFFF ? 2 : 1;
+    text.remove_prefix(character.length);
+  }
+  return units;
+}
+
+std::u16string utf16(std::string_view text) {
+  std::u16string units;
+  units.reserve(text.size());
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    if (character.valid && character.code_point > 0xFFFF) {
+      const char32_t offset = character.code_point - 0x10000;
+      units += static_cast<char16_t>(0xD800 + (offset >> 10));
+      units += static_cast<char16_t>(0xDC00 + (offset & 0x3FF));
+    } else {
+      units += static_cast<char16_t>(character.code_point);
+    }
+    text.remove_prefix(character.length);
+  }
+  return units;
+}
+
+bool isUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    if (!character.valid) return false;
+    text.remove_prefix(character.length);
+  }
+  return true;
+}
+
+bool isAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+bool isWhiteSpace(char32_t character) {
+  if ((character >= 0x09 && character <= 0x0D) || character == 0x85) return true;
+  const auto category = utf8proc_category(static_cast<utf8proc_int32_t>(character));
+  return category == UTF8PROC_CATEGORY_ZS || category == UTF8PROC_CATEGORY_ZL ||
+         category == UTF8PROC_CATEGORY_ZP;
+}
+
+std::string lowerCase(std::string_view text) {
+  return mapped(text, utf8proc_tolower);
+}
+
+std::string upperCase(std::string_view text) {
+  return mapped(text, utf8proc_toupper);
+}
+
+std::string_view withoutLineEnds(std::string_view text) {
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    if (!character.valid || !isLineEnd(character.code_point)) break;
+    text.remove_prefix(character.length);
+  }
+  while (!text.empty()) {
+    std::size_t start = text.size() - 1;
+    while (start > 0 && text.size() - start < 4 &&
+           (static_cast<unsigned char>(text[start]) & 0xC0U) == 0x80U) {
+      --start;
+    }
+    const Character character = firstCharacter(text.substr(start));
+    if (!character.valid || start + character.length != text.size() ||
+        !isLineEnd(character.code_point)) {
+      break;
+    }
+    text.remove_suffix(character.length);
+  }
+  return text;
+}
+
+std::vector<std::string_view> split(std::string_view text, char separator) {
+  std::vector<std::string_view> pieces;
+  for (;;) {
+    const std::size_t end = text.find(separator);
+    pieces.push_back(text.substr(0, end));
+    if (end == std::string_view::npos) return pieces;
+    text.remove_prefix(end + 1);
+  }
+}
+
+std::string percentDecoded(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '%') {
+      result += text[i];
+      continue;
+    }
+    const int high = i + 2 < text.size() ? hexDigit(text[i + 1]) : -1;
+    const int low = i + 2 < text.size() ? hexDigit(text[i + 2]) : -1;
+    if (high < 0 || low < 0) return std::string(text);
+    result += static_cast<char>(high * 16 + low);
+    i += 2;
+  }
+  return isUtf8(result) ? result : std::string(text);
+}
+
+std::int64_t leadingInteger(std::string_view text) {
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    if (!character.valid || !isWhiteSpace(character.code_point)) break;
+    text.remove_prefix(character.length);
+  }
+  const bool negative = text.starts_with('-');
+  if (negative || text.starts_with('+')) text.remove_prefix(1);
+  using Limits = std::numeric_limits<std::int64_t>;
+  std::int64_t value = 0;  // kept negative: the negative side reaches one further
+  for (const char c : text) {
+    if (c < '0' || c > '9') break;
+    const int digit = c - '0';
+    if (value < (Limits::min() + digit) / 10) return negative ? Limits::min() : Limits::max();
+    value = value * 10 - digit;
+  }
+  if (negative) return value;
+  return value == Limits::min() ? Limits::max() : -value;
+}
+
+std::string printableBytes(std::string_view bytes) {
+  std::string text;
+  for (const char c : bytes.substr(0, bytes.find('\0'))) {
+    append(text, static_cast<unsigned char>(c));
+  }
+  return text;
+}
+
+}  // namespace talvane

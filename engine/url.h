@@ -1,0 +1,22 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace talvane {
+
+/// A URL's parts (RFC 3986, appendix B), read as the platform's URL class reads them: scheme, host
+/// and query as written; the path with its percent escapes undone and without a trailing "/". A
+/// part that the URL lacks is nullopt; the path is then empty.
+struct UrlParts {
+  std::optional<std::string> scheme;
+  std::optional<std::string> host;
+  std::optional<std::string> path;
+  std::optional<std::string> query;
+};
+
+/// A text without a scheme has no parts at all.
+UrlParts urlParts(std::string_view url);
+
+}  // namespace talvane
