@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace talvane {
+
+/// The three texts that the device identity is made from, and the login name. Each comes from a
+/// source that every user may read and that does not change with privileges; an unavailable one is
+/// empty. Read afresh when the source has changed.
+class DeviceIdentifiers {
+ public:
+  virtual ~DeviceIdentifiers() = default;
+
+  /// The machine's serial number (Linux: /etc/machine-id, machine-id(5)).
+  virtual std::string serialNumber() = 0;
+  /// The UUID of the system volume, upper case (Linux: of the file system mounted at /).
+  virtual std::string volumeUuid() = 0;
+  /// The login name, its upper-case form, the user id and the user's UUID, run together.
+  virtual std::string user() = 0;
+  /// The login name alone: the account under which keychain items are stored.
+  virtual std::string loginName() = 0;
+};
+
+/// The system's own identifiers.
+std::unique_ptr<DeviceIdentifiers> systemDeviceIdentifiers();
+
+}  // namespace talvane

@@ -1,0 +1,44 @@
+#include <unistd.h>
+
+#include "platform/folders.h"
+#include "platform/keychains.h"
+#include "platform/linux/vault_keychain.h"
+#include "platform/memory/unavailable_keychain.h"
+#include "platform/modules.h"
+
+namespace talvane {
+namespace {
+
+constexpr const char* secret_service = "secret-service";
+constexpr const char* vault = "vault";
+
+std::unique_ptr<KeychainService> makeSecretService() {
+  std::string error;
+  using Factory = KeychainService* (*)();
+  const auto factory =
+      reinterpret_cast<Factory>(moduleFunction(secret_service, "softtoken_make_keychain", &error));
+  if (factory == nullptr) {
+    return std::make_unique<UnavailableKeychain>(
+        "Secret Service", "The part for the Secret Service cannot be loaded (" + error +
+                              "); install the program again, with libsecret");
+  }
+  return std::unique_ptr<KeychainService>(factory());
+}
+
+}  // namespace
+
+std::vector<std::string> keychainKinds() {
+  return {secret_service, vault};
+}
+
+std::unique_ptr<KeychainService> makeKeychain(const std::string& kind) {
+  return kind == vault ? makeVaultKeychain(dataFolder()) : makeSecretService();
+}
+
+std::string keychainKindForNewUser() {
+  if (access((dataFolder() + "/vault.sqlite").c_str(), F_OK) == 0) return vault;
+  const bool absent = makeSecretService()->describe().status == KeychainStatus::not_available;
+  return absent ? vault : secret_service;
+}
+
+}  // namespace talvane

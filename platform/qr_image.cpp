@@ -1,0 +1,21 @@
+#include "platform/qr_image.h"
+
+#include "platform/modules.h"
+
+namespace talvane {
+
+QrImage readQrImage(const std::string& path) {
+  QrImage image;
+  using Reader = void (*)(const std::string&, QrImage*);
+  const auto reader =
+      reinterpret_cast<Reader>(moduleFunction("qr-image", "softtoken_read_qr_image", &image.error));
+  if (reader == nullptr) {
+    image.error = "The part that reads pictures cannot be loaded (" + image.error +
+                  "); install the program again, with libzbar, libpng and libturbojpeg";
+    return image;
+  }
+  reader(path, &image);
+  return image;
+}
+
+}  // namespace talvane

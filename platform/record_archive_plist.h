@@ -1,0 +1,48 @@
+#pragma once
+
+// libplist's nodes, owned.
+
+#include <plist/plist.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "engine/gateway.h"
+#include "platform/keychain_service.h"
+
+namespace talvane {
+
+/// Clears the texts and data below the node, then frees it.
+struct PlistCloser {
+  void operator()(void* node) const;
+};
+using Plist = std::unique_ptr<void, PlistCloser>;
+
+/// Hands the child over to the dictionary or array.
+void setPlistItem(const Plist& dictionary, const char* key, Plist child);
+void appendPlistItem(const Plist& array, Plist child);
+
+Plist plistText(const std::string& text);
+Plist plistData(const Bytes& data);
+Plist plistNumber(std::int64_t number);
+Plist plistUid(std::size_t number);
+
+/// The node's content when it is of that kind; a null node is of none.
+std::optional<std::string> textOf(plist_t node);
+std::optional<Bytes> dataOf(plist_t node);
+std::optional<std::int64_t> numberOf(plist_t node);
+std::optional<std::size_t> uidOf(plist_t node);
+
+/// The dictionary's value of that key; null when there is none or `node` is no dictionary.
+plist_t plistItem(plist_t node, const char* key);
+/// The number of entries; 0 when `node` is no dictionary.
+std::size_t plistDictionarySize(plist_t node);
+/// The array's items; nullopt when `node` is no array.
+std::optional<std::vector<plist_t>> plistItems(plist_t node);
+
+/// The binary form.
+SecretBytes plistBytes(const Plist& plist);
+
+}  // namespace talvane

@@ -1,0 +1,46 @@
+#include "platform/store_lock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <thread>
+
+#include "platform/folders.h"
+
+namespace talvane {
+
+StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patience) {
+  const std::string path = folder + "/store.lock";
+  if (!makePrivateFolder(folder)) {
+    error_ = "Cannot create the folder " + folder + ": " + std::strerror(errno);
+    return;
+  }
+  const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (descriptor < 0) {
+    error_ = "Cannot open " + path + ": " + std::strerror(errno);
+    return;
+  }
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK && errno != EINTR) {
+      error_ = "Cannot lock " + path + ": " + std::strerror(errno);
+    } else if (std::chrono::steady_clock::now() >= deadline) {
+      error_ = "Another program is changing the tokens; try again when it has finished";
+    } else {
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      continue;
+    }
+    close(descriptor);
+    return;
+  }
+  descriptor_ = descriptor;
+}
+
+StoreLock::~StoreLock() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+}  // namespace talvane

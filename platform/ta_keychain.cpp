@@ -1,0 +1,74 @@
+#include "platform/ta_keychain.h"
+
+#include <fmt/core.h>
+
+#include <utility>
+
+#include "platform/record_archive.h"
+
+namespace talvane {
+
+TaKeyChain::TaKeyChain(KeychainService& keychain, std::string service, std::string account)
+    : keychain_(keychain),
+      _service(std::move(service)),
+      account_(std::move(account)),
+      _error("ERR Unknown") {}
+
+KeychainStatus TaKeyChain::finished(KeychainStatus status) {
+  _error = status == KeychainStatus::ok
+               ? "OK"
+               : fmt::format("ERR {} [{}]", keychain_.message(status), static_cast<int>(status));
+  return status;
+}
+
+KeychainStatus TaKeyChain::storePassword(const std::string* password, const Record* dict) {
+  _error = "ERR Unknown";
+  const KeychainStatus found = keychain_.find(_service, account_, nullptr);
+  if (password == nullptr && dict == nullptr) {
+    if (found != KeychainStatus::ok) return finished(KeychainStatus::ok);
+    return finished(keychain_.remove(_service, account_));
+  }
+  if (found != KeychainStatus::ok && found != KeychainStatus::item_not_found) {
+    return finished(found);
+  }
+  const SecretBytes secret = dict != nullptr ? archiveRecord(*dict) : SecretBytes();
+  return finished(found == KeychainStatus::ok ? keychain_.replace(_service, account_, secret)
+                                              : keychain_.add(_service, account_, secret));
+}
+
+KeychainStatus TaKeyChain::getPassword(std::string* password, Record* dict) {
+  _error = "ERR Unknown";
+  SecretBytes secret;
+  const KeychainStatus found = keychain_.find(_service, account_, &secret);
+  if (found != KeychainStatus::ok) return finished(found);
+  if (password != nullptr) {
+    password->assign(secret->begin(), secret->end());
+  } else if (dict != nullptr) {
+    auto record = unarchiveRecord(secret);
+    if (!record) return finished(KeychainStatus::cannot_decode);
+    *dict = std::move(*record);
+  }
+  return finished(KeychainStatus::ok);
+}
+
+KeychainStatus TaKeyChain::storePassword(const std::string& password) {
+  return storePassword(&password, nullptr);
+}
+
+KeychainStatus TaKeyChain::storeDict(const Record& dict) {
+  return storePassword(nullptr, &dict);
+}
+
+KeychainStatus TaKeyChain::remove() {
+  return storePassword(nullptr, nullptr);
+}
+
+KeychainStatus TaKeyChain::getPassword(std::string* password) {
+  return getPassword(password, nullptr);
+}
+
+KeychainStatus TaKeyChain::getDict(Record* dict) {
+  return getPassword(nullptr, dict);
+}
+
+}  // namespace talvane

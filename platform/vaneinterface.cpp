@@ -1,0 +1,82 @@
+#include "platform/vaneinterface.h"
+
+#include <fmt/core.h>
+
+#include <cstdio>
+
+#include "platform/ta_keychain.h"
+#include "platform/trace.h"
+
+namespace talvane {
+
+vaneinterface::vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers)
+    : keychain_(keychain), identifiers_(identifiers) {}
+
+bool vaneinterface::KeyChainSave(const std::string& name, const Record& data) {
+  if (const auto failed = failed_loads_.find(name); failed != failed_loads_.end()) {
+    last_save_ = {failed->second, fmt::format("ERR {} [{}]", keychain_.message(failed->second),
+                                              static_cast<int>(failed->second))};
+    return false;
+  }
+  Record with_identifiers = data;
+  with_identifiers["fpsn"] = GetDeviceId_SN();
+  with_identifiers["fphd"] = GetDeviceId_HDSN();
+  with_identifiers["fpus"] = GetDeviceId_USER();
+  TaKeyChain item(keychain_, name, identifiers_.loginName());
+  const KeychainStatus status = item.storeDict(with_identifiers);
+  last_save_ = {status, item.error()};
+  return status == KeychainStatus::ok;
+}
+
+bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
+  TaKeyChain item(keychain_, name, identifiers_.loginName());
+  const KeychainStatus status = item.getDict(data);
+  last_load_ = {status, item.error()};
+  if (status == KeychainStatus::ok || status == KeychainStatus::item_not_found) {
+    failed_loads_.erase(name);
+  } else {
+    failed_loads_[name] = status;
+  }
+  return status == KeychainStatus::ok;
+}
+
+bool vaneinterface::KeyChainDelete(const std::string& name) {
+  TaKeyChain item(keychain_, name, identifiers_.loginName());
+  const KeychainStatus status = item.remove();
+  last_delete_ = {status, item.error()};
+  return status == KeychainStatus::ok;
+}
+
+void vaneinterface::beginReadingSlots() {
+  keychain_.beginReading(identifiers_.loginName());
+}
+
+void vaneinterface::endReadingSlots() {
+  keychain_.endReading();
+}
+
+std::string vaneinterface::GetDeviceId_SN() {
+  return identifiers_.serialNumber();
+}
+
+std::string vaneinterface::GetDeviceId_HDSN() {
+  return identifiers_.volumeUuid();
+}
+
+std::string vaneinterface::GetDeviceId_USER() {
+  return identifiers_.user();
+}
+
+bool vaneinterface::wantsLog() {
+  return console_ || talibobjc_Trace::isOn();
+}
+
+void vaneinterface::log(std::string_view text) {
+  talibobjc_Trace::traceNSString(text);
+  if (!console_) return;
+  std::string line(text);
+  line += '\n';
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+}  // namespace talvane
