@@ -1,0 +1,151 @@
+#include "config/ini.h"
+
+#include <fmt/core.h>
+
+#include <array>
+#include <utility>
+#include <variant>
+
+#include "engine/text.h"
+#include "engine/vane.h"
+
+namespace talvane {
+namespace {
+
+using Property = std::variant<std::string Ini::*, bool Ini::*, std::int64_t Ini::*>;
+
+// One key of the file: where its value goes and what it is without the file.
+struct Setting {
+  std::string_view key;
+  Property property;
+  std::variant<std::string_view, bool, std::int32_t> default_value;
+};
+
+constexpr std::string_view getting_started =
+    "https://softtoken.talvane.example/getting-started/linux";
+
+// In the order in which they are read, which shows in the trace.
+constexpr auto settings_table = std::to_array<Setting>({
+    {"EnrolURL", &Ini::EnrolURL, ""},
+    {"Debug", &Ini::bDebug, false},
+    {"AllowManual", &Ini::bAllowManual, false},
+    {"AllowTaEnrol", &Ini::bAllowTaEnrol, true},
+    {"AllowHTTP", &Ini::bAllowHTTP, false},
+    {"CopyButton", &Ini::bCopyButton, true},
+    {"CloseOnCopy", &Ini::bCloseOnCopy, true},
+    {"RollupSteps", &Ini::RollupSteps, 10},
+    {"RollupInterval", &Ini::RollupInterval, 10},
+    {"GettingStartedURL", &Ini::GettingStartedURL, getting_started},
+    {"ButtonFontSize", &Ini::iButtonFontSize, 12},
+    {"ProtocolVersion", &Ini::iProtocolVersion, 7200},
+    {"StrMenuOpen", &Ini::StrMenuOpen, "Open"},
+    {"StrMenuAdd", &Ini::StrMenuAdd, "Add"},
+    {"StrMenuExit", &Ini::StrMenuExit, "Exit"},
+    {"StrUsername", &Ini::StrUsername, "Username"},
+    {"StrPassword", &Ini::StrPassword, "Microsoft Password"},
+    {"StrPasscode", &Ini::StrPasscode, "Passcode"},
+    {"StrAccessDenied", &Ini::StrAccessDenied, "Access Denied"},
+    {"StrGetURL", &Ini::StrGetURL,
+     "Please enter the URL of your company's Talvane server taenrol page"},
+    {"StrGettingStarted", &Ini::StrGettingStarted, "Getting started"},
+    {"StrManage", &Ini::StrManage, "Manage Your Token Type"},
+    {"StrPleaseWait", &Ini::StrPleaseWait, "Please wait..."},
+    {"StrEnrolPrompt", &Ini::StrEnrolPrompt, "Please enter the following:"},
+    {"StrErrNoEnrolURL", &Ini::StrErrNoEnrolURL, "No enrol URL configured"},
+    {"StrButtonEdit", &Ini::StrButtonEdit, "Edit"},
+    {"StrButtonHelp", &Ini::StrButtonHelp, "Help"},
+    {"StrButtonAdd", &Ini::StrButtonAdd, "Add"},
+    {"StrButtonHome", &Ini::StrButtonHome, "Home"},
+    {"StrButtonCancel", &Ini::StrButtonCancel, "Cancel"},
+    {"StrButtonDelete", &Ini::StrButtonDelete, "Delete"},
+    {"StrButtonSubmit", &Ini::StrButtonSubmit, "Submit"},
+    {"StrButtonOK", &Ini::StrButtonOK, "OK"},
+    {"StrButtonCopy", &Ini::StrButtonCopy, "Copy"},
+    {"StrDeletePleaseSelect", &Ini::StrDeletePleaseSelect, "Please select a token to delete"},
+    {"StrDeleteAreYouSure", &Ini::StrDeleteAreYouSure,
+     "Are you sure you want to delete these tokens?"},
+    {"StrManualDesc", &Ini::StrManualDesc, "Enter a description"},
+    {"StrManualSeed", &Ini::StrManualSeed, "Enter your 13 or 16 character key"},
+    {"StrSecretQuestions", &Ini::StrSecretQuestions, "Secret Questions"},
+    {"StrStartupAdd", &Ini::StrStartupAdd, "Add to \"Login Items\""},
+    {"StrStartupRemove", &Ini::StrStartupRemove, "Remove from \"Login Items\""},
+});
+
+}  // namespace
+
+Ini::Ini(UserDefaults& defaults) : Ini(defaults, SettingsFolders::ofThisSystem()) {}
+
+Ini::Ini(UserDefaults& defaults, SettingsFolders folders)
+    : defaults_(defaults), folders_(std::move(folders)), settings_(folders_) {
+  for (const Setting& setting : settings_table) {
+    if (const auto* text = std::get_if<std::string_view>(&setting.default_value)) {
+      this->*std::get<std::string Ini::*>(setting.property) = *text;
+    }
+  }
+}
+
+bool Ini::read() {
+  settings_ = TaSettings(folders_);
+  const std::uint16_t location =
+      settings_.read(file_name, TaSettings::home_location | TaSettings::system_location |
+                                    TaSettings::bundle_location);
+  file_ = location != 0 ? settings_.pathAt(location, file_name) : std::string();
+  fillFrom(settings_);
+  loginitems = nullptr;
+  return true;
+}
+
+void Ini::fillFrom(const TaSettings& settings) {
+  for (const auto& [key, property, default_value] : settings_table) {
+    if (const auto* text = std::get_if<std::string Ini::*>(&property)) {
+      this->** text = settings.readstr(key, std::get<std::string_view>(default_value), true);
+    } else if (const auto* flag = std::get_if<bool Ini::*>(&property)) {
+      this->** flag = settings.readbool(key, std::get<bool>(default_value));
+    } else {
+      this->*std::get<std::int64_t Ini::*>(property) =
+          settings.readint(key, std::get<std::int32_t>(default_value));
+    }
+  }
+}
+
+std::vector<Ini::Entry> Ini::entries() const {
+  std::vector<Entry> list;
+  for (const Setting& setting : settings_table) {
+    Entry entry;
+    entry.key = setting.key;
+    if (const auto* text = std::get_if<std::string Ini::*>(&setting.property)) {
+      entry.value = this->**text;
+    } else if (const auto* flag = std::get_if<bool Ini::*>(&setting.property)) {
+      entry.value = this->**flag ? "true" : "false";
+    } else {
+      entry.value = std::to_string(this->*std::get<std::int64_t Ini::*>(setting.property));
+    }
+    const std::string* written = settings_.value(setting.key);
+    entry.from_file = written != nullptr && !written->empty();
+    list.push_back(std::move(entry));
+  }
+  return list;
+}
+
+std::string Ini::tidyEnrolURL() const {
+  vane::log("INI: TidyEnrolURL: EnrolURL in:  {}", EnrolURL);
+  if (EnrolURL.empty()) {
+    vane::log("INI: TidyEnrolURL:  No INI EnrolURL, trying UserDefaults...");
+    // A remembered address is noted for whoever reads the trace; only the settings file counts.
+    std::string value;
+    if (defaults_.string("EnrolURL", &value) == UserDefaults::Found::yes) {
+      vane::log("INI: TidyEnrolURL:  value:{}", value);
+    } else {
+      vane::log("INI: TidyEnrolURL:  not found");
+    }
+    return {};
+  }
+  std::string url = lowerCase(EnrolURL);
+  if (url.ends_with("taenrol")) url += '/';
+  if (!url.ends_with("/taenrol/")) url += url.ends_with('/') ? "taenrol/" : "/taenrol/";
+  url += fmt::format("enrol.exe?SoftTokenMode={}", iProtocolVersion);
+  vane::log("INI: TidyEnrolURL: EnrolURL out: {}", url);
+  return url;
+}
+
+}  // namespace talvane

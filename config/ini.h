@@ -1,0 +1,107 @@
+#pragma once
+
+// Every setting and every text that an administrator may change, from "tasofttoken.ini": in the
+// home folder, else /etc, else the application bundle's folder; the first file that is there is the
+// only one read. Filled once at start-up and not changed after, but for `EnrolURL`, which enrolment
+// may replace.
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "config/ta_settings.h"
+#include "platform/user_defaults.h"
+
+namespace talvane {
+
+class Ini {
+ public:
+  std::string EnrolURL;
+  bool bDebug = false;
+  bool bAllowManual = false;
+  bool bAllowTaEnrol = true;
+  bool bAllowHTTP = false;
+  bool bCopyButton = true;   // kept readable; without effect
+  bool bCloseOnCopy = true;  // kept readable; without effect
+  std::int64_t RollupSteps = 10;
+  std::int64_t RollupInterval = 10;  // kept readable; without effect
+  std::string GettingStartedURL;
+  std::int64_t iButtonFontSize = 12;
+  std::int64_t iProtocolVersion = 7200;
+
+  std::string StrMenuOpen;  // kept readable; without effect
+  std::string StrMenuAdd;   // kept readable; without effect
+  std::string StrMenuExit;
+  std::string StrUsername;
+  std::string StrPassword;
+  std::string StrPasscode;
+  std::string StrAccessDenied;
+  std::string StrGetURL;
+  std::string StrGettingStarted;
+  std::string StrManage;
+  std::string StrPleaseWait;
+  std::string StrEnrolPrompt;
+  std::string StrErrNoEnrolURL;
+  std::string StrButtonEdit;
+  std::string StrButtonHelp;
+  std::string StrButtonAdd;
+  std::string StrButtonHome;
+  std::string StrButtonCancel;  // kept readable; without effect
+  std::string StrButtonDelete;
+  std::string StrButtonSubmit;  // kept readable; without effect
+  std::string StrButtonOK;      // kept readable; without effect
+  std::string StrButtonCopy;
+  std::string StrDeletePleaseSelect;
+  std::string StrDeleteAreYouSure;
+  std::string StrManualDesc;
+  std::string StrManualSeed;
+  std::string StrSecretQuestions;
+  std::string StrStartupAdd;
+  std::string StrStartupRemove;
+
+  // Declared for those who expect them; no file sets them and they have no effect.
+  bool bLostFocusClose = false;
+  bool bSingleClickOpen = false;
+  bool bSingleClickClose = false;
+  bool bCloseWhenFocusLost = false;
+  std::string Proxy;
+  std::string CustomLogo;
+  const void* loginitems = nullptr;
+
+  static constexpr const char* file_name = "tasofttoken.ini";
+
+  /// Borrows `defaults`. All properties have their defaults before the first `read`.
+  explicit Ini(UserDefaults& defaults);
+  Ini(UserDefaults& defaults, SettingsFolders folders);
+
+  /// Fills the properties. Always true: without a file every property has its default.
+  bool read();
+
+  /// The file that `read` took, or empty.
+  [[nodiscard]] const std::string& file() const { return file_; }
+
+  /// One key with its value as text, for listing.
+  struct Entry {
+    std::string_view key;
+    std::string value;
+    bool from_file = false;  // false: the default
+  };
+  /// Every key that `read` knows, in the order it reads them.
+  [[nodiscard]] std::vector<Entry> entries() const;
+
+  /// The enrolment request address for `EnrolURL`, in lower case and with the page and the protocol
+  /// version appended; empty when there is none. The tests on its end are plain text tests.
+  [[nodiscard]] std::string tidyEnrolURL() const;
+
+ private:
+  void fillFrom(const TaSettings& settings);
+
+  UserDefaults& defaults_;
+  SettingsFolders folders_;
+  TaSettings settings_;
+  std::string file_;
+};
+
+}  // namespace talvane

@@ -1,0 +1,33 @@
+#include "config/start_trace.h"
+
+#include <string>
+
+#include "platform/trace.h"
+
+namespace talvane {
+namespace {
+
+void switchTo(bool debug) {
+  talibobjc_Trace::traceOn(debug);
+  const std::string line(64, '-');
+  talibobjc_Trace::traceNSString(line);
+  talibobjc_Trace::traceNSString("Debug started");
+  talibobjc_Trace::traceNSString(line);
+}
+
+}  // namespace
+
+void readSettingsWithTrace(Ini& ini, std::string_view path) {
+  talibobjc_Trace::traceSet(path);
+  talibobjc_Trace::traceOn(true);
+  ini.read();
+  switchTo(ini.bDebug);
+}
+
+void readSettingsQuietly(Ini& ini, std::string_view path) {
+  talibobjc_Trace::traceSet(path);
+  ini.read();
+  switchTo(ini.bDebug);
+}
+
+}  // namespace talvane

@@ -1,0 +1,144 @@
+#include "config/ta_settings.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "engine/text.h"
+#include "platform/folders.h"
+#include "platform/trace.h"
+
+namespace talvane {
+namespace {
+
+constexpr std::uint16_t all_locations = 255;
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+
+/// The whole file's text; otherwise the error's number. Only regular files are read: a pipe or a
+/// device in the file's place would hold up the start.
+int readText(const std::string& path, std::string* text) {
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (descriptor < 0) return errno;
+  struct stat status {};
+  int error = fstat(descriptor, &status) != 0 ? errno : 0;
+  if (error == 0 && !S_ISREG(status.st_mode)) error = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+  std::array<char, 65536> buffer;
+  while (error == 0) {
+    const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
+    if (count == 0) break;
+    if (count > 0) {
+      text->append(buffer.data(), static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      error = errno;
+    }
+  }
+  close(descriptor);
+  if (error == 0 && !isUtf8(*text)) error = EILSEQ;
+  return error;
+}
+
+}  // namespace
+
+SettingsFolders SettingsFolders::ofThisSystem() {
+  return {"~", "/etc", bundleFolder()};
+}
+
+std::uint8_t TaSettings::readfile(const std::string& path) {
+  talibobjc_Trace::traceWithFormat("TaSettings:readfile: begin: {}", path);
+  std::string text;
+  if (const int error = readText(path, &text); error != 0) {
+    talibobjc_Trace::traceWithFormat("TaSettings:readfile: error:[{}] {}", error,
+                                     std::strerror(error));
+    return unreadable;
+  }
+  std::string_view content = text;
+  if (content.starts_with(byte_order_mark)) content.remove_prefix(byte_order_mark.size());
+  return parse(content) ? read_whole : stopped_early;
+}
+
+bool TaSettings::parse(std::string_view text) {
+  for (const std::string_view piece : split(text, '\n')) {
+    const std::string_view line = withoutLineEnds(piece);
+    if (line.empty() || line.front() == '#' || line.front() == '[') continue;
+    talibobjc_Trace::traceWithFormat("TaSettings:readfile: trimmed line: '{}'", line);
+    const std::size_t equals = line.find('=');
+    if (equals == std::string_view::npos) {
+      talibobjc_Trace::traceWithFormat("TaSettings:readfile: error: '=' not found");
+      return false;
+    }
+    const std::string_view key = line.substr(0, equals);
+    const std::string_view value = line.substr(equals + 1);
+    talibobjc_Trace::traceWithFormat("TaSettings:readfile:   key:'{}' value:'{}'", key, value);
+    dict[lowerCase(key)] = value;
+  }
+  return true;
+}
+
+std::string TaSettings::pathAt(std::uint16_t location, const std::string& fileName) const {
+  switch (location) {
+    case home_location:
+      return withTildeExpanded(folders_.home + '/' + fileName);
+    case system_location:
+      return folders_.system + '/' + fileName;
+    default:
+      return folders_.bundle + '/' + fileName;
+  }
+}
+
+std::uint16_t TaSettings::read(const std::string& fileName, std::uint16_t locations) {
+  if (locations == 0) locations = all_locations;
+  for (const std::uint16_t location : {home_location, system_location, bundle_location}) {
+    if ((locations & location) == 0) continue;
+    if (readfile(pathAt(location, fileName)) != unreadable) return location;
+  }
+  return 0;
+}
+
+const std::string* TaSettings::value(std::string_view key) const {
+  const auto found = dict.find(lowerCase(key));
+  return found == dict.end() ? nullptr : &found->second;
+}
+
+bool TaSettings::readbool(std::string_view key, bool default_value) const {
+  const auto name = [](bool flag) { return flag ? "TRUE" : "FALSE"; };
+  const std::string* found = value(key);
+  if (found == nullptr || found->empty()) {
+    talibobjc_Trace::traceWithFormat("TaSettings:readbool:   {} using default: {}", key,
+                                     name(default_value));
+    return default_value;
+  }
+  const std::string lower = lowerCase(*found);
+  bool result = default_value;
+  if (lower == "1" || lower == "true" || lower == "yes") result = true;
+  if (lower == "0" || lower == "false" || lower == "no") result = false;
+  talibobjc_Trace::traceWithFormat("TaSettings:readbool:   {} -> {}", key, name(result));
+  return result;
+}
+
+std::int32_t TaSettings::readint(std::string_view key, std::int32_t default_value) const {
+  const std::string* found = value(key);
+  if (found == nullptr || found->empty()) {
+    talibobjc_Trace::traceWithFormat("TaSettings:readint:    {} using default: {}", key,
+                                     default_value);
+    return default_value;
+  }
+  const auto result = static_cast<std::int32_t>(leadingInteger(*found));
+  talibobjc_Trace::traceWithFormat("TaSettings:readint:    {} -> {}", key, result);
+  return result;
+}
+
+std::string TaSettings::readstr(std::string_view key, std::string_view default_value,
+                                bool bUseDefaultForEmptyValue) const {
+  const std::string* found = value(key);
+  if (found == nullptr || (found->empty() && bUseDefaultForEmptyValue)) {
+    return std::string(default_value);
+  }
+  return *found;
+}
+
+}  // namespace talvane

@@ -1,0 +1,64 @@
+#pragma once
+
+// One plain-text file of KEY=VALUE lines. Keys are the same in upper and lower case; values are
+// taken as they stand behind the first "=", blanks included. Lines that are empty or begin with "#"
+// or "[" are skipped. A line without "=" ends the reading: the keys above it count, those below it
+// do not.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace talvane {
+
+/// Where settings files lie; the system's own places unless a test says otherwise.
+struct SettingsFolders {
+  std::string home;
+  std::string system;
+  std::string bundle;
+  static SettingsFolders ofThisSystem();
+};
+
+class TaSettings {
+ public:
+  /// Location bits of `read`.
+  static constexpr std::uint16_t system_location = 8;
+  static constexpr std::uint16_t home_location = 16;
+  static constexpr std::uint16_t bundle_location = 32;
+
+  /// Results of `readfile`.
+  static constexpr std::uint8_t unreadable = 0;
+  static constexpr std::uint8_t read_whole = 1;
+  static constexpr std::uint8_t stopped_early = 255;
+
+  TaSettings() : TaSettings(SettingsFolders::ofThisSystem()) {}
+  explicit TaSettings(SettingsFolders folders) : folders_(std::move(folders)) {}
+
+  /// Parses one file into the table. `unreadable` leaves the table as it was.
+  std::uint8_t readfile(const std::string& path);
+
+  /// Reads the first file that can be read of home, system, bundle, of those whose bit is set (a
+  /// mask of 0: all). Returns that location's bit, or 0.
+  std::uint16_t read(const std::string& fileName, std::uint16_t locations);
+
+  /// "1", "true", "yes" and "0", "false", "no" in any case; the default for all else.
+  [[nodiscard]] bool readbool(std::string_view key, bool default_value) const;
+  /// The value's leading decimal integer, truncated to 32 bits; the default when missing or empty.
+  [[nodiscard]] std::int32_t readint(std::string_view key, std::int32_t default_value) const;
+  [[nodiscard]] std::string readstr(std::string_view key, std::string_view default_value,
+                                    bool bUseDefaultForEmptyValue) const;
+
+  /// The value as written, or null.
+  [[nodiscard]] const std::string* value(std::string_view key) const;
+  /// The path that the location's bit stands for.
+  [[nodiscard]] std::string pathAt(std::uint16_t location, const std::string& fileName) const;
+
+ private:
+  bool parse(std::string_view text);
+
+  SettingsFolders folders_;
+  std::unordered_map<std::string, std::string> dict;
+};
+
+}  // namespace talvane
