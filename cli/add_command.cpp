@@ -1,0 +1,46 @@
+#include "cli/command.h"
+#include "cli/failure.h"
+#include "cli/first_token.h"
+#include "cli/new_token.h"
+#include "cli/terminal.h"
+
+namespace talvane {
+namespace {
+
+class AddCommand final : public Command {
+ public:
+  CLI::App* addTo(CLI::App& line) override {
+    CLI::App* parser = line.add_subcommand(
+        "add", "Add a token; its seed is asked for, or read from standard input");
+    parser->add_option("description", description_, "Name for the token")->required();
+    parser->add_option("--period", period_, "Seconds that a passcode lasts: 30 or 60")
+        ->check(CLI::IsMember({30, 60}))
+        ->default_str("30");
+    parser->add_flag("--replace", replace_, "Replace the token created under the same name");
+    return parser;
+  }
+
+  void run(Session& session) override {
+    requireManual(session.settings());
+    session.gateway();
+    SoftTokenInfo token;
+    token.updateDescription(description_);
+    if (!token.description) throw Failure(exit_usage, "The description is empty; give a name");
+    token.period = period_;
+    token.seed32 = readLine("Seed (13 or 16 characters, not shown): ", true);
+    storeNewToken(session, token, replace_);
+  }
+
+ private:
+  std::string description_;
+  int period_ = 30;
+  bool replace_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeAddCommand() {
+  return std::make_unique<AddCommand>();
+}
+
+}  // namespace talvane

@@ -1,0 +1,78 @@
+#include "cli/clipboard.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <vector>
+
+#include "cli/failure.h"
+
+extern char** environ;
+
+namespace talvane {
+namespace {
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && value[0] != '\0';
+}
+
+std::vector<std::vector<const char*>> clipboardTools() {
+  std::vector<std::vector<const char*>> tools;
+  if (isSet("WAYLAND_DISPLAY")) tools.push_back({"wl-copy", "--type", "text/plain"});
+  if (isSet("DISPLAY")) {
+    tools.push_back({"xclip", "-selection", "clipboard", "-in"});
+    tools.push_back({"xsel", "--clipboard", "--input"});
+  }
+  tools.push_back({"pbcopy"});
+  return tools;
+}
+
+// Runs the tool with the text on its standard input. False: it is not there or failed.
+bool feed(std::vector<const char*> arguments, const std::string& text) {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) return false;
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
+  // The tool stays in the background to serve the text: it must not hold our output open.
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  arguments.push_back(nullptr);
+  pid_t child = 0;
+  const int error = posix_spawnp(&child, arguments[0], &actions, nullptr,
+                                 const_cast<char* const*>(arguments.data()), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  close(ends[0]);
+  bool written = false;
+  if (error == 0) {
+    written = write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  }
+  close(ends[1]);
+  if (error != 0) return false;
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return written && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+}  // namespace
+
+void copyToClipboard(const std::string& text) {
+  std::signal(SIGPIPE, SIG_IGN);
+  for (const auto& tool : clipboardTools()) {
+    if (feed(tool, text)) return;
+  }
+  throw Failure(
+      exit_failed,
+      "The clipboard cannot be reached; run this on a desktop with wl-clipboard, xclip or "
+      "xsel installed");
+}
+
+}  // namespace talvane

@@ -1,0 +1,58 @@
+#include <iostream>
+
+#include "cli/clipboard.h"
+#include "cli/command.h"
+#include "cli/failure.h"
+#include "cli/json.h"
+
+namespace talvane {
+namespace {
+
+class CodeCommand final : public Command {
+ public:
+  CLI::App* addTo(CLI::App& line) override {
+    CLI::App* parser = line.add_subcommand("code", "Print a token's passcode");
+    parser->add_option("token", token_, "Name, slot number, or unique beginning of a name")
+        ->required()
+        ->type_name("NAME|SLOT");
+    parser->add_flag("--next", next_, "The passcode that follows the present one");
+    parser->add_flag("--copy", copy_, "Put it on the clipboard and print nothing");
+    parser->add_flag("--json", json_, "Print JSON, with the seconds that it stays valid");
+    return parser;
+  }
+
+  void run(Session& session) override {
+    const Session::Tokens tokens = session.readTokens();
+    const std::size_t slot = Session::find(tokens, token_);
+    const SoftTokenInfo& token = *tokens.list[slot];
+    const std::int64_t now = session.now();
+    const std::int64_t counter = token.counterAt(now) + (next_ ? 1 : 0);
+    const auto passcode = vane::GeneratePasscode(token.seed32->get(), counter);
+    if (!passcode) throw Failure(exit_failed, "Failed to generate passcode");
+    if (copy_) copyToClipboard(*passcode);
+    if (json_) {
+      print({{"slot", slot},
+             {"name", token.currentDescription().value_or("")},
+             {"passcode", *passcode},
+             {"period", token.period},
+             {"valid_from", counter * token.period},
+             {"valid_until", (counter + 1) * token.period}});
+    } else if (!copy_) {
+      std::cout << *passcode << '\n';
+    }
+  }
+
+ private:
+  std::string token_;
+  bool next_ = false;
+  bool copy_ = false;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeCodeCommand() {
+  return std::make_unique<CodeCommand>();
+}
+
+}  // namespace talvane

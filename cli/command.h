@@ -1,0 +1,32 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "cli/session.h"
+
+namespace talvane {
+
+/// One command of the command line.
+class Command {
+ public:
+  virtual ~Command() = default;
+  /// Adds the command, with its options, to the line's grammar.
+  virtual CLI::App* addTo(CLI::App& line) = 0;
+  /// Runs it; throws Failure when it fails.
+  virtual void run(Session& session) = 0;
+};
+
+std::unique_ptr<Command> makeListCommand();
+std::unique_ptr<Command> makeCodeCommand();
+std::unique_ptr<Command> makeWatchCommand();
+std::unique_ptr<Command> makeAddCommand();
+std::unique_ptr<Command> makeImportCommand();
+std::unique_ptr<Command> makeRenameCommand();
+std::unique_ptr<Command> makeDeleteCommand();
+std::unique_ptr<Command> makeSettingsCommand();
+std::unique_ptr<Command> makeDoctorCommand();
+
+}  // namespace talvane

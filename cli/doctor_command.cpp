@@ -1,0 +1,142 @@
+#include <fmt/chrono.h>
+#include <fmt/core.h>
+#include <sys/stat.h>
+
+#include "cli/command.h"
+#include "cli/failure.h"
+#include "cli/json.h"
+#include "cli/terminal.h"
+#include "config/start_trace.h"
+#include "platform/folders.h"
+
+namespace talvane {
+namespace {
+
+struct Finding {
+  std::string subject;
+  bool good = true;
+  std::string text;
+};
+
+// The program was not written before this second, 2026-01-01: an earlier clock is wrong.
+constexpr std::int64_t earliest_time = 1767225600;
+
+class DoctorCommand final : public Command {
+ public:
+  CLI::App* addTo(CLI::App& line) override {
+    CLI::App* parser = line.add_subcommand(
+        "doctor",
+        "Check the keychain, the device identifiers, the settings, the clock, file modes");
+    parser->add_flag("--json", json_, "Print JSON");
+    return parser;
+  }
+
+  void run(Session& session) override {
+    findings_.clear();
+    const ExitCode code = examine(session);
+    json_ ? printJson() : printText();
+    if (code != exit_ok) throw Failure(code, "Not all is well; see the lines marked with !!");
+  }
+
+ private:
+  void add(std::string subject, bool good, std::string text) {
+    findings_.push_back({std::move(subject), good, std::move(text)});
+  }
+
+  ExitCode examine(Session& session) {
+    const bool keychain_good = examineKeychain(session);
+    examineIdentifiers(session.identifiers());
+    const Ini& settings = session.settings();
+    add("settings file", true, settings.file().empty() ? "none, all defaults" : settings.file());
+    examineClock();
+    for (const char* name : {"/vault.sqlite", "/vault.sqlite-wal", "/vault.key"}) {
+      examineMode(dataFolder() + name);
+    }
+    examineMode(withTildeExpanded(trace_path));
+    if (!keychain_good) return exit_keychain;
+    for (const Finding& finding : findings_) {
+      if (!finding.good) return exit_failed;
+    }
+    return exit_ok;
+  }
+
+  bool examineKeychain(Session& session) {
+    try {
+      UserKeychain& keychain = session.keychain();
+      const KeychainDescription description = keychain.service->describe();
+      const bool good = description.status == KeychainStatus::ok;
+      add("keychain", good,
+          fmt::format("{}{}{}, {}", description.name, description.location.empty() ? "" : " at ",
+                      description.location,
+                      good ? "unlocked" : keychain.service->message(description.status)));
+      add("choice of keychain", true,
+          keychain.remembered ? "remembered" : "made when the first token is stored");
+      if (!good) return false;
+      const Session::Tokens tokens = session.readTokens();
+      add("tokens", tokens.problem.empty(),
+          tokens.problem.empty()
+              ? fmt::format("{} readable", tokens.list.size())
+              : fmt::format("{} readable. {}", tokens.list.size(), tokens.problem));
+      return true;
+    } catch (const Failure& failure) {
+      add("keychain", false, failure.what());
+      return false;
+    }
+  }
+
+  void examineIdentifiers(DeviceIdentifiers& identifiers) {
+    const auto found = [](const std::string& text) { return text.empty() ? "missing" : "found"; };
+    const std::string serial = identifiers.serialNumber();
+    const std::string volume = identifiers.volumeUuid();
+    const std::string user = identifiers.user();
+    add("device identifiers", !(serial.empty() && volume.empty() && user.empty()),
+        fmt::format("serial number {}, volume {}, user {}", found(serial), found(volume),
+                    found(user)));
+  }
+
+  void examineClock() {
+    const std::time_t now = std::time(nullptr);
+    const std::string text = fmt::format("{:%Y-%m-%d %H:%M:%S} UTC", fmt::gmtime(now));
+    const bool good = now >= earliest_time;
+    add("clock", good,
+        good ? text + "; compare it with a clock you trust: passcodes depend on it"
+             : text + " is in the past; set the clock, or every passcode is wrong");
+  }
+
+  void examineMode(const std::string& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) return;
+    const auto mode = static_cast<unsigned>(status.st_mode & 07777U);
+    const bool good = (mode & 077U) == 0;
+    add("file mode", good,
+        fmt::format("{} {:04o}{}", path, mode,
+                    good ? "" : "; others can read it, make it private with: chmod 600 " + path));
+  }
+
+  void printText() const {
+    for (const Finding& finding : findings_) {
+      fmt::print("{} {}  {}\n", finding.good ? "ok" : "!!", inColumns(finding.subject, 18),
+                 printable(finding.text));
+    }
+  }
+
+  void printJson() const {
+    Json list = Json::array();
+    for (const Finding& finding : findings_) {
+      list.push_back(
+          {{"subject", finding.subject}, {"good", finding.good}, {"text", finding.text}});
+    }
+    print(list);
+  }
+
+  std::vector<Finding> findings_;
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeDoctorCommand() {
+  return std::make_unique<DoctorCommand>();
+}
+
+}  // namespace talvane

@@ -1,0 +1,43 @@
+#include "cli/first_token.h"
+
+#include <fmt/core.h>
+
+#include "cli/failure.h"
+
+namespace talvane {
+namespace {
+
+// Where the line goes that switches a setting on.
+std::string settingsFile(const Ini& settings) {
+  return settings.file().empty() ? "~/tasofttoken.ini" : settings.file();
+}
+
+}  // namespace
+
+std::string firstTokenHelp(const Ini& settings) {
+  std::string text = "There are no tokens yet.\n";
+  if (!settings.bAllowManual) {
+    text += fmt::format(
+        "Adding by hand is switched off. To allow it, put this line into {}:\n"
+        "  AllowManual=true\nThen add a token in one of these ways:\n",
+        settingsFile(settings));
+  } else {
+    text += "Add one in one of these ways:\n";
+  }
+  text +=
+      "  softtoken-cli add \"Work mail\"            asks for the 13- or 16-character seed\n"
+      "  softtoken-cli import                     reads an otpauth:// URL that you type or pipe "
+      "in\n"
+      "  softtoken-cli import picture.png         reads the QR code in a picture\n";
+  return text;
+}
+
+void requireManual(const Ini& settings) {
+  if (settings.bAllowManual) return;
+  throw Failure(exit_failed,
+                fmt::format("Adding tokens by hand is switched off by the setting AllowManual; put "
+                            "AllowManual=true into {} to allow it",
+                            settingsFile(settings)));
+}
+
+}  // namespace talvane

@@ -1,0 +1,75 @@
+#include "cli/command.h"
+#include "cli/failure.h"
+#include "cli/first_token.h"
+#include "cli/new_token.h"
+#include "cli/terminal.h"
+#include "platform/qr_image.h"
+
+namespace talvane {
+namespace {
+
+std::string reasonFor(AuthUrlProblem problem) {
+  switch (problem) {
+    case AuthUrlProblem::invalid_scheme:
+      return "This is not an otpauth:// URL";
+    case AuthUrlProblem::invalid_type:
+      return "Only otpauth://totp/ URLs can be imported; this one is of another type";
+    case AuthUrlProblem::no_seed:
+      return "The URL holds no secret; get a complete one";
+    case AuthUrlProblem::invalid_period:
+      return "The URL's period is neither 30 nor 60 seconds";
+    case AuthUrlProblem::none:
+      break;
+  }
+  return "The URL cannot be imported";
+}
+
+class ImportCommand final : public Command {
+ public:
+  CLI::App* addTo(CLI::App& line) override {
+    CLI::App* parser = line.add_subcommand(
+        "import", "Add a token from an otpauth:// URL or a QR code in a picture");
+    parser
+        ->add_option("source", source_,
+                     "The URL, a PNG or JPEG file, or - for a URL on standard input; others on "
+                     "this computer can see a URL given here while the command runs")
+        ->default_str("-")
+        ->type_name("URL|FILE");
+    parser->add_flag("--replace", replace_, "Replace the token created under the same name");
+    return parser;
+  }
+
+  void run(Session& session) override {
+    requireManual(session.settings());
+    session.gateway();
+    std::unique_ptr<SoftTokenInfo> token;
+    AuthUrlProblem problem = AuthUrlProblem::none;
+    if (!vane::ParseAuthUrl(url().get(), &token, &problem)) {
+      throw Failure(exit_failed, reasonFor(problem));
+    }
+    if (token->description.value_or("").empty()) {
+      throw Failure(exit_failed, "The URL holds no name; add one behind otpauth://totp/");
+    }
+    storeNewToken(session, *token, replace_);
+  }
+
+ private:
+  Cleared<std::string> url() {
+    if (source_ == "-") return readLine("otpauth URL (not shown): ", true);
+    if (source_.find("://") != std::string::npos) return source_;
+    QrImage image = readQrImage(source_);
+    if (!image.error.empty()) throw Failure(exit_failed, image.error);
+    return image.text;
+  }
+
+  std::string source_ = "-";
+  bool replace_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeImportCommand() {
+  return std::make_unique<ImportCommand>();
+}
+
+}  // namespace talvane

@@ -1,0 +1,65 @@
+#include <fmt/core.h>
+
+#include <iostream>
+
+#include "cli/command.h"
+#include "cli/first_token.h"
+#include "cli/json.h"
+#include "cli/terminal.h"
+
+namespace talvane {
+namespace {
+
+constexpr std::size_t name_columns = 32;
+
+class ListCommand final : public Command {
+ public:
+  CLI::App* addTo(CLI::App& line) override {
+    CLI::App* parser = line.add_subcommand("list", "List the tokens, without passcodes");
+    parser->add_flag("--json", json_, "Print JSON");
+    return parser;
+  }
+
+  void run(Session& session) override {
+    const Session::Tokens tokens = session.readTokens();
+    json_ ? printJson(tokens) : printTable(tokens, session);
+    if (!tokens.problem.empty()) fmt::print(stderr, "softtoken-cli: {}\n", tokens.problem);
+  }
+
+ private:
+  static void printTable(const Session::Tokens& tokens, Session& session) {
+    if (tokens.list.empty()) {
+      if (tokens.problem.empty()) std::cerr << firstTokenHelp(session.settings());
+      return;
+    }
+    fmt::print("SLOT  {}  PERIOD  CREATED AS\n", inColumns("NAME", name_columns));
+    for (std::size_t i = 0; i < tokens.list.size(); ++i) {
+      const SoftTokenInfo& token = *tokens.list[i];
+      fmt::print("{:4}  {}  {:4} s  {}\n", i,
+                 inColumns(printable(token.currentDescription().value_or("")), name_columns),
+                 token.period, printable(token.originalDescription().value_or("")));
+    }
+  }
+
+  static void printJson(const Session::Tokens& tokens) {
+    Json list = Json::array();
+    for (std::size_t i = 0; i < tokens.list.size(); ++i) {
+      const SoftTokenInfo& token = *tokens.list[i];
+      list.push_back({{"slot", i},
+                      {"name", token.currentDescription().value_or("")},
+                      {"created_as", token.originalDescription().value_or("")},
+                      {"period", token.period}});
+    }
+    print(list);
+  }
+
+  bool json_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeListCommand() {
+  return std::make_unique<ListCommand>();
+}
+
+}  // namespace talvane

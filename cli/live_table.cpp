@@ -1,0 +1,105 @@
+#include "cli/live_table.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "cli/terminal.h"
+
+namespace talvane {
+namespace {
+
+constexpr std::size_t fixed_columns = 32;
+constexpr std::size_t widest_name = 40;
+constexpr const char* plain = "\x1b[0m";
+
+std::string_view environment(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr ? value : "";
+}
+
+std::string passcodeOf(const SoftTokenInfo& token, std::int64_t now) {
+  return vane::GeneratePasscode(token.seed32->get(), token.counterAt(now)).value_or("------");
+}
+
+int byteOf(float part) {
+  return static_cast<int>(std::lround(part * 255));
+}
+
+std::string bright(const Colour& colour, ColourDepth depth) {
+  if (depth == ColourDepth::none) return {};
+  if (depth == ColourDepth::all) {
+    return fmt::format("\x1b[38;2;{};{};{}m", byteOf(colour.red), byteOf(colour.green),
+                       byteOf(colour.blue));
+  }
+  if (colour.green < 0.3F) return "\x1b[31m";
+  return colour.red < 0.5F ? "\x1b[32m" : "\x1b[33m";
+}
+
+// The passcode's colours run from black to red for a light page. The terminal's own colour takes
+// the place of black, which would not show on a dark one; what reddens turns bright red at once.
+std::string textColour(const Colour& colour, ColourDepth depth) {
+  if (depth == ColourDepth::none) return {};
+  return colour.red > 0 ? "\x1b[1;91m" : "\x1b[1m";
+}
+
+std::string bar(const Session::Tokens& tokens, std::int64_t now, std::size_t columns,
+                ColourDepth depth) {
+  const std::int64_t period = vane::bAllTokensArePeriod60(tokens.list) ? 60 : 30;
+  const std::int64_t elapsed = now % period;
+  const auto length = static_cast<std::int64_t>(std::clamp<std::size_t>(columns, 20, 70) - 12);
+  const std::int64_t gone = elapsed * length / (period - 1);
+  const auto colour_index =
+      static_cast<std::int32_t>(period == 30 ? elapsed : std::max<std::int64_t>(elapsed - 30, 0));
+  std::string text = bright(vane::ColorForValue(colour_index), depth);
+  for (std::int64_t i = gone; i < length; ++i) text += "█";
+  if (depth != ColourDepth::none) text += plain;
+  for (std::int64_t i = 0; i < gone; ++i) text += "·";
+  return fmt::format("  {} {:2} s", text, period - elapsed);
+}
+
+std::string spaced(const std::string& passcode) {
+  return passcode.substr(0, 3) + ' ' + passcode.substr(3);
+}
+
+}  // namespace
+
+ColourDepth colourDepth() {
+  if (!environment("NO_COLOR").empty() || environment("TERM") == "dumb") return ColourDepth::none;
+  const auto wide = environment("COLORTERM");
+  return wide == "truecolor" || wide == "24bit" ? ColourDepth::all : ColourDepth::sixteen;
+}
+
+std::string plainTable(const Session::Tokens& tokens, std::int64_t now) {
+  std::string text = fmt::format("SLOT  {}  PASSCODE  VALID\n", inColumns("NAME", widest_name));
+  for (std::size_t i = 0; i < tokens.list.size(); ++i) {
+    const SoftTokenInfo& token = *tokens.list[i];
+    text += fmt::format("{:4}  {}  {}    {:2} s\n", i,
+                        inColumns(printable(token.currentDescription().value_or("")), widest_name),
+                        passcodeOf(token, now), token.period - now % token.period);
+  }
+  return text;
+}
+
+std::string colouredTable(const Session::Tokens& tokens, std::int64_t now, std::size_t columns,
+                          ColourDepth depth) {
+  const bool countdown_60 = vane::bAllTokensArePeriod60(tokens.list);
+  const std::size_t name_columns =
+      std::clamp<std::size_t>(columns, fixed_columns + 8, fixed_columns + widest_name) -
+      fixed_columns;
+  std::string text;
+  for (std::size_t i = 0; i < tokens.list.size(); ++i) {
+    const SoftTokenInfo& token = *tokens.list[i];
+    const std::int32_t index = vane::GetPasscodeColorForToken(token, countdown_60, now);
+    const std::string colour = textColour(vane::ColorForValue2(index), depth);
+    text += fmt::format("  {:2}  {}   {}{}{}   {:2} s\n", i,
+                        inColumns(printable(token.currentDescription().value_or("")), name_columns),
+                        colour, spaced(passcodeOf(token, now)), colour.empty() ? "" : plain,
+                        token.period - now % token.period);
+  }
+  return text + '\n' + bar(tokens, now, columns, depth) + '\n';
+}
+
+}  // namespace talvane

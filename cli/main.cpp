@@ -1,0 +1,72 @@
+#include <fmt/core.h>
+
+#include <cstdio>
+#include <exception>
+#include <iostream>
+
+#include "cli/command.h"
+#include "cli/failure.h"
+#include "cli/terminal.h"
+#include "engine/text.h"
+
+namespace talvane {
+namespace {
+
+constexpr const char* footer =
+    "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 no such token, 4 keychain unavailable or "
+    "locked.\nEach command explains itself with --help; the manual is softtoken-cli(1).";
+
+int fail(ExitCode code, std::string_view text) {
+  fmt::print(stderr, "softtoken-cli: {}\n", printable(withoutLineEnds(text)));
+  return code;
+}
+
+int run(int argc, char** argv) {
+  CLI::App line("Talvane Soft Token on the command line: one-time passcodes from your keychain.",
+                "softtoken-cli");
+  line.footer(footer);
+  line.set_version_flag("--version", "softtoken-cli " SOFTTOKEN_VERSION);
+  line.require_subcommand(1);
+  line.set_help_flag("-h,--help", "Show this help and end");
+  SessionOptions options;
+  line.add_option("--keychain", options.keychain,
+                  "Keychain for the first token: secret-service or vault; later it is remembered")
+      ->type_name("KIND");
+  line.add_flag("--console-log", options.console_log,
+                "Write the log, which holds seeds, to standard error");
+
+  std::vector<std::unique_ptr<Command>> commands;
+  std::vector<CLI::App*> parsers;
+  for (const auto make :
+       {makeListCommand, makeCodeCommand, makeWatchCommand, makeAddCommand, makeImportCommand,
+        makeRenameCommand, makeDeleteCommand, makeSettingsCommand, makeDoctorCommand}) {
+    commands.push_back(make());
+    parsers.push_back(commands.back()->addTo(line));
+  }
+  try {
+    line.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return line.exit(error);
+    return fail(exit_usage, std::string(error.what()) + "; see: softtoken-cli --help");
+  }
+  Session session(options);
+  for (std::size_t i = 0; i < commands.size(); ++i) {
+    if (parsers[i]->parsed()) commands[i]->run(session);
+  }
+  std::cout.flush();
+  if (!std::cout) return fail(exit_failed, "Standard output cannot be written");
+  return exit_ok;
+}
+
+}  // namespace
+}  // namespace talvane
+
+int main(int argc, char** argv) {
+  try {
+    return talvane::run(argc, argv);
+  } catch (const talvane::Failure& failure) {
+    return talvane::fail(failure.code(), failure.what());
+  } catch (const std::exception& error) {
+    return talvane::fail(talvane::exit_failed, std::string("Unexpected error: ") + error.what());
+  }
+}

@@ -1,0 +1,150 @@
+#include <fmt/core.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <iostream>
+#include <string>
+
+#include "cli/command.h"
+#include "cli/failure.h"
+#include "cli/first_token.h"
+#include "cli/live_table.h"
+#include "cli/terminal.h"
+
+namespace talvane {
+namespace {
+
+volatile std::sig_atomic_t stopped = 0;
+
+void stop(int) {
+  stopped = 1;
+}
+
+// The alternate screen without a cursor, and the signals that would leave it behind.
+class LiveScreen {
+ public:
+  LiveScreen() {
+    struct sigaction action {};
+    action.sa_handler = stop;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
+    write("\x1b[?1049h\x1b[?25l");
+  }
+  ~LiveScreen() { write("\x1b[?25h\x1b[?1049l"); }
+  LiveScreen(const LiveScreen&) = delete;
+  LiveScreen& operator=(const LiveScreen&) = delete;
+
+  /// Draws over what was there, so that nothing flickers.
+  static void show(const std::string& text) {
+    std::string screen = "\x1b[H";
+    for (const char c : text) {
+      if (c == '\n') screen += "\x1b[K";
+      screen += c;
+    }
+    write(screen + "\x1b[J");
+  }
+
+  static winsize size() {
+    winsize size{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) size = {24, 80, 0, 0};
+    return size;
+  }
+
+ private:
+  static void write(std::string_view text) { std::cout << text << std::flush; }
+};
+
+int millisecondsToNextSecond() {
+  using namespace std::chrono;
+  const auto now = system_clock::now();
+  return static_cast<int>(
+             duration_cast<milliseconds>(floor<seconds>(now) + seconds(1) - now).count()) +
+         1;
+}
+
+class WatchCommand final : public Command {
+ public:
+  CLI::App* addTo(CLI::App& line) override {
+    return line.add_subcommand(
+        "watch", "Show all passcodes live; q quits. One plain table when not on a terminal");
+  }
+
+  void run(Session& session) override {
+    Session::Tokens tokens = session.readTokens();
+    const bool on_terminal = isatty(STDOUT_FILENO) == 1 && isatty(STDIN_FILENO) == 1;
+    if (tokens.list.empty()) {
+      std::cerr << (tokens.problem.empty() ? firstTokenHelp(session.settings())
+                                           : tokens.problem + '\n');
+      return;
+    }
+    if (on_terminal) {
+      watch(session, tokens);
+    } else {
+      std::cout << plainTable(tokens, session.now());
+    }
+    if (!tokens.problem.empty()) fmt::print(stderr, "softtoken-cli: {}\n", tokens.problem);
+  }
+
+ private:
+  static void watch(Session& session, Session::Tokens& tokens) {
+    const KeyInput keys;
+    const LiveScreen screen;
+    const ColourDepth depth = colourDepth();
+    std::string trouble;
+    std::int64_t read_in_step = session.now() / 30;
+    while (stopped == 0) {
+      const std::int64_t now = session.now();
+      // What another program changed is seen with the next step.
+      if (now / 30 != read_in_step) {
+        reread(session, tokens, trouble);
+        read_in_step = now / 30;
+      }
+      const winsize size = LiveScreen::size();
+      std::string text = "\n  Talvane Soft Token\n\n" +
+                         colouredTable(tokens, now, size.ws_col, depth) + "\n  q quits\n";
+      if (!trouble.empty()) text += "  " + printable(trouble) + '\n';
+      LiveScreen::show(fitted(text, size.ws_row));
+      if (quitPressed()) return;
+    }
+  }
+
+  static void reread(Session& session, Session::Tokens& tokens, std::string& trouble) {
+    try {
+      tokens = session.readTokens();
+      trouble = tokens.problem;
+    } catch (const Failure& failure) {
+      trouble = failure.what();
+    }
+  }
+
+  // No more lines than the screen has: the top ones, and how many more there are.
+  static std::string fitted(const std::string& text, std::size_t rows) {
+    std::size_t end = 0;
+    for (std::size_t line = 0; line + 1 < rows; ++line) {
+      const std::size_t next = text.find('\n', end);
+      if (next == std::string::npos) return text;
+      end = next + 1;
+    }
+    return end == text.size() ? text.substr(0, end - 1)
+                              : text.substr(0, end) + "  … a taller window shows the rest";
+  }
+
+  // Waits for the next second or a key.
+  static bool quitPressed() {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (poll(&input, 1, millisecondsToNextSecond()) <= 0) return false;
+    char key = 0;
+    const ssize_t count = read(STDIN_FILENO, &key, 1);
+    return count == 0 || (count == 1 && (key == 'q' || key == 'Q'));
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeWatchCommand() {
+  return std::make_unique<WatchCommand>();
+}
+
+}  // namespace talvane
