@@ -13,8 +13,6 @@
 
 #include "cli/failure.h"
 
-extern char** environ;
-
 namespace talvane {
 namespace {
 

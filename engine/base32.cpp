@@ -9,20 +9,57 @@ namespace {
 constexpr std::size_t group_bytes = 5;
 constexpr std::size_t group_characters = 8;
 
-std::string_view upToNul(std::string_view text) {
-  return text.substr(0, text.find('\0'));
+// The value of a character that stands for none.
+constexpr std::uint8_t unknown = 0xFF;
+
+constexpr std::uint8_t valueOf(unsigned code) {
+  if (code >= 'a' && code <= 'z') return static_cast<std::uint8_t>(code - 'a');
+  if (code >= 'A' && code <= 'Z') return static_cast<std::uint8_t>(code - 'A');
+  if (code < '0' || code > '9') return unknown;
+  switch (code) {
+    case '0':
+      return 'O' - 'A';
+    case '1':
+      return 'I' - 'A';
+    case '8':
+      return 'B' - 'A';
+    default:
+      return static_cast<std::uint8_t>(code - 24);
+  }
 }
 
-constexpr std::uint8_t low8(unsigned value) {
-  return static_cast<std::uint8_t>(value & 0xFFU);
+constexpr auto values = [] {
+  std::array<std::uint8_t, 256> table{};
+  for (unsigned code = 0; code < table.size(); ++code) table[code] = valueOf(code);
+  return table;
+}();
+
+// All 40 bits of a group at once. The sixth bit that the value of "9" has falls on the lowest bit
+// of the character before, or above the group, just as it does byte by byte. nullopt: an unknown
+// character.
+std::optional<std::uint64_t> decodedGroup(std::string_view group) {
+  std::uint64_t bits = 0;
+  unsigned all = 0;
+  for (const char character : group) {
+    const unsigned value = values[static_cast<unsigned char>(character)];
+    all |= value;
+    bits = bits << 5 | value;
+  }
+  if (all >= 64) return std::nullopt;
+  return bits;
 }
 
-std::array<std::uint8_t, group_bytes> decodeGroup(std::string_view group, std::uint8_t& error) {
-  std::array<unsigned, group_characters> c{};
-  for (std::size_t i = 0; i < group_characters; ++i) c[i] = base32_char_value(group[i], error);
-  return {low8(c[0] << 3 | c[1] >> 2), low8(c[1] << 6 | c[2] << 1 | c[3] >> 4),
-          low8(c[3] << 4 | c[4] >> 1), low8(c[4] << 7 | c[5] << 2 | c[6] >> 3),
-          low8(c[6] << 5 | c[7])};
+std::optional<std::size_t> decode(std::string_view text, std::span<std::uint8_t> bytes) {
+  if (text.size() % group_characters != 0) return std::nullopt;
+  std::size_t written = 0;
+  for (std::size_t start = 0; start < text.size(); start += group_characters) {
+    const auto bits = decodedGroup(text.substr(start, group_characters));
+    if (!bits) return std::nullopt;
+    for (int shift = 32; shift >= 0 && written < bytes.size(); shift -= 8) {
+      bytes[written++] = static_cast<std::uint8_t>(*bits >> shift);
+    }
+  }
+  return text.size() / group_characters * group_bytes;
 }
 
 }  // namespace
@@ -44,43 +81,25 @@ std::string base32_encode(std::span<const std::uint8_t> bytes) {
 }
 
 std::optional<std::size_t> base32_decode(std::string_view text, std::span<std::uint8_t> bytes) {
-  text = upToNul(text);
-  if (text.size() % group_characters != 0) return std::nullopt;
-  std::size_t written = 0;
-  for (std::size_t start = 0; start < text.size(); start += group_characters) {
-    std::uint8_t error = 0;
-    for (const std::uint8_t byte : decodeGroup(text.substr(start, group_characters), error)) {
-      if (written < bytes.size()) bytes[written++] = byte;
-    }
-    if (error != 0) return std::nullopt;
-  }
-  return text.size() / group_characters * group_bytes;
+  const auto size = decode(text, bytes);
+  // Only what cannot be decoded whole may have an end before its end.
+  const std::size_t end = size ? std::string_view::npos : text.find('\0');
+  return end == std::string_view::npos ? size : decode(text.substr(0, end), bytes);
 }
 
 std::optional<std::vector<std::uint8_t>> base32_decode(std::string_view text) {
-  std::vector<std::uint8_t> bytes(upToNul(text).size() / group_characters * group_bytes);
-  if (!base32_decode(text, bytes)) return std::nullopt;
+  std::vector<std::uint8_t> bytes(text.size() / group_characters * group_bytes);
+  const auto size = base32_decode(text, bytes);
+  if (!size) return std::nullopt;
+  bytes.resize(*size);
   return bytes;
 }
 
 std::uint8_t base32_char_value(char character, std::uint8_t& error) {
-  const auto code = static_cast<unsigned char>(character);
-  if (code >= 'a' && code <= 'z') return static_cast<std::uint8_t>(code - 'a');
-  if (code >= 'A' && code <= 'Z') return static_cast<std::uint8_t>(code - 'A');
-  if (code < '0' || code > '9') {
-    error |= 1U;
-    return 0;
-  }
-  switch (code) {
-    case '0':
-      return 'O' - 'A';
-    case '1':
-      return 'I' - 'A';
-    case '8':
-      return 'B' - 'A';
-    default:
-      return static_cast<std::uint8_t>(code - 24);
-  }
+  const std::uint8_t value = values[static_cast<unsigned char>(character)];
+  if (value != unknown) return value;
+  error |= 1U;
+  return 0;
 }
 
 }  // namespace talvane

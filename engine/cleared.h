@@ -20,7 +20,10 @@ class Cleared {
       Cleared(U&& value)
       : value_(std::forward<U>(value)) {}  // NOLINT(google-explicit-constructor)
   Cleared(const Cleared&) = default;
-  Cleared(Cleared&& other) : value_(other.value_) { other.clear(); }
+  Cleared(Cleared&& other) noexcept {
+    value_.swap(other.value_);
+    other.clear();
+  }
   Cleared& operator=(const Cleared& other) {
     if (this != &other) {
       clear();
@@ -28,10 +31,10 @@ class Cleared {
     }
     return *this;
   }
-  Cleared& operator=(Cleared&& other) {
+  Cleared& operator=(Cleared&& other) noexcept {
     if (this != &other) {
       clear();
-      value_ = other.value_;
+      value_.swap(other.value_);
       other.clear();
     }
     return *this;
@@ -46,7 +49,9 @@ class Cleared {
   /// size first.
   [[nodiscard]] T& mutableValue() { return value_; }
 
-  void clear() {
+  /// Clears all of the memory, also what an earlier, longer value left behind.
+  void clear() noexcept {
+    value_.resize(value_.capacity());
     clearMemory(value_.data(), value_.size() * sizeof(typename T::value_type));
     value_.clear();
   }

@@ -13,7 +13,8 @@ std::uint8_t scrambleByte(std::string_view passcode) {
   for (std::size_t i = 0; i < 6; ++i) {
     const char character = i < passcode.size() ? passcode[i] : '\0';
     // Signed characters, arithmetic modulo 2^32.
-    const auto c = static_cast<std::uint32_t>(static_cast<signed char>(character));
+    const std::int32_t signed_character = static_cast<signed char>(character);
+    const auto c = static_cast<std::uint32_t>(signed_character);
     k = (c - 47) * (k + c - 48);
   }
   return static_cast<std::uint8_t>(k);

@@ -13,15 +13,14 @@ constexpr std::size_t key_size = 10;
 
 std::optional<std::string> vane::GeneratePasscode(std::string_view seed, std::int64_t counter) {
   log("  vane: gp: begin: \"{}\" {}", seed, counter);
-  if (!isAscii(seed)) {
-    log("  vane: gp: convert to C string failed");
-    return std::nullopt;
-  }
   std::array<std::uint8_t, key_size> key{};
-  const bool decoded = base32_decode(seed, key).has_value();
-  if (!decoded) {
-    log("  vane: gp: base32decode failed");
+  if (!base32_decode(seed, key)) {
     clearMemory(key.data(), key.size());
+    if (isAscii(seed)) {
+      log("  vane: gp: base32decode failed");
+    } else {
+      log("  vane: gp: convert to C string failed");
+    }
     return std::nullopt;
   }
   std::string passcode = HOTP_getPasscode(key, static_cast<std::uint64_t>(counter));

@@ -3,6 +3,7 @@
 
 #include "engine/base32.h"
 #include "engine/packed_pair.h"
+#include "engine/padded_seed.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 
@@ -16,6 +17,16 @@ std::uint32_t number(std::string_view digits) {
 }
 
 }  // namespace
+
+Cleared<std::string> paddedSeed(std::string_view seed) {
+  constexpr std::string_view padding = "AAA";
+  Cleared<std::string> padded;
+  std::string& text = padded.mutableValue();
+  text.reserve(seed.size() + padding.size());  // no growing: it would leave a piece behind
+  text = seed;
+  if (utf16Length(seed) == 13) text += padding;
+  return padded;
+}
 
 std::string packedPair(std::uint32_t first, std::uint32_t second) {
   const std::array<std::uint8_t, 5> bytes = {
@@ -33,8 +44,7 @@ std::optional<std::string> vane::GenerateSeedHash(std::string_view seed, std::in
     log("  vane::GenerateSeedHash: length failed");
     return std::nullopt;
   }
-  Cleared<std::string> full(seed);
-  if (length == 13) full.mutableValue() += "AAA";
+  const Cleared<std::string> full = paddedSeed(seed);
   const auto first = GeneratePasscode(full.get(), c1);
   if (!first) {
     log("  vane::GenerateSeedHash: error 1");
@@ -85,7 +95,7 @@ std::optional<Cleared<std::string>> vane::ExpandSeed(const SoftTokenInfo& token,
     log("  vane:     ExpandSeed: length wrong");
     return std::nullopt;
   }
-  const Cleared<std::string> padded(std::string(root) + "AAA");
+  const Cleared<std::string> padded = paddedSeed(root);
   if (!isAscii(padded.get())) {
     log("  vane:     ExpandSeed: convert to C string failed");
     return std::nullopt;

@@ -4,6 +4,7 @@
 
 #include "engine/base32.h"
 #include "engine/packed_pair.h"
+#include "engine/padded_seed.h"
 #include "engine/text.h"
 #include "engine/url.h"
 #include "engine/vane.h"
@@ -54,14 +55,13 @@ TokenAttributes tokenAttributes(const std::optional<std::string>& query) {
 std::optional<std::string> vane::NewToken(const SoftTokenInfo& token,
                                           std::optional<std::string>* response, std::int32_t* index,
                                           bool dummy) {
-  Cleared<std::string> test_seed;
-  if (token.seed32) test_seed = *token.seed32;
-  const std::size_t length = utf16Length(test_seed.get());
+  const std::string_view seed = token.seed32 ? std::string_view(token.seed32->get()) : "";
+  const std::size_t length = utf16Length(seed);
   if (length != 13 && length != 16) {
     log("  vane: NewToken: invalid seed length ({})", length);
     return invalid_length;
   }
-  if (length == 13) test_seed.mutableValue() += "AAA";
+  const Cleared<std::string> test_seed = paddedSeed(seed);
   log("  vane: NewToken: temporary seed: {}", test_seed.get());
   if (!isAscii(test_seed.get())) {
     log("  vane: NewToken: convert to C string failed");

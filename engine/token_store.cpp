@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "engine/base32.h"
+#include "engine/padded_seed.h"
 #include "engine/sealed_seed.h"
 #include "engine/text.h"
 #include "engine/vane.h"
@@ -76,11 +77,9 @@ bool vane::readRecord(const Record& record, SoftTokenInfo* token) {
   log("  vane::ReadToken: AS3: {}", printableBytes(unsealed.seed.get()));
 
   const std::string& seed = unsealed.seed;
-  Cleared<std::string> full(seed);
   const bool is_root = sealed->size() == short_record;
-  if (is_root) full.mutableValue() += "AAA";
   // A NUL would end the text early for the decoder.
-  if (seed.find('\0') != std::string::npos || !base32_decode(full.get())) {
+  if (seed.find('\0') != std::string::npos || !base32_decode(paddedSeed(seed).get())) {
     log("  vane::ReadToken: base32 decode failed");
     return false;
   }
