@@ -17,7 +17,7 @@ Table mapTable(std::span<const std::uint8_t> key, std::size_t n) {
 }
 
 constexpr std::uint8_t bit(std::uint8_t byte, unsigned index) {
-  return static_cast<std::uint8_t>(byte >> index & 1U);
+  return static_cast<std::uint8_t>(unsigned{byte} >> index & 1U);
 }
 
 }  // namespace

@@ -40,7 +40,8 @@ std::optional<std::string> vane::GenerateSeedHash(std::string_view seed, std::in
                                                   std::int32_t c2) {
   log("  vane::GenerateSeedHash: begin: seed={} c1={} c2={}", seed, c1, c2);
   const std::size_t length = utf16Length(seed);
-  if (length != 13 && length != 16) {
+  // A NUL would end the text early for the decoder.
+  if ((length != 13 && length != 16) || seed.find('\0') != std::string_view::npos) {
     log("  vane::GenerateSeedHash: length failed");
     return std::nullopt;
   }

@@ -34,8 +34,9 @@ class SoftTokenInfo {
   /// The part between the first "|" and the second, or all of it without a "|".
   [[nodiscard]] std::optional<std::string> currentDescription() const;
 
-  /// Gives the token a new name beside the one it was created with. Every "|" is dropped, percent
-  /// escapes are undone, each "+" becomes a blank; a name of bars alone changes nothing.
+  /// Gives the token a new name beside the one it was created with. Every "|" is dropped, then
+  /// percent escapes are undone (a "%7C" does become a "|"), then each "+" becomes a blank; a name
+  /// of bars alone changes nothing.
   void updateDescription(std::string_view name);
 
   /// Whole periods from the Unix epoch to `time` (seconds); 0 when the period is not positive.

@@ -178,8 +178,7 @@ vane::Saved vane::saveToken(std::int32_t index, const SoftTokenInfo& token) {
   const std::string name = recordName(static_cast<std::uint32_t>(index));
   log("  vane::WriteToken: key: {}", name);
   const auto key = currentKey();
-  const auto hash =
-      token.seed32 ? seedHash(token.seed32->get(), key) : std::optional<std::string>();
+  const auto hash = seedHash(token.seed32 ? std::string_view(token.seed32->get()) : nil_text, key);
   if (!hash) {
     log("  vane::WriteToken:   GenerateSeedHash failed");
     return Saved::no_hash;
@@ -235,8 +234,10 @@ void vane::DeleteTokens(std::span<const std::uint8_t, max_tokens> selected) {
       std::unique_ptr<SoftTokenInfo> token;
       if (!ReadToken(static_cast<std::uint32_t>(j), &token)) continue;
       logWriteBegin(j - 1, *token);
-      // The old slot is given up only for a token that stands in the new one.
-      if (saveToken(j - 1, *token) == Saved::yes) DeleteToken(static_cast<std::uint32_t>(j));
+      // The old slot is given up only for a token that stands in the new one; nor may the next
+      // token be written over one that stayed.
+      if (saveToken(j - 1, *token) != Saved::yes) return;
+      DeleteToken(static_cast<std::uint32_t>(j));
     }
     log("question: trash: shifting done");
   }

@@ -94,8 +94,8 @@ class vane {
   /// (`*index` is then 32), or the seed has no hash.
   static bool WriteToken(std::int32_t* index, const SoftTokenInfo& token);
   static void DeleteToken(std::uint32_t index);
-  /// Deletes the tokens at the positions whose flag is set and moves the later ones down. A token
-  /// that cannot be written to its new slot stays in its old one.
+  /// Deletes the tokens at the positions whose flag is set and moves the later ones down. Ends
+  /// early, with the rest where it was, when a token cannot be written to its new slot.
   static void DeleteTokens(std::span<const std::uint8_t, max_tokens> selected);
 
   // Token creation.

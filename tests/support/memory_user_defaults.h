@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+
+#include "platform/user_defaults.h"
+
+namespace talvane::test {
+
+/// User defaults in memory.
+class MemoryUserDefaults final : public UserDefaults {
+ public:
+  std::map<std::string, std::string> values;
+  bool readable = true;
+  bool writable = true;
+  std::size_t stored = 0;
+
+  Found string(const std::string& key, std::string* value) override {
+    if (!readable) return Found::unreadable;
+    const auto found = values.find(key);
+    if (found == values.end()) return Found::no;
+    *value = found->second;
+    return Found::yes;
+  }
+
+  bool setString(const std::string& key, const std::string& value) override {
+    if (!readable || !writable) return false;
+    ++stored;
+    values[key] = value;
+    return true;
+  }
+};
+
+}  // namespace talvane::test
