@@ -1,0 +1,112 @@
+#include "platform/device_identifiers.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <DiskArbitration/DiskArbitration.h>
+#include <IOKit/IOKitLib.h>
+#include <membership.h>
+#include <pwd.h>
+#include <unistd.h>
+#include <uuid/uuid.h>
+
+#include <cstdint>
+#include <string>
+
+#include "engine/text.h"
+#include "platform/macos/core_foundation.h"
+
+// kIOMasterPortDefault has its newer name on newer systems only.
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+namespace talvane {
+namespace {
+
+using macos::Owned;
+
+class RegistryEntry {
+ public:
+  explicit RegistryEntry(const char* path)
+      : entry_(IORegistryEntryFromPath(kIOMasterPortDefault, path)) {}
+  ~RegistryEntry() {
+    if (entry_ != IO_OBJECT_NULL) {
+      IOObjectRelease(entry_);
+    }
+  }
+  RegistryEntry(const RegistryEntry&) = delete;
+  RegistryEntry& operator=(const RegistryEntry&) = delete;
+
+  /// Empty: no such entry, no such property, or not a text.
+  [[nodiscard]] std::string textProperty(CFStringRef key) const {
+    if (entry_ == IO_OBJECT_NULL) {
+      return {};
+    }
+    const Owned<CFTypeRef> value(
+        IORegistryEntryCreateCFProperty(entry_, key, kCFAllocatorDefault, 0));
+    return macos::text(macos::asString(value.get()));
+  }
+
+ private:
+  io_registry_entry_t entry_;
+};
+
+// Nothing is remembered: another disk or another user shows at the next call.
+class MacDeviceIdentifiers final : public DeviceIdentifiers {
+ public:
+  std::string serialNumber() override {
+    return RegistryEntry("IOService:/").textProperty(CFSTR("IOPlatformSerialNumber"));
+  }
+
+  std::string volumeUuid() override {
+    const Owned<DASessionRef> session(DASessionCreate(kCFAllocatorDefault));
+    if (!session) {
+      return {};
+    }
+    // Always this partition, wherever the system is: existing tokens are bound to it.
+    const Owned<DADiskRef> disk(
+        DADiskCreateFromBSDName(kCFAllocatorDefault, session.get(), "/dev/disk0s2"));
+    if (!disk) {
+      return {};
+    }
+    const Owned<CFDictionaryRef> description(DADiskCopyDescription(disk.get()));
+    if (!description) {
+      return {};
+    }
+    const auto* uuid = CFDictionaryGetValue(description.get(), kDADiskDescriptionVolumeUUIDKey);
+    if (uuid == nullptr || CFGetTypeID(uuid) != CFUUIDGetTypeID()) {
+      return {};
+    }
+    const Owned<CFStringRef> result(
+        CFUUIDCreateString(kCFAllocatorDefault, static_cast<CFUUIDRef>(uuid)));
+    return macos::text(result.get());
+  }
+
+  std::string user() override {
+    const std::string name = loginName();
+    std::string result = name + upperCase(name);
+    if (getpwnam(name.c_str()) == nullptr) {
+      return result;
+    }
+    const uid_t user_id = getuid();
+    // Written with a sign: "nobody" is -2.
+    result += std::to_string(static_cast<std::int32_t>(user_id));
+    uuid_t uuid;
+    if (mbr_uid_to_uuid(user_id, uuid) == 0) {
+      uuid_string_t uuid_text;
+      uuid_unparse(uuid, uuid_text);
+      result += uuid_text;
+    }
+    return result;
+  }
+
+  std::string loginName() override {
+    const passwd* entry = getpwuid(getuid());
+    return entry != nullptr && entry->pw_name != nullptr ? entry->pw_name : "";
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<DeviceIdentifiers> systemDeviceIdentifiers() {
+  return std::make_unique<MacDeviceIdentifiers>();
+}
+
+}  // namespace talvane

@@ -1,0 +1,23 @@
+#include "platform/keychains.h"
+#include "platform/macos/keychain_macos.h"
+
+namespace talvane {
+namespace {
+
+constexpr const char* keychain = "keychain";
+
+}  // namespace
+
+std::vector<std::string> keychainKinds() {
+  return {keychain};
+}
+
+std::unique_ptr<KeychainService> makeKeychain(const std::string& /*kind*/) {
+  return makeSystemKeychain();
+}
+
+std::string keychainKindForNewUser() {
+  return keychain;
+}
+
+}  // namespace talvane
