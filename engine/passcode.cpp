@@ -13,14 +13,16 @@ constexpr std::size_t key_size = 10;
 
 std::optional<std::string> vane::GeneratePasscode(std::string_view seed, std::int64_t counter) {
   log("  vane: gp: begin: \"{}\" {}", seed, counter);
-  if (!isAscii(seed)) {
+  std::array<std::uint8_t, key_size> key{};
+  const auto decoded = base32_decode(seed, key);
+  // What decodes to its end is ASCII; a text that a NUL ends early need not be.
+  const bool whole = decoded && *decoded * 8 == seed.size() * 5;
+  if (!whole && !isAscii(seed)) {
     log("  vane: gp: convert to C string failed");
     return std::nullopt;
   }
-  std::array<std::uint8_t, key_size> key{};
-  if (!base32_decode(seed, key)) {
+  if (!decoded) {
     log("  vane: gp: base32decode failed");
-    clearMemory(key.data(), key.size());
     return std::nullopt;
   }
   std::string passcode = HOTP_getPasscode(key, static_cast<std::uint64_t>(counter));

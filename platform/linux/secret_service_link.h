@@ -1,0 +1,55 @@
+#pragma once
+
+// The way to the daemon: a connection to the session bus of our own, the unique name of the process
+// that owns the service's name, and a session in which secrets travel encrypted. Requests go to the
+// unique name: a daemon that took another's place never gets what was meant for that one.
+
+#include <memory>
+#include <string>
+
+#include "platform/linux/secret_service_handles.h"
+#include "platform/linux/secret_service_round.h"
+#include "platform/linux/secret_service_status.h"
+
+namespace talvane::secret_service {
+
+/// One method call; `parameters` may be floating.
+struct Request {
+  const char* path;
+  const char* interface;
+  const char* method;
+  GVariant* parameters;
+  const char* reply_type;
+};
+
+class Link {
+ public:
+  /// Finds the daemon, connecting and having the bus start it as needed. What was known of another
+  /// daemon is forgotten. First thing in every round.
+  Outcome reach(Round& round);
+
+  /// Sends without waiting; receive() takes the answer once.
+  std::shared_ptr<Answer> send(Round& round, const Request& request);
+  static Outcome receive(Round& round, const Answer& answer, VariantHandle* reply);
+  Outcome call(Round& round, const Request& request, VariantHandle* reply);
+
+  /// Begins to open a session unless there is one; finishSession() waits for it.
+  std::shared_ptr<Answer> startSession(Round& round);
+  Outcome finishSession(Round& round, const std::shared_ptr<Answer>& answer);
+  /// The session, null before finishSession().
+  SecretService* session() { return session_.get(); }
+
+  /// Forgets connection, daemon and session.
+  void drop();
+
+ private:
+  Outcome connect(Round& round);
+  Outcome findOwner(Round& round);
+  std::shared_ptr<Answer> sendTo(Round& round, const char* name, const Request& request);
+
+  ObjectHandle<GDBusConnection> connection_;
+  std::string owner_;
+  ObjectHandle<SecretService> session_;
+};
+
+}  // namespace talvane::secret_service

@@ -1,0 +1,130 @@
+#include "platform/linux/secret_service_status.h"
+
+#include <string_view>
+#include <utility>
+
+namespace talvane::secret_service {
+namespace {
+
+using Retry = Outcome::Retry;
+
+struct Meaning {
+  std::string_view name;
+  KeychainStatus status;
+  Retry retry;
+};
+
+// Errors with a name on the bus.
+constexpr Meaning named_meanings[] = {
+    {"org.freedesktop.Secret.Error.IsLocked", KeychainStatus::interaction_not_allowed, Retry::no},
+    {"org.freedesktop.Secret.Error.NoSession", KeychainStatus::io_error, Retry::yes},
+    // A collection or item that was there a moment ago.
+    {"org.freedesktop.Secret.Error.NoSuchObject", KeychainStatus::io_error, Retry::yes},
+    {"org.freedesktop.DBus.Error.UnknownObject", KeychainStatus::io_error, Retry::yes},
+    {"org.freedesktop.DBus.Error.UnknownMethod", KeychainStatus::io_error, Retry::yes},
+    {"org.freedesktop.DBus.Error.UnknownInterface", KeychainStatus::io_error, Retry::yes},
+    {"org.freedesktop.DBus.Error.ServiceUnknown", KeychainStatus::not_available, Retry::yes},
+    {"org.freedesktop.DBus.Error.NameHasNoOwner", KeychainStatus::not_available, Retry::yes},
+    // The bus says this of a recipient that left without an answer.
+    {"org.freedesktop.DBus.Error.NoReply", KeychainStatus::io_error, Retry::unless_changing},
+    {"org.freedesktop.DBus.Error.Disconnected", KeychainStatus::not_available,
+     Retry::unless_changing},
+    {"org.freedesktop.DBus.Error.Timeout", KeychainStatus::not_responding, Retry::no},
+    {"org.freedesktop.DBus.Error.TimedOut", KeychainStatus::not_responding, Retry::no},
+};
+
+Meaning meaningOf(const GError& error) {
+  const Meaning other = {{}, KeychainStatus::io_error, Retry::no};
+  if (g_dbus_error_is_remote_error(&error) != FALSE || error.domain != G_IO_ERROR) {
+    gchar* remote = g_dbus_error_get_remote_error(&error);
+    const std::string name = remote != nullptr ? remote : "";
+    g_free(remote);
+    for (const Meaning& meaning : named_meanings) {
+      if (meaning.name == name) return meaning;
+    }
+    return other;
+  }
+  switch (error.code) {
+    case G_IO_ERROR_CANCELLED:
+    case G_IO_ERROR_TIMED_OUT:
+      return {{}, KeychainStatus::not_responding, Retry::no};
+    case G_IO_ERROR_CLOSED:
+    case G_IO_ERROR_BROKEN_PIPE:
+      return {{}, KeychainStatus::not_available, Retry::unless_changing};
+    default:
+      return other;
+  }
+}
+
+std::string wordsOf(const GError& error) {
+  ErrorHandle copy(g_error_copy(&error));
+  g_dbus_error_strip_remote_error(copy.get());
+  std::string words = copy->message != nullptr ? copy->message : "";
+  words.erase(words.find_last_not_of(". \t\r\n") + 1);
+  return words;
+}
+
+std::string inBrackets(const std::string& words) {
+  return words.empty() ? "" : " (" + words + ")";
+}
+
+}  // namespace
+
+Outcome outcomeOf(const GError& error) {
+  const Meaning meaning = meaningOf(error);
+  return {meaning.status, wordsOf(error), meaning.retry};
+}
+
+Outcome outcomeOfConnecting(const GError& error) {
+  Outcome outcome = outcomeOf(error);
+  if (outcome.status == KeychainStatus::io_error) outcome.status = KeychainStatus::not_available;
+  return outcome;
+}
+
+Outcome plainly(KeychainStatus status) {
+  return {status, {}, Retry::no};
+}
+
+Outcome failure(std::string words) {
+  return {KeychainStatus::io_error, std::move(words), Retry::no};
+}
+
+std::string messageOf(KeychainStatus status, const std::string& words) {
+  switch (status) {
+    case KeychainStatus::ok:
+      return "The keyring answered; there is nothing to do";
+    case KeychainStatus::item_not_found:
+      return "The keyring holds no such item; add the token again if it should be there";
+    case KeychainStatus::duplicate_item:
+      return "The keyring already holds such an item; remove that one first or keep it";
+    case KeychainStatus::interaction_not_allowed:
+      return "The keyring is locked; unlock it, for example with the desktop's password manager, "
+             "and try again";
+    case KeychainStatus::not_available:
+      return "There is no Secret Service on the session bus" + inBrackets(words) +
+             "; log in to the desktop, or start a keyring service such as gnome-keyring, and try "
+             "again";
+    case KeychainStatus::no_default_keychain:
+      return "The Secret Service has no default keyring to store into; create one with the "
+             "desktop's password manager and try again";
+    case KeychainStatus::cannot_decode:
+      return "The item in the keyring is damaged; restore it from a copy, or remove it and add the "
+             "token again";
+    case KeychainStatus::not_responding:
+      return "The keyring gave no answer within two seconds; wait a little and try again, and "
+             "restart the keyring service if that does not help";
+    case KeychainStatus::disk_full:
+      return "There is no room left to store the item; free some disk space and try again";
+    case KeychainStatus::write_permission:
+      return "The keyring can be read but not written; choose another default keyring and try "
+             "again";
+    case KeychainStatus::invalid_keychain:
+      return "The keyring is damaged; restore it from a copy and try again";
+    case KeychainStatus::io_error:
+      break;
+  }
+  return "The keyring reported a failure" + inBrackets(words) +
+         "; try again, and restart the keyring service if that does not help";
+}
+
+}  // namespace talvane::secret_service
