@@ -1,0 +1,129 @@
+# Completion of softtoken-cli(1) for bash. Needs nothing but bash.
+
+# Splits the text before the cursor as the shell does. Fills the caller's `words` with those that have
+# ended, and for the one at the cursor: `word` without its quotes, the open `quote`, and `kept`, the
+# part of `word` that readline leaves as it stands (it replaces what is behind the last word break).
+__softtoken_cli_split() {
+  local text=$1 begun='' kept_before='' character i
+  for ((i = 0; i < ${#text}; i++)); do
+    character=${text:i:1}
+    if [[ $quote == "'" || $quote == '"' ]] && [[ $character == "$quote" ]]; then
+      quote='' kept=$kept_before
+    elif [[ $quote == "'" ]]; then
+      word+=$character
+    elif [[ $character == \\ ]]; then
+      i=$((i + 1)) begun=1
+      [[ $quote && ${text:i:1} != [\"\\\$\`] ]] && word+=$character
+      word+=${text:i:1}
+    elif [[ $quote ]]; then
+      word+=$character
+    elif [[ $character == [[:blank:]] ]]; then
+      [[ $begun ]] && words+=("$word")
+      word='' kept='' begun=''
+    elif [[ $character == [\'\"] ]]; then
+      quote=$character kept_before=$kept kept=$word begun=1
+    else
+      word+=$character begun=1
+      [[ $COMP_WORDBREAKS == *"$character"* ]] && kept=$word
+    fi
+  done
+}
+
+# Offers those of its arguments that begin with `word`, quoted as the user quotes.
+__softtoken_cli_offer() {
+  local candidate rest
+  for candidate; do
+    [[ $candidate == "$word"* ]] || continue
+    rest=${candidate:${#kept}}
+    case $quote in
+      "'") rest=${rest//\'/\'\\\'\'} ;;
+      '"') rest=${rest//\\/\\\\} rest=${rest//\"/\\\"} rest=${rest//\$/\\\$} rest=${rest//\`/\\\`} ;;
+      *) [[ $rest ]] && printf -v rest %q "$rest" ;;
+    esac
+    # Readline takes a quote at the end for the closing one.
+    [[ $quote && $rest == *"$quote" ]] && rest+=$quote
+    COMPREPLY+=("$rest")
+  done
+}
+
+# Offers the names of the tokens; its arguments are the program and its options. Names with control
+# characters are left out: their slot numbers serve.
+__softtoken_cli_offer_tokens() {
+  local line rest name pattern='^ *"name": "(.*)",?$'
+  while IFS= read -r line; do
+    [[ $line =~ $pattern ]] || continue
+    rest=${BASH_REMATCH[1]} name=''
+    while [[ $rest == *\\* ]]; do
+      name+=${rest%%\\*} rest=${rest#*\\}
+      [[ $rest == [\"\\]* ]] || continue 2
+      name+=${rest:0:1} rest=${rest:1}
+    done
+    name+=$rest
+    [[ $name && ($only_arguments || $name != -*) ]] && __softtoken_cli_offer "$name"
+  done < <("$@" list --json 2>/dev/null </dev/null)
+}
+
+__softtoken_cli_offer_pictures() {
+  local file
+  compopt -o filenames 2>/dev/null
+  while IFS= read -r file; do
+    if [[ -d $file || $file == *.[pP][nN][gG] || $file == *.[jJ][pP][gG] ||
+      $file == *.[jJ][pP][eE][gG] ]]; then
+      COMPREPLY+=("${file:${#kept}}")
+    fi
+  done < <(compgen -f -- "$word")
+}
+
+__softtoken_cli_offer_options() {
+  case $command in
+    '') __softtoken_cli_offer --help --version --keychain --console-log ;;
+    list | settings | doctor) __softtoken_cli_offer --help --json ;;
+    code) __softtoken_cli_offer --help --next --copy --json ;;
+    add) __softtoken_cli_offer --help --period --replace ;;
+    import) __softtoken_cli_offer --help --replace ;;
+    delete) __softtoken_cli_offer --help --yes ;;
+    watch | rename) __softtoken_cli_offer --help ;;
+  esac
+}
+
+_softtoken_cli() {
+  local words=() word='' quote='' kept=''
+  __softtoken_cli_split "${COMP_LINE:0:COMP_POINT}"
+  local program=("${words[0]/#\~\//$HOME/}") command='' arguments=0 only_arguments='' option='' each
+  for each in "${words[@]:1}"; do
+    if [[ $option ]]; then
+      [[ $option == --keychain ]] && program+=("--keychain=$each")
+      option=''
+    elif [[ $only_arguments || $each != -?* ]]; then
+      if [[ $command ]]; then arguments=$((arguments + 1)); else command=$each; fi
+    else
+      case $each in
+        --) only_arguments=1 ;;
+        --keychain | --period) option=$each ;;
+        --keychain=*) program+=("$each") ;;
+      esac
+    fi
+  done
+
+  COMPREPLY=()
+  if [[ $option == --keychain ]]; then
+    __softtoken_cli_offer secret-service vault
+  elif [[ $option == --period ]]; then
+    __softtoken_cli_offer 30 60
+  elif [[ ! $only_arguments && $word == --keychain=* ]]; then
+    __softtoken_cli_offer --keychain=secret-service --keychain=vault
+  elif [[ ! $only_arguments && $word == --period=* ]]; then
+    __softtoken_cli_offer --period=30 --period=60
+  elif [[ ! $only_arguments && $word == -* ]]; then
+    __softtoken_cli_offer_options
+  else
+    case $command:$arguments in
+      :*) __softtoken_cli_offer list code watch add import rename delete settings doctor ;;
+      code:0 | rename:0 | delete:*) __softtoken_cli_offer_tokens "${program[@]}" ;;
+      import:0) __softtoken_cli_offer_pictures ;;
+      list:* | settings:* | doctor:*) __softtoken_cli_offer_options ;;
+    esac
+  fi
+}
+
+complete -F _softtoken_cli softtoken-cli

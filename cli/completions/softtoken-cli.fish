@@ -1,0 +1,91 @@
+# Completion of softtoken-cli(1) for fish. Needs nothing but fish.
+
+# Prints the command that has been typed and then its arguments so far, without options, a line each.
+function __softtoken_cli_arguments
+    set -l words (commandline -opc)
+    set -l value_follows 0
+    set -l only_arguments 0
+    for word in $words[2..-1]
+        if test $value_follows = 1
+            set value_follows 0
+        else if test $only_arguments = 0 -a "$word" = --
+            set only_arguments 1
+        else if test $only_arguments = 0 && contains -- "$word" --keychain --period
+            set value_follows 1
+        else if test $only_arguments = 1 || not string match -q -- '-?*' "$word"
+            string join ' ' -- (string split \n -- "$word")
+        end
+    end
+end
+
+function __softtoken_cli_needs_command
+    test (count (__softtoken_cli_arguments)) -eq 0
+end
+
+# Whether the command is one of those given.
+function __softtoken_cli_uses
+    set -l typed (__softtoken_cli_arguments)
+    test (count $typed) -ge 1 && contains -- "$typed[1]" $argv
+end
+
+# The same, and none of its arguments has been typed yet.
+function __softtoken_cli_starts
+    test (count (__softtoken_cli_arguments)) -eq 1 && __softtoken_cli_uses $argv
+end
+
+# The names of the tokens. Names with control characters are left out: their slot numbers serve.
+function __softtoken_cli_tokens
+    set -l words (commandline -opc)
+    set -l program $words[1]
+    set -l keychain
+    if set -l index (contains -i -- --keychain $words)
+        set keychain --keychain=$words[(math $index + 1)]
+    else
+        set keychain (string match -- '--keychain=*' $words)
+    end
+    set -l names ($program $keychain[1] list --json 2>/dev/null </dev/null |
+        string replace -rf '^ *"name": "(.+)",?$' '$1' |
+        string match -r '^(?:[^\\\\]|\\\\["\\\\])*$' |
+        string replace -ra '\\\\(["\\\\])' '$1')
+    # A name that begins with a hyphen goes behind "--".
+    contains -- -- $words || set names (string match -v -- '-*' $names)
+    string join \n -- $names
+end
+
+complete -c softtoken-cli -f
+complete -c softtoken-cli -s h -l help -d 'Show a help text and end'
+
+complete -c softtoken-cli -n __softtoken_cli_needs_command -l version -d 'Print the version and end'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -l keychain -x \
+    -a 'secret-service vault' -d 'Keychain for the first token'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -l console-log \
+    -d 'Write the log, which holds seeds, to standard error'
+
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a list -d 'List the tokens'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a code -d 'Print a token\'s passcode'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a watch -d 'Show all passcodes live'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a add -d 'Add a token by its seed'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a import \
+    -d 'Add a token from an otpauth URL or a QR code'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a rename -d 'Give a token another name'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a delete -d 'Delete tokens'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a settings \
+    -d 'List every setting and where it comes from'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a doctor \
+    -d 'Check keychain, device identifiers, settings, clock and file modes'
+
+complete -c softtoken-cli -n '__softtoken_cli_uses list code settings doctor' -l json \
+    -d 'Print JSON'
+complete -c softtoken-cli -n '__softtoken_cli_uses code' -l next \
+    -d 'The passcode that follows the present one'
+complete -c softtoken-cli -n '__softtoken_cli_uses code' -l copy \
+    -d 'Put it on the clipboard and print nothing'
+complete -c softtoken-cli -n '__softtoken_cli_uses add' -l period -x -a '30 60' \
+    -d 'Seconds that a passcode lasts'
+complete -c softtoken-cli -n '__softtoken_cli_uses add import' -l replace \
+    -d 'Replace the token created under the same name'
+complete -c softtoken-cli -n '__softtoken_cli_uses delete' -l yes -d 'Do not ask'
+
+complete -c softtoken-cli -n '__softtoken_cli_starts code rename' -a '(__softtoken_cli_tokens)'
+complete -c softtoken-cli -n '__softtoken_cli_uses delete' -a '(__softtoken_cli_tokens)'
+complete -c softtoken-cli -n '__softtoken_cli_starts import' -F
