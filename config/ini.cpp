@@ -129,6 +129,7 @@ std::vector<Ini::Entry> Ini::entries() const {
 
 std::string Ini::tidyEnrolURL() const {
   vane::log("INI: TidyEnrolURL: EnrolURL in:  {}", EnrolURL);
+  std::string url;
   if (EnrolURL.empty()) {
     vane::log("INI: TidyEnrolURL:  No INI EnrolURL, trying UserDefaults...");
     // A remembered address is noted for whoever reads the trace; only the settings file counts.
@@ -138,12 +139,12 @@ std::string Ini::tidyEnrolURL() const {
     } else {
       vane::log("INI: TidyEnrolURL:  not found");
     }
-    return {};
+  } else {
+    url = lowerCase(EnrolURL);
+    if (url.ends_with("taenrol")) url += '/';
+    if (!url.ends_with("/taenrol/")) url += url.ends_with('/') ? "taenrol/" : "/taenrol/";
+    url += fmt::format("enrol.exe?SoftTokenMode={}", iProtocolVersion);
   }
-  std::string url = lowerCase(EnrolURL);
-  if (url.ends_with("taenrol")) url += '/';
-  if (!url.ends_with("/taenrol/")) url += url.ends_with('/') ? "taenrol/" : "/taenrol/";
-  url += fmt::format("enrol.exe?SoftTokenMode={}", iProtocolVersion);
   vane::log("INI: TidyEnrolURL: EnrolURL out: {}", url);
   return url;
 }

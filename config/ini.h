@@ -86,7 +86,7 @@ class Ini {
   struct Entry {
     std::string_view key;
     std::string value;
-    bool from_file = false;  // false: the default
+    bool from_file = false;  // the file has a value for it, be it one that reads as the default
   };
   /// Every key that `read` knows, in the order it reads them.
   [[nodiscard]] std::vector<Entry> entries() const;

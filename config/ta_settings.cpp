@@ -1,16 +1,12 @@
 #include "config/ta_settings.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
 #include "engine/text.h"
 #include "platform/folders.h"
+#include "platform/regular_file.h"
 #include "platform/trace.h"
 
 namespace talvane {
@@ -19,27 +15,10 @@ namespace {
 constexpr std::uint16_t all_locations = 255;
 constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
-/// The whole file's text; otherwise the error's number. Only regular files are read: a pipe or a
-/// device in the file's place would hold up the start.
+// The file's text; otherwise the error's number.
 int readText(const std::string& path, std::string* text) {
-  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (descriptor < 0) return errno;
-  struct stat status {};
-  int error = fstat(descriptor, &status) != 0 ? errno : 0;
-  if (error == 0 && !S_ISREG(status.st_mode)) error = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-  std::array<char, 65536> buffer;
-  while (error == 0) {
-    const ssize_t count = ::read(descriptor, buffer.data(), buffer.size());
-    if (count == 0) break;
-    if (count > 0) {
-      text->append(buffer.data(), static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      error = errno;
-    }
-  }
-  close(descriptor);
-  if (error == 0 && !isUtf8(*text)) error = EILSEQ;
-  return error;
+  if (const int error = readRegularFile(path, text); error != 0) return error;
+  return isUtf8(*text) ? 0 : EILSEQ;
 }
 
 }  // namespace

@@ -1,13 +1,19 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
 namespace talvane {
 
 /// Overwrites `size` bytes at `data` with zeros; the compiler does not remove the write.
-void clearMemory(void* data, std::size_t size);
+inline void clearMemory(void* data, std::size_t size) {
+  if (size == 0) return;
+  std::memset(data, 0, size);
+  // The barrier makes the memory observable, so that the write cannot be dropped as dead.
+  asm volatile("" : : "r"(data) : "memory");
+}
 
 /// Owns a string or vector that holds a secret and clears its memory when it is destroyed,
 /// assigned to or moved from. Copies clear themselves. Reads like a `const T`.

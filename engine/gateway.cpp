@@ -18,6 +18,10 @@ std::uint32_t characterValue(char16_t c) {
 
 Gateway::~Gateway() = default;
 
+bool Gateway::inTrouble() {
+  return false;
+}
+
 void Gateway::beginReadingSlots() {}
 void Gateway::endReadingSlots() {}
 

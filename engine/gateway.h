@@ -31,6 +31,10 @@ class Gateway {
   /// Removes the record; true also when there was none.
   virtual bool KeyChainDelete(const std::string& name) = 0;
 
+  /// Whether the last of these three calls met a keychain that did not answer: neither done, nor
+  /// found to be missing. Removing says true even then.
+  virtual bool inTrouble();
+
   /// Brackets loads that belong to one reading of the store. Between the two the gateway may answer
   /// from one look at the keychain, taken after the begin. Calls pair up and do not nest.
   virtual void beginReadingSlots();

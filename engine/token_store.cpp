@@ -208,6 +208,10 @@ vane::Saved vane::saveToken(std::int32_t index, const SoftTokenInfo& token) {
   return saved ? Saved::yes : Saved::refused;
 }
 
+bool vane::inTrouble() {
+  return gateway_ != nullptr && gateway_->inTrouble();
+}
+
 void vane::DeleteToken(std::uint32_t index) {
   log("  vane::DeleteToken: index: {}", index);
   if (index >= static_cast<std::uint32_t>(max_tokens)) {
@@ -229,15 +233,21 @@ void vane::DeleteTokens(std::span<const std::uint8_t, max_tokens> selected) {
     }
     log(" vane::DeleteTokens: i:{} is selected", i);
     DeleteToken(static_cast<std::uint32_t>(ti));
+    // From here on the positions count on its being gone.
+    if (inTrouble()) return;
     log(" vane::DeleteTokens: shifting subsequent tokens down...");
     for (std::int32_t j = ti + 1; j < max_tokens; ++j) {
       std::unique_ptr<SoftTokenInfo> token;
-      if (!ReadToken(static_cast<std::uint32_t>(j), &token)) continue;
+      if (!ReadToken(static_cast<std::uint32_t>(j), &token)) {
+        if (inTrouble()) return;
+        continue;
+      }
       logWriteBegin(j - 1, *token);
       // The old slot is given up only for a token that stands in the new one; nor may the next
       // token be written over one that stayed.
       if (saveToken(j - 1, *token) != Saved::yes) return;
       DeleteToken(static_cast<std::uint32_t>(j));
+      if (inTrouble()) return;
     }
     log("question: trash: shifting done");
   }

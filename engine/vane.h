@@ -95,7 +95,8 @@ class vane {
   static bool WriteToken(std::int32_t* index, const SoftTokenInfo& token);
   static void DeleteToken(std::uint32_t index);
   /// Deletes the tokens at the positions whose flag is set and moves the later ones down. Ends
-  /// early, with the rest where it was, when a token cannot be written to its new slot.
+  /// early, with the rest where it was, when a token cannot be written to its new slot or the
+  /// keychain does not answer.
   static void DeleteTokens(std::span<const std::uint8_t, max_tokens> selected);
 
   // Token creation.
@@ -156,6 +157,7 @@ class vane {
   static std::uint32_t deviceId();
   static bool readRecord(const Record& record, SoftTokenInfo* token);
   static Saved saveToken(std::int32_t index, const SoftTokenInfo& token);
+  static bool inTrouble();
   static std::int32_t slotOfSameName(const SoftTokenInfo& token);
   static std::int32_t firstFreeSlot();
 

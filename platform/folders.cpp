@@ -2,9 +2,15 @@
 
 #include <sys/stat.h>
 
-#include <cerrno>
-
 namespace talvane {
+namespace {
+
+bool isFolder(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
 
 std::string withTildeExpanded(std::string_view path) {
   if (path != "~" && !path.starts_with("~/")) return std::string(path);
@@ -12,12 +18,12 @@ std::string withTildeExpanded(std::string_view path) {
 }
 
 bool makePrivateFolder(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) == 0) return S_ISDIR(status.st_mode);
+  if (isFolder(path)) return true;
   const std::size_t slash = path.find_last_of('/');
   if (slash == std::string::npos) return false;
   if (slash > 0 && !makePrivateFolder(path.substr(0, slash))) return false;
-  return mkdir(path.c_str(), S_IRWXU) == 0 || errno == EEXIST;
+  // Another program may have made it meanwhile.
+  return mkdir(path.c_str(), S_IRWXU) == 0 || isFolder(path);
 }
 
 }  // namespace talvane

@@ -15,7 +15,8 @@ namespace talvane {
 StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patience) {
   const std::string path = folder + "/store.lock";
   if (!makePrivateFolder(folder)) {
-    error_ = "Cannot create the folder " + folder + ": " + std::strerror(errno);
+    error_ =
+        "Cannot make the folder " + folder + "; see what is in its place and who may write there";
     return;
   }
   const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);

@@ -24,6 +24,7 @@ KeychainStatus TaKeyChain::finished(KeychainStatus status) {
 KeychainStatus TaKeyChain::storePassword(const std::string* password, const Record* dict) {
   _error = "ERR Unknown";
   const KeychainStatus found = keychain_.find(_service, account_, nullptr);
+  lookup_ = found;
   if (password == nullptr && dict == nullptr) {
     if (found != KeychainStatus::ok) return finished(KeychainStatus::ok);
     return finished(keychain_.remove(_service, account_));
@@ -40,6 +41,7 @@ KeychainStatus TaKeyChain::getPassword(std::string* password, Record* dict) {
   _error = "ERR Unknown";
   SecretBytes secret;
   const KeychainStatus found = keychain_.find(_service, account_, &secret);
+  lookup_ = found;
   if (found != KeychainStatus::ok) return finished(found);
   if (password != nullptr) {
     password->assign(secret->begin(), secret->end());

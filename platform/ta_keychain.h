@@ -32,6 +32,9 @@ class TaKeyChain {
   /// Unknown" before the first call.
   [[nodiscard]] const std::string& error() const { return _error; }
 
+  /// What the look-up came to that every call begins with: removing succeeds whatever it was.
+  [[nodiscard]] KeychainStatus lookup() const { return lookup_; }
+
  private:
   KeychainStatus finished(KeychainStatus status);
 
@@ -39,6 +42,7 @@ class TaKeyChain {
   std::string _service;
   std::string account_;
   std::string _error;
+  KeychainStatus lookup_ = KeychainStatus::ok;
 };
 
 }  // namespace talvane

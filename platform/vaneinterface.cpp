@@ -8,14 +8,26 @@
 #include "platform/trace.h"
 
 namespace talvane {
+namespace {
+
+// Found, or found to be missing: the keychain is well.
+bool isAnswer(KeychainStatus status) {
+  return status == KeychainStatus::ok || status == KeychainStatus::item_not_found;
+}
+
+}  // namespace
 
 vaneinterface::vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers)
     : keychain_(keychain), identifiers_(identifiers) {}
 
+vaneinterface::Outcome vaneinterface::failure(KeychainStatus status) {
+  return {status, fmt::format("ERR {} [{}]", keychain_.message(status), static_cast<int>(status))};
+}
+
 bool vaneinterface::KeyChainSave(const std::string& name, const Record& data) {
   if (const auto failed = failed_loads_.find(name); failed != failed_loads_.end()) {
-    last_save_ = {failed->second, fmt::format("ERR {} [{}]", keychain_.message(failed->second),
-                                              static_cast<int>(failed->second))};
+    in_trouble_ = true;
+    last_save_ = failure(failed->second);
     return false;
   }
   Record with_identifiers = data;
@@ -24,6 +36,7 @@ bool vaneinterface::KeyChainSave(const std::string& name, const Record& data) {
   with_identifiers["fpus"] = GetDeviceId_USER();
   TaKeyChain item(keychain_, name, identifiers_.loginName());
   const KeychainStatus status = item.storeDict(with_identifiers);
+  in_trouble_ = status != KeychainStatus::ok;
   last_save_ = {status, item.error()};
   return status == KeychainStatus::ok;
 }
@@ -32,10 +45,11 @@ bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
   TaKeyChain item(keychain_, name, identifiers_.loginName());
   const KeychainStatus status = item.getDict(data);
   last_load_ = {status, item.error()};
-  if (status == KeychainStatus::ok || status == KeychainStatus::item_not_found) {
-    failed_loads_.erase(name);
-  } else {
+  in_trouble_ = !isAnswer(status);
+  if (in_trouble_) {
     failed_loads_[name] = status;
+  } else {
+    failed_loads_.erase(name);
   }
   return status == KeychainStatus::ok;
 }
@@ -43,7 +57,8 @@ bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
 bool vaneinterface::KeyChainDelete(const std::string& name) {
   TaKeyChain item(keychain_, name, identifiers_.loginName());
   const KeychainStatus status = item.remove();
-  last_delete_ = {status, item.error()};
+  in_trouble_ = status != KeychainStatus::ok || !isAnswer(item.lookup());
+  last_delete_ = isAnswer(item.lookup()) ? Outcome{status, item.error()} : failure(item.lookup());
   return status == KeychainStatus::ok;
 }
 

@@ -29,6 +29,7 @@ class vaneinterface final : public Gateway {
   bool KeyChainSave(const std::string& name, const Record& data) override;
   bool KeyChainLoad(const std::string& name, Record* data) override;
   bool KeyChainDelete(const std::string& name) override;
+  bool inTrouble() override { return in_trouble_; }
   void beginReadingSlots() override;
   void endReadingSlots() override;
 
@@ -46,13 +47,17 @@ class vaneinterface final : public Gateway {
 
   [[nodiscard]] const Outcome& lastLoad() const { return last_load_; }
   [[nodiscard]] const Outcome& lastSave() const { return last_save_; }
+  /// Of a removal whose look-up failed, the failure, though the removal itself counts as done.
   [[nodiscard]] const Outcome& lastDelete() const { return last_delete_; }
 
  private:
+  Outcome failure(KeychainStatus status);
+
   KeychainService& keychain_;
   DeviceIdentifiers& identifiers_;
   bool console_ = true;
   std::map<std::string, KeychainStatus> failed_loads_;  // by record, while its last load failed
+  bool in_trouble_ = false;
   Outcome last_load_;
   Outcome last_save_;
   Outcome last_delete_;

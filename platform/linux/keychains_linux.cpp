@@ -1,5 +1,7 @@
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "platform/folders.h"
 #include "platform/keychains.h"
 #include "platform/linux/vault_keychain.h"
@@ -36,7 +38,8 @@ std::unique_ptr<KeychainService> makeKeychain(const std::string& kind) {
 }
 
 std::string keychainKindForNewUser() {
-  if (access((dataFolder() + "/vault.sqlite").c_str(), F_OK) == 0) return vault;
+  // A vault that cannot be looked for may be there: it will say what is wrong.
+  if (access((dataFolder() + "/vault.sqlite").c_str(), F_OK) == 0 || errno != ENOENT) return vault;
   const bool absent = makeSecretService()->describe().status == KeychainStatus::not_available;
   return absent ? vault : secret_service;
 }

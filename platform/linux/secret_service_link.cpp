@@ -86,7 +86,6 @@ Outcome Link::findOwner(Round& round) {
 }
 
 Outcome Link::reach(Round& round) {
-  if (connection_ != nullptr && g_dbus_connection_is_closed(connection_.get()) != FALSE) drop();
   if (connection_ == nullptr) {
     Outcome outcome = connect(round);
     if (!outcome.good()) return outcome;

@@ -4,12 +4,11 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 #include "engine/text.h"
 #include "platform/folders.h"
+#include "platform/regular_file.h"
 #include "platform/user_defaults.h"
 
 namespace talvane {
@@ -46,10 +45,9 @@ class KeyFileDefaults final : public UserDefaults {
 
   // A file that is not there is empty. One with a line that is none of ours cannot be trusted.
   static bool load(Values* values) {
-    std::ifstream stream(path(), std::ios::binary);
-    if (!stream) return access(path().c_str(), F_OK) != 0 && errno == ENOENT;
-    const std::string text{std::istreambuf_iterator<char>(stream), {}};
-    if (stream.bad() || !isUtf8(text)) return false;
+    std::string text;
+    if (const int error = readRegularFile(path(), &text); error != 0) return error == ENOENT;
+    if (!isUtf8(text)) return false;
     for (const std::string_view line : split(text, '\n')) {
       if (line.empty() || line.front() == '#' || line == group) continue;
       const std::size_t equals = line.find('=');

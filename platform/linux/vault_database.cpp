@@ -86,8 +86,6 @@ VaultOutcome VaultDatabase::open(const VaultPaths& paths, Access access, Deadlin
   sqlite3_db_config(handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
   sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, longest_value);
   if (opened->changing_) {
-    // SQLite opens what it may not write to for reading.
-    if (sqlite3_db_readonly(handle, nullptr) == 1) return {KeychainStatus::write_permission};
     code = sqlite3_exec(handle, "PRAGMA synchronous=FULL; PRAGMA secure_delete=ON", nullptr,
                         nullptr, nullptr);
     if (code != SQLITE_OK) return opened->outcomeOf(code);
@@ -170,8 +168,8 @@ VaultOutcome VaultDatabase::outcomeOf(int code) {
   if (!changing_ && fileExists(paths_.log) && ::access(paths_.folder.c_str(), W_OK) != 0) {
     return {KeychainStatus::io_error,
             paths_.database +
-                " was left in the middle of a change and its folder cannot be written "
-                "to; make the folder writable and try again"};
+                " was left in the middle of a change and its folder cannot be "
+                "written to; make the folder writable and try again"};
   }
   return {KeychainStatus::io_error, "The embedded vault " + paths_.database + " failed (" +
                                         sqlite3_errmsg(handle_) + "); try again"};

@@ -10,8 +10,6 @@
 #include <system_error>
 #include <thread>
 
-#include "platform/folders.h"
-
 namespace talvane {
 namespace {
 
@@ -157,11 +155,18 @@ VaultOutcome readFile(const std::string& path, const FileDescriptor& file, std::
 
 VaultOutcome createFolder(const std::string& folder) {
   if (fileExists(folder)) return {};
-  errno = 0;
-  if (!makePrivateFolder(folder)) return writingFailed(folder, errno != 0 ? errno : ENOTDIR);
-  for (std::size_t slash = folder.find_last_of('/'); slash != std::string::npos && slash > 0;
-       slash = folder.find_last_of('/', slash - 1)) {
-    syncFolder(folder.substr(0, slash));
+  const std::size_t slash = folder.find_last_of('/');
+  const std::string above = slash == std::string::npos ? "." : folder.substr(0, slash + 1);
+  if (slash != std::string::npos && slash > 0) {
+    VaultOutcome outcome = createFolder(folder.substr(0, slash));
+    if (!outcome.ok()) return outcome;
+  }
+  if (mkdir(folder.c_str(), S_IRWXU) == 0) {
+    // Whatever the umask took from it.
+    static_cast<void>(chmod(folder.c_str(), S_IRWXU));
+    syncFolder(above);
+  } else if (errno != EEXIST) {
+    return writingFailed(folder, errno);
   }
   return {};
 }

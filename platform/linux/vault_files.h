@@ -76,7 +76,7 @@ void makeFilePrivate(const std::string& path);
 VaultOutcome readFile(const std::string& path, const FileDescriptor& file, std::size_t limit,
                       SecretBytes* content);
 
-/// Creates the folder where it is missing, and makes that last through a power cut.
+/// Creates the folder and the missing ones above it, mode 0700, which last through a power cut.
 VaultOutcome createFolder(const std::string& folder);
 
 /// Creates the file with mode 0600 and the content, which is on the disk when this returns. A file

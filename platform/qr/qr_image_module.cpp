@@ -4,13 +4,13 @@
 #include <zbar.h>
 
 #include <cstdint>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <vector>
 
+#include "engine/text.h"
 #include "platform/qr_image.h"
+#include "platform/regular_file.h"
 
 namespace talvane {
 namespace {
@@ -75,6 +75,8 @@ std::vector<std::string> qrTexts(const GreyImage& grey) {
   zbar::ImageScanner scanner;
   scanner.set_config(zbar::ZBAR_NONE, zbar::ZBAR_CFG_ENABLE, 0);
   scanner.set_config(zbar::ZBAR_QRCODE, zbar::ZBAR_CFG_ENABLE, 1);
+  // As the bytes stand in the code: otherwise UTF-8 is guessed to be another encoding.
+  scanner.set_config(zbar::ZBAR_QRCODE, zbar::ZBAR_CFG_BINARY, 1);
   zbar::Image image(grey.width, grey.height, "Y800", grey.pixels.data(), grey.pixels.size());
   std::vector<std::string> texts;
   if (scanner.scan(image) < 0) return texts;
@@ -91,12 +93,12 @@ void read(const std::string& path, QrImage* result) {
     result->error = "There is no file " + path + "; give an otpauth:// URL or a picture";
     return;
   }
-  std::ifstream stream(path, std::ios::binary);
-  if (!S_ISREG(status.st_mode) || status.st_size > most_bytes || !stream) {
+  std::string bytes;
+  if (status.st_size > most_bytes || readRegularFile(path, &bytes) != 0) {
     result->error = path + " cannot be read as a picture; give a PNG or JPEG file";
     return;
   }
-  const std::vector<std::uint8_t> file{std::istreambuf_iterator<char>(stream), {}};
+  const std::vector<std::uint8_t> file(bytes.begin(), bytes.end());
   const auto grey = decode(file);
   if (!grey) {
     result->error = path + " is not a PNG or JPEG picture that can be read";
@@ -107,6 +109,8 @@ void read(const std::string& path, QrImage* result) {
     result->error = "No QR code was found in " + path + "; try a sharper or larger picture";
   } else if (texts.size() > 1) {
     result->error = path + " holds several QR codes; cut out the one you mean";
+  } else if (!isUtf8(texts.front())) {
+    result->error = "The QR code in " + path + " holds no text; take one that holds a URL";
   } else {
     result->text = texts.front();
   }

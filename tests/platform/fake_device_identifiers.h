@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+
+#include "platform/device_identifiers.h"
+
+namespace talvane::test {
+
+class FakeDeviceIdentifiers final : public DeviceIdentifiers {
+ public:
+  std::string serial = "0123456789abcdef";
+  std::string volume = "A0B1C2D3-0000-4000-8000-00000000FFFF";
+  std::string account = "ada";
+
+  std::string serialNumber() override { return serial; }
+  std::string volumeUuid() override { return volume; }
+  std::string user() override { return account + " and more"; }
+  std::string loginName() override { return account; }
+};
+
+}  // namespace talvane::test

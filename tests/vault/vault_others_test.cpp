@@ -1,0 +1,197 @@
+// The vault among other processes.
+
+#include <fcntl.h>
+
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "tests/vault/neighbour.h"
+
+namespace talvane::test {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+TEST(VaultOthers, ChangesOfAnotherProcessAreSeenAtOnce) {
+  const VaultFolder folder;
+  const auto keychain = folder.open();
+  for (const char* text : {"one", "two", "three"}) {
+    inChild([&] { EXPECT_EQ(store(*folder.open(), "token", text), Status::ok); });
+    EXPECT_EQ(secretIn(*keychain, "token"), text);
+  }
+  inChild([&] { EXPECT_EQ(folder.open()->remove("token", account), Status::ok); });
+  EXPECT_EQ(statusOf(*keychain, "token"), Status::item_not_found);
+}
+
+TEST(VaultOthers, ManyFirstStartsAgreeOnOneKey) {
+  for (int round = 0; round < 10; ++round) {
+    const VaultFolder folder;
+    int gate[2];
+    ASSERT_EQ(pipe(gate), 0);
+    std::vector<pid_t> children;
+    for (int i = 0; i < 6; ++i) {
+      const pid_t child = fork();
+      if (child == 0) {
+        close(gate[1]);
+        char end = 0;
+        static_cast<void>(!read(gate[0], &end, 1));  // returns when the gate is closed
+        const std::string name = std::to_string(i);
+        _exit(store(*folder.open(), "token " + name, "secret " + name) == Status::ok ? 0 : 1);
+      }
+      children.push_back(child);
+    }
+    close(gate[1]);
+    close(gate[0]);
+    for (const pid_t child : children) EXPECT_EQ(resultOf(child), 0);
+    const auto keychain = folder.open();
+    for (int i = 0; i < 6; ++i) {
+      EXPECT_EQ(secretIn(*keychain, "token " + std::to_string(i)), "secret " + std::to_string(i));
+    }
+    EXPECT_EQ(entriesIn(folder.path()), 2U);
+  }
+}
+
+TEST(VaultOthers, ReadersDoNotWaitForAnOpenChange) {
+  const VaultFolder folder;
+  folder.fill(1);
+  const Neighbour neighbour([&] {
+    static const auto keychain = folder.open();
+    ASSERT_EQ(keychain->beginChange(), Status::ok);
+    ASSERT_EQ(store(*keychain, "token 0", "newer"), Status::ok);
+  });
+  const auto start = steady_clock::now();
+  EXPECT_EQ(secretIn(*folder.open(), "token 0"), "secret 0");
+  EXPECT_EQ(statusOf(*folder.open(), "token 1"), Status::item_not_found);
+  EXPECT_LT(steady_clock::now() - start, milliseconds(500));
+}
+
+TEST(VaultOthers, AnotherProcessesOpenChangeIsNotWaitedForLong) {
+  const VaultFolder folder;
+  folder.fill(1);
+  const Neighbour neighbour([&] {
+    static const auto keychain = folder.open();
+    ASSERT_EQ(keychain->beginChange(), Status::ok);
+  });
+  const auto keychain = folder.open();
+  const auto start = steady_clock::now();
+  EXPECT_EQ(store(*keychain, "token 1", "x"), Status::not_responding);
+  const auto wait = steady_clock::now() - start;
+  EXPECT_GE(wait, milliseconds(1900));
+  EXPECT_LT(wait, milliseconds(2900));
+  EXPECT_EQ(secretIn(*keychain, "token 0"), "secret 0");
+}
+
+TEST(VaultOthers, AHeldDatabaseIsNotWaitedForLong) {
+  const VaultFolder folder;
+  folder.fill(1);
+  const Neighbour neighbour([&] {
+    // What SQLite locks while it moves a log into the database for good.
+    const int descriptor = open(folder.database().c_str(), O_RDWR);
+    struct flock range {};
+    range.l_type = F_WRLCK;
+    range.l_start = 0x40000000;
+    range.l_len = 512;
+    ASSERT_EQ(fcntl(descriptor, F_SETLK, &range), 0);
+  });
+  for (const bool reading : {true, false}) {
+    const auto start = steady_clock::now();
+    const auto keychain = folder.open();
+    EXPECT_EQ(reading ? statusOf(*keychain, "token 0") : store(*keychain, "token 1", "x"),
+              Status::not_responding);
+    const auto wait = steady_clock::now() - start;
+    EXPECT_GE(wait, milliseconds(1900));
+    EXPECT_LT(wait, milliseconds(2900));
+  }
+}
+
+TEST(VaultOthers, AShortLockIsWaitedFor) {
+  const VaultFolder folder;
+  folder.fill(1);
+  Neighbour neighbour([&] {
+    static const auto keychain = folder.open();
+    ASSERT_EQ(keychain->beginChange(), Status::ok);
+  });
+  std::thread release([&] {
+    std::this_thread::sleep_for(milliseconds(300));
+    neighbour.end();
+  });
+  EXPECT_EQ(store(*folder.open(), "token 1", "x"), Status::ok);
+  release.join();
+  EXPECT_EQ(secretIn(*folder.open(), "token 1"), "x");
+}
+
+// Closing any descriptor of a file drops the process's locks on it.
+TEST(VaultOthers, AnotherVaultOfTheSameProcessKeepsTheLocks) {
+  const VaultFolder folder;
+  folder.fill(1);
+  const auto first = folder.open();
+  ASSERT_EQ(first->beginChange(), Status::ok);
+  ASSERT_EQ(store(*first, "token 0", "newer"), Status::ok);
+  EXPECT_EQ(secretIn(*folder.open(), "token 0"), "secret 0");
+  inChild([&] {
+    const int descriptor = open(folder.database().c_str(), O_RDWR);
+    struct flock range {};
+    range.l_type = F_WRLCK;
+    range.l_start = 0x40000002;
+    range.l_len = 510;
+    EXPECT_EQ(fcntl(descriptor, F_GETLK, &range), 0);
+    EXPECT_EQ(range.l_type, F_RDLCK);
+  });
+  ASSERT_EQ(first->endChange(), Status::ok);
+  EXPECT_EQ(secretIn(*folder.open(), "token 0"), "newer");
+  EXPECT_EQ(entriesIn(folder.path()), 2U);
+}
+
+TEST(VaultOthers, WhatACrashLeftInTheLogIsRead) {
+  const VaultFolder folder;
+  fillWithLog(folder);
+  EXPECT_EQ(secretIn(*folder.open(), "token 1"), "in the log");
+  EXPECT_EQ(secretIn(*folder.open(), "token 0"), "secret 0");
+  ASSERT_EQ(store(*folder.open(), "token 2", "x"), Status::ok);
+  EXPECT_EQ(secretIn(*folder.open(), "token 1"), "in the log");
+  EXPECT_EQ(entriesIn(folder.path()), 2U);
+}
+
+// Two items that always change together, and processes that read and write them all the time.
+TEST(VaultOthers, ReadersAndWritersDoNotDisturbEachOther) {
+  const VaultFolder folder;
+  folder.fill(30);
+  ASSERT_EQ(store(*folder.open(), "left", "0"), Status::ok);
+  ASSERT_EQ(store(*folder.open(), "right", "0"), Status::ok);
+  const auto end = steady_clock::now() + milliseconds(1500);
+  std::vector<pid_t> children;
+  for (const bool writes : {true, true, false, false, false}) {
+    const pid_t child = fork();
+    if (child == 0) {
+      const auto keychain = folder.open();
+      for (unsigned number = static_cast<unsigned>(getpid()) * 1000; steady_clock::now() < end;
+           ++number) {
+        const std::string text = std::to_string(number) + std::string(number % 3 * 2000, '.');
+        if (writes) {
+          if (keychain->beginChange() != Status::ok ||
+              store(*keychain, "left", text) != Status::ok ||
+              store(*keychain, "right", text) != Status::ok ||
+              keychain->endChange() != Status::ok) {
+            _exit(2);
+          }
+        } else {
+          keychain->beginReading(account);
+          const auto left = secretIn(*keychain, "left");
+          const auto right = secretIn(*keychain, "right");
+          keychain->endReading();
+          if (!left || left != right || secretIn(*keychain, "token 7") != "secret 7") _exit(3);
+          if (statusOf(*keychain, "token 30") != Status::item_not_found) _exit(4);
+        }
+      }
+      _exit(0);
+    }
+    children.push_back(child);
+  }
+  for (const pid_t child : children) EXPECT_EQ(resultOf(child), 0);
+  EXPECT_EQ(secretIn(*folder.open(), "left"), secretIn(*folder.open(), "right"));
+}
+
+}  // namespace
+}  // namespace talvane::test
