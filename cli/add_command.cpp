@@ -25,7 +25,7 @@ class AddCommand final : public Command {
     session.gateway();
     SoftTokenInfo token;
     token.updateDescription(description_);
-    if (!token.description) throw Failure(exit_usage, "The description is empty; give a name");
+    requireUsableNames(token, exit_usage);
     token.period = period_;
     token.seed32 = readLine("Seed (13 or 16 characters, not shown): ", true);
     storeNewToken(session, token, replace_);

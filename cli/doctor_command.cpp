@@ -47,7 +47,7 @@ class DoctorCommand final : public Command {
     const bool keychain_good = examineKeychain(session);
     examineIdentifiers(session.identifiers());
     const Ini& settings = session.settings();
-    add("settings file", true, settings.file().empty() ? "none, all defaults" : settings.file());
+    examineSettings(settings);
     examineClock();
     for (const char* name : {"/vault.sqlite", "/vault.sqlite-wal", "/vault.key"}) {
       examineMode(dataFolder() + name);
@@ -92,6 +92,17 @@ class DoctorCommand final : public Command {
     add("device identifiers", !(serial.empty() && volume.empty() && user.empty()),
         fmt::format("serial number {}, volume {}, user {}", found(serial), found(volume),
                     found(user)));
+  }
+
+  // A file that is there and was passed over could not be read.
+  void examineSettings(const Ini& settings) {
+    for (const std::string& path : settings.paths()) {
+      if (path == settings.file()) break;
+      struct stat status {};
+      if (lstat(path.c_str(), &status) != 0) continue;
+      add("settings file", false, path + " cannot be read as UTF-8 text; mend it or remove it");
+    }
+    add("settings file", true, settings.file().empty() ? "none, all defaults" : settings.file());
   }
 
   void examineClock() {

@@ -3,6 +3,7 @@
 #include "cli/first_token.h"
 #include "cli/new_token.h"
 #include "cli/terminal.h"
+#include "engine/text.h"
 #include "platform/qr_image.h"
 
 namespace talvane {
@@ -47,15 +48,17 @@ class ImportCommand final : public Command {
     if (!vane::ParseAuthUrl(url().get(), &token, &problem)) {
       throw Failure(exit_failed, reasonFor(problem));
     }
-    if (token->description.value_or("").empty()) {
-      throw Failure(exit_failed, "The URL holds no name; add one behind otpauth://totp/");
-    }
+    requireUsableNames(*token, exit_failed);
     storeNewToken(session, *token, replace_);
   }
 
  private:
   Cleared<std::string> url() {
-    if (source_ == "-") return readLine("otpauth URL (not shown): ", true);
+    if (source_.empty()) throw Failure(exit_usage, "Nothing was given; give a URL or a picture");
+    if (source_ == "-") {
+      const Cleared<std::string> line = readLine("otpauth URL (not shown): ", true);
+      return withoutBlanks(line.get());  // as it comes from a page or a mail
+    }
     if (source_.find("://") != std::string::npos) return source_;
     QrImage image = readQrImage(source_);
     if (!image.error.empty()) throw Failure(exit_failed, image.error);

@@ -1,4 +1,5 @@
-#include <fmt/core.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <exception>
@@ -17,8 +18,17 @@ constexpr const char* footer =
     "locked.\nEach command explains itself with --help; the manual is softtoken-cli(1).";
 
 int fail(ExitCode code, std::string_view text) {
-  fmt::print(stderr, "softtoken-cli: {}\n", printable(withoutLineEnds(text)));
+  const std::string line = "softtoken-cli: " + printable(withoutLineEnds(text)) + '\n';
+  std::fwrite(line.data(), 1, line.size(), stderr);
   return code;
+}
+
+// A file that is opened later must not get the number of a closed stream and be written into. What
+// stands in can be read to its end at once, and not written.
+void fillClosedStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) static_cast<void>(open("/dev/null", O_RDONLY));
+  }
 }
 
 int run(int argc, char** argv) {
@@ -27,10 +37,12 @@ int run(int argc, char** argv) {
   line.footer(footer);
   line.set_version_flag("--version", "softtoken-cli " SOFTTOKEN_VERSION);
   line.require_subcommand(1);
+  line.fallthrough();  // options of the line may also follow the command
   line.set_help_flag("-h,--help", "Show this help and end");
   SessionOptions options;
   line.add_option("--keychain", options.keychain,
                   "Keychain for the first token: secret-service or vault; later it is remembered")
+      ->check(CLI::IsMember(keychainKinds()))
       ->type_name("KIND");
   line.add_flag("--console-log", options.console_log,
                 "Write the log, which holds seeds, to standard error");
@@ -45,6 +57,9 @@ int run(int argc, char** argv) {
   }
   try {
     line.parse(argc, argv);
+  } catch (const CLI::ExtrasError&) {
+    // Not repeated: it may be a seed.
+    return fail(exit_usage, "More was given than the command takes; see: softtoken-cli --help");
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return line.exit(error);
     return fail(exit_usage, std::string(error.what()) + "; see: softtoken-cli --help");
@@ -54,7 +69,8 @@ int run(int argc, char** argv) {
     if (parsers[i]->parsed()) commands[i]->run(session);
   }
   std::cout.flush();
-  if (!std::cout) return fail(exit_failed, "Standard output cannot be written");
+  if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    return fail(exit_failed, "Standard output cannot be written");
   return exit_ok;
 }
 
@@ -62,6 +78,7 @@ int run(int argc, char** argv) {
 }  // namespace talvane
 
 int main(int argc, char** argv) {
+  talvane::fillClosedStreams();
   try {
     return talvane::run(argc, argv);
   } catch (const talvane::Failure& failure) {

@@ -4,6 +4,7 @@
 
 #include "cli/failure.h"
 #include "cli/terminal.h"
+#include "engine/text.h"
 
 namespace talvane {
 namespace {
@@ -31,6 +32,17 @@ void requireSaved(const vaneinterface::Outcome& save) {
 
 }  // namespace
 
+void requireUsableNames(const SoftTokenInfo& token, ExitCode code) {
+  if (token.originalDescription().value_or("").empty() ||
+      token.currentDescription().value_or("").empty()) {
+    throw Failure(code,
+                  "The token would have an empty name; give one with other characters than |");
+  }
+  if (!isUtf8(*token.description) || token.description->find('\0') != std::string::npos) {
+    throw Failure(code, "The name holds characters that cannot be stored; give it in plain UTF-8");
+  }
+}
+
 void storeNewToken(Session& session, const SoftTokenInfo& token, bool replace) {
   StoreChange change(session);
   const Session::Tokens tokens = session.readTokens();
@@ -43,7 +55,10 @@ void storeNewToken(Session& session, const SoftTokenInfo& token, bool replace) {
   if (slot == vane::max_tokens) {
     throw Failure(exit_failed, "All 32 slots hold tokens; delete one first");
   }
-  requireSaved(session.gateway().lastSave());
+  // What could not be read hides the rest and is not written over: the user must delete it first.
+  const auto& save = session.gateway().lastSave();
+  if (save.status == KeychainStatus::cannot_decode) throw Failure(exit_keychain, tokens.problem);
+  requireSaved(save);
   std::unique_ptr<SoftTokenInfo> stored;
   if (!vane::ReadToken(static_cast<std::uint32_t>(slot), &stored) ||
       stored->description != token.description) {

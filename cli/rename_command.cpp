@@ -2,6 +2,7 @@
 
 #include "cli/command.h"
 #include "cli/failure.h"
+#include "cli/new_token.h"
 #include "cli/terminal.h"
 
 namespace talvane {
@@ -34,6 +35,7 @@ class RenameCommand final : public Command {
     if (token.description == description) {
       throw Failure(exit_usage, "The new name is empty; give at least one other character than |");
     }
+    requireUsableNames(token, exit_usage);
     auto slot = static_cast<std::int32_t>(position);
     const bool written = vane::WriteToken(&slot, token);
     const auto& save = session.gateway().lastSave();

@@ -132,7 +132,7 @@ std::size_t Session::find(const Tokens& tokens, const std::string& wanted) {
 }
 
 StoreChange::StoreChange(Session& session) : lock_(dataFolder()), session_(session) {
-  if (!lock_.held()) throw Failure(exit_failed, lock_.error());
+  if (!lock_.held()) throw Failure(lock_.busy() ? exit_failed : exit_keychain, lock_.error());
   KeychainService& keychain = *session_.keychain().service;
   if (const KeychainStatus status = keychain.beginChange(); status != KeychainStatus::ok) {
     throw Failure(exit_keychain, keychain.message(status));

@@ -1,9 +1,13 @@
 #include "cli/terminal.h"
 
+#include <termios.h>
 #include <unistd.h>
 #include <utf8proc.h>
 
+#include <cerrno>
+#include <csignal>
 #include <iostream>
+#include <optional>
 
 #include "cli/failure.h"
 #include "engine/text.h"
@@ -31,8 +35,52 @@ std::size_t width(utf8proc_int32_t code_point) {
   return static_cast<std::size_t>(std::max(0, utf8proc_charwidth(code_point)));
 }
 
+// What a signal handler must know; written before the handlers stand.
+termios ordinary{};
+termios special{};
+bool has_screen = false;
+volatile std::sig_atomic_t entered = 0;
+
+// Safe in a signal handler, as the three below.
+void show(std::string_view sequence) {
+  static_cast<void>(!write(STDOUT_FILENO, sequence.data(), sequence.size()));
+}
+
+void enter() {
+  tcsetattr(STDIN_FILENO, TCSADRAIN, &special);
+  if (has_screen) show("\x1b[?1049h\x1b[?25l");
+  entered = 1;
+}
+
+void leave() {
+  if (entered == 0) return;
+  entered = 0;
+  if (has_screen) show("\x1b[?25h\x1b[?1049l");
+  // What was typed too much must not reach the shell: it may be a seed.
+  tcsetattr(STDIN_FILENO, TCSAFLUSH, &ordinary);
+}
+
+void endBySignal(int signal) {
+  leave();
+  std::raise(signal);
+}
+
+void stopBySignal(int) {
+  const int error = errno;
+  leave();
+  std::raise(SIGSTOP);
+  enter();
+  errno = error;
+}
+
 bool steersTerminal(utf8proc_int32_t code_point) {
   if (code_point < 0x20 || (code_point >= 0x7F && code_point < 0xA0)) return true;
+  // Marks that turn the direction of what follows.
+  if (code_point == 0x061C || code_point == 0x200E || code_point == 0x200F ||
+      (code_point >= 0x202A && code_point <= 0x202E) ||
+      (code_point >= 0x2066 && code_point <= 0x2069)) {
+    return true;
+  }
   const auto category = utf8proc_category(code_point);
   return category == UTF8PROC_CATEGORY_ZL || category == UTF8PROC_CATEGORY_ZP;
 }
@@ -75,29 +123,47 @@ std::string inColumns(std::string_view text, std::size_t columns) {
   return result + "…" + std::string(columns - used - 1, ' ');
 }
 
-KeyInput::KeyInput(bool echo, bool by_line) {
-  if (tcgetattr(STDIN_FILENO, &saved_) != 0) return;
-  termios wanted = saved_;
-  if (!echo) wanted.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-  if (!by_line) wanted.c_lflag &= ~static_cast<tcflag_t>(ICANON);
-  changed_ = tcsetattr(STDIN_FILENO, TCSAFLUSH, &wanted) == 0;
+TerminalState::TerminalState(Mode mode) {
+  if (tcgetattr(STDIN_FILENO, &ordinary) != 0) return;
+  special = ordinary;
+  special.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  if (mode == Mode::live_screen) special.c_lflag &= ~static_cast<tcflag_t>(ICANON);
+  has_screen = mode == Mode::live_screen;
+  struct sigaction ending {};
+  ending.sa_handler = endBySignal;
+  ending.sa_flags = static_cast<int>(SA_RESETHAND);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaction(signal, &ending, nullptr);
+  struct sigaction stopping {};
+  stopping.sa_handler = stopBySignal;
+  stopping.sa_flags = SA_RESTART;
+  sigaction(SIGTSTP, &stopping, nullptr);
+  enter();
 }
 
-KeyInput::~KeyInput() {
-  if (changed_) tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved_);
+TerminalState::~TerminalState() {
+  leave();
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP}) {
+    std::signal(signal, SIG_DFL);
+  }
 }
 
 std::string readLine(std::string_view prompt, bool secret) {
+  constexpr std::size_t longest = 65536;
   const bool on_terminal = isatty(STDIN_FILENO) == 1;
+  std::optional<TerminalState> unseen;
+  if (on_terminal && secret) unseen.emplace(TerminalState::Mode::unseen_line);
+  if (on_terminal) std::cerr << prompt << std::flush;
   std::string line;
-  {
-    if (on_terminal) std::cerr << prompt << std::flush;
-    const bool hide = on_terminal && secret;
-    const KeyInput input(!hide, true);
-    std::getline(std::cin, line);
-    if (hide) std::cerr << '\n';
+  line.reserve(secret ? longest : 0);  // no growing: it would leave pieces behind
+  int character = 0;
+  while ((character = std::cin.get()) != EOF && character != '\n' && line.size() < longest) {
+    line += static_cast<char>(character);
   }
-  if (!std::cin && line.empty()) {
+  if (unseen) std::cerr << '\n';
+  if (line.size() >= longest) {
+    throw Failure(exit_failed, "What was given is too long; give one line");
+  }
+  if (character == EOF && line.empty()) {
     throw Failure(exit_usage, "Nothing was given on standard input; type it or pipe it in");
   }
   return std::string(withoutLineEnds(line));

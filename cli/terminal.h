@@ -1,8 +1,7 @@
 #pragma once
 
-#include <termios.h>
-
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -20,23 +19,24 @@ std::size_t columnsOf(std::string_view text);
 
 /// One line from standard input, without its line end. On a terminal the prompt is shown on
 /// standard error, and what is typed is not shown when `secret`. Throws Failure at the end of
-/// input.
+/// input, and for a line that is longer than any that makes sense.
 std::string readLine(std::string_view prompt, bool secret);
 
 /// Asks a yes-or-no question on the terminal; anything but yes is no.
 bool confirm(std::string_view question);
 
-/// The terminal on standard input passes keys on at once and unseen, until this ends.
-class KeyInput {
+/// The terminal in another state than a shell leaves it, until this ends. A signal that ends or
+/// stops the program puts the terminal back first. One at a time.
+class TerminalState {
  public:
-  explicit KeyInput(bool echo = false, bool by_line = false);
-  ~KeyInput();
-  KeyInput(const KeyInput&) = delete;
-  KeyInput& operator=(const KeyInput&) = delete;
-
- private:
-  termios saved_{};
-  bool changed_ = false;
+  enum class Mode : std::uint8_t {
+    unseen_line,  // what is typed is not shown
+    live_screen   // keys come at once and unseen; an own screen, without a cursor
+  };
+  explicit TerminalState(Mode mode);
+  ~TerminalState();
+  TerminalState(const TerminalState&) = delete;
+  TerminalState& operator=(const TerminalState&) = delete;
 };
 
 }  // namespace talvane

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <iostream>
 #include <string>
 
@@ -17,44 +16,21 @@
 namespace talvane {
 namespace {
 
-volatile std::sig_atomic_t stopped = 0;
-
-void stop(int) {
-  stopped = 1;
+// Draws over what was there, so that nothing flickers.
+void showScreen(const std::string& text) {
+  std::string screen = "\x1b[H";
+  for (const char c : text) {
+    if (c == '\n') screen += "\x1b[K";
+    screen += c;
+  }
+  std::cout << screen << "\x1b[J" << std::flush;
 }
 
-// The alternate screen without a cursor, and the signals that would leave it behind.
-class LiveScreen {
- public:
-  LiveScreen() {
-    struct sigaction action {};
-    action.sa_handler = stop;
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
-    write("\x1b[?1049h\x1b[?25l");
-  }
-  ~LiveScreen() { write("\x1b[?25h\x1b[?1049l"); }
-  LiveScreen(const LiveScreen&) = delete;
-  LiveScreen& operator=(const LiveScreen&) = delete;
-
-  /// Draws over what was there, so that nothing flickers.
-  static void show(const std::string& text) {
-    std::string screen = "\x1b[H";
-    for (const char c : text) {
-      if (c == '\n') screen += "\x1b[K";
-      screen += c;
-    }
-    write(screen + "\x1b[J");
-  }
-
-  static winsize size() {
-    winsize size{};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) size = {24, 80, 0, 0};
-    return size;
-  }
-
- private:
-  static void write(std::string_view text) { std::cout << text << std::flush; }
-};
+winsize screenSize() {
+  winsize size{};
+  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) size = {24, 80, 0, 0};
+  return size;
+}
 
 int millisecondsToNextSecond() {
   using namespace std::chrono;
@@ -89,23 +65,22 @@ class WatchCommand final : public Command {
 
  private:
   static void watch(Session& session, Session::Tokens& tokens) {
-    const KeyInput keys;
-    const LiveScreen screen;
+    const TerminalState terminal(TerminalState::Mode::live_screen);
     const ColourDepth depth = colourDepth();
     std::string trouble;
     std::int64_t read_in_step = session.now() / 30;
-    while (stopped == 0) {
+    for (;;) {
       const std::int64_t now = session.now();
       // What another program changed is seen with the next step.
       if (now / 30 != read_in_step) {
         reread(session, tokens, trouble);
         read_in_step = now / 30;
       }
-      const winsize size = LiveScreen::size();
+      const winsize size = screenSize();
       std::string text = "\n  Talvane Soft Token\n\n" +
                          colouredTable(tokens, now, size.ws_col, depth) + "\n  q quits\n";
       if (!trouble.empty()) text += "  " + printable(trouble) + '\n';
-      LiveScreen::show(fitted(text, size.ws_row));
+      showScreen(fitted(text, size.ws_row));
       if (quitPressed()) return;
     }
   }

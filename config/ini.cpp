@@ -108,6 +108,15 @@ void Ini::fillFrom(const TaSettings& settings) {
   }
 }
 
+std::vector<std::string> Ini::paths() const {
+  std::vector<std::string> list;
+  for (const auto location :
+       {TaSettings::home_location, TaSettings::system_location, TaSettings::bundle_location}) {
+    list.push_back(settings_.pathAt(location, file_name));
+  }
+  return list;
+}
+
 std::vector<Ini::Entry> Ini::entries() const {
   std::vector<Entry> list;
   for (const Setting& setting : settings_table) {

@@ -82,6 +82,9 @@ class Ini {
   /// The file that `read` took, or empty.
   [[nodiscard]] const std::string& file() const { return file_; }
 
+  /// The places of the file, in the order in which they are tried.
+  [[nodiscard]] std::vector<std::string> paths() const;
+
   /// One key with its value as text, for listing.
   struct Entry {
     std::string_view key;

@@ -53,6 +53,29 @@ bool isLineEnd(char32_t c) {
   return (c >= 0x0A && c <= 0x0D) || c == 0x85 || c == 0x2028 || c == 0x2029;
 }
 
+template <typename Predicate>
+std::string_view trimmed(std::string_view text, Predicate unwanted) {
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    if (!character.valid || !unwanted(character.code_point)) break;
+    text.remove_prefix(character.length);
+  }
+  while (!text.empty()) {
+    std::size_t start = text.size() - 1;
+    while (start > 0 && text.size() - start < 4 &&
+           (static_cast<unsigned char>(text[start]) & 0xC0U) == 0x80U) {
+      --start;
+    }
+    const Character character = firstCharacter(text.substr(start));
+    if (!character.valid || start + character.length != text.size() ||
+        !unwanted(character.code_point)) {
+      break;
+    }
+    text.remove_suffix(character.length);
+  }
+  return text;
+}
+
 int hexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
@@ -124,25 +147,11 @@ std::string upperCase(std::string_view text) {
 }
 
 std::string_view withoutLineEnds(std::string_view text) {
-  while (!text.empty()) {
-    const Character character = firstCharacter(text);
-    if (!character.valid || !isLineEnd(character.code_point)) break;
-    text.remove_prefix(character.length);
-  }
-  while (!text.empty()) {
-    std::size_t start = text.size() - 1;
-    while (start > 0 && text.size() - start < 4 &&
-           (static_cast<unsigned char>(text[start]) & 0xC0U) == 0x80U) {
-      --start;
-    }
-    const Character character = firstCharacter(text.substr(start));
-    if (!character.valid || start + character.length != text.size() ||
-        !isLineEnd(character.code_point)) {
-      break;
-    }
-    text.remove_suffix(character.length);
-  }
-  return text;
+  return trimmed(text, isLineEnd);
+}
+
+std::string_view withoutBlanks(std::string_view text) {
+  return trimmed(text, isWhiteSpace);
 }
 
 std::vector<std::string_view> split(std::string_view text, char separator) {

@@ -39,6 +39,9 @@ std::string upperCase(std::string_view text);
 /// The text without the line separators (LF, VT, FF, CR, NEL, LS, PS) at either end.
 std::string_view withoutLineEnds(std::string_view text);
 
+/// The text without white space at either end.
+std::string_view withoutBlanks(std::string_view text);
+
 /// The pieces between the separators; always at least one, possibly empty, piece.
 std::vector<std::string_view> split(std::string_view text, char separator);
 

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+
 namespace talvane {
 namespace {
 
@@ -22,8 +24,12 @@ bool makePrivateFolder(const std::string& path) {
   const std::size_t slash = path.find_last_of('/');
   if (slash == std::string::npos) return false;
   if (slash > 0 && !makePrivateFolder(path.substr(0, slash))) return false;
+  if (mkdir(path.c_str(), S_IRWXU) == 0) return chmod(path.c_str(), S_IRWXU) == 0;  // any umask
   // Another program may have made it meanwhile.
-  return mkdir(path.c_str(), S_IRWXU) == 0 || isFolder(path);
+  const int error = errno;
+  if (isFolder(path)) return true;
+  errno = error;
+  return false;
 }
 
 }  // namespace talvane

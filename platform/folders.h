@@ -24,7 +24,8 @@ std::string moduleFolder();
 /// `path` with a leading "~" or "~/" replaced by the home folder.
 std::string withTildeExpanded(std::string_view path);
 
-/// Creates the folder and the missing ones above it, mode 0700. False: it is not there afterwards.
+/// Creates the folder and the missing ones above it, mode 0700. False, with errno: it is not there
+/// afterwards.
 [[nodiscard]] bool makePrivateFolder(const std::string& path);
 
 }  // namespace talvane

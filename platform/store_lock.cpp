@@ -29,6 +29,7 @@ StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patien
     if (errno != EWOULDBLOCK && errno != EINTR) {
       error_ = "Cannot lock " + path + ": " + std::strerror(errno);
     } else if (std::chrono::steady_clock::now() >= deadline) {
+      busy_ = true;
       error_ = "Another program is changing the tokens; try again when it has finished";
     } else {
       std::this_thread::sleep_for(std::chrono::milliseconds(2));

@@ -18,10 +18,13 @@ class StoreLock {
 
   /// False: another program holds it, or the file cannot be made; `error` says which.
   [[nodiscard]] bool held() const { return descriptor_ >= 0; }
+  /// It is not held because another program holds it.
+  [[nodiscard]] bool busy() const { return busy_; }
   [[nodiscard]] const std::string& error() const { return error_; }
 
  private:
   int descriptor_ = -1;
+  bool busy_ = false;
   std::string error_;
 };
 

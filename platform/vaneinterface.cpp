@@ -59,6 +59,8 @@ bool vaneinterface::KeyChainDelete(const std::string& name) {
   const KeychainStatus status = item.remove();
   in_trouble_ = status != KeychainStatus::ok || !isAnswer(item.lookup());
   last_delete_ = isAnswer(item.lookup()) ? Outcome{status, item.error()} : failure(item.lookup());
+  // What is gone for certain need not be protected.
+  if (!in_trouble_) failed_loads_.erase(name);
   return status == KeychainStatus::ok;
 }
 

@@ -237,9 +237,6 @@ Outcome Items::refusePrompt(Round& round, const std::string& prompt) {
 Outcome Items::create(Round& round, const std::string& collection, const std::string& service,
                       const std::string& account, const SecretBytes& secret, bool replace,
                       std::string* path) {
-  if (g_variant_is_object_path(collection.c_str()) == FALSE) {
-    return failure("the service named an item that lies in no collection");
-  }
   Outcome outcome = openSession(round);
   if (!outcome.good()) return outcome;
   const Cleared<std::string> text = secretText(secret);

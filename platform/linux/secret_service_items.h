@@ -81,7 +81,7 @@ class Items {
   Link& link_;
 };
 
-/// The path of the collection in which the item lies.
+/// The path of the collection in which the item lies; "/" for an item that lies in none.
 std::string collectionOf(const std::string& item);
 
 }  // namespace talvane::secret_service

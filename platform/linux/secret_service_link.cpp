@@ -34,7 +34,7 @@ std::string busAddress() {
   const std::string path = std::string(folder) + "/bus";
   if (g_file_test(path.c_str(), G_FILE_TEST_EXISTS) == FALSE) return {};
   gchar* escaped = g_dbus_address_escape_value(path.c_str());
-  const std::string result = std::string("unix:path=") + escaped;
+  std::string result = std::string("unix:path=") + escaped;
   g_free(escaped);
   return result;
 }
@@ -76,13 +76,13 @@ Outcome Link::findOwner(Round& round) {
   VariantHandle reply;
   const auto answer = sendTo(round, bus_name,
                              busRequest("GetNameOwner", g_variant_new("(s)", service_name), "(s)"));
-  const Outcome outcome = receive(round, *answer, &reply);
+  Outcome outcome = receive(round, *answer, &reply);
   if (!outcome.good()) return outcome;
   const char* owner = nullptr;
   g_variant_get(reply.get(), "(&s)", &owner);
   if (owner_ != owner) session_.reset();
   owner_ = owner;
-  return {};
+  return outcome;
 }
 
 Outcome Link::reach(Round& round) {

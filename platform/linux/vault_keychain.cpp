@@ -84,19 +84,23 @@ class VaultKeychain final : public KeychainService {
   }
 
   KeychainStatus beginChange() override {
-    if (transaction_) {
+    if (transaction_ || change_pending_) {
       return finished({KeychainStatus::io_error,
                        "The embedded vault " + paths_.database +
                            " is in the middle of another change; try again when it has ended"});
     }
     snapshot_.reset();
-    std::unique_ptr<Transaction> opened;
-    VaultOutcome outcome = openTransaction(true, &opened);
-    if (outcome.ok()) transaction_ = std::move(opened);
+    VaultOutcome outcome = openTransaction(&transaction_);
+    // A vault that is yet to be made is made by the first item.
+    if (outcome.status == KeychainStatus::item_not_found) {
+      change_pending_ = true;
+      outcome = {};
+    }
     return finished(std::move(outcome));
   }
 
   KeychainStatus endChange() override {
+    change_pending_ = false;
     if (!transaction_) return finished({});
     snapshot_.reset();
     VaultOutcome outcome = transaction_->failure;
@@ -267,6 +271,12 @@ class VaultKeychain final : public KeychainService {
   template <typename Step>
   VaultOutcome change(bool create, const Step& step) {
     snapshot_.reset();
+    if (change_pending_ && create) {
+      if (VaultOutcome outcome = openTransaction(true, &transaction_); !outcome.ok()) {
+        return outcome;
+      }
+      change_pending_ = false;
+    }
     if (transaction_) {
       if (!transaction_->failure.ok()) return transaction_->failure;
       transaction_->database->setDeadline(answerDeadline());
@@ -322,6 +332,7 @@ class VaultKeychain final : public KeychainService {
   std::optional<std::string> reading_account_;
   std::optional<Snapshot> snapshot_;
   std::unique_ptr<Transaction> transaction_;
+  bool change_pending_ = false;  // a change has begun on a vault that is yet to be made
 };
 
 }  // namespace

@@ -1,0 +1,166 @@
+// softtoken-cli doctor.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "tests/cli/cli_home.h"
+
+namespace talvane::test {
+namespace {
+
+struct Examined {
+  Ended ended;
+  nlohmann::json findings;
+
+  // The texts of all findings on the subject, and whether all are good.
+  [[nodiscard]] std::pair<std::string, bool> on(const std::string& subject) const {
+    std::string text;
+    bool good = true;
+    for (const auto& finding : findings) {
+      if (finding.at("subject") != subject) continue;
+      text += finding.at("text").get<std::string>() + '\n';
+      good = good && finding.at("good").get<bool>();
+    }
+    return {text, good};
+  }
+};
+
+Examined examine(const CliHome& home) {
+  Examined result;
+  result.ended = home.run({"doctor", "--json"});
+  result.findings = nlohmann::json::parse(result.ended.out, nullptr, false);
+  EXPECT_TRUE(result.findings.is_array()) << result.ended.out;
+  return result;
+}
+
+bool has(const std::string& text, std::string_view part) {
+  return text.find(part) != std::string::npos;
+}
+
+TEST(Doctor, AllIsWell) {
+  const CliHome home;
+  home.add("A");
+  home.add("B");
+  const Examined examined = examine(home);
+  expectSuccess(examined.ended);
+  for (const auto& finding : examined.findings) EXPECT_TRUE(finding.at("good")) << finding;
+  EXPECT_TRUE(has(examined.on("keychain").first, home.vault()));
+  EXPECT_TRUE(has(examined.on("keychain").first, "unlocked"));
+  EXPECT_TRUE(has(examined.on("tokens").first, "2 "));
+  EXPECT_TRUE(has(examined.on("settings file").first, home.settingsFile()));
+  EXPECT_TRUE(has(examined.on("device identifiers").first, "user found"));
+  EXPECT_TRUE(has(examined.on("file mode").first, home.vault() + " 0600"));
+  EXPECT_TRUE(has(examined.on("clock").first, "UTC"));
+}
+
+TEST(Doctor, TableSaysTheSame) {
+  const CliHome home;
+  home.add("A");
+  const Ended ended = home.run({"doctor"});
+  expectSuccess(ended);
+  const Examined examined = examine(home);
+  for (const auto& finding : examined.findings) {
+    EXPECT_TRUE(has(ended.out, finding.at("subject").get<std::string>()));
+  }
+  EXPECT_FALSE(has(ended.out, "!!"));
+}
+
+TEST(Doctor, UntouchedHomeIsWellAndStaysUntouched) {
+  const CliHome home;
+  const auto before = home.files();
+  const Examined examined = examine(home);
+  expectSuccess(examined.ended);
+  EXPECT_TRUE(has(examined.on("tokens").first, "0 "));
+  EXPECT_EQ(home.changedSince(before), Strings{});
+}
+
+TEST(Doctor, ClockIsTheComputersOwn) {
+  const CliHome home;
+  const auto [examined, time] = inOneStep(60, [&] { return examine(home); });
+  std::array<char, 32> minute{};
+  const std::time_t now = time;
+  std::strftime(minute.data(), minute.size(), "%Y-%m-%d %H:%M", std::gmtime(&now));
+  EXPECT_TRUE(has(examined.on("clock").first, minute.data())) << examined.on("clock").first;
+}
+
+TEST(Doctor, NoSecretIsShown) {
+  const CliHome home;
+  home.add("A");
+  const Ended ended = home.run({"doctor"});
+  EXPECT_FALSE(has(ended.out, seed_16));
+  const std::string machine = readFile("/etc/machine-id");
+  if (machine.size() > 8) {
+    EXPECT_FALSE(has(ended.out, machine.substr(0, machine.find('\n'))));
+  }
+}
+
+TEST(Doctor, TraceThatOthersCanReadIsAFault) {
+  const CliHome home;
+  home.add("A");
+  writeFile(home.traceFile(), "old\n");
+  chmod(home.traceFile().c_str(), 0644);
+  const Examined examined = examine(home);
+  EXPECT_EQ(examined.ended.exit_code, 1);
+  const auto [text, good] = examined.on("file mode");
+  EXPECT_FALSE(good);
+  EXPECT_TRUE(has(text, "chmod 600 " + home.traceFile())) << text;
+  EXPECT_EQ(std::count(examined.ended.err.begin(), examined.ended.err.end(), '\n'), 1);
+  EXPECT_TRUE(has(home.run({"doctor"}).out, "!! file mode"));
+}
+
+TEST(Doctor, DamagedRecordIsAFault) {
+  const CliHome home;
+  home.add("A");
+  home.add("B");
+  home.damage(1);
+  const Examined examined = examine(home);
+  EXPECT_EQ(examined.ended.exit_code, 1);
+  const auto [text, good] = examined.on("tokens");
+  EXPECT_FALSE(good);
+  EXPECT_TRUE(has(text, "1 readable")) << text;
+  EXPECT_TRUE(has(text, "softtoken-cli delete 1")) << text;
+}
+
+TEST(Doctor, ForeignVaultIsAKeychainFault) {
+  const CliHome home;
+  home.add("A");
+  writeFile(home.vault(), "this is no vault");
+  const Examined examined = examine(home);
+  EXPECT_EQ(examined.ended.exit_code, 4);
+  const auto [text, good] = examined.on("keychain");
+  EXPECT_FALSE(good);
+  EXPECT_TRUE(has(text, home.vault())) << text;
+  // The rest is examined all the same.
+  EXPECT_FALSE(examined.on("clock").first.empty());
+  EXPECT_FALSE(examined.on("device identifiers").first.empty());
+}
+
+TEST(Doctor, AbsentSecretServiceIsAKeychainFault) {
+  CliHome home;
+  home.keychain = "secret-service";
+  const Examined examined = examine(home);
+  EXPECT_EQ(examined.ended.exit_code, 4);
+  EXPECT_FALSE(examined.on("keychain").second);
+}
+
+TEST(Doctor, ContradictingChoiceIsAKeychainFault) {
+  CliHome home;
+  home.add("A");
+  home.keychain = "secret-service";
+  const Examined examined = examine(home);
+  EXPECT_EQ(examined.ended.exit_code, 4);
+  EXPECT_FALSE(examined.on("keychain").second);
+}
+
+TEST(Doctor, SettingsFileThatIsThereButCannotBeReadIsAFault) {
+  const CliHome home;
+  home.setSettings("AllowManual=true\nStrMenuAdd=\xFF\n");
+  const Examined examined = examine(home);
+  const auto [text, good] = examined.on("settings file");
+  EXPECT_FALSE(good) << text;
+  EXPECT_TRUE(has(text, home.settingsFile())) << text;
+  EXPECT_EQ(examined.ended.exit_code, 1);
+}
+
+}  // namespace
+}  // namespace talvane::test
