@@ -51,17 +51,17 @@ class DeleteCommand final : public Command {
   };
 
   Selection select(Session& session) const {
-    const Session::Tokens tokens = session.readTokens();
+    const Session::Tokens tokens = session.readTokensAndGaps();
     Selection selection;
     for (const std::string& wanted : wanted_) {
-      const std::size_t count = tokens.list.size();
       // The record that hides all others has no name: it is deleted by its slot.
-      const bool unreadable = !tokens.problem.empty() && wanted == std::to_string(count);
-      const std::size_t slot = unreadable ? count : Session::find(tokens, wanted);
+      const bool unreadable =
+          !tokens.problem.empty() && wanted == std::to_string(tokens.problem_slot);
+      const std::size_t slot = unreadable ? tokens.problem_slot : Session::find(tokens, wanted);
       if (selection.flags[slot] != 0) continue;
       selection.flags[slot] = 1;
       selection.names.push_back(
-          unreadable ? fmt::format("the unreadable record in slot {}", slot)
+          unreadable ? fmt::format("what is in the way in slot {}", slot)
                      : '"' + printable(tokens.list[slot]->currentDescription().value_or("")) + '"');
     }
     return selection;

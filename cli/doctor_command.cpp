@@ -72,7 +72,7 @@ class DoctorCommand final : public Command {
       add("choice of keychain", true,
           keychain.remembered ? "remembered" : "made when the first token is stored");
       if (!good) return false;
-      const Session::Tokens tokens = session.readTokens();
+      const Session::Tokens tokens = session.readTokensAndGaps();
       add("tokens", tokens.problem.empty(),
           tokens.problem.empty()
               ? fmt::format("{} readable", tokens.list.size())

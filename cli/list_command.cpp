@@ -21,7 +21,7 @@ class ListCommand final : public Command {
   }
 
   void run(Session& session) override {
-    const Session::Tokens tokens = session.readTokens();
+    const Session::Tokens tokens = session.readTokensAndGaps();
     json_ ? printJson(tokens) : printTable(tokens, session);
     if (!tokens.problem.empty()) fmt::print(stderr, "softtoken-cli: {}\n", tokens.problem);
   }

@@ -31,6 +31,14 @@ void fillClosedStreams() {
   }
 }
 
+int outputWritten() {
+  std::cout.flush();
+  if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    return fail(exit_failed, "Standard output cannot be written");
+  }
+  return exit_ok;
+}
+
 int run(int argc, char** argv) {
   CLI::App line("Talvane Soft Token on the command line: one-time passcodes from your keychain.",
                 "softtoken-cli");
@@ -58,20 +66,20 @@ int run(int argc, char** argv) {
   try {
     line.parse(argc, argv);
   } catch (const CLI::ExtrasError&) {
-    // Not repeated: it may be a seed.
+    // What there was too much of is not repeated: it may be a seed.
     return fail(exit_usage, "More was given than the command takes; see: softtoken-cli --help");
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return line.exit(error);
-    return fail(exit_usage, std::string(error.what()) + "; see: softtoken-cli --help");
+    if (error.get_exit_code() != 0) {
+      return fail(exit_usage, std::string(error.what()) + "; see: softtoken-cli --help");
+    }
+    line.exit(error);  // prints the help or the version
+    return outputWritten();
   }
   Session session(options);
   for (std::size_t i = 0; i < commands.size(); ++i) {
     if (parsers[i]->parsed()) commands[i]->run(session);
   }
-  std::cout.flush();
-  if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-    return fail(exit_failed, "Standard output cannot be written");
-  return exit_ok;
+  return outputWritten();
 }
 
 }  // namespace

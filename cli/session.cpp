@@ -81,26 +81,50 @@ vaneinterface& Session::gateway() {
   return *gateway_;
 }
 
+void Session::describeProblem(Tokens& tokens, std::size_t slot) {
+  const auto& load = gateway().lastLoad();
+  if (load.status != KeychainStatus::ok && load.status != KeychainStatus::cannot_decode) {
+    throw Failure(exit_keychain, readable(load));
+  }
+  tokens.problem_slot = slot;
+  tokens.problem = fmt::format(
+      "The record in slot {0} is {1} and hides those after it; delete it with: softtoken-cli "
+      "delete "
+      "{0}",
+      slot,
+      load.status == KeychainStatus::ok ? "of another computer or user, or was altered,"
+                                        : "damaged");
+}
+
 Session::Tokens Session::readTokens() {
   gateway();
   vane::TokenArray array;
   const auto count = static_cast<std::size_t>(vane::ReadAllTokens(array));
   Tokens tokens;
   for (std::size_t i = 0; i < count; ++i) tokens.list.push_back(std::move(array[i]));
-  const auto& last = gateway().lastLoad();
-  if (count == array.size() || isMissing(last)) return tokens;
-  if (last.status == KeychainStatus::ok) {
-    tokens.problem = fmt::format(
-        "The record in slot {0} is of another computer or user, or was altered, and hides those "
-        "after it; delete it with: softtoken-cli delete {0}",
-        count);
-  } else if (last.status == KeychainStatus::cannot_decode) {
-    tokens.problem = fmt::format(
-        "The record in slot {0} is damaged and hides those after it; delete it with: softtoken-cli "
-        "delete {0}",
-        count);
-  } else {
-    throw Failure(exit_keychain, readable(last));
+  if (count < array.size() && !isMissing(gateway().lastLoad())) describeProblem(tokens, count);
+  return tokens;
+}
+
+Session::Tokens Session::readTokensAndGaps() {
+  Tokens tokens = readTokens();
+  if (!tokens.problem.empty()) return tokens;
+  const std::size_t gap = tokens.list.size();
+  const SlotReading reading(&gateway());
+  for (std::size_t slot = gap + 1; slot < vane::max_tokens; ++slot) {
+    const bool there = vane::ReadToken(static_cast<std::uint32_t>(slot), nullptr);
+    if (there) {
+      tokens.problem_slot = gap;
+      tokens.problem = fmt::format(
+          "Slot {0} is empty and hides those after it; close the gap with: softtoken-cli delete "
+          "{0}",
+          gap);
+      return tokens;
+    }
+    if (!isMissing(gateway().lastLoad())) {
+      describeProblem(tokens, slot);
+      return tokens;
+    }
   }
   return tokens;
 }

@@ -46,14 +46,19 @@ class Session {
   struct Tokens {
     std::vector<std::unique_ptr<SoftTokenInfo>> list;
     std::string problem;
+    std::size_t problem_slot = 0;  // with a problem: what to delete, by slot, to be rid of it
   };
   Tokens readTokens();
+  /// As above, and looks behind the last token for others that a gap hides.
+  Tokens readTokensAndGaps();
 
   /// The token with this name (the current one, else the one it was created with), slot number, or
   /// unique beginning of a name. Throws Failure when there is none, or more than one.
   static std::size_t find(const Tokens& tokens, const std::string& wanted);
 
  private:
+  void describeProblem(Tokens& tokens, std::size_t slot);
+
   SessionOptions options_;
   std::unique_ptr<UserDefaults> defaults_;
   std::unique_ptr<DeviceIdentifiers> identifiers_;

@@ -31,7 +31,7 @@ class Gateway {
   /// Removes the record; true also when there was none.
   virtual bool KeyChainDelete(const std::string& name) = 0;
 
-  /// Whether the last of these three calls met a keychain that did not answer: neither done, nor
+  /// Whether the last of these calls met a keychain that did not answer: neither done, nor
   /// found to be missing. Removing says true even then.
   virtual bool inTrouble();
 

@@ -40,8 +40,11 @@ std::unique_ptr<KeychainService> makeKeychain(const std::string& kind) {
 std::string keychainKindForNewUser() {
   // A vault that cannot be looked for may be there: it will say what is wrong.
   if (access((dataFolder() + "/vault.sqlite").c_str(), F_OK) == 0 || errno != ENOENT) return vault;
-  const bool absent = makeSecretService()->describe().status == KeychainStatus::not_available;
-  return absent ? vault : secret_service;
+  // One that holds no collection to store into cannot be given one without asking the user.
+  const KeychainStatus status = makeSecretService()->describe().status;
+  const bool usable =
+      status != KeychainStatus::not_available && status != KeychainStatus::no_default_keychain;
+  return usable ? secret_service : vault;
 }
 
 }  // namespace talvane

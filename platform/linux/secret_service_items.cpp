@@ -64,7 +64,8 @@ bool isNoObject(std::string_view path) {
 }  // namespace
 
 std::string collectionOf(const std::string& item) {
-  return item.substr(0, item.rfind('/'));
+  const std::size_t last_slash = item.rfind('/');
+  return last_slash == 0 ? "/" : item.substr(0, last_slash);
 }
 
 std::shared_ptr<Answer> Items::sendSearch(Round& round, const std::string* service,

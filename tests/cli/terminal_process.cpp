@@ -91,6 +91,16 @@ bool TerminalProcess::awaitUnseen() {
   return !echoes();
 }
 
+bool TerminalProcess::awaitStopped() {
+  const auto deadline = Clock::now() + std::chrono::seconds(5);
+  siginfo_t state{};
+  do {
+    readMore(milliseconds(2));
+    if (waitid(P_PID, static_cast<id_t>(child_), &state, WSTOPPED | WNOHANG | WNOWAIT) != 0) break;
+  } while (state.si_pid != child_ && Clock::now() < deadline);
+  return state.si_pid == child_ && state.si_code == CLD_STOPPED;
+}
+
 void TerminalProcess::type(std::string_view text) const {
   EXPECT_EQ(write(terminal_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }

@@ -28,6 +28,8 @@ class TerminalProcess {
                            std::chrono::seconds patience = std::chrono::seconds(20));
   /// Waits until typed keys are no longer shown.
   [[nodiscard]] bool awaitUnseen();
+  /// Waits until the program is stopped, as by Ctrl-Z.
+  [[nodiscard]] bool awaitStopped();
   /// Types the text.
   void type(std::string_view text) const;
   void sendSignal(int signal) const;

@@ -138,7 +138,10 @@ TEST_F(Protocol, AnswersOfTheWrongShapeAreFailures) {
   fake_->on("CreateItem", replying("()"));
   EXPECT_EQ(keychain_->add("token", "ada", bytes("x")), KeychainStatus::io_error);
   fake_->on("SearchItems", replying("([objectpath '/item'], @ao [])"));
+  fake_->on("CreateItem", failing("org.freedesktop.DBus.Error.UnknownMethod", "no such thing"));
   EXPECT_EQ(keychain_->replace("token", "ada", bytes("x")), KeychainStatus::io_error);
+  fake_->on("SearchItems", replying("(@ao [], [objectpath '/item'])"));
+  EXPECT_EQ(found(*keychain_, "token"), "status -25308");
 }
 
 TEST_F(Protocol, ALostSessionIsOpenedAgain) {
