@@ -12,9 +12,9 @@ std::uint8_t scrambleByte(std::string_view passcode) {
   std::uint32_t k = 1;
   for (std::size_t i = 0; i < 6; ++i) {
     const char character = i < passcode.size() ? passcode[i] : '\0';
-    // Signed characters, arithmetic modulo 2^32.
-    const std::int32_t signed_character = static_cast<signed char>(character);
-    const auto c = static_cast<std::uint32_t>(signed_character);
+    // A signed character: above 127 it counts from the other side.
+    const auto byte = static_cast<unsigned char>(character);
+    const std::uint32_t c = byte < 0x80U ? byte : byte - 0x100U;
     k = (c - 47) * (k + c - 48);
   }
   return static_cast<std::uint8_t>(k);

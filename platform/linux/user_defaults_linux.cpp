@@ -34,7 +34,9 @@ class KeyFileDefaults final : public UserDefaults {
     if (value.find('\n') != std::string::npos || !isUtf8(value) || !load(&values)) return false;
     values[key] = value;
     std::string text = std::string(group) + '\n';
-    for (const auto& [name, content] : values) text += name + '=' + content + '\n';
+    for (const auto& [name, content] : values) {
+      text.append(name).append("=").append(content).append("\n");
+    }
     return makePrivateFolder(configFolder()) && replaceFile(path(), text);
   }
 

@@ -83,15 +83,21 @@ void CliHome::setSettings(std::string_view text) const {
   writeFile(settingsFile(), text);
 }
 
-void CliHome::damage(int slot) const {
+void CliHome::changeVault(const std::string& statement) const {
   sqlite3* database = nullptr;
   ASSERT_EQ(sqlite3_open(vault().c_str(), &database), SQLITE_OK);
-  const std::string statement =
-      "UPDATE items SET sealed=zeroblob(100) WHERE service='TalvaneSoftToken502" +
-      std::to_string(slot) + "'";
   EXPECT_EQ(sqlite3_exec(database, statement.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
-  EXPECT_EQ(sqlite3_changes(database), 1);
+  EXPECT_EQ(sqlite3_changes(database), 1) << statement;
   sqlite3_close(database);
+}
+
+void CliHome::damage(int slot) const {
+  changeVault("UPDATE items SET sealed=zeroblob(100) WHERE service='TalvaneSoftToken502" +
+              std::to_string(slot) + "'");
+}
+
+void CliHome::remove(int slot) const {
+  changeVault("DELETE FROM items WHERE service='TalvaneSoftToken502" + std::to_string(slot) + "'");
 }
 
 CliHome::Files CliHome::files() const {

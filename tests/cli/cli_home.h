@@ -59,6 +59,8 @@ class CliHome {
   }
   /// Overwrites the record in the slot with one that cannot be read.
   void damage(int slot) const;
+  /// Removes the record in the slot, and leaves those behind it where they are.
+  void remove(int slot) const;
 
   /// Every file below the home with its content.
   using Files = std::map<std::string, std::string>;
@@ -74,6 +76,8 @@ class CliHome {
   std::string keychain = "vault";  // as --keychain says; empty: not said
 
  private:
+  void changeVault(const std::string& statement) const;
+
   TemporaryFolder folder_;
 };
 

@@ -125,7 +125,7 @@ TEST(Delete, DamagedFirstRecord) {
   EXPECT_EQ(home.names(), Strings{"B"});
 }
 
-// Deletes each record that the program says hides others, as it says; at most a few.
+// Deletes what the program says hides others, as it says; at most a few.
 void deleteAsAdvised(const CliHome& home) {
   for (int i = 0; i < 6; ++i) {
     const Ended list = home.run({"list", "--json"});
@@ -144,6 +144,35 @@ TEST(Delete, SeveralDamagedRecordsGiveWayToThoseTheyHid) {
   home.damage(2);
   deleteAsAdvised(home);
   EXPECT_EQ(home.names(), (Strings{"A", "D"}));
+}
+
+TEST(Delete, GapIsClosed) {
+  CliHome home;
+  withTokens(home, {"A", "B", "C", "D"});
+  home.remove(1);
+  const Ended list = home.run({"list"});
+  EXPECT_NE(list.err.find("softtoken-cli delete 1"), std::string::npos) << list.err;
+  deleteAsAdvised(home);
+  EXPECT_EQ(home.names(), (Strings{"A", "C", "D"}));
+}
+
+TEST(Delete, GapBeforeTheFirstToken) {
+  CliHome home;
+  withTokens(home, {"A", "B"});
+  home.remove(0);
+  EXPECT_EQ(home.run({"doctor"}).exit_code, 1);
+  deleteAsAdvised(home);
+  EXPECT_EQ(home.names(), Strings{"B"});
+}
+
+TEST(Delete, GapsAndDamagedRecordsTogether) {
+  CliHome home;
+  withTokens(home, {"A", "B", "C", "D", "E", "F"});
+  home.remove(1);
+  home.damage(2);
+  home.remove(4);
+  deleteAsAdvised(home);
+  EXPECT_EQ(home.names(), (Strings{"A", "D", "F"}));
 }
 
 TEST(Delete, TokenBeforeADamagedRecordLosesNoOther) {
