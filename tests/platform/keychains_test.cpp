@@ -72,11 +72,15 @@ TEST_F(KeychainsTest, NewUserWithoutADesktopKeychainGetsTheVault) {
   EXPECT_EQ(openUserKeychain(defaults, "").kind, vault);
 }
 
+TEST_F(KeychainsTest, NewUserWithADesktopKeychainWithoutCollectionGetsTheVault) {
+  setDesktop(KeychainStatus::no_default_keychain);
+  EXPECT_EQ(keychainKindForNewUser(), vault);
+}
+
 TEST_F(KeychainsTest, DesktopKeychainInTroubleIsNotTakenForNone) {
   for (const KeychainStatus status :
        {KeychainStatus::interaction_not_allowed, KeychainStatus::not_responding,
-        KeychainStatus::no_default_keychain, KeychainStatus::io_error,
-        KeychainStatus::invalid_keychain}) {
+        KeychainStatus::io_error, KeychainStatus::invalid_keychain}) {
     setDesktop(status);
     EXPECT_EQ(keychainKindForNewUser(), desktop) << static_cast<int>(status);
   }
