@@ -3,6 +3,7 @@
 #include "cli/first_token.h"
 #include "cli/new_token.h"
 #include "cli/terminal.h"
+#include "platform/new_token.h"
 
 namespace talvane {
 namespace {
@@ -25,10 +26,10 @@ class AddCommand final : public Command {
     session.gateway();
     SoftTokenInfo token;
     token.updateDescription(description_);
-    requireUsableNames(token, exit_usage);
+    if (const auto problem = problemWithNames(token)) throw Failure(exit_usage, *problem);
     token.period = period_;
     token.seed32 = readLine("Seed (13 or 16 characters, not shown): ", true);
-    storeNewToken(session, token, replace_);
+    addNewToken(session, token, replace_);
   }
 
  private:

@@ -30,16 +30,16 @@ class DeleteCommand final : public Command {
       return;
     }
     // Looked up again under the lock: the slots may have moved while the question stood.
-    StoreChange change(session);
+    SessionChange change(session);
     const Selection selection = select(session);
     if (!yes_ && selection.names != asked_) {
       throw Failure(exit_failed, "The tokens have changed meanwhile; nothing was deleted");
     }
     vane::DeleteTokens(selection.flags);
     const auto& deleted = session.gateway().lastDelete();
-    if (deleted.status != KeychainStatus::ok) throw Failure(exit_keychain, deleted.error.substr(4));
+    if (deleted.status != KeychainStatus::ok) throw Failure(exit_keychain, deleted.words());
     const auto& save = session.gateway().lastSave();
-    if (save.status != KeychainStatus::ok) throw Failure(exit_keychain, save.error.substr(4));
+    if (save.status != KeychainStatus::ok) throw Failure(exit_keychain, save.words());
     change.finish();
     for (const std::string& name : selection.names) fmt::print("Deleted {}.\n", name);
   }

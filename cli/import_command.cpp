@@ -4,26 +4,11 @@
 #include "cli/new_token.h"
 #include "cli/terminal.h"
 #include "engine/text.h"
+#include "platform/new_token.h"
 #include "platform/qr_image.h"
 
 namespace talvane {
 namespace {
-
-std::string reasonFor(AuthUrlProblem problem) {
-  switch (problem) {
-    case AuthUrlProblem::invalid_scheme:
-      return "This is not an otpauth:// URL";
-    case AuthUrlProblem::invalid_type:
-      return "Only otpauth://totp/ URLs can be imported; this one is of another type";
-    case AuthUrlProblem::no_seed:
-      return "The URL holds no secret; get a complete one";
-    case AuthUrlProblem::invalid_period:
-      return "The URL's period is neither 30 nor 60 seconds";
-    case AuthUrlProblem::none:
-      break;
-  }
-  return "The URL cannot be imported";
-}
 
 class ImportCommand final : public Command {
  public:
@@ -46,10 +31,10 @@ class ImportCommand final : public Command {
     std::unique_ptr<SoftTokenInfo> token;
     AuthUrlProblem problem = AuthUrlProblem::none;
     if (!vane::ParseAuthUrl(url().get(), &token, &problem)) {
-      throw Failure(exit_failed, reasonFor(problem));
+      throw Failure(exit_failed, wordsFor(problem));
     }
-    requireUsableNames(*token, exit_failed);
-    storeNewToken(session, *token, replace_);
+    if (const auto wrong = problemWithNames(*token)) throw Failure(exit_failed, *wrong);
+    addNewToken(session, *token, replace_);
   }
 
  private:

@@ -4,7 +4,7 @@
 
 #include "cli/failure.h"
 #include "cli/terminal.h"
-#include "engine/text.h"
+#include "platform/new_token.h"
 
 namespace talvane {
 namespace {
@@ -25,55 +25,30 @@ std::string advice(const std::string& error) {
   return "";
 }
 
-// The gateway's word on the last save; the engine itself does not pass it on.
-void requireSaved(const vaneinterface::Outcome& save) {
-  if (save.status != KeychainStatus::ok) throw Failure(exit_keychain, save.error.substr(4));
-}
-
 }  // namespace
 
-void requireUsableNames(const SoftTokenInfo& token, ExitCode code) {
-  if (token.originalDescription().value_or("").empty() ||
-      token.currentDescription().value_or("").empty()) {
-    throw Failure(code,
-                  "The token would have an empty name; give one with other characters than |");
-  }
-  if (!isUtf8(*token.description) || token.description->find('\0') != std::string::npos) {
-    throw Failure(code, "The name holds characters that cannot be stored; give it in plain UTF-8");
-  }
-}
-
-void storeNewToken(Session& session, const SoftTokenInfo& token, bool replace) {
-  StoreChange change(session);
+void addNewToken(Session& session, const SoftTokenInfo& token, bool replace) {
+  using Kind = NewTokenResult::Kind;
+  SessionChange change(session);
   const Session::Tokens tokens = session.readTokens();
   if (!replace) refuseDuplicate(tokens, token);
-  std::optional<std::string> response;
-  std::int32_t slot = vane::slot_of_same_name;
-  if (const auto error = vane::NewToken(token, &response, &slot, false)) {
-    throw Failure(exit_failed, *error + advice(*error));
+  const NewTokenResult result = storeNewToken(session.gateway(), token);
+  if (result.kind == Kind::keychain) {
+    // What could not be read hides the rest and is not written over: it must be deleted first.
+    const bool hidden = session.gateway().lastSave().status == KeychainStatus::cannot_decode;
+    throw Failure(exit_keychain, hidden ? tokens.problem : result.error);
   }
-  if (slot == vane::max_tokens) {
-    throw Failure(exit_failed, "All 32 slots hold tokens; delete one first");
-  }
-  // What could not be read hides the rest and is not written over: the user must delete it first.
-  const auto& save = session.gateway().lastSave();
-  if (save.status == KeychainStatus::cannot_decode) throw Failure(exit_keychain, tokens.problem);
-  requireSaved(save);
-  std::unique_ptr<SoftTokenInfo> stored;
-  if (!vane::ReadToken(static_cast<std::uint32_t>(slot), &stored) ||
-      stored->description != token.description) {
-    throw Failure(exit_failed, "This seed cannot be sealed on this computer; ask for another one");
-  }
+  if (result.kind != Kind::stored) throw Failure(exit_failed, result.error + advice(result.error));
   change.finish();
-  fmt::print("Stored \"{}\" in slot {}.\n", printable(stored->currentDescription().value_or("")),
-             slot);
-  if (response) {
+  fmt::print("Stored \"{}\" in slot {}.\n", printable(token.currentDescription().value_or("")),
+             result.slot);
+  if (result.response) {
     fmt::print(
         "Response code: {}\n"
         "Give this code to your administrator, or enter it where you got the seed: the server "
         "needs\n"
         "it to complete the seed as this computer has, and accepts passcodes only after that.\n",
-        *response);
+        *result.response);
   }
 }
 

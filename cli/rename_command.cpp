@@ -2,8 +2,8 @@
 
 #include "cli/command.h"
 #include "cli/failure.h"
-#include "cli/new_token.h"
 #include "cli/terminal.h"
+#include "platform/new_token.h"
 
 namespace talvane {
 namespace {
@@ -21,7 +21,7 @@ class RenameCommand final : public Command {
   }
 
   void run(Session& session) override {
-    StoreChange change(session);
+    SessionChange change(session);
     const Session::Tokens tokens = session.readTokens();
     const std::size_t position = Session::find(tokens, token_);
     SoftTokenInfo& token = *tokens.list[position];
@@ -35,11 +35,11 @@ class RenameCommand final : public Command {
     if (token.description == description) {
       throw Failure(exit_usage, "The new name is empty; give at least one other character than |");
     }
-    requireUsableNames(token, exit_usage);
+    if (const auto problem = problemWithNames(token)) throw Failure(exit_usage, *problem);
     auto slot = static_cast<std::int32_t>(position);
     const bool written = vane::WriteToken(&slot, token);
     const auto& save = session.gateway().lastSave();
-    if (save.status != KeychainStatus::ok) throw Failure(exit_keychain, save.error.substr(4));
+    if (save.status != KeychainStatus::ok) throw Failure(exit_keychain, save.words());
     if (!written) throw Failure(exit_failed, "The token cannot be sealed on this computer");
     change.finish();
     fmt::print("\"{}\" is now \"{}\".\n", printable(before),

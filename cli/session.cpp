@@ -8,20 +8,12 @@
 
 #include "cli/failure.h"
 #include "config/start_trace.h"
-#include "platform/folders.h"
 
 namespace talvane {
 namespace {
 
 bool isMissing(const vaneinterface::Outcome& outcome) {
   return outcome.status == KeychainStatus::item_not_found;
-}
-
-// "ERR text [number]" as a sentence of its own.
-std::string readable(const vaneinterface::Outcome& outcome) {
-  std::string_view text = outcome.error;
-  if (text.starts_with("ERR ")) text.remove_prefix(4);
-  return std::string(text);
 }
 
 std::optional<std::size_t> slotNumber(const std::string& text) {
@@ -84,7 +76,7 @@ vaneinterface& Session::gateway() {
 void Session::describeProblem(Tokens& tokens, std::size_t slot) {
   const auto& load = gateway().lastLoad();
   if (load.status != KeychainStatus::ok && load.status != KeychainStatus::cannot_decode) {
-    throw Failure(exit_keychain, readable(load));
+    throw Failure(exit_keychain, load.words());
   }
   tokens.problem_slot = slot;
   tokens.problem = fmt::format(
@@ -155,25 +147,14 @@ std::size_t Session::find(const Tokens& tokens, const std::string& wanted) {
                 fmt::format("\"{}\" fits {} tokens; {}", wanted, found.size(), hint));
 }
 
-StoreChange::StoreChange(Session& session) : lock_(dataFolder()), session_(session) {
-  if (!lock_.held()) throw Failure(lock_.busy() ? exit_failed : exit_keychain, lock_.error());
-  KeychainService& keychain = *session_.keychain().service;
-  if (const KeychainStatus status = keychain.beginChange(); status != KeychainStatus::ok) {
-    throw Failure(exit_keychain, keychain.message(status));
+SessionChange::SessionChange(Session& session) : change_(*session.keychain().service) {
+  if (!change_.begun()) {
+    throw Failure(change_.busy() ? exit_failed : exit_keychain, change_.error());
   }
-  open_ = true;
 }
 
-StoreChange::~StoreChange() {
-  if (open_) static_cast<void>(session_.keychain().service->endChange());
-}
-
-void StoreChange::finish() {
-  open_ = false;
-  KeychainService& keychain = *session_.keychain().service;
-  if (const KeychainStatus status = keychain.endChange(); status != KeychainStatus::ok) {
-    throw Failure(exit_keychain, keychain.message(status));
-  }
+void SessionChange::finish() {
+  if (!change_.finish()) throw Failure(exit_keychain, change_.error());
 }
 
 }  // namespace talvane

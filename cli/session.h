@@ -9,7 +9,7 @@
 #include "config/ini.h"
 #include "engine/vane.h"
 #include "platform/keychains.h"
-#include "platform/store_lock.h"
+#include "platform/store_change.h"
 #include "platform/vaneinterface.h"
 
 namespace talvane {
@@ -67,22 +67,14 @@ class Session {
   std::optional<vaneinterface> gateway_;
 };
 
-/// A change of the store, from its first read to its last write: holds the per-user lock, and makes
-/// one change of it where the keychain can. Throws Failure when either cannot be had.
-class StoreChange {
+/// A change of the store that throws Failure when it cannot be begun or is not kept.
+class SessionChange {
  public:
-  explicit StoreChange(Session& session);
-  ~StoreChange();
-  StoreChange(const StoreChange&) = delete;
-  StoreChange& operator=(const StoreChange&) = delete;
-
-  /// Ends the change; throws Failure when the keychain did not keep it.
+  explicit SessionChange(Session& session);
   void finish();
 
  private:
-  StoreLock lock_;
-  Session& session_;
-  bool open_ = false;
+  StoreChange change_;
 };
 
 }  // namespace talvane

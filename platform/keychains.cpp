@@ -71,6 +71,68 @@ class RememberedKeychain final : public KeychainService {
   bool remembering_failed_ = false;
 };
 
+class LazyKeychain final : public KeychainService {
+ public:
+  explicit LazyKeychain(UserDefaults& defaults) : defaults_(defaults) {}
+
+  KeychainStatus find(const std::string& service, const std::string& account,
+                      SecretBytes* secret) override {
+    if (!open()) return KeychainStatus::not_available;
+    // A keychain that has just been waited for in vain is not waited for again.
+    const KeychainStatus seen = std::exchange(keychain_.first_look, KeychainStatus::ok);
+    if (seen == KeychainStatus::not_responding) return seen;
+    return keychain_.service->find(service, account, secret);
+  }
+  KeychainStatus add(const std::string& service, const std::string& account,
+                     const SecretBytes& secret) override {
+    return open() ? keychain_.service->add(service, account, secret)
+                  : KeychainStatus::not_available;
+  }
+  KeychainStatus replace(const std::string& service, const std::string& account,
+                         const SecretBytes& secret) override {
+    return open() ? keychain_.service->replace(service, account, secret)
+                  : KeychainStatus::not_available;
+  }
+  KeychainStatus remove(const std::string& service, const std::string& account) override {
+    return open() ? keychain_.service->remove(service, account) : KeychainStatus::not_available;
+  }
+  std::string message(KeychainStatus status) override {
+    return keychain_.service != nullptr ? keychain_.service->message(status) : keychain_.error;
+  }
+  KeychainDescription describe() override {
+    if (open()) return keychain_.service->describe();
+    return {"keychain", "", KeychainStatus::not_available};
+  }
+  void beginReading(const std::string& account) override {
+    // Until it is remembered, what is the right one may change: a desktop's keychain comes up late,
+    // or another program of ours stores the first token.
+    if (!keychain_.remembered && !changing_) keychain_ = {};
+    if (open()) keychain_.service->beginReading(account);
+  }
+  void endReading() override {
+    if (keychain_.service != nullptr) keychain_.service->endReading();
+  }
+  KeychainStatus beginChange() override {
+    if (!keychain_.remembered) keychain_ = {};
+    changing_ = open();
+    return changing_ ? keychain_.service->beginChange() : KeychainStatus::not_available;
+  }
+  KeychainStatus endChange() override {
+    if (!std::exchange(changing_, false)) return KeychainStatus::not_available;
+    return keychain_.service->endChange();
+  }
+
+ private:
+  bool open() {
+    if (keychain_.service == nullptr) keychain_ = openUserKeychain(defaults_, "");
+    return keychain_.service != nullptr;
+  }
+
+  UserDefaults& defaults_;
+  UserKeychain keychain_;
+  bool changing_ = false;
+};
+
 bool isKind(const std::string& kind) {
   const auto kinds = keychainKinds();
   return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
@@ -106,12 +168,16 @@ UserKeychain openUserKeychain(UserDefaults& defaults, const std::string& wish) {
       result.remembered = true;
       break;
     case UserDefaults::Found::no:
-      kind = wish.empty() ? keychainKindForNewUser() : wish;
+      kind = wish.empty() ? keychainKindForNewUser(&result.first_look) : wish;
       break;
   }
   result.kind = kind;
   result.service = std::make_unique<RememberedKeychain>(defaults, kind, makeKeychain(kind));
   return result;
+}
+
+std::unique_ptr<KeychainService> makeUserKeychain(UserDefaults& defaults) {
+  return std::make_unique<LazyKeychain>(defaults);
 }
 
 }  // namespace talvane

@@ -20,7 +20,8 @@ std::unique_ptr<KeychainService> makeKeychain(const std::string& kind);
 
 /// The kind for a user of whom nothing is remembered: one that already holds tokens, else the
 /// desktop's own where there is one.
-std::string keychainKindForNewUser();
+/// `status` (may be null) gets what a first look at that keychain came to, ok when none was needed.
+std::string keychainKindForNewUser(KeychainStatus* status = nullptr);
 
 /// The keychain that holds a user's tokens. It is decided once, and remembered in the user defaults
 /// before the first token is stored; from then on it is that one or an error, never another.
@@ -28,11 +29,16 @@ struct UserKeychain {
   std::unique_ptr<KeychainService> service;  // null: see `error`
   std::string kind;
   bool remembered = false;
-  std::string error;  // for the user, with what to do
+  std::string error;                               // for the user, with what to do
+  KeychainStatus first_look = KeychainStatus::ok;  // what choosing it for a new user came to
 };
 
 /// `wish` is a kind, or empty; one that contradicts what is remembered is refused. The result
 /// borrows `defaults`.
 UserKeychain openUserKeychain(UserDefaults& defaults, const std::string& wish);
+
+/// The user's keychain, opened when first used; one that cannot be had answers not_available, with
+/// the reason as its message, and is tried anew by the next call. Borrows `defaults`.
+std::unique_ptr<KeychainService> makeUserKeychain(UserDefaults& defaults);
 
 }  // namespace talvane

@@ -17,6 +17,10 @@ bool isAnswer(KeychainStatus status) {
 
 }  // namespace
 
+std::string vaneinterface::Outcome::words() const {
+  return error.starts_with("ERR ") ? error.substr(4) : error;
+}
+
 vaneinterface::vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers)
     : keychain_(keychain), identifiers_(identifiers) {}
 

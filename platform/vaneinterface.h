@@ -21,6 +21,9 @@ class vaneinterface final : public Gateway {
   struct Outcome {
     KeychainStatus status = KeychainStatus::ok;
     std::string error = "OK";
+
+    /// `error` as a sentence of its own, without the leading "ERR ".
+    [[nodiscard]] std::string words() const;
   };
 
   vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers);

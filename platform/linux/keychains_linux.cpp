@@ -37,14 +37,17 @@ std::unique_ptr<KeychainService> makeKeychain(const std::string& kind) {
   return kind == vault ? makeVaultKeychain(dataFolder()) : makeSecretService();
 }
 
-std::string keychainKindForNewUser() {
+std::string keychainKindForNewUser(KeychainStatus* status) {
+  if (status != nullptr) *status = KeychainStatus::ok;
   // A vault that cannot be looked for may be there: it will say what is wrong.
   if (access((dataFolder() + "/vault.sqlite").c_str(), F_OK) == 0 || errno != ENOENT) return vault;
   // One that holds no collection to store into cannot be given one without asking the user.
-  const KeychainStatus status = makeSecretService()->describe().status;
-  const bool usable =
-      status != KeychainStatus::not_available && status != KeychainStatus::no_default_keychain;
-  return usable ? secret_service : vault;
+  const KeychainStatus seen = makeSecretService()->describe().status;
+  if (seen == KeychainStatus::not_available || seen == KeychainStatus::no_default_keychain) {
+    return vault;
+  }
+  if (status != nullptr) *status = seen;
+  return secret_service;
 }
 
 }  // namespace talvane

@@ -16,7 +16,8 @@ std::unique_ptr<KeychainService> makeKeychain(const std::string& /*kind*/) {
   return makeSystemKeychain();
 }
 
-std::string keychainKindForNewUser() {
+std::string keychainKindForNewUser(KeychainStatus* status) {
+  if (status != nullptr) *status = KeychainStatus::ok;
   return keychain;
 }
 

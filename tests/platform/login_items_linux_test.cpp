@@ -1,0 +1,443 @@
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/platform/autostart_home.h"
+#include "tests/support/in_child.h"
+
+namespace talvane::test {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+class LoginItemsLinuxTest : public AutostartHome {};
+
+TEST_F(LoginItemsLinuxTest, NothingIsThereAtFirstAndReadingCreatesNothing) {
+  EXPECT_FALSE(isOn());
+  EXPECT_EQ(targets(), Lines{});
+  EXPECT_FALSE(exists(own));
+}
+
+TEST_F(LoginItemsLinuxTest, EnablingWritesTheEntryAndDisablingTakesItAway) {
+  set(true);
+  EXPECT_TRUE(isOn());
+  EXPECT_EQ(entriesIn(own), 1U);
+  EXPECT_EQ(readFile(own + "/softtoken.desktop"),
+            "[Desktop Entry]\n"
+            "Type=Application\n"
+            "Version=1.0\n"
+            "Name=Talvane Soft Token\n"
+            "Comment=Passcodes in the tray\n"
+            "Exec=\"" +
+                program +
+                "\" --no-console-log\n"
+                "Icon=softtoken\n"
+                "Terminal=false\n"
+                "X-GNOME-Autostart-enabled=true\n");
+  set(false);
+  EXPECT_FALSE(isOn());
+  EXPECT_EQ(entriesIn(own), 0U);
+}
+
+TEST_F(LoginItemsLinuxTest, FolderAndEntryArePrivateUnderAnyUmask) {
+  const mode_t before = umask(0);
+  set(true);
+  umask(before);
+  EXPECT_EQ(modeOf(own), 0700);
+  EXPECT_EQ(modeOf(own + "/softtoken.desktop"), 0600);
+}
+
+TEST_F(LoginItemsLinuxTest, MovedProgramIsOffAndEnablingAddsASecondItemForTheNewPlace) {
+  set(true);
+  const std::string first = readFile(own + "/softtoken.desktop");
+  const std::string moved = makeProgram("elsewhere/softtoken");
+  EXPECT_FALSE(loginItemOf(moved).launchAtLogin());
+  loginItemOf(moved).setLaunchAtLogin(true);
+  EXPECT_TRUE(loginItemOf(moved).launchAtLogin());
+  EXPECT_EQ(targets(), (Lines{moved, program}));
+  EXPECT_EQ(readFile(own + "/softtoken.desktop"), first);
+}
+
+TEST_F(LoginItemsLinuxTest, ItemOfAPlaceThatIsGoneStaysAndNeverMatches) {
+  set(true);
+  const std::string moved = home.root() + "/moved";
+  ASSERT_EQ(rename(program.c_str(), moved.c_str()), 0);
+  EXPECT_FALSE(isOn());
+  loginItemOf(moved).setLaunchAtLogin(true);
+  EXPECT_EQ(targets(), (Lines{moved, "-"}));
+  loginItemOf(moved).setLaunchAtLogin(false);
+  EXPECT_EQ(targets(), Lines{"-"});
+}
+
+TEST_F(LoginItemsLinuxTest, EnablingWhenEnabledChangesNothing) {
+  const std::string text = entry(program);
+  writeOwn("zzz.desktop", text);
+  set(true);
+  EXPECT_EQ(entriesIn(own), 1U);
+  EXPECT_EQ(readFile(own + "/zzz.desktop"), text);
+}
+
+TEST_F(LoginItemsLinuxTest, EnablingTwiceMakesOneItem) {
+  set(true);
+  set(true);
+  EXPECT_EQ(targets(), Lines{program});
+}
+
+TEST_F(LoginItemsLinuxTest, DisablingWhenAbsentChangesNothing) {
+  writeOwn("softtoken.desktop", entry(other));
+  set(false);
+  EXPECT_EQ(targets(), Lines{other});
+  EXPECT_EQ(entriesIn(own), 1U);
+}
+
+TEST_F(LoginItemsLinuxTest, EnabledItemIsTheFirst) {
+  writeOwn("aaa.desktop", entry(other));
+  writeOwn("softtoken.desktop", entry(makeProgram("a/softtoken")));
+  writeOwn("softtoken-2.desktop", entry(makeProgram("b/softtoken")));
+  writeOwn("softtoken-10.desktop", entry(makeProgram("c/softtoken")));
+  writeOwn("softtoken-010.desktop", entry(other));
+  writeShared("000.desktop", entry(other));
+  set(true);
+  ASSERT_EQ(targets().size(), 7U);
+  EXPECT_EQ(targets().front(), program);
+  EXPECT_TRUE(exists(own + "/softtoken-11.desktop"));
+}
+
+TEST_F(LoginItemsLinuxTest, SystemItemOfTheNameIsNotHiddenByEnabling) {
+  const std::string packaged = makeProgram("packaged/softtoken");
+  writeShared("softtoken.desktop", entry(packaged));
+  set(true);
+  EXPECT_EQ(targets(), (Lines{program, packaged}));
+}
+
+TEST_F(LoginItemsLinuxTest, SystemItemForTheProgramCounts) {
+  writeShared("softtoken.desktop", entry("\"" + program + "\" --no-console-log"));
+  EXPECT_TRUE(isOn());
+  set(true);
+  EXPECT_FALSE(exists(own));
+}
+
+TEST_F(LoginItemsLinuxTest, DisablingASystemItemHidesItForTheUserAlone) {
+  const std::string text = entry(program);
+  writeShared("softtoken.desktop", text);
+  set(false);
+  EXPECT_FALSE(isOn());
+  EXPECT_EQ(readFile(shared + "/softtoken.desktop"), text);
+  EXPECT_EQ(readFile(own + "/softtoken.desktop"),
+            "[Desktop Entry]\nType=Application\nName=An Entry\nHidden=true\n");
+}
+
+TEST_F(LoginItemsLinuxTest, EnablingAfterASystemItemWasHiddenTurnsItOnAndOffAgain) {
+  writeShared("softtoken.desktop", entry(program));
+  set(false);
+  set(true);
+  EXPECT_TRUE(isOn());
+  EXPECT_EQ(targets(), Lines{program});
+  set(false);
+  EXPECT_FALSE(isOn());
+  EXPECT_EQ(targets(), Lines{});
+}
+
+TEST_F(LoginItemsLinuxTest, HiddenEntryOfTheSamePlaceIsEnabled) {
+  writeOwn("softtoken.desktop", entry(program, "Hidden=true\n"));
+  EXPECT_FALSE(isOn());
+  set(true);
+  EXPECT_EQ(targets(), Lines{program});
+  EXPECT_EQ(entriesIn(own), 1U);
+}
+
+TEST_F(LoginItemsLinuxTest, EntryThatTheDesktopSwitchedOffIsEnabledInItsPlace) {
+  writeOwn("softtoken.desktop", entry(program, "X-GNOME-Autostart-enabled=false\n"));
+  EXPECT_FALSE(isOn());
+  set(true);
+  EXPECT_EQ(targets(), Lines{program});
+  EXPECT_EQ(entriesIn(own), 1U);
+}
+
+TEST_F(LoginItemsLinuxTest, SwitchedOffEntryOfAnotherPlaceStays) {
+  const std::string text = entry(other, "X-GNOME-Autostart-enabled=false\n");
+  writeOwn("softtoken.desktop", text);
+  set(true);
+  EXPECT_EQ(targets(), (Lines{program, "-"}));
+  EXPECT_EQ(readFile(own + "/softtoken.desktop"), text);
+}
+
+TEST_F(LoginItemsLinuxTest, UsersFileHidesTheSystemsOfTheSameName) {
+  writeShared("name.desktop", entry(program));
+  writeOwn("name.desktop", entry(other));
+  EXPECT_EQ(targets(), Lines{other});
+}
+
+TEST_F(LoginItemsLinuxTest, FirstOfTheSystemFoldersCounts) {
+  const std::string second = home.root() + "/second";
+  std::filesystem::create_directories(second + "/autostart");
+  writeFile(second + "/autostart/name.desktop", entry(program));
+  writeShared("name.desktop", entry(other));
+  home.environment.set("XDG_CONFIG_DIRS", home.root() + "/system/:relative::" + second);
+  EXPECT_EQ(targets(), Lines{other});
+}
+
+TEST_F(LoginItemsLinuxTest, UsersOwnFolderAmongTheSystemsIsStillTheUsers) {
+  home.environment.set("XDG_CONFIG_DIRS", home.config());
+  set(true);
+  EXPECT_EQ(targets(), Lines{program});
+  set(false);
+  EXPECT_EQ(entriesIn(own), 0U);
+}
+
+TEST_F(LoginItemsLinuxTest, WithoutTheVariableItIsTheFolderInTheHome) {
+  for (const std::string value : {"", "relative"}) {
+    home.environment.set("XDG_CONFIG_HOME", value);
+    set(true);
+    EXPECT_TRUE(exists(home.home() + "/.config/autostart/softtoken.desktop"));
+    set(false);
+  }
+}
+
+TEST_F(LoginItemsLinuxTest, SymbolicLinkToTheProgramResolvesToIt) {
+  const std::string link = home.root() + "/link";
+  ASSERT_EQ(symlink(program.c_str(), link.c_str()), 0);
+  writeOwn("x.desktop", entry(link));
+  EXPECT_TRUE(isOn());
+}
+
+TEST_F(LoginItemsLinuxTest, LinkedFolderAndLinkedEntryAreRead) {
+  std::filesystem::create_directory(home.root() + "/dotfiles");
+  writeFile(home.root() + "/dotfiles/text", entry(program));
+  ASSERT_EQ(symlink((home.root() + "/dotfiles").c_str(), own.c_str()), 0);
+  ASSERT_EQ(symlink("text", (own + "/x.desktop").c_str()), 0);
+  EXPECT_TRUE(isOn());
+  set(false);
+  EXPECT_FALSE(isOn());
+  EXPECT_TRUE(exists(home.root() + "/dotfiles/text"));
+}
+
+TEST_F(LoginItemsLinuxTest, ProgramsNamesWithCharactersOfAllKindsReadBack) {
+  for (const std::string name :
+       {"blank in name", "100%",       "%f",          "%%",         "quote\"",   "quote'",
+        "back\\slash",   "\\n",        "dollar$HOME", "back`tick`", "tab\there", "new\nline",
+        "cr\rhere",      "semi;colon", "#hash",       "[x]",        "=",         "\xC3\xBC",
+        "\xFF\xFE",      "(deleted)",  "~",           "a\\\\\"b"}) {
+    SCOPED_TRACE(name);
+    const std::string path = makeProgram("odd names/" + name);
+    loginItemOf(path).setLaunchAtLogin(true);
+    EXPECT_TRUE(loginItemOf(path).launchAtLogin());
+    EXPECT_EQ(targets(), Lines{path});
+    loginItemOf(path).setLaunchAtLogin(false);
+    EXPECT_EQ(targets(), Lines{});
+  }
+}
+
+// The two layers of the Desktop Entry Specification's own example: a backslash in an argument is
+// doubled for the quotes and each of the two again for the file.
+TEST_F(LoginItemsLinuxTest, ReservedCharactersAreWrittenAsTheSpecificationSays) {
+  const std::string path = makeProgram("a\\b $c `d` \"e\" 50%");
+  loginItemOf(path).setLaunchAtLogin(true);
+  const std::string text = readFile(own + "/softtoken.desktop");
+  const std::string folder = path.substr(0, path.rfind('/'));
+  EXPECT_NE(text.find("\nExec=\"" + folder +
+                      R"(/a\\\\b \\$c \\`d\\` \\"e\\" 50%%" --no-console-log)" + "\n"),
+            std::string::npos)
+      << text;
+}
+
+TEST_F(LoginItemsLinuxTest, ExecValuesResolveAsTheyAreStarted) {
+  const std::string folder = program.substr(0, program.rfind('/'));
+  const struct {
+    std::string exec;
+    bool resolves;
+  } rows[] = {
+      {program, true},
+      {"softtoken", true},
+      {"softtoken --no-console-log %U", true},
+      {"\"softtoken\" \"an argument\"", true},
+      {"  " + program + "  ", true},
+      {folder + "/\"softtoken\"", true},
+      {folder + "/soft\\stoken", false},
+      {folder + "/../programs/./softtoken", true},
+      {"softtoken \"50%%\"", true},
+      {"", false},
+      {"\"\"", false},
+      {"softtoken \"unclosed", false},
+      {"\"" + program, false},
+      {"softtoken %z", false},
+      {"softtoken %", false},
+      {program + "%f", false},
+      {"%f " + program, false},
+      {"\"" + program + " \"", false},
+      {"programs/softtoken", false},
+      {"./softtoken", false},
+      {"~/softtoken", false},
+      {"missing", false},
+      {folder, false},
+      {program + "/", false},
+      {"env " + program, false},
+      {"\\", false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.exec);
+    writeOwn("x.desktop", entry(row.exec));
+    EXPECT_EQ(isOn(), row.resolves);
+  }
+}
+
+TEST_F(LoginItemsLinuxTest, ProgramThatMayNotBeExecutedDoesNotResolve) {
+  writeOwn("x.desktop", entry(program));
+  ASSERT_EQ(chmod(program.c_str(), 0644), 0);
+  EXPECT_EQ(targets(), Lines{"-"});
+}
+
+TEST_F(LoginItemsLinuxTest, KeysThatKeepAnEntryFromStarting) {
+  const struct {
+    std::string keys;
+    bool starts;
+  } rows[] = {
+      {"", true},
+      {"Hidden=false\nX-GNOME-Autostart-enabled=true\n", true},
+      {"Hidden=true\n", false},
+      {"  Hidden = true \r\n", false},
+      {"X-GNOME-Autostart-enabled=false\n", false},
+      {"# Hidden=true\n", true},
+      {"[Desktop Action x]\nHidden=true\nExec=missing\n", true},
+      {"Name[de]=Eintrag\nHidden[de]=true\n", true},
+      {"TryExec=other\n", true},
+      {"TryExec=" + other + "\n", true},
+      {"TryExec=missing\n", false},
+      {"TryExec=/missing\n", false},
+      {"OnlyShowIn=GNOME;\n", true},
+      {"OnlyShowIn=KDE;GNOME\n", true},
+      {"OnlyShowIn=KDE;\n", false},
+      {"OnlyShowIn=\n", false},
+      {"NotShowIn=GNOME;\n", false},
+      {"NotShowIn=KDE;XFCE;\n", true},
+      {"Type=Link\n", false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.keys);
+    writeOwn("x.desktop", entry(program, row.keys));
+    EXPECT_EQ(isOn(), row.starts);
+  }
+}
+
+TEST_F(LoginItemsLinuxTest, FirstKnownNameOfTheSessionDecides) {
+  writeOwn("x.desktop", entry(program, "OnlyShowIn=GNOME;\nNotShowIn=ubuntu;\n"));
+  home.environment.set("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
+  EXPECT_FALSE(isOn());
+  home.environment.set("XDG_CURRENT_DESKTOP", "Unity:GNOME:ubuntu");
+  EXPECT_TRUE(isOn());
+  home.environment.unset("XDG_CURRENT_DESKTOP");
+  EXPECT_FALSE(isOn());
+}
+
+TEST_F(LoginItemsLinuxTest, EntryForOtherDesktopsIsReplacedAndNotDoubled) {
+  writeOwn("softtoken.desktop", entry(program, "OnlyShowIn=KDE;\n"));
+  set(true);
+  home.environment.set("XDG_CURRENT_DESKTOP", "KDE");
+  EXPECT_EQ(targets(), Lines{program});
+}
+
+TEST_F(LoginItemsLinuxTest, ThingsThatAreNoEntriesAreSkippedAndStay) {
+  writeOwn("binary.desktop", std::string("[Desktop Entry]\nExec=\0\nType=\xFF", 32));
+  writeOwn("empty.desktop", "");
+  writeOwn("no_group.desktop", "Type=Application\nExec=" + program + "\n");
+  writeOwn("huge.desktop", entry(program, "X=" + std::string(1024 * 1024, 'x') + "\n"));
+  writeOwn("brackets.desktop", std::string(70000, '['));
+  writeOwn("not_an_entry.txt", entry(program));
+  std::filesystem::create_directory(own + "/softtoken.desktop");
+  ASSERT_EQ(mkfifo((own + "/pipe.desktop").c_str(), 0600), 0);
+  ASSERT_EQ(symlink("loop.desktop", (own + "/loop.desktop").c_str()), 0);
+  ASSERT_EQ(symlink("/dev/zero", (own + "/device.desktop").c_str()), 0);
+  ASSERT_EQ(symlink("/proc/self/pagemap", (own + "/endless.desktop").c_str()), 0);
+  inChild(
+      [&] {
+        EXPECT_FALSE(isOn());
+        EXPECT_EQ(targets(), Lines{});
+        set(true);
+        EXPECT_EQ(targets(), Lines{program});
+        EXPECT_TRUE(exists(own + "/softtoken-2.desktop"));
+        set(false);
+        EXPECT_EQ(targets(), Lines{});
+      },
+      10);
+  EXPECT_EQ(entriesIn(own), 11U);
+}
+
+TEST_F(LoginItemsLinuxTest, LargestEntryIsRead) {
+  std::string text = entry(program, "X=");
+  text.resize(1024 * 1024, 'x');
+  writeOwn("large.desktop", text);
+  EXPECT_TRUE(isOn());
+}
+
+TEST_F(LoginItemsLinuxTest, UnreadableEntryIsSkippedAndNotReplaced) {
+  writeOwn("softtoken.desktop", entry(program));
+  asOrdinaryUser(home.root(), [&] {
+    ASSERT_EQ(chmod((own + "/softtoken.desktop").c_str(), 0), 0);
+    EXPECT_FALSE(isOn());
+    set(true);
+    EXPECT_TRUE(isOn());
+    EXPECT_EQ(modeOf(own + "/softtoken.desktop"), 0);
+  });
+}
+
+TEST_F(LoginItemsLinuxTest, FolderThatCannotBeWrittenStaysAsItWas) {
+  writeOwn("x.desktop", entry(program));
+  asOrdinaryUser(home.root(), [&] {
+    ASSERT_EQ(chmod(own.c_str(), 0500), 0);
+    set(false);
+    EXPECT_TRUE(isOn());
+    loginItemOf(other).setLaunchAtLogin(true);
+    EXPECT_EQ(targets(), Lines{program});
+    EXPECT_EQ(chmod(own.c_str(), 0700), 0);
+  });
+  EXPECT_EQ(entriesIn(own), 1U);
+}
+
+TEST_F(LoginItemsLinuxTest, FileInTheFoldersPlaceStaysAsItWas) {
+  writeFile(own, "a file");
+  set(true);
+  EXPECT_FALSE(isOn());
+  EXPECT_EQ(readFile(own), "a file");
+}
+
+TEST_F(LoginItemsLinuxTest, TargetThatWouldNeverBeFoundAgainIsNotAdded) {
+  const std::string link = home.root() + "/link";
+  ASSERT_EQ(symlink(program.c_str(), link.c_str()), 0);
+  for (const std::string& target :
+       {home.root() + "/missing", home.root(), std::string("softtoken"), std::string(), link}) {
+    loginItemOf(target).setLaunchAtLogin(true);
+    EXPECT_FALSE(exists(own)) << target;
+  }
+}
+
+TEST_F(LoginItemsLinuxTest, RunningProgramIsItsOwnFile) {
+  const talibobjc_LoginItem item;
+  EXPECT_EQ(item.appURL(), std::filesystem::read_symlink("/proc/self/exe").string());
+}
+
+// The kernel names a replaced file "... (deleted)"; the entry must name the one in its place.
+TEST_F(LoginItemsLinuxTest, RunningProgramThatWasReplacedIsTheFileInItsPlace) {
+  const std::string copy = home.root() + "/copy";
+  std::filesystem::copy_file("/proc/self/exe", copy);
+  const std::string filter =
+      "--gtest_filter=LoginItemsLinuxTest.DISABLED_ReplacedProgramSeesItsPlace";
+  inChild([&] {
+    setenv("REPLACED_PROGRAM", std::filesystem::canonical(copy).c_str(), 1);
+    execl(copy.c_str(), copy.c_str(), filter.c_str(), "--gtest_also_run_disabled_tests", nullptr);
+    ADD_FAILURE() << "the copy did not start";
+  });
+}
+
+// Run by the test above, in a copy of this program.
+TEST_F(LoginItemsLinuxTest, DISABLED_ReplacedProgramSeesItsPlace) {
+  const char* place = std::getenv("REPLACED_PROGRAM");
+  ASSERT_NE(place, nullptr);
+  ASSERT_EQ(unlink(place), 0);
+  EXPECT_EQ(systemLoginItems()->ownTarget(), place);
+  std::filesystem::copy_file(program, place);
+  EXPECT_EQ(systemLoginItems()->ownTarget(), place);
+}
+
+}  // namespace
+}  // namespace talvane::test

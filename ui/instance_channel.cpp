@@ -1,0 +1,180 @@
+#include "ui/instance_channel.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <QSocketNotifier>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/folders.h"
+
+namespace talvane {
+namespace {
+
+constexpr std::size_t longest_request = 65536;
+constexpr int patience_milliseconds = 1000;
+constexpr char taken = '+';
+
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  ~Descriptor() {
+    if (number_ >= 0) ::close(number_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  [[nodiscard]] int get() const { return number_; }
+
+ private:
+  int number_;
+};
+
+std::string channelFolder() {
+  const char* folder = std::getenv("XDG_RUNTIME_DIR");
+  return (folder != nullptr && folder[0] == '/' ? std::string(folder) + "/softtoken"
+                                                : dataFolder() + "/run");
+}
+
+bool addressOf(const std::string& path, sockaddr_un* address) {
+  *address = {};
+  address->sun_family = AF_UNIX;
+  if (path.size() >= sizeof(address->sun_path)) return false;
+  std::memcpy(address->sun_path, path.c_str(), path.size() + 1);
+  return true;
+}
+
+const sockaddr* generic(const sockaddr_un& address) {
+  return reinterpret_cast<const sockaddr*>(&address);
+}
+
+bool waitFor(int descriptor, short events) {
+  pollfd waiting{descriptor, events, 0};
+  return poll(&waiting, 1, patience_milliseconds) == 1;
+}
+
+// Up to the end of what the other side sends.
+QByteArray readAll(int descriptor) {
+  QByteArray text;
+  std::array<char, 4096> piece{};
+  while (static_cast<std::size_t>(text.size()) < longest_request && waitFor(descriptor, POLLIN)) {
+    const ssize_t length = read(descriptor, piece.data(), piece.size());
+    if (length < 0 && errno == EINTR) continue;
+    if (length <= 0) break;
+    text.append(piece.data(), static_cast<qsizetype>(length));
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string displayName() {
+  const char* display = std::getenv("DISPLAY");
+  if (display == nullptr || display[0] == '\0') display = std::getenv("WAYLAND_DISPLAY");
+  std::string name = display == nullptr ? "" : display;
+  // ":0" and ":0.0" are one display.
+  if (const auto colon = name.rfind(':'); colon != std::string::npos) {
+    name = name.substr(0, name.find('.', colon));
+  }
+  for (char& letter : name) {
+    if (letter == '/') letter = '_';
+  }
+  return name;
+}
+
+InstanceChannel::InstanceChannel(const std::string& display)
+    : lock_path_(channelFolder() + "/instance" + display + ".lock"),
+      socket_path_(channelFolder() + "/instance" + display + ".socket") {}
+
+InstanceChannel::~InstanceChannel() {
+  notifier_.reset();
+  if (listening_ >= 0) {
+    unlink(socket_path_.c_str());
+    ::close(listening_);
+  }
+  if (lock_ >= 0) ::close(lock_);
+}
+
+bool InstanceChannel::becomeFirst() {
+  sockaddr_un address{};
+  if (!makePrivateFolder(channelFolder())) {
+    error_ = "The folder " + channelFolder() + " cannot be made: " + std::strerror(errno);
+    return false;
+  }
+  if (!addressOf(socket_path_, &address)) {
+    error_ = "The path " + socket_path_ + " is too long";
+    return false;
+  }
+  lock_ = open(lock_path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  if (lock_ < 0) {
+    error_ = "The file " + lock_path_ + " cannot be opened: " + std::strerror(errno);
+    return false;
+  }
+  if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+    ::close(lock_);
+    lock_ = -1;
+    return false;
+  }
+  // What a program that died has left.
+  unlink(socket_path_.c_str());
+  listening_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  const mode_t mask = umask(0077);
+  const bool listens = listening_ >= 0 &&
+                       bind(listening_, generic(address), sizeof(address)) == 0 &&
+                       ::listen(listening_, SOMAXCONN) == 0;
+  umask(mask);
+  if (!listens) {
+    // Alone it can work all the same.
+    if (listening_ >= 0) ::close(listening_);
+    listening_ = -1;
+  }
+  return true;
+}
+
+void InstanceChannel::listen() {
+  if (listening_ < 0) return;
+  notifier_ = std::make_unique<QSocketNotifier>(listening_, QSocketNotifier::Read);
+  connect(notifier_.get(), &QSocketNotifier::activated, this, [this] { accept(); });
+}
+
+void InstanceChannel::accept() {
+  const Descriptor other(accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC));
+  if (other.get() < 0) return;
+  ucred peer{};
+  socklen_t size = sizeof(peer);
+  if (getsockopt(other.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.uid != getuid()) {
+    return;
+  }
+  const QByteArray request = readAll(other.get());
+  if (request.isEmpty()) return;
+  static_cast<void>(write(other.get(), &taken, 1));
+  if (received) received(QString::fromUtf8(request));
+}
+
+bool InstanceChannel::send(const QString& request) const {
+  sockaddr_un address{};
+  if (!addressOf(socket_path_, &address)) return false;
+  const Descriptor other(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (other.get() < 0) return false;
+  // One that has just started may hold the lock and not listen yet.
+  for (int attempt = 0; ::connect(other.get(), generic(address), sizeof(address)) != 0; ++attempt) {
+    if (attempt == 20) return false;
+    usleep(50'000);
+  }
+  const QByteArray text = request.toUtf8();
+  if (::send(other.get(), text.constData(), static_cast<std::size_t>(text.size()), MSG_NOSIGNAL) !=
+      text.size()) {
+    return false;
+  }
+  shutdown(other.get(), SHUT_WR);
+  return readAll(other.get()) == QByteArray(1, taken);
+}
+
+}  // namespace talvane

@@ -1,0 +1,102 @@
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDesktopServices>
+#include <QStyleFactory>
+#include <QUrl>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "config/start_trace.h"
+#include "platform/keychains.h"
+#include "ui/app_delegate.h"
+#include "ui/icns.h"
+#include "ui/instance_channel.h"
+#include "ui/product.h"
+#include "ui/start.h"
+#include "ui/tray.h"
+
+namespace talvane {
+namespace {
+
+constexpr int exit_failed = 1;
+constexpr int exit_usage = 2;
+
+QPalette panelPalette() {
+  QPalette palette(paint::tile);
+  palette.setColor(QPalette::Window, paint::tile);
+  palette.setColor(QPalette::Button, QColor(0x3d, 0x43, 0x4c));
+  palette.setColor(QPalette::WindowText, paint::text);
+  palette.setColor(QPalette::ButtonText, paint::text);
+  palette.setColor(QPalette::Base, Qt::white);
+  palette.setColor(QPalette::Text, Qt::black);
+  palette.setColor(QPalette::PlaceholderText, QColor(0x60, 0x66, 0x70));
+  palette.setColor(QPalette::Highlight, QColor(0x27, 0x5a, 0xa8));
+  palette.setColor(QPalette::HighlightedText, Qt::white);
+  palette.setColor(QPalette::Link, paint::focus);
+  return palette;
+}
+
+int run(int argc, char** argv) {
+  const StartOptions options = readOptions(argc, argv);
+  if (!options.output.empty()) {
+    std::fputs(options.output.c_str(), options.failed ? stderr : stdout);
+    return options.failed ? exit_usage : 0;
+  }
+  InstanceChannel channel(displayName());
+  if (!channel.becomeFirst()) {
+    std::string error = channel.error();
+    if (error.empty() && !channel.send(options.request)) {
+      error = "Another start of the program holds its place but does not answer";
+    }
+    if (error.empty()) return 0;
+    std::fprintf(stderr, "softtoken: %s\n", error.c_str());
+    return exit_failed;
+  }
+  if (options.request == QLatin1String(request::quit)) return 0;
+  if (const std::string error = prepareDisplay(); !error.empty()) {
+    std::fprintf(stderr, "softtoken: %s\n", error.c_str());
+    return exit_failed;
+  }
+
+  QApplication application(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("softtoken"));
+  QApplication::setApplicationDisplayName(QStringLiteral("Talvane Soft Token"));
+  QApplication::setApplicationVersion(QLatin1String(product::version));
+  QGuiApplication::setDesktopFileName(QStringLiteral("softtoken"));
+  QApplication::setQuitOnLastWindowClosed(false);
+  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+  QApplication::setPalette(panelPalette());
+
+  const auto defaults = systemUserDefaults();
+  const auto identifiers = systemDeviceIdentifiers();
+  const auto keychain = makeUserKeychain(*defaults);
+  Ini ini(*defaults);
+  Tray* tray = nullptr;
+  AppParts parts;
+  parts.keychain = keychain.get();
+  parts.identifiers = identifiers.get();
+  parts.defaults = defaults.get();
+  parts.ini = &ini;
+  parts.make_login_item = [] { return std::make_unique<talibobjc_LoginItem>(); };
+  parts.open_url = [](const QString& address) { QDesktopServices::openUrl(QUrl(address)); };
+  parts.show_status_item = [&tray] { tray->show(); };
+  parts.trace_path = trace_path;
+  parts.console = options.console;
+  SoftTokenOSXAppDelegate delegate(std::move(parts));
+  Tray status_item([&delegate] { delegate.iconClicked(); });
+  tray = &status_item;
+
+  channel.received = [&delegate](const QString& what) { delegate.perform(what); };
+  channel.listen();
+  delegate.applicationDidFinishLaunching();
+  if (options.request != QLatin1String(request::start)) delegate.perform(options.request);
+  return QApplication::exec();
+}
+
+}  // namespace
+}  // namespace talvane
+
+int main(int argc, char** argv) {
+  return talvane::run(argc, argv);
+}

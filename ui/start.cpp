@@ -1,0 +1,90 @@
+#include "ui/start.h"
+
+#include <xcb/xcb.h>
+
+#include <QCommandLineParser>
+#include <QStringList>
+#include <cstdlib>
+
+#include "ui/product.h"
+
+namespace talvane {
+namespace {
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && value[0] != '\0';
+}
+
+bool displayAnswers() {
+  xcb_connection_t* display = xcb_connect(nullptr, nullptr);
+  const bool answers = xcb_connection_has_error(display) == 0;
+  xcb_disconnect(display);
+  return answers;
+}
+
+}  // namespace
+
+StartOptions readOptions(int argc, char** argv) {
+  QStringList arguments;
+  for (int i = 0; i < argc; ++i) arguments.append(QString::fromLocal8Bit(argv[i]));
+  QCommandLineParser parser;
+  parser.setApplicationDescription(
+      QStringLiteral("Shows your one-time passcodes from the status area. A second start opens or "
+                     "closes the panel of\nthe first."));
+  const QCommandLineOption toggle(QStringLiteral("toggle"),
+                                  QStringLiteral("Open the panel, or close it."));
+  const QCommandLineOption quit(QStringLiteral("quit"), QStringLiteral("End the running program."));
+  const QCommandLineOption quiet(
+      QStringLiteral("no-console-log"),
+      QStringLiteral("Write no log lines to standard error; they hold seeds."));
+  const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
+                                   QStringLiteral("Print the version."));
+  const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
+                                QStringLiteral("Print this help."));
+  parser.addOptions({toggle, quit, quiet, version, help});
+  parser.addPositionalArgument(QStringLiteral("link"),
+                               QStringLiteral("An otpauth:// link; asks before it is stored."),
+                               QStringLiteral("[link]"));
+  StartOptions options;
+  const bool parsed = parser.parse(arguments);
+  const QStringList links = parser.positionalArguments();
+  const int wishes = static_cast<int>(links.size()) + parser.isSet(toggle) + parser.isSet(quit);
+  if (!parsed || wishes > 1) {
+    options.failed = true;
+    options.output = "softtoken: " +
+                     (parsed ? std::string("Give one of --toggle, --quit and a link")
+                             : parser.errorText().toStdString()) +
+                     "; see softtoken --help\n";
+    return options;
+  }
+  if (parser.isSet(help)) {
+    const std::string text = parser.helpText().toStdString();
+    options.output = "Usage: softtoken [options] [link]" + text.substr(text.find('\n'));
+  }
+  if (parser.isSet(version)) {
+    options.output = std::string("softtoken ") + product::version + "\n";
+  }
+  options.console = !parser.isSet(quiet);
+  if (parser.isSet(toggle)) options.request = QLatin1String(request::toggle);
+  if (parser.isSet(quit)) options.request = QLatin1String(request::quit);
+  if (!links.isEmpty()) options.request = QLatin1String(request::open) + links.front();
+  return options;
+}
+
+std::string prepareDisplay() {
+  if (isSet("QT_QPA_PLATFORM")) return {};
+  const std::string advice = "; without a desktop, use softtoken-cli";
+  if (!isSet("DISPLAY")) {
+    return isSet("WAYLAND_DISPLAY") ? std::string()
+                                    : "There is no display to show the program on" + advice;
+  }
+  // The panel has to choose its place, which only X11 lets it do.
+  setenv("QT_QPA_PLATFORM", "xcb", 1);
+  if (!displayAnswers()) {
+    return "The display " + std::string(std::getenv("DISPLAY")) + " cannot be reached" + advice;
+  }
+  return {};
+}
+
+}  // namespace talvane

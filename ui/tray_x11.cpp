@@ -1,0 +1,135 @@
+// The status area of X11 desktops.
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusInterface>
+#include <QDBusServiceWatcher>
+#include <QEvent>
+#include <QMouseEvent>
+#include <utility>
+
+#include <xcb/xcb.h>
+#include <cstdlib>
+
+#include "ui/icns.h"
+#include "ui/tray.h"
+
+namespace talvane {
+namespace {
+
+constexpr const char* watcher_service = "org.kde.StatusNotifierWatcher";
+
+struct Release {
+  void operator()(void* memory) const { std::free(memory); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, Release>;
+
+xcb_connection_t* connection() {
+  auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
+  return x11 == nullptr ? nullptr : x11->connection();
+}
+
+xcb_atom_t atom(xcb_connection_t* display, const QByteArray& name) {
+  const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+      display,
+      xcb_intern_atom(display, 0, static_cast<std::uint16_t>(name.size()), name.constData()),
+      nullptr));
+  return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
+}
+
+// A status area that takes embedded windows (System Tray Protocol: the owner of this selection).
+bool hasEmbeddingTray() {
+  xcb_connection_t* display = connection();
+  if (display == nullptr) return false;
+  const Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+      display, xcb_get_selection_owner(display, atom(display, "_NET_SYSTEM_TRAY_S0")), nullptr));
+  return reply != nullptr && reply->owner != XCB_WINDOW_NONE;
+}
+
+// A status area that takes StatusNotifierItems.
+bool hasNotifierHost() {
+  const QDBusConnection bus = QDBusConnection::sessionBus();
+  if (!bus.isConnected() || !bus.interface()->isServiceRegistered(QLatin1String(watcher_service))) {
+    return false;
+  }
+  const QDBusInterface watcher(QLatin1String(watcher_service),
+                               QStringLiteral("/StatusNotifierWatcher"),
+                               QLatin1String(watcher_service), bus);
+  return watcher.property("IsStatusNotifierHostRegistered").toBool();
+}
+
+}  // namespace
+
+Tray::Tray(std::function<void()> clicked) : clicked_(std::move(clicked)) {}
+
+Tray::~Tray() {
+  qApp->removeEventFilter(this);
+  qApp->removeNativeEventFilter(this);
+}
+
+void Tray::show() {
+  if (icon_ != nullptr) return;
+  // The toolkit looks once for the first kind and keeps to what it found: not before one is there.
+  if (!hasNotifierHost() && !hasEmbeddingTray() && connection() != nullptr) {
+    waitForOne();
+    return;
+  }
+  watcher_.reset();
+  qApp->removeNativeEventFilter(this);
+  qApp->installEventFilter(this);
+  icon_ = std::make_unique<QSystemTrayIcon>(statusIcon());
+  icon_->setToolTip(QStringLiteral("Talvane Soft Token"));
+  connect(icon_.get(), &QSystemTrayIcon::activated, this,
+          [this](QSystemTrayIcon::ActivationReason reason) {
+            if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
+              clicked_();
+            }
+          });
+  icon_->show();
+}
+
+void Tray::waitForOne() {
+  if (watcher_ != nullptr) return;
+  qApp->installNativeEventFilter(this);
+  QDBusConnection bus = QDBusConnection::sessionBus();
+  watcher_ = std::make_unique<QDBusServiceWatcher>(QLatin1String(watcher_service), bus,
+                                                   QDBusServiceWatcher::WatchForRegistration);
+  connect(
+      watcher_.get(), &QDBusServiceWatcher::serviceRegistered, this, [this] { show(); },
+      Qt::QueuedConnection);
+  // The host may come after its watcher.
+  bus.connect(QLatin1String(watcher_service), QStringLiteral("/StatusNotifierWatcher"),
+              QLatin1String(watcher_service), QStringLiteral("StatusNotifierHostRegistered"), this,
+              SLOT(show()));
+}
+
+// An icon that is embedded tells of the press; what counts is the release.
+bool Tray::eventFilter(QObject* watched, QEvent* event) {
+  switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseButtonRelease:
+      break;
+    default:
+      return false;
+  }
+  if (watched->objectName() != QLatin1String("QSystemTrayIconSys")) return false;
+  if (static_cast<QMouseEvent*>(event)->button() != Qt::LeftButton) return false;
+  if (event->type() == QEvent::MouseButtonRelease) clicked_();
+  return true;
+}
+
+bool Tray::nativeEventFilter(const QByteArray& type, void* message, qintptr* /*result*/) {
+  if (type != "xcb_generic_event_t") return false;
+  const auto* event = static_cast<const xcb_generic_event_t*>(message);
+  if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE) return false;
+  const auto* client = reinterpret_cast<const xcb_client_message_event_t*>(event);
+  if (client->type != atom(connection(), "MANAGER")) return false;
+  QMetaObject::invokeMethod(
+      this, [this] { show(); }, Qt::QueuedConnection);
+  return false;
+}
+
+}  // namespace talvane

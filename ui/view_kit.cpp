@@ -1,0 +1,240 @@
+#include "ui/view_kit.h"
+
+#include <QFontDatabase>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <utility>
+
+namespace talvane {
+namespace {
+
+bool isPressKey(const QKeyEvent& event) {
+  return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+}
+
+// Hover changes how a button looks, though nothing else of it.
+bool changesLook(QEvent::Type type) {
+  return type == QEvent::HoverEnter || type == QEvent::HoverLeave;
+}
+
+void drawFocusRing(QPainter& painter, const QRectF& around, qreal radius) {
+  painter.setPen(QPen(paint::focus, 2));
+  painter.setBrush(Qt::NoBrush);
+  painter.drawRoundedRect(around.adjusted(1, 1, -1, -1), radius, radius);
+}
+
+struct ButtonColours {
+  QColor ground;
+  QColor edge;
+  QColor text;
+};
+
+ButtonColours toolbarColours(const QAbstractButton& button) {
+  if (!button.isEnabled()) return {Qt::transparent, Qt::transparent, paint::quiet_text};
+  if (button.isDown()) return {QColor(0, 0, 0, 70), Qt::transparent, paint::text};
+  if (button.underMouse()) return {QColor(0, 0, 0, 38), QColor(255, 255, 255, 70), paint::text};
+  return {Qt::transparent, Qt::transparent, paint::text};
+}
+
+ButtonColours lightColours(const QAbstractButton& button) {
+  if (button.isDown())
+    return {QColor(0xc3, 0xd2, 0xe8), QColor(0x6f, 0x8c, 0xb8), paint::dark_text};
+  if (button.underMouse()) {
+    return {QColor(0xd8, 0xe3, 0xf3), QColor(0x7f, 0x9a, 0xc2), paint::dark_text};
+  }
+  return {QColor(0xe9, 0xee, 0xf6), QColor(0x9f, 0xb2, 0xcf), paint::dark_text};
+}
+
+ButtonColours tileColours(const QAbstractButton& button) {
+  const QColor edge(255, 255, 255, 60);
+  if (button.isDown()) return {QColor(0x22, 0x3c, 0x66), edge, paint::text};
+  if (button.underMouse()) return {QColor(0x2f, 0x55, 0x92), edge, paint::text};
+  return {QColor(0x27, 0x46, 0x79), edge, paint::text};
+}
+
+ButtonColours coloursOf(const QAbstractButton& button, PanelButton::Dress dress) {
+  switch (dress) {
+    case PanelButton::Dress::light:
+      return lightColours(button);
+    case PanelButton::Dress::tile:
+      return tileColours(button);
+    case PanelButton::Dress::toolbar:
+      break;
+  }
+  return toolbarColours(button);
+}
+
+}  // namespace
+
+QRect rectangle(const Frame& frame) {
+  return {frame.x, frame.y, frame.width, frame.height};
+}
+
+Frame frameOf(const QRect& rectangle) {
+  return {rectangle.x(), rectangle.y(), rectangle.width(), rectangle.height()};
+}
+
+QColor colour(const Colour& colour) {
+  return QColor::fromRgbF(colour.red, colour.green, colour.blue);
+}
+
+QPixmap picture(const QString& name, const QWidget& shown_on) {
+  const QString path = QStringLiteral(":/softtoken/") + name;
+  if (shown_on.devicePixelRatioF() > 1) {
+    QString twice = path;
+    twice.insert(path.lastIndexOf(QLatin1Char('.')), QStringLiteral("@2x"));
+    QPixmap sharp(twice);
+    if (!sharp.isNull()) {
+      sharp.setDevicePixelRatio(2);
+      return sharp;
+    }
+  }
+  return QPixmap(path);
+}
+
+QFont panelFont(int size, bool bold) {
+  QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+  font.setPixelSize(size);
+  font.setBold(bold);
+  return font;
+}
+
+FlippedView::FlippedView(const Frame& frame, QWidget* parent) : QWidget(parent) {
+  setGeometry(rectangle(frame));
+}
+
+FlippedImageView::FlippedImageView(const Frame& frame, QPixmap image, QWidget* parent)
+    : QWidget(parent), image_(std::move(image)) {
+  setGeometry(rectangle(frame));
+}
+
+void FlippedImageView::paintEvent(QPaintEvent* /*event*/) {
+  QPainter(this).drawPixmap(0, 0, image_);
+}
+
+TiledImageView::TiledImageView(const Frame& frame, QWidget* parent) : QWidget(parent) {
+  setGeometry(rectangle(frame));
+}
+
+void TiledImageView::setImage(const QPixmap& image) {
+  _image = image;
+  update();
+}
+
+void TiledImageView::paintEvent(QPaintEvent* /*event*/) {
+  // Painting is clipped to what is to be redrawn; the pattern starts at the view's origin anyway.
+  QPainter(this).drawTiledPixmap(rect(), _image);
+}
+
+TextLabel::TextLabel(QWidget* parent) : QLabel(parent) {
+  setTextFormat(Qt::PlainText);
+  setFont(panelFont(12));
+}
+
+void TextLabel::setTextColour(const QColor& colour) {
+  if (colour == colour_) return;
+  colour_ = colour;
+  update();
+}
+
+void TextLabel::setFontSize(int size, bool bold) {
+  setFont(panelFont(size, bold));
+}
+
+void TextLabel::showText(const QString& text) {
+  if (text == this->text()) return;
+  setText(text);
+  const bool cut = !wordWrap() && fontMetrics().horizontalAdvance(text) > contentsRect().width();
+  setToolTip(cut ? text.toHtmlEscaped() : QString());
+}
+
+void TextLabel::paintEvent(QPaintEvent* /*event*/) {
+  QPainter painter(this);
+  painter.setPen(colour_);
+  painter.setFont(font());
+  if (wordWrap()) {
+    painter.drawText(contentsRect(),
+                     static_cast<int>(alignment()) | Qt::TextWordWrap | Qt::TextWrapAnywhere,
+                     text());
+    return;
+  }
+  painter.drawText(contentsRect(), static_cast<int>(alignment()) | Qt::TextSingleLine,
+                   fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width()));
+}
+
+PanelButton::PanelButton(QWidget* parent) : QAbstractButton(parent) {
+  setFont(panelFont(12));
+  setFocusPolicy(Qt::StrongFocus);
+  setAttribute(Qt::WA_Hover);
+}
+
+void PanelButton::setDress(Dress dress) {
+  dress_ = dress;
+  update();
+}
+
+void PanelButton::paintEvent(QPaintEvent* /*event*/) {
+  const ButtonColours colours = coloursOf(*this, dress_);
+  const qreal radius = dress_ == Dress::light ? 3 : 5;
+  const QRectF area = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(colours.edge);
+  painter.setBrush(colours.ground);
+  painter.drawRoundedRect(area, radius, radius);
+  if (hasFocus()) drawFocusRing(painter, rect(), radius);
+  painter.setPen(colours.text);
+  painter.setFont(font());
+  painter.drawText(rect(), Qt::AlignCenter,
+                   fontMetrics().elidedText(text(), Qt::ElideRight, width() - 4));
+}
+
+void PanelButton::keyPressEvent(QKeyEvent* event) {
+  if (isPressKey(*event)) {
+    click();
+    return;
+  }
+  QAbstractButton::keyPressEvent(event);
+}
+
+bool PanelButton::event(QEvent* event) {
+  if (changesLook(event->type())) update();
+  if (event->type() == QEvent::ToolTip) {
+    setToolTip(fontMetrics().horizontalAdvance(text()) > width() - 4 ? text().toHtmlEscaped()
+                                                                     : QString());
+  }
+  return QAbstractButton::event(event);
+}
+
+CloseButton::CloseButton(QWidget* parent) : QAbstractButton(parent) {
+  setFocusPolicy(Qt::TabFocus);
+  setAttribute(Qt::WA_Hover);
+}
+
+void CloseButton::paintEvent(QPaintEvent* /*event*/) {
+  const bool lit = underMouse() || isDown() || hasFocus();
+  QPainter painter(this);
+  painter.drawPixmap(
+      rect(),
+      picture(lit ? QStringLiteral("close-hover.png") : QStringLiteral("close.png"), *this));
+  if (!hasFocus()) return;
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(QPen(paint::focus, 1.5));
+  painter.drawEllipse(QRectF(rect()).adjusted(1, 1, -1, -1));
+}
+
+void CloseButton::keyPressEvent(QKeyEvent* event) {
+  if (isPressKey(*event)) {
+    click();
+    return;
+  }
+  QAbstractButton::keyPressEvent(event);
+}
+
+bool CloseButton::event(QEvent* event) {
+  if (changesLook(event->type())) update();
+  return QAbstractButton::event(event);
+}
+
+}  // namespace talvane
