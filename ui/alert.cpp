@@ -1,5 +1,6 @@
 #include "ui/alert.h"
 
+#include <QGridLayout>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
@@ -30,6 +31,10 @@ void dress(QMessageBox& box, const QString& text) {
   }
   if (auto* body = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel"))) {
     body->setTextFormat(Qt::PlainText);
+  }
+  // Wide enough for a sentence to be read, narrow enough to be read at once.
+  if (auto* grid = qobject_cast<QGridLayout*>(box.layout())) {
+    grid->setColumnMinimumWidth(grid->columnCount() - 1, 260);
   }
   box.setWindowFlag(Qt::WindowStaysOnTopHint);
   box.setWindowModality(Qt::ApplicationModal);

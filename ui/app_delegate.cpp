@@ -1,7 +1,6 @@
 #include "ui/app_delegate.h"
 
 #include <QApplication>
-#include <QCheckBox>
 #include <QSocketNotifier>
 #include <algorithm>
 #include <utility>

@@ -32,7 +32,6 @@
 #include "ui_response_view.h"
 #include "ui_token_view.h"
 
-class QCheckBox;
 class QSocketNotifier;
 
 namespace talvane {
@@ -239,8 +238,8 @@ class SoftTokenOSXAppDelegate : public QObject,
   std::unique_ptr<QTimer> timer;
 
   FlippedView* cvview = nullptr;
-  std::vector<QLineEdit*> cvdesc;
-  std::vector<QCheckBox*> cvdelete;
+  std::vector<PanelField*> cvdesc;
+  std::vector<PanelCheckbox*> cvdelete;
 
   friend class DelegateTest;
 };

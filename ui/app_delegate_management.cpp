@@ -1,4 +1,3 @@
-#include <QCheckBox>
 #include <algorithm>
 
 #include "engine/text.h"
@@ -33,15 +32,15 @@ void SoftTokenOSXAppDelegate::cv_init() {
     vane::log("CV : init: loop start [{}]", i);
     const QString name = QString::fromStdString(
         TOKEN[static_cast<std::size_t>(i)]->currentDescription().value_or(""));
-    auto* field = new QLineEdit(name, cvview);
+    auto* field = new PanelField(cvview);
+    field->setText(name);
     field->setGeometry(rectangle(managementFieldFrame(i)));
     field->setAlignment(Qt::AlignCenter);
-    field->setFont(panelFont(12));
     field->setAccessibleName(QStringLiteral("Description: ") + name);
     field->setCursorPosition(0);
     cvdesc.push_back(field);
 
-    auto* checkbox = new QCheckBox(cvview);
+    auto* checkbox = new PanelCheckbox(cvview);
     checkbox->setGeometry(rectangle(managementCheckboxFrame(i)));
     checkbox->setAccessibleName(QString::fromStdString(ini.StrButtonDelete) + QStringLiteral(": ") +
                                 name);

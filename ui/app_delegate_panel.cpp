@@ -8,6 +8,7 @@
 #include "engine/text.h"
 #include "ui/alert.h"
 #include "ui/app_delegate.h"
+#include "ui/window_hints.h"
 
 namespace talvane {
 namespace {
@@ -106,6 +107,7 @@ void SoftTokenOSXAppDelegate::openWindow(SoftTokenWindow* window, int x, int y, 
   close->show();
   initialise(window);
   window->setFrameOrigin(place);
+  keepOutOfTaskBars(*window);
   window->show();
   window->raise();
   window->activateWindow();

@@ -97,6 +97,8 @@ void SoftTokenOSXAppDelegate::addTokenRow(int index) {
   auto* passcode = new TextLabel(row);
   passcode->setGeometry(rectangle(passcode_frame));
   passcode->setAlignment(Qt::AlignCenter);
+  // The field reaches below the row: the digits stand in the middle of what is seen of it.
+  passcode->setContentsMargins(0, 0, 0, passcode_frame.height - copy_button_frame.height - 10);
   passcode->setFontSize(passcode_font_size);
   passcode->setTextColour(Qt::black);
   tvpasscode.push_back(passcode);

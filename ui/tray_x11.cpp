@@ -10,41 +10,28 @@
 #include <utility>
 
 #include <xcb/xcb.h>
-#include <cstdlib>
 
 #include "ui/icns.h"
 #include "ui/tray.h"
+#include "ui/xcb_atom.h"
 
 namespace talvane {
 namespace {
 
 constexpr const char* watcher_service = "org.kde.StatusNotifierWatcher";
 
-struct Release {
-  void operator()(void* memory) const { std::free(memory); }
-};
-template <typename T>
-using Reply = std::unique_ptr<T, Release>;
-
 xcb_connection_t* connection() {
   auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
   return x11 == nullptr ? nullptr : x11->connection();
-}
-
-xcb_atom_t atom(xcb_connection_t* display, const QByteArray& name) {
-  const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-      display,
-      xcb_intern_atom(display, 0, static_cast<std::uint16_t>(name.size()), name.constData()),
-      nullptr));
-  return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
 }
 
 // A status area that takes embedded windows (System Tray Protocol: the owner of this selection).
 bool hasEmbeddingTray() {
   xcb_connection_t* display = connection();
   if (display == nullptr) return false;
-  const Reply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
-      display, xcb_get_selection_owner(display, atom(display, "_NET_SYSTEM_TRAY_S0")), nullptr));
+  const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+      display, xcb_get_selection_owner(display, atomNamed(display, "_NET_SYSTEM_TRAY_S0")),
+      nullptr));
   return reply != nullptr && reply->owner != XCB_WINDOW_NONE;
 }
 
@@ -126,7 +113,7 @@ bool Tray::nativeEventFilter(const QByteArray& type, void* message, qintptr* /*r
   const auto* event = static_cast<const xcb_generic_event_t*>(message);
   if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE) return false;
   const auto* client = reinterpret_cast<const xcb_client_message_event_t*>(event);
-  if (client->type != atom(connection(), "MANAGER")) return false;
+  if (client->type != atomNamed(connection(), "MANAGER")) return false;
   QMetaObject::invokeMethod(
       this, [this] { show(); }, Qt::QueuedConnection);
   return false;

@@ -3,7 +3,8 @@
 #include <QFontDatabase>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QPainterPath>
+#include <QStyle>
+#include <QStyleOption>
 #include <utility>
 
 namespace talvane {
@@ -205,6 +206,31 @@ bool PanelButton::event(QEvent* event) {
                                                                      : QString());
   }
   return QAbstractButton::event(event);
+}
+
+PanelField::PanelField(QWidget* parent) : QLineEdit(parent) {
+  setFont(panelFont(12));
+}
+
+void PanelField::paintEvent(QPaintEvent* event) {
+  QLineEdit::paintEvent(event);
+  if (!hasFocus()) return;
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  drawFocusRing(painter, rect(), 2);
+}
+
+PanelCheckbox::PanelCheckbox(QWidget* parent) : QCheckBox(parent) {}
+
+void PanelCheckbox::paintEvent(QPaintEvent* event) {
+  QCheckBox::paintEvent(event);
+  if (!hasFocus()) return;
+  QStyleOptionButton option;
+  initStyleOption(&option);
+  const QRect box = style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this);
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  drawFocusRing(painter, box.adjusted(-3, -3, 3, 3), 3);
 }
 
 CloseButton::CloseButton(QWidget* parent) : QAbstractButton(parent) {

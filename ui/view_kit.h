@@ -3,6 +3,7 @@
 // The small views that the panel is made of. Coordinates grow downwards from the upper left corner.
 
 #include <QAbstractButton>
+#include <QCheckBox>
 #include <QColor>
 #include <QLabel>
 #include <QLineEdit>
@@ -97,6 +98,24 @@ class PanelButton : public QAbstractButton {
 
  private:
   Dress dress_ = Dress::toolbar;
+};
+
+/// A line of text to type into.
+class PanelField : public QLineEdit {
+ public:
+  explicit PanelField(QWidget* parent = nullptr);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+/// A check box without a caption; the box is at its left end.
+class PanelCheckbox : public QCheckBox {
+ public:
+  explicit PanelCheckbox(QWidget* parent = nullptr);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
 };
 
 /// The small round button that closes the panel.

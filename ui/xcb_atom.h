@@ -1,0 +1,27 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <QByteArray>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+namespace talvane {
+
+/// Memory that the X library has allocated for us.
+struct XcbRelease {
+  void operator()(void* memory) const { std::free(memory); }
+};
+template <typename T>
+using XcbReply = std::unique_ptr<T, XcbRelease>;
+
+inline xcb_atom_t atomNamed(xcb_connection_t* display, const QByteArray& name) {
+  const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+      display,
+      xcb_intern_atom(display, 0, static_cast<std::uint16_t>(name.size()), name.constData()),
+      nullptr));
+  return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
+}
+
+}  // namespace talvane
