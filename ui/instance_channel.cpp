@@ -154,7 +154,7 @@ void InstanceChannel::accept() {
   }
   const QByteArray request = readAll(other.get());
   if (request.isEmpty()) return;
-  static_cast<void>(write(other.get(), &taken, 1));
+  static_cast<void>(::send(other.get(), &taken, 1, MSG_NOSIGNAL));
   if (received) received(QString::fromUtf8(request));
 }
 

@@ -81,6 +81,10 @@ std::vector<std::string> filesIn(const std::string& path) {
   return files;
 }
 
+std::string pathIn(const std::string& folder, const std::string& file) {
+  return folder + '/' + file;
+}
+
 bool isThere(const std::string& path) {
   struct stat status {};
   return lstat(path.c_str(), &status) == 0;
@@ -124,7 +128,7 @@ class AutostartList final : public LoginItemsList {
     for (const std::string& folder : folders_) {
       for (const std::string& file : filesIn(folder)) {
         if (!seen.insert(file).second) continue;
-        auto entry = readAutostartEntry(folder + '/' + file);
+        auto entry = readAutostartEntry(pathIn(folder, file));
         if (!entry || entry->hidden) continue;
         items.push_back(std::make_shared<AutostartItem>(folder, file, std::move(*entry)));
       }
@@ -152,15 +156,15 @@ class AutostartList final : public LoginItemsList {
 
   void remove(const LoginItem& item) override {
     const auto* own = dynamic_cast<const AutostartItem*>(&item);
-    if (own == nullptr || !isThere(own->folder + '/' + own->file)) return;
+    if (own == nullptr || !isThere(pathIn(own->folder, own->file))) return;
     // A file of the system stays, and one that the user's has hidden so far must not reappear.
     const bool in_system = std::any_of(folders_.begin() + 1, folders_.end(), [&](auto& folder) {
-      return isThere(folder + '/' + own->file);
+      return isThere(pathIn(folder, own->file));
     });
     if (in_system) {
       replaceOwnFile(own->file, hiddenAutostartText(own->entry.name));
     } else {
-      unlink((folders_.front() + '/' + own->file).c_str());
+      unlink(pathIn(folders_.front(), own->file).c_str());
     }
   }
 
@@ -192,7 +196,7 @@ class AutostartList final : public LoginItemsList {
   // as deleted, or one for the same program that is switched off or not for this session.
   [[nodiscard]] bool mayBeReplaced(const std::string& file, const std::string& target) const {
     for (const std::string& folder : folders_) {
-      const std::string path = folder + '/' + file;
+      const std::string path = pathIn(folder, file);
       if (!isThere(path)) continue;
       const auto entry = readAutostartEntry(path);
       return entry && (entry->hidden || programOf(*entry) == target);
@@ -209,7 +213,7 @@ class AutostartList final : public LoginItemsList {
     if (descriptor < 0) return;
     const bool written = writeAll(descriptor, text);
     const bool closed = close(descriptor) == 0;
-    if (written && closed && rename(temporary.c_str(), (folder + '/' + file).c_str()) == 0) return;
+    if (written && closed && rename(temporary.c_str(), pathIn(folder, file).c_str()) == 0) return;
     unlink(temporary.c_str());
   }
 

@@ -1,0 +1,15 @@
+// The least that a tray program of the same toolkit is: an icon and an event loop.
+
+#include <QApplication>
+#include <QPixmap>
+#include <QSystemTrayIcon>
+
+int main(int argc, char** argv) {
+  QApplication application(argc, argv);
+  QApplication::setQuitOnLastWindowClosed(false);
+  QPixmap picture(18, 18);
+  picture.fill(Qt::blue);
+  QSystemTrayIcon icon{QIcon(picture)};
+  icon.show();
+  return QApplication::exec();
+}
