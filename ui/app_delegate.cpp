@@ -29,7 +29,10 @@ int widestText(const QFontMetrics& metrics, std::initializer_list<const std::str
 }  // namespace
 
 SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
-    : parts_(std::move(parts)), ini(*parts_.ini), gateway_(*parts_.keychain, *parts_.identifiers) {
+    : parts_(std::move(parts)),
+      ini(*parts_.ini),
+      gateway_(*parts_.keychain, *parts_.identifiers),
+      flow_({this, &ini, &gateway_, parts_.keychain, parts_.make_loader}) {
   gateway_.setConsole(parts_.console);
 }
 
@@ -161,6 +164,7 @@ void SoftTokenOSXAppDelegate::loadInterface() {
   setTexts();
   connectControls();
   layOutSignIn();
+  connectEnrolment();
   connect(qApp, &QApplication::focusChanged, this,
           [this](QWidget* /*before*/, QWidget* now) { bringIntoView(now); });
 }
@@ -203,7 +207,10 @@ void SoftTokenOSXAppDelegate::connectControls() {
       {hvlaunch, &Delegate::hv_launchclicked},
       {hvexit, &Delegate::hv_exitclicked},
       {hvhome, &Delegate::hv_homeclicked},
+      {eva_submit, &Delegate::eva_submitclicked},
       {eva_cancel, &Delegate::eva_cancelclicked},
+      {evgi_submit, &Delegate::evgi_submitclicked},
+      {evgu_submit, &Delegate::evgu_submitclicked},
       {evgi_cancel, &Delegate::evgi_cancelclicked},
       {evgu_cancel, &Delegate::evgu_cancelclicked},
   };
@@ -222,6 +229,9 @@ void SoftTokenOSXAppDelegate::layOutSignIn() {
     field->setGeometry(widest + field_distance, field->y(), eva->width() - field_room - widest,
                        field->height());
   }
+  sign_in_labels_ = {eva_useridlabel->geometry(), eva_passwordlabel->geometry(),
+                     eva_passcodelabel->geometry()};
+  sign_in_fields_ = {eva_userid->geometry(), eva_password->geometry(), eva_passcode->geometry()};
 }
 
 }  // namespace talvane

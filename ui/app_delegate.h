@@ -15,6 +15,7 @@
 
 #include "config/ini.h"
 #include "engine/vane.h"
+#include "enrol/enrol_flow.h"
 #include "platform/keychain_service.h"
 #include "platform/login_item.h"
 #include "platform/new_token.h"
@@ -32,6 +33,7 @@
 #include "ui_response_view.h"
 #include "ui_token_view.h"
 
+class QComboBox;
 class QSocketNotifier;
 
 namespace talvane {
@@ -44,6 +46,7 @@ struct AppParts {
   Ini* ini = nullptr;
   std::function<std::unique_ptr<talibobjc_LoginItem>()> make_login_item;
   std::function<void()> show_status_item;
+  std::function<std::unique_ptr<UrlLoader>(std::string* error)> make_loader;
   /// Opens a web page.
   std::function<void(const QString& address)> open_url;
   /// Where the trace goes.
@@ -52,6 +55,7 @@ struct AppParts {
 };
 
 class SoftTokenOSXAppDelegate : public QObject,
+                                private EnrolViews,
                                 private Ui::TokenView,
                                 private Ui::ManagementView,
                                 private Ui::AddView,
@@ -136,11 +140,16 @@ class SoftTokenOSXAppDelegate : public QObject,
   // The enrolment views.
 
   void eva_init();
+  void eva_layout() override;
+  void eva_submitclicked();
   void eva_cancelclicked();
-  [[nodiscard]] int evgi_height() const;
+  [[nodiscard]] int evgi_height();
   void evgi_init();
+  void evgi_questionselected(const QComboBox* sender);
+  void evgi_submitclicked();
   void evgi_cancelclicked();
   void evgu_init();
+  void evgu_submitclicked();
   void evgu_cancelclicked();
 
   // What came from outside the panel.
@@ -183,6 +192,31 @@ class SoftTokenOSXAppDelegate : public QObject,
   void takeDropped(const QMimeData& content);
   void followLoginItems();
 
+  // The enrolment's, as its flow sees them.
+  void switchView(View from, View to) override;
+  void goHome() override;
+  void refreshAuthentication() override;
+  bool showsAuthentication() override;
+  void setAuthenticationMessage(const std::string& text) override;
+  void whitenAuthenticationMessage() override;
+  void enableAuthenticationSubmit(bool enabled) override;
+  std::string input(Field field) override;
+  void clear(Field field) override;
+  GetInfoInput getInfoInput() override;
+  void enableGetInfoSubmit(bool enabled) override;
+  std::string addressInput() override;
+  void setAddressMessage(const std::string& text) override;
+  void simpleMessageBox(const std::string& text) override;
+  void performOnMainThread(std::function<void()> work) override;
+  [[nodiscard]] SoftTokenWindow* windowOf(View view) const;
+  [[nodiscard]] QLineEdit* fieldOf(Field field) const;
+  void connectEnrolment();
+  void reportEnrolment();
+  bool pinIsGood();
+  void showEarlierAnswers(const TaEnrolClient& client);
+  [[nodiscard]] std::array<QComboBox*, 3> questionMenus() const;
+  [[nodiscard]] std::array<QLineEdit*, 3> answerFields() const;
+
   // The views'.
   void showTrouble();
   [[nodiscard]] int troubleHeight() const;
@@ -201,6 +235,11 @@ class SoftTokenOSXAppDelegate : public QObject,
   AppParts parts_;
   Ini& ini;
   vaneinterface gateway_;
+  EnrolFlow flow_;
+  // Where the interface file puts the sign-in rows; the modes move the passcode onto one of them.
+  std::array<QRect, 3> sign_in_labels_;
+  std::array<QRect, 3> sign_in_fields_;
+  std::string eva_message_text_;  // the flow's; empty: the view says what to do
   std::unique_ptr<talibobjc_LoginItem> watched_login_item_;  // while the help view shows its state
   std::unique_ptr<QSocketNotifier> login_items_notifier_;
 

@@ -134,6 +134,10 @@ void SoftTokenOSXAppDelegate::closeWindow(SoftTokenWindow* window, bool roll) {
   window->hide();
   bOpen = false;
   ow = nullptr;
+  if (window == eva && flow_.hasWorker()) {
+    vane::log("APP: closeWindow: aborting eva thead");
+    flow_.abandonWorker();
+  }
   timer.reset();
   login_items_notifier_.reset();
   watched_login_item_.reset();

@@ -11,6 +11,7 @@
 #include <QSocketNotifier>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 
@@ -20,7 +21,9 @@ namespace talvane {
 namespace {
 
 constexpr std::size_t longest_request = 65536;
-constexpr int patience_milliseconds = 1000;
+// What the first spends on one request, which blocks it; a later one waits for several of those.
+constexpr auto patience_with_request = std::chrono::milliseconds(500);
+constexpr auto patience_with_answer = std::chrono::milliseconds(3000);
 constexpr char taken = '+';
 
 class Descriptor {
@@ -55,22 +58,26 @@ const sockaddr* generic(const sockaddr_un& address) {
   return reinterpret_cast<const sockaddr*>(&address);
 }
 
-bool waitFor(int descriptor, short events) {
-  pollfd waiting{descriptor, events, 0};
-  return poll(&waiting, 1, patience_milliseconds) == 1;
-}
-
-// Up to the end of what the other side sends.
-QByteArray readAll(int descriptor) {
+// Up to the end of what the other side sends; empty when that does not come in time.
+QByteArray readWhole(int descriptor, std::chrono::milliseconds patience) {
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + patience;
   QByteArray text;
   std::array<char, 4096> piece{};
-  while (static_cast<std::size_t>(text.size()) < longest_request && waitFor(descriptor, POLLIN)) {
+  while (static_cast<std::size_t>(text.size()) < longest_request) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    pollfd waiting{descriptor, POLLIN, 0};
+    const int ready = left.count() <= 0 ? 0 : poll(&waiting, 1, static_cast<int>(left.count()));
+    if (ready < 0 && errno == EINTR) continue;
+    if (ready <= 0) return {};
     const ssize_t length = read(descriptor, piece.data(), piece.size());
     if (length < 0 && errno == EINTR) continue;
-    if (length <= 0) break;
+    if (length < 0) return {};
+    if (length == 0) return text;
     text.append(piece.data(), static_cast<qsizetype>(length));
   }
-  return text;
+  return {};
 }
 
 }  // namespace
@@ -152,7 +159,7 @@ void InstanceChannel::accept() {
   if (getsockopt(other.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.uid != getuid()) {
     return;
   }
-  const QByteArray request = readAll(other.get());
+  const QByteArray request = readWhole(other.get(), patience_with_request);
   if (request.isEmpty()) return;
   static_cast<void>(::send(other.get(), &taken, 1, MSG_NOSIGNAL));
   if (received) received(QString::fromUtf8(request));
@@ -174,7 +181,7 @@ bool InstanceChannel::send(const QString& request) const {
     return false;
   }
   shutdown(other.get(), SHUT_WR);
-  return readAll(other.get()) == QByteArray(1, taken);
+  return readWhole(other.get(), patience_with_answer) == QByteArray(1, taken);
 }
 
 }  // namespace talvane

@@ -1,7 +1,5 @@
 #include <QApplication>
-#include <QCommandLineParser>
 #include <QDesktopServices>
-#include <QStyleFactory>
 #include <QUrl>
 #include <cstdio>
 #include <cstdlib>
@@ -15,27 +13,13 @@
 #include "ui/product.h"
 #include "ui/start.h"
 #include "ui/tray.h"
+#include "ui/view_kit.h"
 
 namespace talvane {
 namespace {
 
 constexpr int exit_failed = 1;
 constexpr int exit_usage = 2;
-
-QPalette panelPalette() {
-  QPalette palette(paint::tile);
-  palette.setColor(QPalette::Window, paint::tile);
-  palette.setColor(QPalette::Button, QColor(0x3d, 0x43, 0x4c));
-  palette.setColor(QPalette::WindowText, paint::text);
-  palette.setColor(QPalette::ButtonText, paint::text);
-  palette.setColor(QPalette::Base, Qt::white);
-  palette.setColor(QPalette::Text, Qt::black);
-  palette.setColor(QPalette::PlaceholderText, QColor(0x60, 0x66, 0x70));
-  palette.setColor(QPalette::Highlight, QColor(0x27, 0x5a, 0xa8));
-  palette.setColor(QPalette::HighlightedText, Qt::white);
-  palette.setColor(QPalette::Link, paint::focus);
-  return palette;
-}
 
 int run(int argc, char** argv) {
   const StartOptions options = readOptions(argc, argv);
@@ -65,8 +49,7 @@ int run(int argc, char** argv) {
   QApplication::setApplicationVersion(QLatin1String(product::version));
   QGuiApplication::setDesktopFileName(QStringLiteral("softtoken"));
   QApplication::setQuitOnLastWindowClosed(false);
-  QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
-  QApplication::setPalette(panelPalette());
+  applyLook();
 
   const auto defaults = systemUserDefaults();
   const auto identifiers = systemDeviceIdentifiers();
@@ -81,6 +64,7 @@ int run(int argc, char** argv) {
   parts.make_login_item = [] { return std::make_unique<talibobjc_LoginItem>(); };
   parts.open_url = [](const QString& address) { QDesktopServices::openUrl(QUrl(address)); };
   parts.show_status_item = [&tray] { tray->show(); };
+  parts.make_loader = [](std::string* error) { return makeUrlLoader(error); };
   parts.trace_path = trace_path;
   parts.console = options.console;
   SoftTokenOSXAppDelegate delegate(std::move(parts));

@@ -129,6 +129,9 @@ class CloseButton : public QAbstractButton {
   bool event(QEvent* event) override;
 };
 
+/// Gives the whole program its one look.
+void applyLook();
+
 /// Bold or plain font of the panel at this size in points.
 QFont panelFont(int size, bool bold = false);
 

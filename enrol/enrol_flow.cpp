@@ -1,0 +1,336 @@
+#include "enrol/enrol_flow.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/text.h"
+#include "engine/vane.h"
+#include "enrol/pin_rules.h"
+#include "platform/store_change.h"
+
+namespace talvane {
+namespace {
+
+using View = EnrolViews::View;
+using Field = EnrolViews::Field;
+
+constexpr long http_ok = 200;
+constexpr long http_proxy_authentication = 407;
+
+// "http://" at the beginning, in any case, becomes "https://".
+std::string withHttps(const std::string& url) {
+  constexpr std::string_view http = "http://";
+  const std::string head = lowerCase(url.substr(0, http.size()));
+  return head == http ? "https://" + url.substr(http.size()) : url;
+}
+
+}  // namespace
+
+EnrolFlow::EnrolFlow(Parts parts)
+    : parts_(std::move(parts)), views_(*parts_.views), ini_(*parts_.ini) {}
+
+EnrolFlow::~EnrolFlow() {
+  if (loader_ != nullptr) loader_->stop();
+  for (Worker& worker : workers_) worker.thread.join();
+}
+
+void EnrolFlow::eva_init() {
+  for (const Field field : {Field::userid, Field::password, Field::passcode}) views_.clear(field);
+  eva_pleasewait_ = true;
+  views_.setAuthenticationMessage("");
+  views_.enableAuthenticationSubmit(false);
+  ending_.reset();
+  std::string unavailable;
+  if (loader_ == nullptr) loader_ = parts_.make_loader(&unavailable);
+  session_.reset();
+  views_.eva_layout();
+  eva_thread_result_ = "ERR Unknown";
+  auto session = std::make_shared<Session>();
+  session->http = std::make_shared<TaHttp>(loader_, unavailable);
+  session->http->clearcookies(ini_.tidyEnrolURL());
+  session_ = session;
+  eva_threadstart(session);
+}
+
+// On the worker: touches nothing but what it is given.
+std::optional<std::string> EnrolFlow::threadStart(TaHttp& http, const std::string& url,
+                                                  bool allow_http) {
+  if (!url.starts_with("http://") && !url.starts_with("https://")) {
+    return "Invalid URL (must begin with http:// or https://)";
+  }
+  if (url.starts_with("http://") && !allow_http) return "Http not allowed";
+  vane::log("EVA: threadstart: doing initial GET...");
+  http.get(url);
+  vane::log("EVA: threadstart: http result: {}", http.status());
+  vane::log("EVA: threadstart: http error: {}", orNil(http.error()));
+  return std::nullopt;
+}
+
+void EnrolFlow::eva_threadstart(const std::shared_ptr<Session>& session) {
+  joinFinishedWorkers();
+  eva_thread_ = true;
+  auto done = std::make_shared<std::atomic<bool>>(false);
+  Worker worker{session, done, {}};
+  worker.thread = std::thread([this, session, done, http = session->http, url = ini_.tidyEnrolURL(),
+                               allow_http = ini_.bAllowHTTP] {
+    const std::optional<std::string> error = threadStart(*http, url, allow_http);
+    views_.performOnMainThread([this, session, error] { eva_threadfinished(session, error); });
+    *done = true;
+  });
+  workers_.push_back(std::move(worker));
+}
+
+void EnrolFlow::joinFinishedWorkers() {
+  const auto running = std::partition(workers_.begin(), workers_.end(),
+                                      [](const Worker& worker) { return !*worker.done; });
+  std::for_each(running, workers_.end(), [](Worker& worker) { worker.thread.join(); });
+  workers_.erase(running, workers_.end());
+}
+
+void EnrolFlow::eva_threadfinished(const std::shared_ptr<Session>& session,
+                                   const std::optional<std::string>& error) {
+  joinFinishedWorkers();
+  // What an earlier session's server says is no business of the one after it.
+  if (session != session_) return;
+  eva_thread_ = false;
+  eva_pleasewait_ = false;
+  views_.setAuthenticationMessage("");
+  if (error) {
+    showAddressError(*error);
+    views_.eva_layout();
+    return;
+  }
+  TaHttp& http = *session->http;
+  if (http.status() == http_proxy_authentication) {
+    views_.eva_layout();
+    return;
+  }
+  if (http.status() != http_ok) {
+    showAddressError("[http] " + std::string(orNil(http.error())));
+    views_.eva_layout();
+    return;
+  }
+  const auto refused = session->client.processEnrolResponse(http.data(), TaEnrolClient::get_parser);
+  if (!refused) {
+    views_.enableAuthenticationSubmit(true);
+  } else if (*refused == "REDIRECTHTTPS") {
+    redirectToHttps(*refused);
+  } else {
+    views_.setAuthenticationMessage("Error: " + *refused);
+  }
+  views_.eva_layout();
+}
+
+void EnrolFlow::showAddressError(const std::string& text) {
+  views_.setAddressMessage("Error: " + text);
+  // The user may have left meanwhile: nothing is pulled from under them.
+  if (views_.showsAuthentication()) views_.switchView(View::eva, View::evgu);
+}
+
+void EnrolFlow::redirectToHttps(const std::string& error) {
+  vane::log("EVA: threadfinished: redirect https");
+  ini_.EnrolURL = withHttps(ini_.EnrolURL);
+  if (!views_.showsAuthentication()) return;
+  views_.refreshAuthentication();
+  views_.setAuthenticationMessage("Error: " + error);
+}
+
+bool EnrolFlow::eva_calcsubmitstate() {
+  const TaEnrolClient* client = taenrol();
+  if (client == nullptr) return false;
+  if (client->bChallenge) return !client->bPASSCODE || !views_.input(Field::passcode).empty();
+  if (views_.input(Field::userid).empty()) return false;
+  return !client->bPASSWORD || !views_.input(Field::password).empty();
+}
+
+void EnrolFlow::eva_submitclicked() {
+  if (session_ == nullptr) return;
+  eva_pleasewait_ = true;
+  views_.setAuthenticationMessage("");
+  views_.enableAuthenticationSubmit(false);
+  views_.eva_layout();
+  const std::optional<std::string> error = submit();
+  eva_pleasewait_ = false;
+  if (!error) return;
+  vane::log("EVA: submitclicked: result: {}", *error);
+  if (session_ != nullptr) session_->client.bChallenge = false;
+  views_.setAuthenticationMessage(*error);
+  views_.clear(Field::password);
+  views_.clear(Field::passcode);
+  views_.eva_layout();
+}
+
+std::optional<std::string> EnrolFlow::makeRequest() {
+  TaEnrolClient& client = session_->client;
+  if (client.bChallenge) return client.makeChallengeResponsePOST(views_.input(Field::passcode));
+  std::optional<std::string> password;
+  if (client.bPASSWORD) password = views_.input(Field::password);
+  return client.makeAuthPOST(views_.input(Field::userid), password, views_.input(Field::passcode));
+}
+
+std::optional<std::string> EnrolFlow::submit() {
+  if (auto error = makeRequest()) return error;
+  TaEnrolClient& client = session_->client;
+  TaHttp& http = *session_->http;
+  http.post(ini_.tidyEnrolURL(), client.post.value_or(""));
+  eva_pleasewait_ = false;
+  views_.setAuthenticationMessage("");
+  if (http.status() != http_ok) return "ERR Todo";
+  vane::log("EVA: submitclicked: HTTP 200");
+  // A password once asked for stays asked for; all else is what this reply says.
+  const bool wanted_password = client.bPASSWORD;
+  client.defaultValues();
+  if (wanted_password) client.bPASSWORD = true;
+  if (auto error = client.processEnrolResponse(http.data(), TaEnrolClient::post_parser)) {
+    return error;
+  }
+  return actOnResult();
+}
+
+std::optional<std::string> EnrolFlow::actOnResult() {
+  TaEnrolClient& client = session_->client;
+  switch (client.RESULT) {
+    case TaEnrolClient::Result::get_info:
+      vane::log("EVA: submitclicked: access accept!");
+      if (client.SOFTTOKEN == nullptr) return "ERR Soft token info Nil";
+      if (client.SOFTTOKENURL.empty()) return "ERR Soft token not found in response";
+      if (client.bUSERCREATEPIN || client.bGETMBNUMBER || client.bENROL) {
+        vane::log("EVA: submitclicked: Need to get info from user. Switching to EnrolGetInfo...");
+        views_.switchView(View::eva, View::evgi);
+      } else {
+        vane::log("EVA: submitclicked: Nothing needed from user. Submitting...");
+        EnrolSubmit();
+      }
+      return std::nullopt;
+    case TaEnrolClient::Result::denied:
+      return client.MESSAGE.empty() ? ini_.StrAccessDenied : client.MESSAGE;
+    case TaEnrolClient::Result::challenge:
+      views_.clear(Field::passcode);
+      views_.eva_layout();
+      views_.whitenAuthenticationMessage();
+      return std::nullopt;
+    case TaEnrolClient::Result::error:
+      return "ERR Unexpected authentication error";
+    case TaEnrolClient::Result::unknown:
+      break;
+  }
+  return "ERR Unknown authentication error";
+}
+
+void EnrolFlow::eva_cancelclicked() {
+  if (session_ != nullptr) session_->client.defaultValues();
+  views_.switchView(View::eva, ini_.bAllowManual ? View::av : View::tv);
+}
+
+void EnrolFlow::evgi_submitclicked() {
+  if (session_ == nullptr) return;
+  TaEnrolClient& client = session_->client;
+  const EnrolViews::GetInfoInput input = views_.getInfoInput();
+  if (client.bUSERCREATEPIN) {
+    if (!checkPIN(client, input.pin)) {
+      views_.simpleMessageBox("Pin did not meet requirements.");
+      return;
+    }
+    if (const auto weakness = checkPINAdvanced(client, input.pin)) {
+      views_.simpleMessageBox(*weakness);
+      return;
+    }
+  }
+  client.PIN = input.pin;
+  client.QUESTION1 = input.questions[0];
+  client.QUESTION2 = input.questions[1];
+  client.QUESTION3 = input.questions[2];
+  client.ANSWER1 = input.answers[0];
+  client.ANSWER2 = input.answers[1];
+  client.ANSWER3 = input.answers[2];
+  if (client.bENROL) {
+    if (const auto wrong = checkAnswers(client, input.answers)) {
+      views_.simpleMessageBox(*wrong);
+      return;
+    }
+  }
+  EnrolSubmit();
+}
+
+void EnrolFlow::evgi_cancelclicked() {
+  views_.switchView(View::evgi, ini_.bAllowManual ? View::av : View::tv);
+}
+
+void EnrolFlow::evgu_submitclicked() {
+  ini_.EnrolURL = views_.addressInput();
+  views_.switchView(View::evgu, View::eva);
+}
+
+void EnrolFlow::evgu_cancelclicked() {
+  views_.switchView(View::evgu, ini_.bAllowManual ? View::av : View::tv);
+}
+
+void EnrolFlow::EnrolSubmit() {
+  TaEnrolClient& client = session_->client;
+  ending_.emplace();
+  if (const auto error = client.makeGetInfoResponsePOST()) {
+    vane::log("EnrolSubmit: taenrol makeGetInfoResponse error: {}", *error);
+    ending_->problem = *error;
+    EndSession();
+    return;
+  }
+  TaHttp& http = *session_->http;
+  http.post(ini_.tidyEnrolURL(), client.post.value_or(""));
+  if (http.date()) ending_->server_ahead = *http.date() - parts_.gateway->CurrentTime();
+  const std::string_view body = http.data() == nullptr ? "" : http.data();
+  if (body.starts_with("RESULT:OK,COMPLETE")) {
+    storeToken();
+  } else {
+    vane::log("EnrolSubmit: unexpected response: {}", http.data() == nullptr ? nil_text : body);
+    ending_->problem = "The server did not complete the enrolment";
+  }
+  EndSession();
+  views_.goHome();
+}
+
+void EnrolFlow::storeToken() {
+  StoreChange change(*parts_.keychain);
+  if (!change.begun()) {
+    ending_->problem = change.error();
+  } else {
+    std::int32_t slot = vane::slot_of_same_name;
+    const bool written = vane::WriteToken(&slot, *session_->client.SOFTTOKEN);
+    const auto& save = parts_.gateway->lastSave();
+    if (!written) {
+      ending_->problem = slot == vane::max_tokens ? "All 32 slots hold tokens; delete one first"
+                                                  : "The token cannot be sealed on this computer";
+    } else if (save.status != KeychainStatus::ok) {
+      ending_->problem = save.words();
+    } else if (!change.finish()) {
+      ending_->problem = change.error();
+    }
+  }
+  ending_->stored = ending_->problem.empty();
+  vane::log("{}", ending_->stored ? "EnrolSubmit: write token success"
+                                  : "EnrolSubmit: write token failed");
+}
+
+void EnrolFlow::EndSession() {
+  vane::log("EndSession================");
+  session_.reset();
+}
+
+void EnrolFlow::controlTextDidChange(Changed field) {
+  switch (field) {
+    case Changed::userid:
+    case Changed::password:
+    case Changed::passcode:
+      views_.enableAuthenticationSubmit(eva_calcsubmitstate());
+      return;
+    case Changed::pin:
+      if (session_ != nullptr) {
+        views_.enableGetInfoSubmit(checkPIN(session_->client, views_.getInfoInput().pin));
+      }
+      return;
+    case Changed::other:
+      break;
+  }
+  vane::log("controlTextDidChange: ignored");
+}
+
+}  // namespace talvane

@@ -1,0 +1,151 @@
+#pragma once
+
+// The enrolment conversation, from sign-in to the stored token, without a widget: it drives a set
+// of views. Everything runs on the main thread but the first GET of a session, which a worker
+// performs and hands back without waiting.
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "config/ini.h"
+#include "enrol/ta_enrol_client.h"
+#include "enrol/ta_http.h"
+#include "platform/keychain_service.h"
+#include "platform/vaneinterface.h"
+
+namespace talvane {
+
+/// The views of the enrolment, as the flow needs them.
+class EnrolViews {
+ public:
+  enum class View : std::uint8_t { tv, av, eva, evgi, evgu };
+  enum class Field : std::uint8_t { userid, password, passcode };
+  struct GetInfoInput {
+    std::string pin;
+    std::array<std::string, 3> questions;  // titles of the selected items
+    std::array<std::string, 3> answers;
+  };
+
+  virtual ~EnrolViews() = default;
+
+  virtual void switchView(View from, View to) = 0;
+  /// From whatever is open to the token view.
+  virtual void goHome() = 0;
+  virtual void refreshAuthentication() = 0;
+  /// Whether the sign-in view is the one open.
+  virtual bool showsAuthentication() = 0;
+
+  virtual void eva_layout() = 0;
+  virtual void setAuthenticationMessage(const std::string& text) = 0;
+  virtual void whitenAuthenticationMessage() = 0;
+  virtual void enableAuthenticationSubmit(bool enabled) = 0;
+  virtual std::string input(Field field) = 0;
+  virtual void clear(Field field) = 0;
+
+  virtual GetInfoInput getInfoInput() = 0;
+  virtual void enableGetInfoSubmit(bool enabled) = 0;
+
+  virtual std::string addressInput() = 0;
+  virtual void setAddressMessage(const std::string& text) = 0;
+
+  virtual void simpleMessageBox(const std::string& text) = 0;
+
+  /// Runs it on the main thread, later, without waiting. Any thread. Drops it once the views are
+  /// gone.
+  virtual void performOnMainThread(std::function<void()> work) = 0;
+};
+
+class EnrolFlow {
+ public:
+  /// Borrows all but the loader; `makeLoader` is called when the first session starts.
+  struct Parts {
+    EnrolViews* views = nullptr;
+    Ini* ini = nullptr;
+    vaneinterface* gateway = nullptr;
+    KeychainService* keychain = nullptr;
+    std::function<std::unique_ptr<UrlLoader>(std::string* error)> make_loader;
+  };
+  explicit EnrolFlow(Parts parts);
+  /// Ends the requests under way and waits for the workers.
+  ~EnrolFlow();
+  EnrolFlow(const EnrolFlow&) = delete;
+  EnrolFlow& operator=(const EnrolFlow&) = delete;
+
+  /// Starts a session; what is left of an earlier one is replaced.
+  void eva_init();
+  void eva_submitclicked();
+  void eva_cancelclicked();
+  [[nodiscard]] bool eva_calcsubmitstate();
+  void evgi_submitclicked();
+  void evgi_cancelclicked();
+  void evgu_submitclicked();
+  void evgu_cancelclicked();
+  /// Whether the worker of the first GET has not reported back yet.
+  [[nodiscard]] bool hasWorker() const { return eva_thread_; }
+  /// The sign-in view closes: nobody waits for the worker any more, though its result still comes.
+  void abandonWorker() { eva_thread_ = false; }
+
+  /// A text field has changed.
+  enum class Changed : std::uint8_t { userid, password, passcode, pin, other };
+  void controlTextDidChange(Changed field);
+
+  /// The session's client; null outside a session.
+  [[nodiscard]] TaEnrolClient* taenrol() { return session_ ? &session_->client : nullptr; }
+  [[nodiscard]] bool pleasewait() const { return eva_pleasewait_; }
+  [[nodiscard]] const std::string& threadResult() const { return eva_thread_result_; }
+
+  /// How the last session that came to its final request ended.
+  struct Ending {
+    bool stored = false;
+    std::string problem;                       // unless stored, for the user
+    std::optional<std::int64_t> server_ahead;  // seconds, by the server's clock
+  };
+  [[nodiscard]] const std::optional<Ending>& ending() const { return ending_; }
+
+ private:
+  // What one session works with. The worker of its first GET keeps it alive.
+  struct Session {
+    std::shared_ptr<TaHttp> http;
+    TaEnrolClient client;
+  };
+  struct Worker {
+    std::shared_ptr<Session> session;
+    std::shared_ptr<std::atomic<bool>> done;
+    std::thread thread;
+  };
+
+  static std::optional<std::string> threadStart(TaHttp& http, const std::string& url,
+                                                bool allow_http);
+  void eva_threadstart(const std::shared_ptr<Session>& session);
+  void eva_threadfinished(const std::shared_ptr<Session>& session,
+                          const std::optional<std::string>& error);
+  void showAddressError(const std::string& text);
+  void redirectToHttps(const std::string& error);
+  std::optional<std::string> makeRequest();
+  std::optional<std::string> submit();
+  std::optional<std::string> actOnResult();
+  void EnrolSubmit();
+  void storeToken();
+  void EndSession();
+  void joinFinishedWorkers();
+
+  Parts parts_;
+  EnrolViews& views_;
+  Ini& ini_;
+  std::shared_ptr<UrlLoader> loader_;
+  std::shared_ptr<Session> session_;
+  std::vector<Worker> workers_;
+  bool eva_thread_ = false;
+  bool eva_pleasewait_ = false;
+  std::string eva_thread_result_;
+  std::optional<Ending> ending_;
+};
+
+}  // namespace talvane

@@ -1,0 +1,103 @@
+#include "enrol/pin_rules.h"
+
+#include <utf8proc.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "engine/text.h"
+#include "engine/vane.h"
+
+namespace talvane {
+namespace {
+
+constexpr std::size_t shortest_answer = 3;
+constexpr std::size_t longest_answer = 13;
+
+// One weakness: which neighbours make it up, and what is said of it.
+struct Weakness {
+  bool (*applies)(int first, int second);
+  const char* checking;  // the trace line's last words
+  const char* found;
+  const char* verdict;
+  const char* message;
+};
+
+constexpr std::array<Weakness, 3> weaknesses{
+    {{[](int first, int second) { return second == first + 1; }, "raising sequence",
+      "pin.raising sequence found", "pin.pin must not be raising sequence",
+      "Pin must not be a raising sequence, this is too weak"},
+     {[](int first, int second) { return first == second + 1; }, "falling sequence",
+      "pin.raising falling found", "pin.pin must not be falling sequence",
+      "Pin must not be a falling sequence, this is too weak"},
+     {[](int first, int second) { return first == second; }, "being the same", "pin.same",
+      "pin.pin must not use all the same characters",
+      "Pin must not use all the same characters, this is too weak"}}};
+
+std::int16_t countPairs(const std::u16string& pin, const Weakness& weakness) {
+  std::int64_t count = 0;
+  for (std::size_t i = 1; i < pin.size(); ++i) {
+    vane::log("pin.checking {} and {} for {}", static_cast<int>(pin[i - 1]),
+              static_cast<int>(pin[i]), weakness.checking);
+    if (!weakness.applies(pin[i - 1], pin[i])) continue;
+    vane::log("{}", weakness.found);
+    ++count;
+  }
+  return static_cast<std::int16_t>(count);
+}
+
+}  // namespace
+
+bool checkPIN(const TaEnrolClient& client, const std::string& pin) {
+  if (!client.bUSERCREATEPIN) return true;
+  const std::u16string units = utf16(pin);
+  std::int64_t upper = 0;
+  std::int64_t lower = 0;
+  for (const char16_t unit : units) {
+    switch (utf8proc_category(unit)) {
+      case UTF8PROC_CATEGORY_LU:
+      case UTF8PROC_CATEGORY_LT:  // title case counts as upper
+        ++upper;
+        break;
+      case UTF8PROC_CATEGORY_LL:
+        ++lower;
+        break;
+      default:
+        break;
+    }
+  }
+  const bool good = upper >= client.UPPERCASE && lower >= client.LOWERCASE &&
+                    static_cast<std::int64_t>(units.size()) == client.PINLENGTH;
+  vane::log("EVGI: checkpin: {} returning {}", pin, good ? "YES" : "NO");
+  return good;
+}
+
+std::optional<std::string> checkPINAdvanced(const TaEnrolClient& client, const std::string& pin) {
+  const std::u16string units = utf16(pin);
+  for (const Weakness& weakness : weaknesses) {
+    if (countPairs(units, weakness) != client.PINLENGTH - 1) continue;
+    vane::log("{}", weakness.verdict);
+    return weakness.message;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> checkAnswers(const TaEnrolClient& client,
+                                        const std::array<std::string, 3>& answers) {
+  const auto asked = answers.begin() + (client.QUESTIONS3 ? 3 : 2);
+  const auto too_short = [](const std::string& answer) {
+    return utf16Length(answer) < shortest_answer;
+  };
+  const auto too_long = [](const std::string& answer) {
+    return utf16Length(answer) > longest_answer;
+  };
+  if (std::any_of(answers.begin(), asked, too_short)) {
+    return "Answer to secret questions must be at least 3 characters long.";
+  }
+  if (std::any_of(answers.begin(), asked, too_long)) {
+    return "Answer to secret questions must be no longer than 13 characters.";
+  }
+  return std::nullopt;
+}
+
+}  // namespace talvane

@@ -1,0 +1,104 @@
+#pragma once
+
+// The state of one enrolment conversation: the server's replies fill it, the bodies of the requests
+// are made from it. A body is pairs of name, "=" and value, joined by "&". Texts that begin with
+// "ERR " are errors; those of the server are shown as they come. Main thread only.
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/soft_token_info.h"
+
+namespace talvane {
+
+class TaEnrolClient {
+ public:
+  /// What the last reply to a POST said.
+  enum class Result : std::int32_t {
+    get_info = 0,
+    denied = 1,
+    challenge = 2,
+    error = 3,
+    unknown = 4
+  };
+  using Questions = std::vector<std::string>;
+
+  std::optional<std::string> post;  // the body being made
+  bool bMessage = false;            // a "MESSAGE" line is being continued
+  std::string MESSAGE;
+  bool bRedirectHttps = false;  // reserved; never set
+  std::int64_t VERSION = 0;     // of the protocol; a reset keeps it
+  bool bPASSWORD = false;       // the server wants a password
+  bool bPASSCODE = false;       // the server wants a passcode
+  bool bChallenge = false;      // the last reply was a challenge
+  Result RESULT = Result::unknown;
+  std::string SOFTTOKENURL;
+  bool bUSERCREATEPIN = false;  // the user must choose a PIN
+  bool bGETMBNUMBER = false;    // leads to the same view, which has no field for it
+  bool bENROL = false;          // the user must answer secret questions
+  std::string PROMPT;
+  std::int64_t UPPERCASE = 0;  // least number of such letters in the PIN
+  std::int64_t LOWERCASE = 0;
+  std::string PIN;
+  std::int64_t PINLENGTH = 0;  // exact, in UTF-16 units
+  std::unique_ptr<SoftTokenInfo> SOFTTOKEN;
+  std::optional<Questions> QUESTIONS1;
+  std::optional<Questions> QUESTIONS2;
+  std::optional<Questions> QUESTIONS3;  // nullopt: only two are asked
+  std::string QUESTION1;
+  std::string QUESTION2;
+  std::string QUESTION3;
+  std::string ANSWER1;
+  std::string ANSWER2;
+  std::string ANSWER3;
+
+  TaEnrolClient() { defaultValues(); }
+
+  /// Everything as it is at first, but for `VERSION`, on which `bPASSCODE` depends.
+  void defaultValues();
+
+  // Requests. Each returns an error text, or nullopt when `post` is the body.
+
+  /// Adds a pair as it is, without escapes.
+  void addToPOST(std::string_view name, std::string_view value);
+  std::optional<std::string> makeAuthPOST(std::string_view userid,
+                                          const std::optional<std::string>& password,
+                                          std::string_view passcode);
+  std::optional<std::string> makeChallengeResponsePOST(std::string_view passcode);
+  /// The final request. Checks the token through the engine, without storing it.
+  std::optional<std::string> makeGetInfoResponsePOST();
+
+  // Replies.
+
+  /// One attribute line: name, value, and for "INPUT" what follows the value's first "=".
+  struct Line {
+    std::string_view attribute;
+    std::string_view value;
+    std::string_view parameter;
+  };
+  /// nullopt: go on; otherwise the text to stop with.
+  using LineParser = std::optional<std::string> (TaEnrolClient::*)(const Line& line);
+  /// The parsers by their names in the protocol: of the reply to the first GET, and of those to
+  /// POSTs.
+  static constexpr std::string_view get_parser = "parseLineAuthGetResponse:";
+  static constexpr std::string_view post_parser = "parseLineAuthPostResponse:";
+
+  /// Processes a reply (null: none) with one of the two. nullopt: the whole of it was processed; a
+  /// body that is not UTF-8 counts as one without lines.
+  std::optional<std::string> processEnrolResponse(const char* body, std::string_view parseline);
+  std::optional<std::string> parseLineAuthGetResponse(const Line& line);
+  std::optional<std::string> parseLineAuthPostResponse(const Line& line);
+  /// The non-empty pieces between commas, without the blanks around them.
+  static Questions parseQuestions(std::string_view text);
+
+ private:
+  std::optional<std::string> parseInput(const Line& line);
+  bool parseText(const Line& line);
+  std::optional<std::string> parseNumber(const Line& line, bool* known);
+};
+
+}  // namespace talvane

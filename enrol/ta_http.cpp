@@ -1,0 +1,38 @@
+#include "enrol/ta_http.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/text.h"
+
+namespace talvane {
+
+TaHttp::TaHttp(std::shared_ptr<UrlLoader> loader, std::string unavailable)
+    : loader_(std::move(loader)), unavailable_(std::move(unavailable)) {}
+
+void TaHttp::common(const std::string& url, const std::optional<std::string>& postdata) {
+  status_ = 0;
+  data_.reset();
+  UrlRequest request{url, postdata};
+  if (request.body) request.body->resize(std::min(request.body->size(), utf16Length(*postdata)));
+  UrlResponse response;
+  if (loader_ != nullptr) {
+    response = loader_->load(request);
+  } else {
+    response.error = UrlResponse::Error{unavailable_, 0};
+  }
+  status_ = response.status;
+  error_ = response.error
+               ? fmt::format("{} [{}]", response.error->description, response.error->code)
+               : fmt::format("{} [0]", nil_text);
+  data_ = std::move(response.body);
+  date_ = response.date;
+}
+
+void TaHttp::clearcookies(const std::string& url) {
+  if (loader_ != nullptr) loader_->deleteCookies(url);
+}
+
+}  // namespace talvane
