@@ -24,6 +24,7 @@ std::unique_ptr<Command> makeCodeCommand();
 std::unique_ptr<Command> makeWatchCommand();
 std::unique_ptr<Command> makeAddCommand();
 std::unique_ptr<Command> makeImportCommand();
+std::unique_ptr<Command> makeEnrolCommand();
 std::unique_ptr<Command> makeRenameCommand();
 std::unique_ptr<Command> makeDeleteCommand();
 std::unique_ptr<Command> makeSettingsCommand();

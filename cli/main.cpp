@@ -57,9 +57,9 @@ int run(int argc, char** argv) {
 
   std::vector<std::unique_ptr<Command>> commands;
   std::vector<CLI::App*> parsers;
-  for (const auto make :
-       {makeListCommand, makeCodeCommand, makeWatchCommand, makeAddCommand, makeImportCommand,
-        makeRenameCommand, makeDeleteCommand, makeSettingsCommand, makeDoctorCommand}) {
+  for (const auto make : {makeListCommand, makeCodeCommand, makeWatchCommand, makeAddCommand,
+                          makeImportCommand, makeEnrolCommand, makeRenameCommand, makeDeleteCommand,
+                          makeSettingsCommand, makeDoctorCommand}) {
     commands.push_back(make());
     parsers.push_back(commands.back()->addTo(line));
   }

@@ -305,6 +305,7 @@ void EnrolFlow::storeToken() {
       ending_->problem = change.error();
     }
   }
+  ending_->name = session_->client.SOFTTOKEN->currentDescription().value_or("");
   ending_->stored = ending_->problem.empty();
   vane::log("{}", ending_->stored ? "EnrolSubmit: write token success"
                                   : "EnrolSubmit: write token failed");

@@ -104,6 +104,7 @@ class EnrolFlow {
   /// How the last session that came to its final request ended.
   struct Ending {
     bool stored = false;
+    std::string name;                          // of the token, when stored
     std::string problem;                       // unless stored, for the user
     std::optional<std::int64_t> server_ahead;  // seconds, by the server's clock
   };

@@ -2,8 +2,9 @@
 
 // The process-wide URL loading service. Cookies are shared by all requests of the process and kept
 // in memory only; redirects are followed, but never from https to http; certificates are verified
-// against the system's trust store; proxies are taken from the environment as libcurl does. A
-// request that neither sends nor receives anything for a minute ends.
+// against the system's trust store, or the file that the environment variable SSL_CERT_FILE names;
+// proxies are taken from the environment as libcurl does. A request that neither sends nor receives
+// anything for a minute ends.
 
 #include <chrono>
 #include <cstddef>

@@ -2,7 +2,7 @@
 
 #include <array>
 #include <atomic>
-#include <cstring>
+#include <cstdlib>
 #include <mutex>
 #include <string_view>
 #include <utility>
@@ -272,6 +272,11 @@ class CurlLoader final : public UrlLoader {
     curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, &Exchange::watch);
     curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &exchange);
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits_.silence.count()));
+    // As other programs on OpenSSL take it, in place of the system's trust store.
+    if (const char* trusted = std::getenv("SSL_CERT_FILE"); trusted != nullptr && *trusted != 0) {
+      curl_easy_setopt(handle, CURLOPT_CAINFO, trusted);
+      curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+    }
     if (request.body) {
       curl_easy_setopt(handle, CURLOPT_POST, 1L);
       curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE,

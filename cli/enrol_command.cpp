@@ -1,0 +1,239 @@
+#include <fmt/core.h>
+#include <unistd.h>
+
+#include <array>
+#include <charconv>
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+
+#include "cli/command.h"
+#include "cli/failure.h"
+#include "cli/terminal.h"
+#include "enrol/clock_trouble.h"
+#include "enrol/enrol_flow.h"
+#include "enrol/enrol_layout.h"
+
+namespace talvane {
+namespace {
+
+// The enrolment's views as questions and answers on a terminal. What goes wrong is said and asked
+// again where somebody can answer, and ends the command elsewhere.
+class TerminalViews final : public EnrolViews {
+ public:
+  explicit TerminalViews(Ini& settings) : settings_(settings) {}
+
+  void converse(EnrolFlow& flow) {
+    flow_ = &flow;
+    flow.eva_init();
+    while (view_ != View::tv && view_ != View::av) {
+      switch (view_) {
+        case View::eva:
+          if (flow.pleasewait()) {
+            workOnce();
+          } else {
+            signIn();
+          }
+          break;
+        case View::evgi:
+          giveInfo();
+          break;
+        case View::evgu:
+        default:
+          throw Failure(exit_failed, address_message_);
+      }
+    }
+  }
+
+  void switchView(View /*from*/, View to) override { view_ = to; }
+  void goHome() override { view_ = View::tv; }
+  void refreshAuthentication() override { flow_->eva_init(); }
+  bool showsAuthentication() override { return view_ == View::eva; }
+  void eva_layout() override {}
+  void setAuthenticationMessage(const std::string& text) override { message_ = text; }
+  void whitenAuthenticationMessage() override {}
+  void enableAuthenticationSubmit(bool /*enabled*/) override {}
+  std::string input(Field field) override { return inputs_[field].get(); }
+  void clear(Field field) override { inputs_[field] = std::string(); }
+  GetInfoInput getInfoInput() override { return info_; }
+  void enableGetInfoSubmit(bool /*enabled*/) override {}
+  std::string addressInput() override { return settings_.EnrolURL; }
+  void setAddressMessage(const std::string& text) override { address_message_ = text; }
+  void simpleMessageBox(const std::string& text) override { complain(text); }
+
+  void performOnMainThread(std::function<void()> work) override {
+    const std::lock_guard guard(mutex_);
+    work_.push_back(std::move(work));
+    arrived_.notify_one();
+  }
+
+ private:
+  void workOnce() {
+    std::function<void()> work;
+    {
+      std::unique_lock lock(mutex_);
+      arrived_.wait(lock, [this] { return !work_.empty(); });
+      work = std::move(work_.front());
+      work_.pop_front();
+    }
+    work();
+  }
+
+  static void complain(const std::string& text) {
+    if (isatty(STDIN_FILENO) == 0) throw Failure(exit_failed, text);
+    fmt::print(stderr, "{}\n", printable(text));
+  }
+
+  AuthenticationLayout layout() {
+    return authenticationLayout(settings_, flow_->taenrol(), flow_->pleasewait(), message_,
+                                inputs_[Field::userid].get().empty());
+  }
+
+  void signIn() {
+    if (flow_->ending()) throw Failure(exit_failed, flow_->ending()->problem);
+    if (const std::string said = std::exchange(message_, ""); !said.empty()) {
+      // What the first reply says cannot be mended by other answers.
+      if (!asked_) throw Failure(exit_failed, said);
+      complain(said);
+    }
+    asked_ = true;
+    const AuthenticationLayout shown = layout();
+    fmt::print(stderr, "{}\n", printable(shown.message));
+    if (shown.shows_userid) askForUser();
+    if (shown.shows_password) {
+      inputs_[Field::password] = readLine(settings_.StrPassword + ": ", true);
+    }
+    if (shown.shows_passcode) {
+      inputs_[Field::passcode] = readLine(settings_.StrPasscode + ": ", true);
+    }
+    if (!flow_->eva_calcsubmitstate()) {
+      complain("What was left empty is needed");
+      return;
+    }
+    flow_->eva_submitclicked();
+  }
+
+  void askForUser() {
+    const std::string before = inputs_[Field::userid].get();
+    const std::string kept = before.empty() ? "" : fmt::format(" [{}]", printable(before));
+    const auto answer = readLine(settings_.StrUsername + kept + ": ", false);
+    if (before.empty() || !answer.empty()) inputs_[Field::userid] = answer;
+  }
+
+  void giveInfo() {
+    TaEnrolClient* client = flow_->taenrol();
+    if (client == nullptr) {
+      throw Failure(exit_failed, flow_->ending() ? flow_->ending()->problem : "Enrolment ended");
+    }
+    if (client->bUSERCREATEPIN) {
+      fmt::print(stderr, "{}\n", printable(pinPrompt(*client)));
+      info_.pin = readLine("PIN: ", true);
+      if (isatty(STDIN_FILENO) != 0 && readLine("PIN again: ", true) != info_.pin) {
+        complain("The two are not the same");
+        return;
+      }
+    }
+    if (client->bENROL) askQuestions(*client);
+    flow_->evgi_submitclicked();
+  }
+
+  void askQuestions(const TaEnrolClient& client) {
+    fmt::print(stderr, "{}\n", printable(settings_.StrSecretQuestions));
+    std::vector<TaEnrolClient::Questions> lists{
+        client.QUESTIONS1.value_or(TaEnrolClient::Questions()),
+        client.QUESTIONS2.value_or(TaEnrolClient::Questions())};
+    if (client.QUESTIONS3) lists.push_back(*client.QUESTIONS3);
+    for (std::size_t i = 0; i < lists.size(); ++i) {
+      info_.questions[i] = chooseQuestion(lists[i], i);
+      info_.answers[i] = readLine(printable(info_.questions[i]) + " ", true);
+    }
+  }
+
+  // By number; those chosen already are not offered again.
+  std::string chooseQuestion(const TaEnrolClient::Questions& titles, std::size_t which) {
+    TaEnrolClient::Questions offered;
+    for (const std::string& title : titles) {
+      const auto chosen_end = info_.questions.begin() + static_cast<std::ptrdiff_t>(which);
+      if (std::find(info_.questions.begin(), chosen_end, title) == chosen_end) {
+        offered.push_back(title);
+      }
+    }
+    if (offered.empty()) return titles.empty() ? std::string() : titles.front();
+    for (std::size_t i = 0; i < offered.size(); ++i) {
+      fmt::print(stderr, "  {} {}\n", i + 1, printable(offered[i]));
+    }
+    for (;;) {
+      const auto answer =
+          readLine(fmt::format("Question {} (1 to {}): ", which + 1, offered.size()), false);
+      std::size_t number = 0;
+      const char* end = answer.data() + answer.size();
+      const auto [rest, error] = std::from_chars(answer.data(), end, number);
+      if (error == std::errc() && rest == end && number >= 1 && number <= offered.size()) {
+        return offered[number - 1];
+      }
+      complain(fmt::format("Give a number from 1 to {}", offered.size()));
+    }
+  }
+
+  Ini& settings_;
+  EnrolFlow* flow_ = nullptr;
+  View view_ = View::eva;
+  bool asked_ = false;
+  std::string message_;
+  std::string address_message_;
+  std::map<Field, Cleared<std::string>> inputs_;
+  GetInfoInput info_;
+  std::mutex mutex_;
+  std::condition_variable arrived_;
+  std::deque<std::function<void()>> work_;
+};
+
+class EnrolCommand final : public Command {
+ public:
+  CLI::App* addTo(CLI::App& line) override {
+    CLI::App* parser =
+        line.add_subcommand("enrol", "Get a token from your organisation's enrolment server");
+    parser->add_option("url", url_, "The server's address; without it, the setting EnrolURL")
+        ->type_name("URL");
+    return parser;
+  }
+
+  void run(Session& session) override {
+    Ini& settings = session.settings();
+    if (!settings.bAllowTaEnrol) {
+      throw Failure(exit_failed, "Enrolling is switched off by the setting AllowTaEnrol");
+    }
+    if (!url_.empty()) settings.EnrolURL = url_;
+    if (settings.EnrolURL.empty()) {
+      throw Failure(exit_failed, settings.StrErrNoEnrolURL + "; give the server's address");
+    }
+    // Asked for first: what the server hands out must have a place to go.
+    session.readTokens();
+    TerminalViews views(settings);
+    EnrolFlow flow({&views, &settings, &session.gateway(), session.keychain().service.get(),
+                    [](std::string* error) { return makeUrlLoader(error); }});
+    views.converse(flow);
+    const auto& ending = flow.ending();
+    if (!ending || !ending->stored) {
+      throw Failure(exit_failed, ending ? ending->problem : "The enrolment was not completed");
+    }
+    fmt::print("Stored \"{}\".\n", printable(ending->name));
+    if (ending->server_ahead) {
+      if (const auto words = clockTrouble(*ending->server_ahead)) {
+        fmt::print(stderr, "{}\n", *words);
+      }
+    }
+  }
+
+ private:
+  std::string url_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeEnrolCommand() {
+  return std::make_unique<EnrolCommand>();
+}
+
+}  // namespace talvane
