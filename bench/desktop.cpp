@@ -187,7 +187,8 @@ class Program {
     if (id_ != 0) return;
     const int nowhere = open("/dev/null", O_RDWR);
     dup2(nowhere, STDERR_FILENO);
-    execl(path.c_str(), path.c_str(), static_cast<char*>(nullptr));
+    // As the installed menu and autostart entries start it; the bare program does not mind.
+    execl(path.c_str(), path.c_str(), "--no-console-log", static_cast<char*>(nullptr));
     _exit(127);
   }
   ~Program() {

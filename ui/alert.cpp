@@ -45,6 +45,11 @@ void run(QMessageBox& box) {
   openAlert() = &box;
   box.exec();
   openAlert() = outer;
+  // Not every window manager gives the keyboard back by itself.
+  if (QWidget* above = box.parentWidget(); above != nullptr && above->isVisible()) {
+    above->raise();
+    above->activateWindow();
+  }
 }
 
 }  // namespace

@@ -185,6 +185,9 @@ class SoftTokenOSXAppDelegate : public QObject,
   [[nodiscard]] int heightFor(const SoftTokenWindow* window);
   void initialise(const SoftTokenWindow* window);
   void positionToolbarCommon(QWidget* button, const Frame& frame);
+  void releaseClosedPanel();
+  void clearTokenRows();
+  void clearManagementRows();
   bool keyPressed(const QKeyEvent& event);
   /// Upwards is negative, in points.
   void scrollPanel(int movement);

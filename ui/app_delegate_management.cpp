@@ -16,11 +16,16 @@ bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b) {
 
 }  // namespace
 
-void SoftTokenOSXAppDelegate::cv_init() {
-  vane::log("CV : init: begin");
+void SoftTokenOSXAppDelegate::clearManagementRows() {
   cvdesc.clear();
   cvdelete.clear();
   delete cvview;
+  cvview = nullptr;
+}
+
+void SoftTokenOSXAppDelegate::cv_init() {
+  vane::log("CV : init: begin");
+  clearManagementRows();
   cvview = new FlippedView(withoutBands(frameOf(cv->contentView()->geometry())), cv->contentView());
   if (TOKENS == 0) {
     QMetaObject::invokeMethod(

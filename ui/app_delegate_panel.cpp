@@ -4,6 +4,10 @@
 #include <QSocketNotifier>
 #include <QUrl>
 #include <algorithm>
+#include <cstdlib>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include "engine/text.h"
 #include "ui/alert.h"
@@ -111,6 +115,9 @@ void SoftTokenOSXAppDelegate::openWindow(SoftTokenWindow* window, int x, int y, 
   window->show();
   window->raise();
   window->activateWindow();
+  // A window that is shown again at once has the keyboard still: nothing else would tell it.
+  QApplication::setActiveWindow(window);
+  if (QWidget* focus = window->focusWidget()) focus->setFocus();
   if (roll) {
     const std::int64_t steps = ini.RollupSteps;
     vane::log("APP: openWindow: rolling (steps:{} chunk:{})...", steps, chunkOf(height, steps));
@@ -153,7 +160,23 @@ void SoftTokenOSXAppDelegate::closeWindow(SoftTokenWindow* window, bool roll) {
   delete bg;
   bg = nullptr;
   content = nullptr;
+  // After what is under way in the view that has closed.
+  QMetaObject::invokeMethod(
+      this, [this] { releaseClosedPanel(); }, Qt::QueuedConnection);
   vane::log("APP: closeWindow: end");
+}
+
+// A panel that is closed should cost nothing.
+void SoftTokenOSXAppDelegate::releaseClosedPanel() {
+  if (bOpen) return;
+  clearTokenRows();
+  clearManagementRows();
+  for (auto& token : TOKEN) token.reset();
+  for (const auto& window : windows_) window->releaseSystemWindow();
+    // The C library would keep what was freed.
+#ifdef __GLIBC__
+  malloc_trim(0);
+#endif
 }
 
 void SoftTokenOSXAppDelegate::switchViewfrom(SoftTokenWindow* from, SoftTokenWindow* to) {

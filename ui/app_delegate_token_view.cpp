@@ -29,8 +29,7 @@ int SoftTokenOSXAppDelegate::troubleHeight() const {
   return text_height + 2 * (band_height + trouble_margin);
 }
 
-void SoftTokenOSXAppDelegate::tv_init() {
-  vane::log("TV : init: begin");
+void SoftTokenOSXAppDelegate::clearTokenRows() {
   tvdesc.clear();
   tvpasscode.clear();
   tvcopy.clear();
@@ -39,6 +38,12 @@ void SoftTokenOSXAppDelegate::tv_init() {
   delete tvcountdown;
   tvcountdown = nullptr;
   delete tvview;
+  tvview = nullptr;
+}
+
+void SoftTokenOSXAppDelegate::tv_init() {
+  vane::log("TV : init: begin");
+  clearTokenRows();
   tvview = new FlippedView(withoutBands(frameOf(tv->contentView()->geometry())), tv->contentView());
   showTrouble();
   for (std::int32_t i = 0; i < TOKENS; ++i) addTokenRow(i);
@@ -62,7 +67,9 @@ void SoftTokenOSXAppDelegate::tv_init() {
   positionToolbarLeft(tvconfig);
   positionToolbarCentre(tvhelp);
   positionToolbarRight(tvadd);
-  QWidget::setTabOrder(close, tvconfig);
+  std::vector<QWidget*> order(tvcopy.begin(), tvcopy.end());
+  order.insert(order.end(), {tvconfig, tvhelp, tvadd, close});
+  for (std::size_t i = 1; i < order.size(); ++i) QWidget::setTabOrder(order[i - 1], order[i]);
   if (tvcopy.empty()) {
     tvadd->setFocus();
   } else {

@@ -3,68 +3,74 @@
 #include <QFile>
 #include <QPixmap>
 #include <QtEndian>
-#include <algorithm>
 
 namespace talvane {
 namespace {
 
 constexpr qsizetype entry_header_size = 8;
 constexpr int status_icon_size = 18;
+constexpr int window_icon_size = 64;
 
-const QList<QImage>& pictures() {
-  static const QList<QImage> pictures = [] {
+// A PNG file begins with its signature and the header chunk, which begins with the width.
+constexpr qsizetype png_width_position = 16;
+
+// The bytes that follow are the program's own and live as long as it.
+const QByteArray& iconFile() {
+  static const QByteArray bytes = [] {
     QFile file(QStringLiteral(":/softtoken/Icon.icns"));
-    return file.open(QIODevice::ReadOnly) ? icnsPictures(file.readAll()) : QList<QImage>();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
   }();
-  return pictures;
+  return bytes;
 }
 
+// From the smallest picture that is at least as large.
 QPixmap scaledTo(int size) {
-  const QImage* best = nullptr;
-  for (const QImage& picture : pictures()) {
-    if (best == nullptr || (best->width() < size && picture.width() > best->width()) ||
-        (picture.width() >= size && picture.width() < best->width())) {
-      best = &picture;
-    }
+  IcnsPicture best;
+  for (const IcnsPicture& picture : icnsPictures(iconFile())) {
+    const bool nearer = best.width < size ? picture.width > best.width
+                                          : picture.width >= size && picture.width < best.width;
+    if (nearer) best = picture;
   }
-  if (best == nullptr) return {};
+  const QImage picture = QImage::fromData(best.png, "PNG");
+  if (picture.isNull()) return {};
   return QPixmap::fromImage(
-      best->scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+      picture.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+}
+
+QIcon iconOf(int size) {
+  QIcon icon(scaledTo(size));
+  QPixmap sharp = scaledTo(2 * size);
+  sharp.setDevicePixelRatio(2);
+  icon.addPixmap(sharp);
+  return icon;
 }
 
 }  // namespace
 
-QList<QImage> icnsPictures(const QByteArray& file) {
-  QList<QImage> pictures;
+QList<IcnsPicture> icnsPictures(const QByteArray& file) {
+  QList<IcnsPicture> pictures;
   if (!file.startsWith("icns")) return pictures;
   qsizetype position = entry_header_size;
   while (file.size() - position >= entry_header_size) {
     const qsizetype length = qFromBigEndian<quint32>(file.constData() + position + 4);
     if (length < entry_header_size || length > file.size() - position) break;
-    const QImage picture = QImage::fromData(
-        reinterpret_cast<const uchar*>(file.constData()) + position + entry_header_size,
-        static_cast<int>(length - entry_header_size), "PNG");
-    if (!picture.isNull()) pictures.append(picture);
+    const char* picture = file.constData() + position + entry_header_size;
+    const qsizetype size = length - entry_header_size;
     position += length;
+    if (size < png_width_position + 4 || QByteArray::fromRawData(picture, 4) != "\x89PNG") continue;
+    const auto width = qFromBigEndian<quint32>(picture + png_width_position);
+    pictures.append({QByteArray::fromRawData(picture, size), static_cast<int>(width)});
   }
   return pictures;
 }
 
 const QIcon& applicationIcon() {
-  static const QIcon icon = [] {
-    QIcon result;
-    for (const QImage& picture : pictures()) result.addPixmap(QPixmap::fromImage(picture));
-    return result;
-  }();
+  static const QIcon icon = iconOf(window_icon_size);
   return icon;
 }
 
 QIcon statusIcon() {
-  QIcon icon(scaledTo(status_icon_size));
-  QPixmap sharp = scaledTo(2 * status_icon_size);
-  sharp.setDevicePixelRatio(2);
-  icon.addPixmap(sharp);
-  return icon;
+  return iconOf(status_icon_size);
 }
 
 }  // namespace talvane

@@ -2,17 +2,23 @@
 
 #include <QByteArray>
 #include <QIcon>
-#include <QImage>
 #include <QList>
 
 namespace talvane {
 
-/// The PNG pictures in an Apple icon image file; none when it is something else or damaged.
-/// (A header "icns" and its length, then entries of four letters, the length of the whole entry,
-/// both big-endian, and the picture.)
-QList<QImage> icnsPictures(const QByteArray& file);
+/// One picture of an icon file: a whole PNG file and how wide it is.
+struct IcnsPicture {
+  QByteArray png;
+  int width = 0;
+};
 
-/// The program's icon, in all its sizes.
+/// The PNG pictures in an Apple icon image file, not decoded; none when it is something else, and
+/// those before the damage when it is damaged. They refer to the file's bytes, which the caller
+/// keeps. (A header "icns" and its length, then entries of four letters, the length of the whole
+/// entry, both big-endian, and the picture.)
+QList<IcnsPicture> icnsPictures(const QByteArray& file);
+
+/// The program's icon, for windows and alerts.
 const QIcon& applicationIcon();
 /// The program's icon for the status bar: 18 by 18 points.
 QIcon statusIcon();

@@ -152,17 +152,23 @@ void InstanceChannel::listen() {
 }
 
 void InstanceChannel::accept() {
+  const QByteArray request = takeRequest();
+  if (!request.isEmpty() && received) received(QString::fromUtf8(request));
+}
+
+// The other side is let go before the request is performed, which may take a user's answer.
+QByteArray InstanceChannel::takeRequest() const {
   const Descriptor other(accept4(listening_, nullptr, nullptr, SOCK_CLOEXEC));
-  if (other.get() < 0) return;
+  if (other.get() < 0) return {};
   ucred peer{};
   socklen_t size = sizeof(peer);
   if (getsockopt(other.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.uid != getuid()) {
-    return;
+    return {};
   }
   const QByteArray request = readWhole(other.get(), patience_with_request);
-  if (request.isEmpty()) return;
+  if (request.isEmpty()) return {};
   static_cast<void>(::send(other.get(), &taken, 1, MSG_NOSIGNAL));
-  if (received) received(QString::fromUtf8(request));
+  return request;
 }
 
 bool InstanceChannel::send(const QString& request) const {

@@ -34,6 +34,7 @@ class InstanceChannel : public QObject {
 
  private:
   void accept();
+  [[nodiscard]] QByteArray takeRequest() const;
 
   std::string lock_path_;
   std::string socket_path_;

@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QDesktopServices>
+#include <QTimer>
 #include <QUrl>
 #include <cstdio>
 #include <cstdlib>
@@ -44,8 +45,7 @@ int run(int argc, char** argv) {
   }
 
   QApplication application(argc, argv);
-  QApplication::setApplicationName(QStringLiteral("softtoken"));
-  QApplication::setApplicationDisplayName(QStringLiteral("Talvane Soft Token"));
+  QApplication::setApplicationName(QStringLiteral("Talvane Soft Token"));
   QApplication::setApplicationVersion(QLatin1String(product::version));
   QGuiApplication::setDesktopFileName(QStringLiteral("softtoken"));
   QApplication::setQuitOnLastWindowClosed(false);
@@ -74,6 +74,8 @@ int run(int argc, char** argv) {
   channel.received = [&delegate](const QString& what) { delegate.perform(what); };
   channel.listen();
   delegate.applicationDidFinishLaunching();
+  // Ahead of the first click, which then opens the panel at once.
+  QTimer::singleShot(0, &delegate, [&delegate] { delegate.loadInterface(); });
   if (options.request != QLatin1String(request::start)) delegate.perform(options.request);
   return QApplication::exec();
 }

@@ -1,5 +1,6 @@
 #include "ui/soft_token_window.h"
 
+#include <QAccessibleWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QGuiApplication>
@@ -19,11 +20,19 @@ namespace {
 constexpr int points_a_notch = 72;
 constexpr int units_a_notch = 120;
 
+// As which assistive technologies see the panel.
+QAccessibleInterface* accessibleWindow(const QString& /*class_name*/, QObject* object) {
+  auto* window = dynamic_cast<SoftTokenWindow*>(object);
+  return window == nullptr ? nullptr : new QAccessibleWidget(window, QAccessible::Dialog);
+}
+
 }  // namespace
 
 SoftTokenWindow::SoftTokenWindow(const Frame& content_rectangle)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                            Qt::NoDropShadowWindowHint) {
+  static const bool factory_installed = (QAccessible::installFactory(accessibleWindow), true);
+  static_cast<void>(factory_installed);
   setGeometry(rectangle(content_rectangle));
   // Showing or closing the panel never ends the program.
   setAttribute(Qt::WA_QuitOnClose, false);

@@ -22,6 +22,9 @@ class SoftTokenWindow : public QWidget {
   [[nodiscard]] QWidget* contentView() const { return content_view_; }
   QWidget* setContentView(QWidget* view);
 
+  /// Gives back what the window system holds for a window that is not shown.
+  void releaseSystemWindow() { destroy(); }
+
   /// Where the button was last pressed, in the window.
   [[nodiscard]] QPointF initialLocation() const { return initial_location_; }
   void setInitialLocation(QPointF location) { initial_location_ = location; }

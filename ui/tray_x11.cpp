@@ -3,7 +3,8 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
 #include <QDBusServiceWatcher>
 #include <QEvent>
 #include <QMouseEvent>
@@ -19,6 +20,7 @@ namespace talvane {
 namespace {
 
 constexpr const char* watcher_service = "org.kde.StatusNotifierWatcher";
+constexpr int patience_milliseconds = 500;
 
 xcb_connection_t* connection() {
   auto* x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
@@ -41,10 +43,13 @@ bool hasNotifierHost() {
   if (!bus.isConnected() || !bus.interface()->isServiceRegistered(QLatin1String(watcher_service))) {
     return false;
   }
-  const QDBusInterface watcher(QLatin1String(watcher_service),
-                               QStringLiteral("/StatusNotifierWatcher"),
-                               QLatin1String(watcher_service), bus);
-  return watcher.property("IsStatusNotifierHostRegistered").toBool();
+  QDBusMessage question = QDBusMessage::createMethodCall(
+      QLatin1String(watcher_service), QStringLiteral("/StatusNotifierWatcher"),
+      QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+  question.setArguments(
+      {QLatin1String(watcher_service), QStringLiteral("IsStatusNotifierHostRegistered")});
+  const QDBusReply<QDBusVariant> answer = bus.call(question, QDBus::Block, patience_milliseconds);
+  return answer.isValid() && answer.value().variant().toBool();
 }
 
 }  // namespace

@@ -12,6 +12,12 @@
 namespace talvane {
 namespace {
 
+// Where the arrows lead is the panel's affair.
+bool isArrowKey(const QKeyEvent& event) {
+  return event.key() == Qt::Key_Up || event.key() == Qt::Key_Down || event.key() == Qt::Key_Left ||
+         event.key() == Qt::Key_Right;
+}
+
 bool isPressKey(const QKeyEvent& event) {
   return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
 }
@@ -218,6 +224,10 @@ void PanelButton::keyPressEvent(QKeyEvent* event) {
     click();
     return;
   }
+  if (isArrowKey(*event)) {
+    event->ignore();
+    return;
+  }
   QAbstractButton::keyPressEvent(event);
 }
 
@@ -275,6 +285,10 @@ void CloseButton::paintEvent(QPaintEvent* /*event*/) {
 void CloseButton::keyPressEvent(QKeyEvent* event) {
   if (isPressKey(*event)) {
     click();
+    return;
+  }
+  if (isArrowKey(*event)) {
+    event->ignore();
     return;
   }
   QAbstractButton::keyPressEvent(event);
