@@ -182,6 +182,7 @@ class SoftTokenOSXAppDelegate : public QObject,
   // The panel's.
   SoftTokenWindow* makeWindow(int height, const std::function<void(QWidget*)>& fill);
   void readTokens();
+  [[nodiscard]] std::string readingTrouble(std::int32_t count) const;
   [[nodiscard]] int heightFor(const SoftTokenWindow* window);
   void initialise(const SoftTokenWindow* window);
   void positionToolbarCommon(QWidget* button, const Frame& frame);

@@ -121,6 +121,10 @@ void SoftTokenOSXAppDelegate::deleteTokens(
   // What was confirmed is what the user saw: another program may have moved the slots meanwhile.
   vane::TokenArray stored;
   const std::int32_t count = vane::ReadAllTokens(stored);
+  if (const std::string trouble = readingTrouble(count); !trouble.empty()) {
+    simpleMessageBox(QString::fromStdString(trouble));
+    return;
+  }
   for (std::int32_t n = 0; n < TOKENS; ++n) {
     const auto i = static_cast<std::size_t>(n);
     if (n < count && isSameToken(*stored[i], *TOKEN[i])) continue;

@@ -43,12 +43,16 @@ void SoftTokenOSXAppDelegate::readTokens() {
     vane::log("APP: openWindow: token[{:02}] d:{} s:{}", i, orNil(token.currentDescription()),
               token.seed32 ? token.seed32->get() : std::string(nil_text));
   }
-  // Nothing at all could be read: say so in place of an empty list.
+  trouble_ = readingTrouble(TOKENS);
+}
+
+// Why nothing at all could be read, when that is so; empty otherwise.
+std::string SoftTokenOSXAppDelegate::readingTrouble(std::int32_t count) const {
   const auto& load = gateway_.lastLoad();
   const bool answered = load.status == KeychainStatus::ok ||
                         load.status == KeychainStatus::item_not_found ||
                         load.status == KeychainStatus::cannot_decode;
-  trouble_ = TOKENS == 0 && !answered ? load.words() : std::string();
+  return count == 0 && !answered ? load.words() : std::string();
 }
 
 int SoftTokenOSXAppDelegate::heightFor(const SoftTokenWindow* window) {

@@ -1,7 +1,8 @@
 #pragma once
 
 // One running program per user and display. The first one holds a lock for as long as it lives and
-// listens; a later one hands it what it was asked to do. A program that died holds nothing.
+// listens; a later one hands it what it was asked to do. A program that died holds nothing. The
+// channel lies in a folder that only the user can enter. SIGPIPE has to be ignored.
 
 #include <QObject>
 #include <QString>

@@ -2,6 +2,7 @@
 #include <QDesktopServices>
 #include <QTimer>
 #include <QUrl>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -9,7 +10,7 @@
 #include "config/start_trace.h"
 #include "platform/keychains.h"
 #include "ui/app_delegate.h"
-#include "ui/icns.h"
+#include "ui/display.h"
 #include "ui/instance_channel.h"
 #include "ui/product.h"
 #include "ui/start.h"
@@ -28,6 +29,8 @@ int run(int argc, char** argv) {
     std::fputs(options.output.c_str(), options.failed ? stderr : stdout);
     return options.failed ? exit_usage : 0;
   }
+  // Who goes away while we talk to them does not end us.
+  std::signal(SIGPIPE, SIG_IGN);
   InstanceChannel channel(displayName());
   if (!channel.becomeFirst()) {
     std::string error = channel.error();

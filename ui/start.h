@@ -23,8 +23,4 @@ struct StartOptions {
 
 StartOptions readOptions(int argc, char** argv);
 
-/// Chooses the platform, and makes sure that the display can be reached. Returns why not, for the
-/// user.
-std::string prepareDisplay();
-
 }  // namespace talvane

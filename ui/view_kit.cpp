@@ -7,6 +7,7 @@
 #include <QStyle>
 #include <QStyleFactory>
 #include <QStyleOption>
+#include <QTextOption>
 #include <utility>
 
 namespace talvane {
@@ -183,9 +184,9 @@ void TextLabel::paintEvent(QPaintEvent* /*event*/) {
   painter.setPen(colour_);
   painter.setFont(font());
   if (wordWrap()) {
-    painter.drawText(contentsRect(),
-                     static_cast<int>(alignment()) | Qt::TextWordWrap | Qt::TextWrapAnywhere,
-                     text());
+    QTextOption option(alignment());
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    painter.drawText(QRectF(contentsRect()), text(), option);
     return;
   }
   painter.drawText(contentsRect(), static_cast<int>(alignment()) | Qt::TextSingleLine,
