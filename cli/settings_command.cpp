@@ -1,8 +1,13 @@
 #include <fmt/core.h>
 
+#include <cstring>
+
 #include "cli/command.h"
+#include "cli/failure.h"
 #include "cli/json.h"
 #include "cli/terminal.h"
+#include "config/settings_check.h"
+#include "platform/regular_file.h"
 
 namespace talvane {
 namespace {
@@ -12,11 +17,21 @@ class SettingsCommand final : public Command {
   CLI::App* addTo(CLI::App& line) override {
     CLI::App* parser =
         line.add_subcommand("settings", "List every setting, its value, and where it comes from");
-    parser->add_flag("--json", json_, "Print JSON");
+    auto* json = parser->add_flag("--json", json_, "Print JSON");
+    parser
+        ->add_option("--check", checked_,
+                     "Look through a settings file instead, and report what does not say what it "
+                     "seems to")
+        ->type_name("FILE")
+        ->excludes(json);
     return parser;
   }
 
   void run(Session& session) override {
+    if (!checked_.empty()) {
+      check();
+      return;
+    }
     const Ini& settings = session.settings();
     const auto entries = settings.entries();
     if (json_) {
@@ -39,7 +54,27 @@ class SettingsCommand final : public Command {
   }
 
  private:
+  void check() const {
+    std::string text;
+    if (const int error = readRegularFile(checked_, &text); error != 0) {
+      throw Failure(exit_failed,
+                    fmt::format("{} cannot be read: {}", checked_, std::strerror(error)));
+    }
+    const auto findings = checkSettings(text);
+    for (const SettingsFinding& finding : findings) {
+      fmt::print("{}:{}: {}\n", printable(checked_), finding.line, printable(finding.text));
+    }
+    if (!findings.empty()) {
+      throw Failure(exit_failed,
+                    fmt::format("{} to look at", findings.size() == 1
+                                                     ? std::string("One thing")
+                                                     : fmt::format("{} things", findings.size())));
+    }
+    fmt::print("Nothing to look at.\n");
+  }
+
   bool json_ = false;
+  std::string checked_;
 };
 
 }  // namespace

@@ -117,6 +117,21 @@ std::vector<std::string> Ini::paths() const {
   return list;
 }
 
+std::vector<Ini::Key> Ini::keys() {
+  std::vector<Key> list;
+  for (const Setting& setting : settings_table) {
+    if (const auto* text = std::get_if<std::string_view>(&setting.default_value)) {
+      list.push_back({setting.key, Key::Kind::text, std::string(*text)});
+    } else if (const auto* flag = std::get_if<bool>(&setting.default_value)) {
+      list.push_back({setting.key, Key::Kind::flag, *flag ? "true" : "false"});
+    } else {
+      list.push_back({setting.key, Key::Kind::integer,
+                      std::to_string(std::get<std::int32_t>(setting.default_value))});
+    }
+  }
+  return list;
+}
+
 std::vector<Ini::Entry> Ini::entries() const {
   std::vector<Entry> list;
   for (const Setting& setting : settings_table) {

@@ -85,6 +85,16 @@ class Ini {
   /// The places of the file, in the order in which they are tried.
   [[nodiscard]] std::vector<std::string> paths() const;
 
+  /// One key that `read` knows.
+  struct Key {
+    enum class Kind : std::uint8_t { text, flag, integer };
+    std::string_view name;
+    Kind kind = Kind::text;
+    std::string default_value;  // as text
+  };
+  /// All of them, in the order in which they are read.
+  [[nodiscard]] static std::vector<Key> keys();
+
   /// One key with its value as text, for listing.
   struct Entry {
     std::string_view key;

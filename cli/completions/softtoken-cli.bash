@@ -77,12 +77,13 @@ __softtoken_cli_offer_pictures() {
 __softtoken_cli_offer_options() {
   case $command in
     '') __softtoken_cli_offer --help --version --keychain --console-log ;;
-    list | settings | doctor) __softtoken_cli_offer --help --json ;;
+    list | doctor) __softtoken_cli_offer --help --json ;;
+    settings) __softtoken_cli_offer --help --json --check ;;
     code) __softtoken_cli_offer --help --next --copy --json ;;
     add) __softtoken_cli_offer --help --period --replace ;;
     import) __softtoken_cli_offer --help --replace ;;
     delete) __softtoken_cli_offer --help --yes ;;
-    watch | rename) __softtoken_cli_offer --help ;;
+    watch | rename | enrol) __softtoken_cli_offer --help ;;
   esac
 }
 
@@ -99,7 +100,7 @@ _softtoken_cli() {
     else
       case $each in
         --) only_arguments=1 ;;
-        --keychain | --period) option=$each ;;
+        --keychain | --period | --check) option=$each ;;
         --keychain=*) program+=("$each") ;;
       esac
     fi
@@ -110,6 +111,8 @@ _softtoken_cli() {
     __softtoken_cli_offer secret-service vault
   elif [[ $option == --period ]]; then
     __softtoken_cli_offer 30 60
+  elif [[ $option == --check ]]; then
+    mapfile -t COMPREPLY < <(compgen -f -- "$word")
   elif [[ ! $only_arguments && $word == --keychain=* ]]; then
     __softtoken_cli_offer --keychain=secret-service --keychain=vault
   elif [[ ! $only_arguments && $word == --period=* ]]; then
@@ -118,7 +121,7 @@ _softtoken_cli() {
     __softtoken_cli_offer_options
   else
     case $command:$arguments in
-      :*) __softtoken_cli_offer list code watch add import rename delete settings doctor ;;
+      :*) __softtoken_cli_offer list code watch add import enrol rename delete settings doctor ;;
       code:0 | rename:0 | delete:*) __softtoken_cli_offer_tokens "${program[@]}" ;;
       import:0) __softtoken_cli_offer_pictures ;;
       list:* | settings:* | doctor:*) __softtoken_cli_offer_options ;;

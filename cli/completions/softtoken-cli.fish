@@ -67,6 +67,8 @@ complete -c softtoken-cli -n __softtoken_cli_needs_command -a watch -d 'Show all
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a add -d 'Add a token by its seed'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a import \
     -d 'Add a token from an otpauth URL or a QR code'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a enrol \
+    -d 'Get a token from an enrolment server'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a rename -d 'Give a token another name'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a delete -d 'Delete tokens'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a settings \
@@ -84,6 +86,8 @@ complete -c softtoken-cli -n '__softtoken_cli_uses add' -l period -x -a '30 60' 
     -d 'Seconds that a passcode lasts'
 complete -c softtoken-cli -n '__softtoken_cli_uses add import' -l replace \
     -d 'Replace the token created under the same name'
+complete -c softtoken-cli -n '__softtoken_cli_uses settings' -l check -r -F \
+    -d 'Look through a settings file instead'
 complete -c softtoken-cli -n '__softtoken_cli_uses delete' -l yes -d 'Do not ask'
 
 complete -c softtoken-cli -n '__softtoken_cli_starts code rename' -a '(__softtoken_cli_tokens)'

@@ -29,8 +29,8 @@ std::string completionFile(const std::string& name) {
   return std::string(CLI_COMPLETIONS) + '/' + name;
 }
 
-const Strings commands = {"add",  "code",   "delete",   "doctor", "import",
-                          "list", "rename", "settings", "watch"};
+const Strings commands = {"add",    "code", "delete", "doctor",   "enrol",
+                          "import", "list", "rename", "settings", "watch"};
 
 // The long options behind each command.
 const std::vector<std::pair<std::string, Strings>> options = {
@@ -39,10 +39,11 @@ const std::vector<std::pair<std::string, Strings>> options = {
     {"code", {"--copy", "--help", "--json", "--next"}},
     {"watch", {"--help"}},
     {"add", {"--help", "--period", "--replace"}},
+    {"enrol", {"--help"}},
     {"import", {"--help", "--replace"}},
     {"rename", {"--help"}},
     {"delete", {"--help", "--yes"}},
-    {"settings", {"--help", "--json"}},
+    {"settings", {"--check", "--help", "--json"}},
     {"doctor", {"--help", "--json"}}};
 
 // A user with the program in the PATH and some tokens.

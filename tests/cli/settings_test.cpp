@@ -149,5 +149,26 @@ TEST(Settings, NoTraceWithoutDebug) {
   EXPECT_FALSE(exists(home.traceFile()));
 }
 
+TEST(Settings, CheckOfAGoodFile) {
+  const CliHome home;
+  const Ended ended = home.run({"settings", "--check", home.settingsFile()});
+  expectSuccess(ended);
+  EXPECT_EQ(ended.out, "Nothing to look at.\n");
+}
+
+TEST(Settings, CheckTellsLineAndReason) {
+  const CliHome home;
+  home.setSettings("Debug=1\nColour=blue\n");
+  const Ended ended = home.run({"settings", "--check", home.settingsFile()});
+  EXPECT_EQ(ended.exit_code, 1);
+  EXPECT_EQ(ended.out, home.settingsFile() + ":2: Unknown key \"Colour\"\n");
+  EXPECT_EQ(ended.err, "softtoken-cli: One thing to look at\n");
+}
+
+TEST(Settings, CheckOfAFileThatIsNotThere) {
+  const CliHome home;
+  expectFailure(home.run({"settings", "--check", home.path("none.ini")}), 1, "cannot be read");
+}
+
 }  // namespace
 }  // namespace talvane::test

@@ -1,0 +1,235 @@
+// softtoken-cli enrol, against the demo enrolment server on loopback.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <httplib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "tests/cli/cli_home.h"
+
+namespace talvane::test {
+namespace {
+
+class DemoServer {
+ public:
+  explicit DemoServer(const TemporaryFolder& folder) : certificate_(folder / "certificate.pem") {
+    const std::string addresses = folder / "addresses";
+    child_ = fork();
+    if (child_ == 0) {
+      const int nowhere = open("/dev/null", O_WRONLY);
+      dup2(nowhere, STDOUT_FILENO);
+      execl(DEMO_SERVER, DEMO_SERVER, "--users", DEMO_USERS, "--certificate", certificate_.c_str(),
+            "--addresses", addresses.c_str(), static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (std::chrono::steady_clock::now() < end) {
+      std::ifstream file(addresses);
+      if (std::getline(file, http_) && std::getline(file, https_) && !file.eof()) return;
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    ADD_FAILURE() << "the demo server did not start";
+  }
+  ~DemoServer() {
+    kill(child_, SIGKILL);
+    waitpid(child_, nullptr, 0);
+  }
+  DemoServer(const DemoServer&) = delete;
+  DemoServer& operator=(const DemoServer&) = delete;
+
+  [[nodiscard]] const std::string& http() const { return http_; }
+  [[nodiscard]] const std::string& https() const { return https_; }
+  [[nodiscard]] const std::string& certificate() const { return certificate_; }
+
+  /// The server's word on a passcode.
+  [[nodiscard]] std::string verdict(const std::string& user, const std::string& code) const {
+    httplib::Client client(http_);
+    const auto reply = client.Get("/verify?user=" + user + "&code=" + code);
+    return reply ? reply->body : "no reply";
+  }
+
+ private:
+  std::string certificate_;
+  std::string http_;
+  std::string https_;
+  pid_t child_;
+};
+
+class Enrol : public testing::Test {
+ protected:
+  Enrol() { home.setSettings("AllowHTTP=1\nAllowManual=1\n"); }
+
+  /// Enrols with one answer a line, and has the server check the new token's passcode.
+  void expectEnrolled(const std::string& user, const std::string& answers,
+                      const std::string& address) {
+    const Ended ended = home.run({"enrol", address}, answers);
+    EXPECT_EQ(ended.exit_code, 0) << ended.err;
+    EXPECT_EQ(ended.out, "Stored \"Demo " + user + "\".\n");
+    const Ended code = home.run({"code", "Demo " + user});
+    expectSuccess(code);
+    EXPECT_EQ(server.verdict(user, code.out.substr(0, 6)), "valid\n") << code.out;
+  }
+
+  /// Enrolling ends with these words, and nothing is stored.
+  void expectRefused(const std::string& answers, const std::string& address,
+                     const std::string& words) {
+    const Ended ended = home.run({"enrol", address}, answers);
+    EXPECT_EQ(ended.exit_code, 1);
+    EXPECT_NE(ended.err.find("softtoken-cli: " + words), std::string::npos) << ended.err;
+    EXPECT_EQ(home.names(), Strings());
+  }
+
+  TemporaryFolder folder;
+  DemoServer server{folder};
+  CliHome home;
+};
+
+TEST_F(Enrol, UserNameAlone) {
+  expectEnrolled("anna", "anna\n", server.http());
+}
+
+TEST_F(Enrol, Password) {
+  expectEnrolled("ben", "ben\nsecret\n", server.http() + "/password");
+}
+
+TEST_F(Enrol, WrongPasswordIsDeniedWithTheServersWords) {
+  expectRefused("ben\nguess\n", server.http() + "/password", "Wrong password");
+}
+
+TEST_F(Enrol, PasscodeInAnOlderProtocol) {
+  expectEnrolled("carla", "carla\n1234\n", server.http() + "/old");
+}
+
+TEST_F(Enrol, DeniedWithAMessage) {
+  expectRefused("fred\n", server.http(), "Your account is locked");
+}
+
+TEST_F(Enrol, DeniedWithoutAMessage) {
+  expectRefused("gina\n", server.http(), "Access Denied");
+}
+
+TEST_F(Enrol, PinWithLetters) {
+  expectEnrolled("hans", "hans\nAb1234\n", server.http());
+}
+
+TEST_F(Enrol, PinThatBreaksTheRules) {
+  expectRefused("hans\nab1234\n", server.http(), "Pin did not meet requirements.");
+}
+
+TEST_F(Enrol, WeakPin) {
+  expectRefused("lea\n1234\n1\nfido\n1\nblue\n", server.http(),
+                "Pin must not be a raising sequence, this is too weak");
+}
+
+TEST_F(Enrol, TwoQuestions) {
+  expectEnrolled("ines", "ines\n1\nfido\n2\nblue\n", server.http());
+}
+
+TEST_F(Enrol, ThreeQuestionsWithA13CharacterSeedOf60Seconds) {
+  expectEnrolled("jan", "jan\n1\nfido\n1\nschool\n1\nblue\n", server.http());
+}
+
+TEST_F(Enrol, PinAndThreeQuestions) {
+  expectEnrolled("kim", "kim\n19283746\n1\nfido\n2\nblue\n1\nschool\n", server.http());
+}
+
+TEST_F(Enrol, PinAndTwoQuestionsWithA13CharacterSeed) {
+  expectEnrolled("lea", "lea\n1243\n1\nfido\n1\nblue\n", server.http());
+}
+
+TEST_F(Enrol, ShortAnswer) {
+  expectRefused("ines\n1\nab\n1\nblue\n", server.http(),
+                "Answer to secret questions must be at least 3 characters long.");
+}
+
+TEST_F(Enrol, ChallengesAreAnsweredOneAfterTheOther) {
+  const auto terminal = home.runOnTerminal({"enrol", server.http()});
+  ASSERT_TRUE(terminal->await("Username: "));
+  terminal->type("eva\n");
+  std::string answered;
+  for (int round = 0; round < 3; ++round) {
+    const std::string prompt = "Enter the letters ";
+    const auto asked = [&] {
+      const std::string& shown = terminal->shown();
+      const std::size_t at = shown.rfind(prompt);
+      return at == std::string::npos || at + prompt.size() + 4 > shown.size()
+                 ? std::string()
+                 : shown.substr(at + prompt.size(), 4);
+    };
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while ((asked().empty() || asked() == answered) && std::chrono::steady_clock::now() < end) {
+      static_cast<void>(terminal->await(prompt));
+    }
+    answered = asked();
+    ASSERT_TRUE(terminal->awaitUnseen());
+    terminal->type(answered + "\n");
+  }
+  EXPECT_TRUE(terminal->await("Stored \"Demo eva\"."));
+}
+
+TEST_F(Enrol, HttpsWithACertificateThatIsTrusted) {
+  home.environment.push_back("SSL_CERT_FILE=" + server.certificate());
+  expectEnrolled("anna", "anna\n", server.https());
+}
+
+TEST_F(Enrol, HttpsWithACertificateThatIsNotTrusted) {
+  expectRefused("anna\n", server.https(), "Error: [http] SSL certificate problem");
+}
+
+TEST_F(Enrol, HttpWhereTheSettingsForbidIt) {
+  home.setSettings("");
+  expectRefused("anna\n", server.http(), "Error: Http not allowed");
+}
+
+TEST_F(Enrol, AddressOfAnotherKind) {
+  expectRefused("anna\n", "ftp://127.0.0.1/",
+                "Error: Invalid URL (must begin with http:// or https://)");
+}
+
+TEST_F(Enrol, NobodyListens) {
+  expectRefused("anna\n", "http://127.0.0.1:9", "Error: [http] ");
+}
+
+TEST_F(Enrol, SwitchedOff) {
+  home.setSettings("AllowTaEnrol=0\n");
+  expectRefused("anna\n", server.http(), "Enrolling is switched off by the setting AllowTaEnrol");
+}
+
+TEST_F(Enrol, NoAddress) {
+  const Ended ended = home.run({"enrol"}, "anna\n");
+  expectFailure(ended, 1, "No enrol URL configured");
+}
+
+TEST_F(Enrol, AddressFromTheSettings) {
+  home.setSettings("AllowHTTP=1\nEnrolURL=" + server.http() + "\n");
+  const Ended ended = home.run({"enrol"}, "anna\n");
+  EXPECT_EQ(ended.exit_code, 0) << ended.err;
+  EXPECT_EQ(home.names(), Strings{"Demo anna"});
+}
+
+TEST_F(Enrol, SecondTimeReplacesTheToken) {
+  expectEnrolled("anna", "anna\n", server.http());
+  expectEnrolled("anna", "anna\n", server.http());
+  EXPECT_EQ(home.names(), Strings{"Demo anna"});
+}
+
+TEST_F(Enrol, SecretsAreNotShownOnTheTerminal) {
+  const auto terminal = home.runOnTerminal({"enrol", server.http() + "/password"});
+  ASSERT_TRUE(terminal->await("Username: "));
+  terminal->type("ben\n");
+  ASSERT_TRUE(terminal->await("Microsoft Password: "));
+  ASSERT_TRUE(terminal->awaitUnseen());
+  terminal->type("secret\n");
+  EXPECT_TRUE(terminal->await("Stored \"Demo ben\"."));
+  EXPECT_EQ(terminal->shown().find("secret"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace talvane::test

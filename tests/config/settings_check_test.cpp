@@ -1,0 +1,75 @@
+#include "config/settings_check.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "config/ini.h"
+
+namespace talvane {
+namespace {
+
+std::vector<std::string> findings(std::string_view text) {
+  std::vector<std::string> list;
+  for (const SettingsFinding& finding : checkSettings(text)) {
+    list.push_back(std::to_string(finding.line) + ": " + finding.text);
+  }
+  return list;
+}
+
+using Lines = std::vector<std::string>;
+
+TEST(SettingsCheck, NothingToSayOfAGoodFile) {
+  EXPECT_EQ(findings("# comment\r\n[section]\r\n\r\nEnrolURL=https://srv/\r\ndebug=YES\r\n"
+                     "RollupSteps=-3\nStrStartupAdd=Start at login\n"),
+            Lines());
+}
+
+TEST(SettingsCheck, EveryKeyWithItsDefaultIsGoodButTheEmptyAddress) {
+  std::string text;
+  for (const Ini::Key& key : Ini::keys()) {
+    text += std::string(key.name) + "=" + key.default_value + "\n";
+  }
+  EXPECT_EQ(findings(text), Lines{"1: EnrolURL is empty and reads as its default, "});
+}
+
+TEST(SettingsCheck, UnknownKey) {
+  EXPECT_EQ(findings("AlowManual=1\n"), Lines{"1: Unknown key \"AlowManual\""});
+}
+
+TEST(SettingsCheck, LineWithoutEqualsEndsTheReading) {
+  EXPECT_EQ(findings("Debug=1\nAllowManual\nAllowHTTP=1\n"),
+            Lines{"2: No \"=\": the reading ends here, and what follows does not count"});
+}
+
+TEST(SettingsCheck, BlanksAroundEquals) {
+  EXPECT_EQ(findings("Debug =1\nAllowManual= 1\n"),
+            (Lines{"1: The blanks around \"Debug\" are part of the key, which is unknown so",
+                   "2: The blanks around \"1\" are part of the value",
+                   "2: AllowManual= 1 is neither true nor false and reads as its default, false"}));
+}
+
+TEST(SettingsCheck, ValuesThatReadAsSomethingElse) {
+  EXPECT_EQ(findings("AllowHTTP=on\nButtonFontSize=large\nStrPassword=\n"),
+            (Lines{"1: AllowHTTP=on is neither true nor false and reads as its default, false",
+                   "2: ButtonFontSize=large is not a whole number and reads as 0",
+                   "3: StrPassword is empty and reads as its default, Microsoft Password"}));
+}
+
+TEST(SettingsCheck, RepeatedKeyInAnotherCase) {
+  EXPECT_EQ(findings("Debug=1\nDEBUG=0\n"),
+            Lines{"2: Debug stands in line 1 already; this line counts"});
+}
+
+TEST(SettingsCheck, ByteOrderMarkIsNoPartOfTheFirstKey) {
+  EXPECT_EQ(findings("\xEF\xBB\xBF"
+                     "Debug=1\n"),
+            Lines());
+}
+
+TEST(SettingsCheck, NotUtf8) {
+  EXPECT_EQ(findings("Debug=\xFF\n"), Lines{"1: The file is not UTF-8 and counts as unreadable"});
+}
+
+}  // namespace
+}  // namespace talvane

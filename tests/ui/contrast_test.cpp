@@ -1,0 +1,240 @@
+// Every text that the panel shows is read off its pixels: the colour of the text is the one of its
+// pixels that differs most from what is beneath, and it has to stand out from every pixel of the
+// ground that it covers (WCAG 2, contrast ratio 4.5).
+
+#include <QApplication>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "tests/ui/delegate_test.h"
+
+namespace talvane {
+namespace {
+
+constexpr double least_contrast = 4.5;
+
+double linear(int channel) {
+  const double c = channel / 255.0;
+  return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
+}
+
+double luminance(QRgb colour) {
+  return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour)) +
+         0.0722 * linear(qBlue(colour));
+}
+
+double contrast(QRgb a, QRgb b) {
+  const double one = luminance(a);
+  const double other = luminance(b);
+  return (std::max(one, other) + 0.05) / (std::min(one, other) + 0.05);
+}
+
+int distance(QRgb a, QRgb b) {
+  return std::abs(qRed(a) - qRed(b)) + std::abs(qGreen(a) - qGreen(b)) +
+         std::abs(qBlue(a) - qBlue(b));
+}
+
+/// The least contrast of a text with what it covers; 0 when there is no text to be seen.
+double textContrast(const QImage& with_text, const QImage& ground) {
+  QRgb text = 0;
+  int farthest = 0;
+  for (int y = 0; y < ground.height(); ++y) {
+    for (int x = 0; x < ground.width(); ++x) {
+      const int far = distance(with_text.pixel(x, y), ground.pixel(x, y));
+      if (far <= farthest) continue;
+      farthest = far;
+      text = with_text.pixel(x, y);
+    }
+  }
+  if (farthest == 0) return 0;
+  double least = 21;
+  for (int y = 0; y < ground.height(); ++y) {
+    for (int x = 0; x < ground.width(); ++x) {
+      if (with_text.pixel(x, y) == ground.pixel(x, y)) continue;
+      least = std::min(least, contrast(text, ground.pixel(x, y)));
+    }
+  }
+  return least;
+}
+
+TEST(ContrastRatio, OfKnownColours) {
+  EXPECT_NEAR(contrast(qRgb(0, 0, 0), qRgb(255, 255, 255)), 21.0, 1e-9);
+  EXPECT_NEAR(contrast(qRgb(255, 255, 255), qRgb(255, 255, 255)), 1.0, 1e-9);
+  EXPECT_NEAR(contrast(qRgb(0x77, 0x77, 0x77), qRgb(255, 255, 255)), 4.48, 0.005);
+  EXPECT_NEAR(contrast(qRgb(0xff, 0, 0), qRgb(255, 255, 255)), 4.00, 0.005);
+}
+
+TEST(ContrastRatio, OfATextOnATwoColouredGround) {
+  QImage ground(4, 1, QImage::Format_RGB32);
+  ground.fill(Qt::white);
+  ground.setPixel(1, 0, qRgb(0x77, 0x77, 0x77));
+  ground.setPixel(3, 0, qRgb(1, 1, 1));  // not covered
+  QImage text = ground;
+  text.setPixel(0, 0, qRgb(0, 0, 0));
+  text.setPixel(1, 0, qRgb(0, 0, 0));
+  EXPECT_NEAR(textContrast(text, ground), contrast(qRgb(0, 0, 0), qRgb(0x77, 0x77, 0x77)), 1e-9);
+  EXPECT_EQ(textContrast(ground, ground), 0);
+}
+
+class ContrastTest : public DelegateTest {
+ protected:
+  ContrastTest() {
+    setSettings("AllowManual=1\nEnrolURL=https://srv\n");
+    // The pointer is nowhere.
+    QCursor::setPos(0, 0);
+  }
+  ~ContrastTest() override {
+    if (!worst_name_.empty()) {
+      std::printf("  least contrast %.2f: %s\n", worst_, worst_name_.c_str());
+      RecordProperty("least_contrast", std::to_string(worst_));
+    }
+  }
+
+  QImage grab(const QWidget* widget) {
+    const Frame frame = frameInPanel(widget);
+    return panel()->grab(rectangle(frame)).toImage().convertToFormat(QImage::Format_RGB32);
+  }
+
+  /// `Text` has text() and setText().
+  template <typename Text>
+  void measure(Text* widget, const std::string& what) {
+    ASSERT_NE(widget, nullptr);
+    const QString text = widget->text();
+    ASSERT_FALSE(text.isEmpty()) << what;
+    const QImage with_text = grab(widget);
+    widget->setText(QString());
+    const QImage ground = grab(widget);
+    widget->setText(text);
+    const double measured = textContrast(with_text, ground);
+    EXPECT_GE(measured, least_contrast) << what << ": " << text.toStdString();
+    if (worst_name_.empty() || measured < worst_) {
+      worst_ = measured;
+      worst_name_ = what;
+    }
+  }
+
+  void measureButton(QAbstractButton* button, const std::string& what) {
+    button->clearFocus();
+    measure(button, what);
+    button->setAttribute(Qt::WA_UnderMouse, true);
+    measure(button, what + ", hovered");
+    button->setAttribute(Qt::WA_UnderMouse, false);
+    button->setDown(true);
+    measure(button, what + ", pressed");
+    button->setDown(false);
+    button->setFocus();
+    measure(button, what + ", focused");
+    button->clearFocus();
+  }
+
+  void measureAll(const std::string& prefix) {
+    for (auto* button : panel()->findChildren<QAbstractButton*>()) {
+      if (!button->isVisible() || button->text().isEmpty()) continue;
+      const std::string name = prefix + " button " + button->text().toStdString();
+      if (button->isEnabled()) {
+        measureButton(button, name);
+      } else {
+        measure(button, name + ", disabled");
+      }
+    }
+    for (auto* label : panel()->findChildren<QLabel*>()) {
+      if (label->isVisible() && !label->text().isEmpty()) {
+        measure(label, prefix + " label " + label->text().toStdString());
+      }
+    }
+    for (auto* field : panel()->findChildren<QLineEdit*>()) {
+      if (!field->isVisible()) continue;
+      field->clearFocus();
+      const bool filled = !field->text().isEmpty();
+      if (!filled) field->setText(QStringLiteral("Typed text"));
+      measure(field, prefix + " field " + field->objectName().toStdString());
+    }
+  }
+
+ private:
+  double worst_ = 21;
+  std::string worst_name_;
+};
+
+TEST_F(ContrastTest, TokenView) {
+  store("Mail");
+  show("tv");
+  measureAll("tv");
+}
+
+TEST_F(ContrastTest, TokenViewWithoutTokens) {
+  show("tv");
+  ASSERT_FALSE(button("tvconfig")->isEnabled());
+  measureAll("tv");
+}
+
+TEST_F(ContrastTest, PasscodesInEveryColourOfTheTable) {
+  store("Mail");
+  show("tv");
+  for (int second = 0; second < 30; ++second) {
+    test::clock_time = second;
+    app().tv_update();
+    ASSERT_EQ(passcodes()[0]->textColour(), colour(vane::ColorForValue2(second)));
+    measure(passcodes()[0], "passcode at second " + std::to_string(second));
+  }
+}
+
+TEST_F(ContrastTest, EveryDigitOfAPasscode) {
+  store("Mail");
+  show("tv");
+  for (const char* digits : {"000000", "888888", "123456", "777777"}) {
+    passcodes()[0]->setText(QString::fromLatin1(digits));
+    passcodes()[0]->setTextColour(colour(vane::ColorForValue2(29)));
+    measure(passcodes()[0], digits);
+  }
+}
+
+TEST_F(ContrastTest, WordsAboutTheKeychain) {
+  fault = [](test::FaultyKeychain::Call /*call*/) {
+    return KeychainStatus::interaction_not_allowed;
+  };
+  show("tv");
+  measure(find<QLabel>("tvtrouble"), "trouble");
+}
+
+TEST_F(ContrastTest, ManagementView) {
+  storeMany(2);
+  show("cv");
+  measureAll("cv");
+}
+
+TEST_F(ContrastTest, AddView) {
+  show("av");
+  measureAll("av");
+}
+
+TEST_F(ContrastTest, ManualView) {
+  show("mv");
+  measureAll("mv");
+}
+
+TEST_F(ContrastTest, ResponseView) {
+  show("rv");
+  find<QLineEdit>("rvcode")->setText(QStringLiteral("ERYLAECA"));
+  measureAll("rv");
+}
+
+TEST_F(ContrastTest, HelpView) {
+  show("hv");
+  measureAll("hv");
+}
+
+TEST_F(ContrastTest, SignInView) {
+  show("eva");
+  measureAll("eva");
+}
+
+TEST_F(ContrastTest, AddressView) {
+  show("evgu");
+  find<QLabel>("evgu_message")->setText(QStringLiteral("No enrol URL configured"));
+  measureAll("evgu");
+}
+
+}  // namespace
+}  // namespace talvane

@@ -1,0 +1,95 @@
+#include "ui/countdown.h"
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+
+#include "engine/vane.h"
+
+namespace talvane {
+namespace {
+
+constexpr QRgb white = 0xffffffff;
+constexpr QRgb untouched = 0xff123456;
+
+/// A bar of the width of the panel's, drawn onto a ground of its own colour.
+QImage drawn(int value, int period, int height = 60) {
+  vane::InitColors();
+  Countdown bar({0, 0, 12, height}, nullptr);
+  bar.setPeriod(period);
+  bar.setValue(value);
+  QImage image(12, height, QImage::Format_RGB32);
+  image.fill(untouched);
+  bar.render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
+  return image;
+}
+
+/// Expects white above `split` and `below` under it, 10 wide, and the ground left alone elsewhere.
+void expectBar(const QImage& image, int split, QRgb below) {
+  for (int y = 0; y < image.height(); ++y) {
+    for (int x = 0; x < image.width(); ++x) {
+      const QRgb line = y < split ? white : below;
+      ASSERT_EQ(image.pixel(x, y), x >= 1 && x <= 10 ? line : untouched) << "at " << x << ", " << y;
+    }
+  }
+}
+
+// 0.8 and 0.3 of 255 are 204 and 76.5.
+constexpr QRgb green = 0xff00ff00;
+constexpr QRgb red = 0xffcc0000;
+
+TEST(CountdownBar, StartsWithoutValueAndPeriod) {
+  const Countdown bar({12, 12, 12, 60}, nullptr);
+  EXPECT_EQ(bar.value(), 0);
+  EXPECT_EQ(bar.period(), 0);
+  EXPECT_EQ(bar.geometry(), QRect(12, 12, 12, 60));
+}
+
+TEST(CountdownBar, ValueZeroHasNoWhite) {
+  expectBar(drawn(0, 30), 0, green);
+  expectBar(drawn(0, 60), 0, green);
+}
+
+TEST(CountdownBar, ElapsedPartIsWhiteFromTheTop) {
+  expectBar(drawn(10, 30), 20, green);  // 10 × 60 ÷ 29 = 20.69
+  expectBar(drawn(1, 30), 2, green);    // 2.07
+}
+
+TEST(CountdownBar, ColoursOfTheTable) {
+  expectBar(drawn(18, 30, 290), 180, green);
+  expectBar(drawn(20, 30, 290), 200, 0xff99ff00);  // 0.6, 1, 0
+  expectBar(drawn(22, 30, 290), 220, 0xffcccc00);  // 0.8, 0.8, 0
+  expectBar(drawn(23, 30, 290), 230, 0xffcc9900);  // 0.8, 0.6, 0
+  expectBar(drawn(25, 30, 290), 250, red);
+}
+
+TEST(CountdownBar, LastSecondIsAllWhite) {
+  expectBar(drawn(29, 30, 204), 204, red);
+  // Single precision leaves one line of this one: 29 × 2.0689654 = 59.999996.
+  expectBar(drawn(29, 30, 60), 59, red);
+  expectBar(drawn(59, 60), 60, red);
+  expectBar(drawn(59, 60, 204), 204, red);
+}
+
+TEST(CountdownBar, FirstHalfOfASixtySecondBarIsCalm) {
+  expectBar(drawn(10, 60, 590), 100, green);
+  expectBar(drawn(29, 60, 590), 290, green);
+}
+
+TEST(CountdownBar, SecondHalfOfASixtySecondBarWarnsAsAThirtySecondOne) {
+  expectBar(drawn(45, 60, 590), 450, green);  // as value 15
+  expectBar(drawn(52, 60, 590), 520, 0xffcccc00);
+  expectBar(drawn(55, 60, 590), 550, red);
+}
+
+TEST(CountdownBar, NegativeValueDrawsNothing) {
+  for (const int value : {-1, -30, INT32_MIN}) {
+    const QImage image = drawn(value, 30);
+    for (int y = 0; y < image.height(); ++y) {
+      for (int x = 0; x < image.width(); ++x) ASSERT_EQ(image.pixel(x, y), untouched);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace talvane

@@ -1,0 +1,194 @@
+// What comes from outside the panel: links, pictures, and what other starts of the program ask for.
+
+#include <QMimeData>
+#include <QUrl>
+
+#include "tests/ui/delegate_test.h"
+
+namespace talvane {
+namespace {
+
+using test::AlertUser;
+using test::Lines;
+
+class ImportTest : public DelegateTest {
+ protected:
+  static constexpr const char* link =
+      "otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ&period=60&display=My+Mail";
+
+  void answer(const std::string& button) { alerts.answers.push_back(AlertUser::press(button)); }
+  void drop(const QMimeData& content) {
+    panel()->dropped(content);
+    turnEventLoop();
+  }
+};
+
+TEST_F(ImportTest, LinkIsStoredAfterYes) {
+  test::clock_time = 65;
+  app();
+  answer("YES");
+  app().importLink(QString::fromLatin1(link));
+  EXPECT_EQ(alerts.texts(),
+            (Lines{"Add the token \"My Mail\", with a new passcode every 60 seconds?"}));
+  EXPECT_EQ(alerts.seen[0].default_button, "NO");
+  EXPECT_EQ(storedNames(), (Lines{"Work|My Mail"}));
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(passcodes()[0]->text(), QStringLiteral("263420"));
+}
+
+TEST_F(ImportTest, LinkIsNotStoredAfterNo) {
+  app();
+  answer("NO");
+  app().importLink(QString::fromLatin1(link));
+  EXPECT_EQ(storedNames(), Lines());
+  EXPECT_FALSE(app().isOpen());
+}
+
+TEST_F(ImportTest, ReturnAnswersNo) {
+  app();
+  alerts.answers.emplace_back(AlertUser::pressReturn);
+  app().importLink(QString::fromLatin1(link));
+  EXPECT_EQ(storedNames(), Lines());
+}
+
+TEST_F(ImportTest, OpenPanelChangesToTheTokens) {
+  show("hv");
+  answer("YES");
+  app().importLink(QString::fromLatin1(link));
+  EXPECT_EQ(openView(), "tv");
+}
+
+TEST_F(ImportTest, ReplacingIsSaid) {
+  store("Work", seed2);
+  app();
+  answer("YES");
+  app().importLink(QStringLiteral("otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ"));
+  EXPECT_EQ(alerts.texts(),
+            (Lines{"Add the token \"Work\", with a new passcode every 30 seconds?\n\n"
+                   "It replaces the token of that name."}));
+  EXPECT_EQ(storedNames(), (Lines{"Work"}));
+}
+
+TEST_F(ImportTest, ThirteenCharactersShowTheResponse) {
+  test::clock_time = 1974055557;
+  app();
+  answer("YES");
+  app().importLink(QStringLiteral("otpauth://totp/Work?secret=UH7XKZFDVCTPT"));
+  EXPECT_EQ(openView(), "rv");
+  EXPECT_EQ(find<QLineEdit>("rvcode")->text(), QStringLiteral("ERYLAECA"));
+}
+
+TEST_F(ImportTest, LinksThatCannotBeStoredAreTold) {
+  const std::pair<const char*, const char*> links[] = {
+      {"https://example.org", "This is not an otpauth:// URL"},
+      {"", "This is not an otpauth:// URL"},
+      {"otpauth://hotp/a?secret=GEZDGNBVGY3TQOJQ",
+       "Only otpauth://totp/ URLs can be imported; this one is of another type"},
+      {"otpauth://totp/a", "The URL holds no secret; get a complete one"},
+      {"otpauth://totp/a?secret=GEZDGNBVGY3TQOJQ&period=45",
+       "The URL's period is neither 30 nor 60 seconds"},
+      {"otpauth://totp/?secret=GEZDGNBVGY3TQOJQ",
+       "The token would have an empty name; give one with other characters than |"}};
+  app();
+  for (const auto& [text, words] : links) {
+    alerts.seen.clear();
+    app().importLink(QString::fromLatin1(text));
+    EXPECT_EQ(alerts.texts(), (Lines{words})) << text;
+  }
+  EXPECT_EQ(storedNames(), Lines());
+}
+
+TEST_F(ImportTest, SeedThatIsRefusedIsToldAfterYes) {
+  app();
+  answer("YES");
+  app().importLink(QStringLiteral("otpauth://totp/a?secret=GEZDGNBVGY3TQO"));
+  ASSERT_EQ(alerts.seen.size(), 2U);
+  EXPECT_EQ(alerts.seen[1].text, "Invalid seed length");
+  EXPECT_EQ(storedNames(), Lines());
+}
+
+TEST_F(ImportTest, NothingIsImportedWhereManualEntryIsOff) {
+  setSettings("AllowManual=0\n");
+  app();
+  app().importLink(QString::fromLatin1(link));
+  app().importPicture(QStringLiteral("/none.png"));
+  EXPECT_EQ(storedNames(), Lines());
+  ASSERT_EQ(alerts.seen.size(), 2U);
+  for (const std::string& text : alerts.texts()) {
+    EXPECT_NE(text.find("AllowManual"), std::string::npos) << text;
+  }
+}
+
+TEST_F(ImportTest, LockedKeychainTakesNothing) {
+  app();
+  answer("YES");
+  fault = [](test::FaultyKeychain::Call /*call*/) {
+    return KeychainStatus::interaction_not_allowed;
+  };
+  app().importLink(QString::fromLatin1(link));
+  fault = nullptr;
+  ASSERT_EQ(alerts.seen.size(), 2U);
+  EXPECT_EQ(alerts.seen[1].text, "words for -25308 [-25308]");
+  EXPECT_EQ(storedNames(), Lines());
+}
+
+TEST_F(ImportTest, LinkThatComesWhileAnAlertIsOpenIsPassedOver) {
+  show("tv");
+  alerts.answers.push_back([this](QMessageBox& box) {
+    app().importLink(QString::fromLatin1(link));
+    AlertUser::pressEscape(box);
+  });
+  app().simpleMessageBox(QStringLiteral("text"));
+  EXPECT_EQ(alerts.texts(), (Lines{"text"}));
+}
+
+TEST_F(ImportTest, PictureThatIsNotThereIsTold) {
+  app();
+  app().importPicture(QString::fromStdString(home.home() + "/none.png"));
+  EXPECT_EQ(alerts.seen.size(), 1U);
+  EXPECT_EQ(storedNames(), Lines());
+}
+
+TEST_F(ImportTest, DroppedLinkIsOffered) {
+  show("tv");
+  answer("YES");
+  QMimeData content;
+  content.setText(QString::fromLatin1(link) + QLatin1Char('\n'));
+  drop(content);
+  EXPECT_EQ(storedNames(), (Lines{"Work|My Mail"}));
+}
+
+TEST_F(ImportTest, DroppedFileIsReadAsAPicture) {
+  show("tv");
+  QMimeData content;
+  content.setUrls({QUrl::fromLocalFile(QString::fromStdString(home.home() + "/none.png"))});
+  drop(content);
+  ASSERT_EQ(alerts.seen.size(), 1U);
+  EXPECT_NE(alerts.seen[0].text,
+            "Drop an otpauth:// link or a picture of its QR code (PNG or JPEG) here");
+}
+
+TEST_F(ImportTest, OtherThingsDroppedGetAHint) {
+  show("tv");
+  QMimeData content;
+  content.setText(QStringLiteral("hello"));
+  drop(content);
+  EXPECT_EQ(alerts.texts(),
+            (Lines{"Drop an otpauth:// link or a picture of its QR code (PNG or JPEG) here"}));
+}
+
+TEST_F(ImportTest, RequestsOfOtherStarts) {
+  app();
+  app().perform(QStringLiteral("start"));
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
+  app().perform(QStringLiteral("toggle"));
+  turnEventLoop();
+  EXPECT_FALSE(app().isOpen());
+  answer("YES");
+  app().perform(QStringLiteral("open ") + QString::fromLatin1(link));
+  EXPECT_EQ(storedNames(), (Lines{"Work|My Mail"}));
+}
+
+}  // namespace
+}  // namespace talvane

@@ -1,0 +1,360 @@
+// The management view: deleting and renaming.
+
+#include "tests/ui/delegate_test.h"
+
+namespace talvane {
+namespace {
+
+using test::AlertUser;
+using test::Lines;
+
+class ManagementTest : public DelegateTest {
+ protected:
+  void check(std::size_t index) { QTest::keyClick(checkboxes()[index], Qt::Key_Space); }
+  void type(std::size_t index, const std::string& text) {
+    fields()[index]->selectAll();
+    QTest::keyClicks(fields()[index], QString::fromStdString(text));
+  }
+  void deleteAndAnswer(const std::string& answer) {
+    alerts.answers.push_back(AlertUser::press(answer));
+    click("cvtrash");
+  }
+  Lines shownNames() {
+    Lines names;
+    for (const PanelField* field : fields()) names.push_back(field->text().toStdString());
+    return names;
+  }
+  void failOn(test::FaultyKeychain::Call failing, KeychainStatus status) {
+    fault = [failing, status](test::FaultyKeychain::Call call) {
+      const bool fails = failing == test::FaultyKeychain::Call::add
+                             ? call == failing || call == test::FaultyKeychain::Call::replace
+                             : call == failing;
+      return fails ? status : KeychainStatus::ok;
+    };
+  }
+};
+
+TEST_F(ManagementTest, FramesOfTheRows) {
+  storeMany(3);
+  show("cv");
+  EXPECT_EQ(frameInPanel(managementList()), (Frame{0, 34, 260, 176 - 68}));
+  ASSERT_EQ(fields().size(), 3U);
+  ASSERT_EQ(checkboxes().size(), 3U);
+  const int y[] = {12, 42, 72};
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(frameOf(fields()[i]->geometry()), (Frame{20, y[i], 180, 20}));
+    EXPECT_EQ(frameOf(checkboxes()[i]->geometry()), (Frame{212, y[i], 180, 20}));
+    EXPECT_EQ(fields()[i]->parentWidget(), managementList());
+    EXPECT_EQ(checkboxes()[i]->parentWidget(), managementList());
+    EXPECT_TRUE(fields()[i]->isVisible());
+    EXPECT_TRUE(checkboxes()[i]->isVisible());
+  }
+}
+
+TEST_F(ManagementTest, RowsShowTheCurrentNamesAndNothingChecked) {
+  store("Mail|Work mail");
+  store("<b>Bank</b>", seed2);
+  show("cv");
+  EXPECT_EQ(shownNames(), (Lines{"Work mail", "<b>Bank</b>"}));
+  for (std::size_t i = 0; i < 2; ++i) {
+    EXPECT_EQ(fields()[i]->alignment(), Qt::AlignCenter);
+    EXPECT_FALSE(fields()[i]->isReadOnly());
+    EXPECT_FALSE(checkboxes()[i]->isChecked());
+    EXPECT_EQ(checkboxes()[i]->text(), QString());
+  }
+}
+
+TEST_F(ManagementTest, TitlesOfTheToolbar) {
+  store("Mail");
+  show("cv");
+  EXPECT_EQ(caption("cvtrash"), "Delete");
+  EXPECT_EQ(caption("cvhome"), "Home");
+  EXPECT_EQ(caption("cvadd"), "Add");
+}
+
+TEST_F(ManagementTest, TitlesOfTheSettings) {
+  setSettings("StrButtonDelete=D\nStrButtonHome=H\nStrButtonAdd=A\n");
+  store("Mail");
+  show("cv");
+  EXPECT_EQ(caption("cvtrash"), "D");
+  EXPECT_EQ(caption("cvhome"), "H");
+  EXPECT_EQ(caption("cvadd"), "A");
+}
+
+TEST_F(ManagementTest, WithoutTokensItReturnsAtOnce) {
+  open("cv");
+  EXPECT_EQ(openView(), "cv");
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
+}
+
+TEST_F(ManagementTest, DeletingNothingAsksForAChoiceAndForNothingElse) {
+  storeMany(2);
+  show("cv");
+  clearTrace();
+  click("cvtrash");
+  ASSERT_EQ(alerts.texts(), (Lines{"Please select a token to delete"}));
+  EXPECT_EQ(alerts.seen[0].buttons, (Lines{"OK"}));
+  EXPECT_EQ(storedNames().size(), 2U);
+  EXPECT_EQ(traced({"CV : "}),
+            (Lines{"CV : trashclicked: begin", "CV : trashclicked: cvdelete item count:2",
+                   "CV : trashclicked: [00] off\n", "CV : trashclicked: [01] off\n",
+                   "CV : trashclicked: end"}));
+}
+
+TEST_F(ManagementTest, DeletingAsksFirst) {
+  storeMany(2);
+  show("cv");
+  check(1);
+  deleteAndAnswer("NO");
+  ASSERT_EQ(alerts.seen.size(), 1U);
+  const AlertUser::Seen& question = alerts.seen[0];
+  EXPECT_EQ(question.title, "Talvane Soft Token");
+  EXPECT_EQ(question.text, "Are you sure you want to delete these tokens?");
+  EXPECT_EQ(std::set<std::string>(question.buttons.begin(), question.buttons.end()),
+            (std::set<std::string>{"NO", "YES"}));
+  EXPECT_EQ(question.default_button, "NO");
+  EXPECT_EQ(question.escape_button, "NO");
+  EXPECT_TRUE(question.has_icon);
+}
+
+TEST_F(ManagementTest, QuestionsOfTheSettings) {
+  setSettings("StrDeletePleaseSelect=Select\nStrDeleteAreYouSure=Sure\n");
+  store("Mail");
+  show("cv");
+  click("cvtrash");
+  check(0);
+  deleteAndAnswer("NO");
+  EXPECT_EQ(alerts.texts(), (Lines{"Select", "Sure"}));
+}
+
+TEST_F(ManagementTest, YesDeletesWhatIsChecked) {
+  storeMany(3);
+  show("cv");
+  clearTrace();
+  check(0);
+  check(2);
+  deleteAndAnswer("YES");
+  EXPECT_EQ(storedNames(), (Lines{"Token 1"}));
+  EXPECT_EQ(openView(), "cv");
+  EXPECT_EQ(shownNames(), (Lines{"Token 1"}));
+  EXPECT_EQ(traced({"CV : trash"}),
+            (Lines{"CV : trashclicked: begin", "CV : trashclicked: cvdelete item count:3",
+                   "CV : trashclicked: [00] on\n", "CV : trashclicked: [01] off\n",
+                   "CV : trashclicked: [02] on\n",
+                   "CV : trashclicked: delete tokens confirmation returned YES",
+                   "CV : trashclicked: end"}));
+}
+
+TEST_F(ManagementTest, NoDeletesNothing) {
+  storeMany(2);
+  show("cv");
+  check(0);
+  clearTrace();
+  deleteAndAnswer("NO");
+  EXPECT_EQ(storedNames().size(), 2U);
+  EXPECT_TRUE(checkboxes()[0]->isChecked());
+  EXPECT_EQ(traced({"CV : trashclicked: delete"}),
+            (Lines{"CV : trashclicked: delete tokens confirmation returned NO"}));
+}
+
+TEST_F(ManagementTest, ReturnAnswersNo) {
+  store("Mail");
+  show("cv");
+  check(0);
+  alerts.answers.emplace_back(AlertUser::pressReturn);
+  click("cvtrash");
+  EXPECT_EQ(storedNames(), (Lines{"Mail"}));
+  EXPECT_EQ(traced({"CV : trashclicked: delete"}),
+            (Lines{"CV : trashclicked: delete tokens confirmation returned NO"}));
+}
+
+TEST_F(ManagementTest, EscapeAnswersNo) {
+  store("Mail");
+  show("cv");
+  check(0);
+  alerts.answers.emplace_back(AlertUser::pressEscape);
+  click("cvtrash");
+  EXPECT_EQ(storedNames(), (Lines{"Mail"}));
+  EXPECT_EQ(openView(), "cv");
+}
+
+TEST_F(ManagementTest, DeletingTheLastTokenLeadsHome) {
+  store("Mail");
+  show("cv");
+  check(0);
+  deleteAndAnswer("YES");
+  turnEventLoop();
+  EXPECT_EQ(storedNames(), Lines());
+  EXPECT_EQ(openView(), "tv");
+}
+
+TEST_F(ManagementTest, AllOf32CanBeDeletedAtOnce) {
+  storeMany(32);
+  show("cv");
+  for (PanelCheckbox* checkbox : checkboxes()) checkbox->setChecked(true);
+  deleteAndAnswer("YES");
+  turnEventLoop();
+  EXPECT_EQ(keychain.memory.items.size(), 0U);
+  EXPECT_EQ(openView(), "tv");
+}
+
+TEST_F(ManagementTest, NothingIsDeletedWhenAnotherProgramMovedTheTokens) {
+  storeMany(3);
+  show("cv");
+  check(1);
+  alerts.answers.push_back([this](QMessageBox& box) {
+    deleteStored(0);
+    AlertUser::press("YES")(box);
+  });
+  click("cvtrash");
+  EXPECT_EQ(storedNames(), (Lines{"Token 1", "Token 2"}));
+  EXPECT_EQ(alerts.texts(), (Lines{"Are you sure you want to delete these tokens?",
+                                   "The tokens have changed meanwhile; nothing was deleted"}));
+  EXPECT_EQ(shownNames(), (Lines{"Token 1", "Token 2"}));
+}
+
+TEST_F(ManagementTest, TokenThatAnotherProgramRenamedIsStillDeleted) {
+  storeMany(2);
+  show("cv");
+  check(0);
+  renameStored(0, "Elsewhere");
+  deleteAndAnswer("YES");
+  EXPECT_EQ(storedNames(), (Lines{"Token 1"}));
+}
+
+TEST_F(ManagementTest, KeychainThatRefusesToRemoveIsToldAndKeepsTheToken) {
+  storeMany(1);
+  show("cv");
+  check(0);
+  failOn(test::FaultyKeychain::Call::remove, KeychainStatus::write_permission);
+  deleteAndAnswer("YES");
+  fault = nullptr;
+  EXPECT_EQ(storedNames(), (Lines{"Token 0"}));
+  EXPECT_EQ(alerts.texts(),
+            (Lines{"Are you sure you want to delete these tokens?", "words for -61 [-61]"}));
+}
+
+TEST_F(ManagementTest, KeychainThatRefusesToMoveATokenLosesNone) {
+  storeMany(3);
+  show("cv");
+  check(0);
+  failOn(test::FaultyKeychain::Call::add, KeychainStatus::disk_full);
+  deleteAndAnswer("YES");
+  fault = nullptr;
+  for (const char* slot : {"TalvaneSoftToken5021", "TalvaneSoftToken5022"}) {
+    EXPECT_TRUE(keychain.memory.items.contains({slot, "ada"})) << slot;
+  }
+  ASSERT_EQ(alerts.seen.size(), 2U);
+  EXPECT_EQ(alerts.seen[1].text, "words for -34 [-34]");
+}
+
+TEST_F(ManagementTest, LockedKeychainDeletesNothing) {
+  storeMany(2);
+  show("cv");
+  check(0);
+  fault = [](test::FaultyKeychain::Call /*call*/) {
+    return KeychainStatus::interaction_not_allowed;
+  };
+  deleteAndAnswer("YES");
+  fault = nullptr;
+  EXPECT_EQ(storedNames().size(), 2U);
+  EXPECT_EQ(alerts.seen.size(), 2U);
+}
+
+TEST_F(ManagementTest, HomeSavesNewNamesBesideTheFirstOnes) {
+  storeMany(2);
+  show("cv");
+  clearTrace();
+  type(1, "Bank");
+  click("cvhome");
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 1|Bank"}));
+  EXPECT_EQ(descriptions()[1]->text(), QStringLiteral("Bank"));
+  EXPECT_EQ(writes(), 1U);
+  EXPECT_EQ(traced({"CV : "}),
+            (Lines{"CV : homeclicked: begin", "CV : homeclicked: [0] nothing to do",
+                   "CV : homeclicked: [1] updating desc...", "CV : homeclicked: [2] not found",
+                   "CV : homeclicked: end"}));
+}
+
+TEST_F(ManagementTest, SecondRenameReplacesTheFirst) {
+  store("Mail|Work");
+  show("cv");
+  type(0, "Post");
+  click("cvhome");
+  EXPECT_EQ(storedNames(), (Lines{"Mail|Post"}));
+}
+
+TEST_F(ManagementTest, RenamingToTheSameTextWritesNothing) {
+  store("Mail|Work");
+  show("cv");
+  type(0, "Work");
+  click("cvhome");
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(writes(), 0U);
+  EXPECT_EQ(storedNames(), (Lines{"Mail|Work"}));
+}
+
+TEST_F(ManagementTest, RenamedTokenKeepsItsSeedAndPeriod) {
+  store("Mail", seed1, 60);
+  test::clock_time = 65;
+  show("cv");
+  type(0, "Post");
+  click("cvhome");
+  ASSERT_NE(token(0), nullptr);
+  EXPECT_EQ(token(0)->period, 60);
+  EXPECT_EQ(passcodes()[0]->text(), QStringLiteral("263420"));
+}
+
+TEST_F(ManagementTest, NameGivenElsewhereMeanwhileIsNotUndone) {
+  store("Mail");
+  show("cv");
+  renameStored(0, "Elsewhere");
+  click("cvhome");
+  EXPECT_EQ(storedNames(), (Lines{"Mail|Elsewhere"}));
+  EXPECT_EQ(writes(), 0U);
+}
+
+TEST_F(ManagementTest, NameTypedHereCountsAgainstOneGivenElsewhere) {
+  store("Mail");
+  show("cv");
+  renameStored(0, "Elsewhere");
+  type(0, "Here");
+  click("cvhome");
+  EXPECT_EQ(storedNames(), (Lines{"Mail|Here"}));
+}
+
+TEST_F(ManagementTest, NameIsNotGivenToATokenThatMovedIntoTheSlot) {
+  storeMany(2);
+  show("cv");
+  type(0, "Bank");
+  deleteStored(0);
+  click("cvhome");
+  EXPECT_EQ(storedNames(), (Lines{"Token 1"}));
+}
+
+TEST_F(ManagementTest, StoreThatCannotBeChangedKeepsTheViewAndTheText) {
+  store("Mail");
+  show("cv");
+  const std::string file = home.root() + "/file";
+  test::writeFile(file, "");
+  home.environment.set("XDG_DATA_HOME", file);
+  type(0, "Bank");
+  click("cvhome");
+  EXPECT_EQ(openView(), "cv");
+  EXPECT_EQ(shownNames(), (Lines{"Bank"}));
+  EXPECT_EQ(storedNames(), (Lines{"Mail"}));
+  EXPECT_EQ(alerts.seen.size(), 1U);
+}
+
+TEST_F(ManagementTest, AddIsTraced) {
+  store("Mail");
+  show("cv");
+  clearTrace();
+  click("cvadd");
+  EXPECT_EQ(traced({"CV : "}), (Lines{"CV : addclicked: begin", "CV : addclicked: end"}));
+}
+
+}  // namespace
+}  // namespace talvane

@@ -1,0 +1,271 @@
+// Start-up, the status item, the common alert, and where adding a token leads.
+
+#include "tests/ui/delegate_test.h"
+
+namespace talvane {
+namespace {
+
+using test::AlertUser;
+using test::Lines;
+
+class ShellTest : public DelegateTest {
+ protected:
+  using Targets = std::vector<std::optional<std::string>>;
+
+  void launchForTheFirstTime(std::function<void(QMessageBox&)> answer) {
+    defaults.values.clear();
+    alerts.answers.push_back(std::move(answer));
+    launch();
+  }
+  [[nodiscard]] std::string promptDone() { return defaults.values["LoginItemPromptDone"]; }
+};
+
+TEST_F(ShellTest, FirstRunAsksForTheLoginItemOnce) {
+  launchForTheFirstTime(AlertUser::press("NO"));
+  ASSERT_EQ(alerts.seen.size(), 1U);
+  const AlertUser::Seen& prompt = alerts.seen[0];
+  EXPECT_EQ(prompt.title, "Talvane Soft Token");
+  EXPECT_EQ(prompt.text, "Add to \"Login Items\"?");
+  EXPECT_EQ(std::set<std::string>(prompt.buttons.begin(), prompt.buttons.end()),
+            (std::set<std::string>{"NO", "YES"}));
+  EXPECT_EQ(prompt.buttons.size(), 2U);
+  EXPECT_EQ(prompt.default_button, "NO");
+  EXPECT_EQ(prompt.escape_button, "NO");
+  EXPECT_TRUE(prompt.has_icon);
+  launch();
+  EXPECT_EQ(alerts.seen.size(), 1U);
+}
+
+TEST_F(ShellTest, NoIsRememberedAsAsked) {
+  launchForTheFirstTime(AlertUser::press("NO"));
+  EXPECT_EQ(promptDone(), "YES");
+  EXPECT_EQ(login_items.list.insertions, 0U);
+  EXPECT_EQ(traced({"APP: "}),
+            (Lines{"APP: checking for LoginItemPromptDone user preference...",
+                   "APP: LoginItemPromptDone:  not found", "APP: add to login items?  NO"}));
+}
+
+TEST_F(ShellTest, YesAddsTheProgram) {
+  launchForTheFirstTime(AlertUser::press("YES"));
+  EXPECT_EQ(promptDone(), "YES");
+  EXPECT_EQ(login_items.list.targets(), (Targets{"/opt/softtoken/bin/softtoken"}));
+  EXPECT_EQ(traced({"APP: "}),
+            (Lines{"APP: checking for LoginItemPromptDone user preference...",
+                   "APP: LoginItemPromptDone:  not found", "APP: add to login items?  YES"}));
+}
+
+TEST_F(ShellTest, ReturnAnswersNo) {
+  launchForTheFirstTime(AlertUser::pressReturn);
+  EXPECT_EQ(traced({"APP: add"}), (Lines{"APP: add to login items?  NO"}));
+  EXPECT_EQ(login_items.list.insertions, 0U);
+}
+
+TEST_F(ShellTest, EscapeAnswersNo) {
+  launchForTheFirstTime(AlertUser::pressEscape);
+  EXPECT_EQ(traced({"APP: add"}), (Lines{"APP: add to login items?  NO"}));
+  EXPECT_EQ(login_items.list.insertions, 0U);
+}
+
+TEST_F(ShellTest, SecondRunDoesNotAsk) {
+  launch();
+  EXPECT_EQ(alerts.texts(), Lines());
+  EXPECT_EQ(traced({"APP: "}), (Lines{"APP: checking for LoginItemPromptDone user preference...",
+                                      "APP: LoginItemPromptDone:  value:YES"}));
+}
+
+TEST_F(ShellTest, AnswerThatCannotBeReadIsNotAskedForAnew) {
+  defaults.readable = false;
+  launch();
+  EXPECT_EQ(alerts.texts(), Lines());
+  EXPECT_EQ(defaults.stored, 0U);
+}
+
+TEST_F(ShellTest, PromptHasTheTextOfTheSettings) {
+  setSettings("StrStartupAdd=Start at login\n");
+  launchForTheFirstTime(AlertUser::press("NO"));
+  EXPECT_EQ(alerts.texts(), (Lines{"Start at login?"}));
+}
+
+TEST_F(ShellTest, StatusItemIsThereBeforeTheQuestion) {
+  int shown = 0;
+  launchForTheFirstTime([&](QMessageBox& box) {
+    shown = status_items_shown;
+    AlertUser::pressEscape(box);
+  });
+  EXPECT_EQ(shown, 1);
+  EXPECT_EQ(status_items_shown, 1);
+}
+
+TEST_F(ShellTest, TraceBeginsWithTheBanner) {
+  launch();
+  const std::string line(64, '-');
+  EXPECT_EQ(traced({"---", "Debug"}), (Lines{line, "Debug started", line}));
+}
+
+TEST_F(ShellTest, NoPanelOpensAtStart) {
+  launch();
+  turnEventLoop();
+  EXPECT_FALSE(app().isOpen());
+  EXPECT_EQ(app().openPanel(), nullptr);
+  EXPECT_EQ(tokens(), 0);
+  for (const QWidget* window : QApplication::topLevelWidgets()) EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(ShellTest, ClickIsWorkedOffATurnLater) {
+  app().iconClicked();
+  EXPECT_FALSE(app().isOpen());
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
+}
+
+TEST_F(ShellTest, TwoQuickClicksOpenAndCloseWithTheRoll) {
+  store("Mail");
+  app();
+  clearTrace();
+  app().iconClicked();
+  app().iconClicked();
+  turnEventLoop();
+  EXPECT_FALSE(app().isOpen());
+  EXPECT_EQ(traced({"APP: Icon", "APP: openWindow: begin", "APP: openWindow: rolling",
+                    "APP: openWindow: end", "APP: closeWindow: "}),
+            (Lines{"APP: Icon clicked: begin", "APP: Icon clicked: end", "APP: Icon clicked: begin",
+                   "APP: Icon clicked: end", "APP: openWindow: begin (x:-1 y:-1 roll:1)",
+                   "APP: openWindow: rolling (steps:10 chunk:15)...", "APP: openWindow: end",
+                   "APP: closeWindow: begin (roll:1)",
+                   "APP: closeWindow: rolling (steps:10 chunk:15)...", "APP: closeWindow: end"}));
+}
+
+TEST_F(ShellTest, ClickClosesWhicheverViewShows) {
+  for (const char* prefix : {"tv", "av", "mv", "rv", "hv", "eva", "evgi", "evgu"}) {
+    show(prefix);
+    app().iconClicked();
+    turnEventLoop();
+    EXPECT_FALSE(app().isOpen()) << prefix;
+  }
+}
+
+TEST_F(ShellTest, OpenWithoutAWindowIsLoggedAndLeftAlone) {
+  show("tv");
+  SoftTokenWindow* window = panel();
+  clearTrace();
+  setOpenPanel(nullptr);
+  app().iconClicked();
+  turnEventLoop();
+  EXPECT_EQ(traced({"APP: "}), (Lines{"APP: Icon clicked: begin", "APP: Icon clicked: end",
+                                      "APP: Icon clicked: Unexpected ow Nil"}));
+  EXPECT_TRUE(app().isOpen());
+  setOpenPanel(window);
+}
+
+TEST_F(ShellTest, ClickWhileAnAlertIsOpenChangesNothing) {
+  show("hv");
+  bool still_open = false;
+  alerts.answers.push_back([&](QMessageBox& box) {
+    app().iconClicked();
+    turnEventLoop();
+    still_open = openView() == "hv" && box.isVisible();
+    AlertUser::pressEscape(box);
+  });
+  app().simpleMessageBox(QStringLiteral("text"));
+  EXPECT_TRUE(still_open);
+}
+
+TEST_F(ShellTest, MenuActionsThatDoNothing) {
+  app().menuOpen();
+  app().menuAdd();
+  turnEventLoop();
+  EXPECT_FALSE(app().isOpen());
+}
+
+TEST_F(ShellTest, SimpleMessageBox) {
+  alerts.answers.push_back(AlertUser::press("OK"));
+  app().simpleMessageBox(QStringLiteral("100 % <b>done</b>"));
+  ASSERT_EQ(alerts.seen.size(), 1U);
+  EXPECT_EQ(alerts.seen[0].title, "Talvane Soft Token");
+  EXPECT_EQ(alerts.seen[0].text, "100 % <b>done</b>");
+  EXPECT_EQ(alerts.seen[0].buttons, (Lines{"OK"}));
+  EXPECT_EQ(alerts.seen[0].default_button, "OK");
+  EXPECT_TRUE(alerts.seen[0].has_icon);
+}
+
+TEST_F(ShellTest, ReturnAndEscapeCloseTheMessage) {
+  alerts.answers.push_back(AlertUser::pressReturn);
+  app().simpleMessageBox(QStringLiteral("one"));
+  alerts.answers.push_back(AlertUser::pressEscape);
+  app().simpleMessageBox(QStringLiteral("two"));
+  EXPECT_EQ(alerts.texts(), (Lines{"one", "two"}));
+}
+
+TEST_F(ShellTest, AddOffersTheChoiceWhereBothWaysAreAllowed) {
+  setSettings("AllowManual=1\nAllowTaEnrol=1\n");
+  show("tv");
+  click("tvadd");
+  EXPECT_EQ(openView(), "av");
+}
+
+TEST_F(ShellTest, AddLeadsStraightToManualEntryWhereOnlyThatIsAllowed) {
+  setSettings("AllowManual=1\nAllowTaEnrol=0\n");
+  show("tv");
+  click("tvadd");
+  EXPECT_EQ(openView(), "mv");
+}
+
+TEST_F(ShellTest, AddLeadsStraightToEnrolmentWhereOnlyThatIsAllowed) {
+  setSettings("AllowManual=0\nAllowTaEnrol=1\nEnrolURL=https://srv\n");
+  show("tv");
+  click("tvadd");
+  EXPECT_EQ(openView(), "eva");
+}
+
+TEST_F(ShellTest, AddStaysWhereNothingIsAllowed) {
+  setSettings("AllowManual=0\nAllowTaEnrol=0\n");
+  show("tv");
+  clearTrace();
+  click("tvadd");
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(
+      traced({"APP: ", "TV : "}),
+      (Lines{"TV : addclicked: begin", "APP: addclicked: unexpected", "TV : addclicked: end"}));
+}
+
+TEST_F(ShellTest, AddFromTheManagementView) {
+  store("Mail");
+  show("cv");
+  click("cvadd");
+  EXPECT_EQ(openView(), "av");
+}
+
+TEST_F(ShellTest, SignInFormMakesRoomForItsWidestLabel) {
+  const std::pair<const char*, std::string> rows[] = {
+      {"", "Microsoft Password"},
+      {"StrUsername=The name of your account\n", "The name of your account"},
+      {"StrPassword=p\nStrPasscode=code\nStrUsername=u\n", "code"}};
+  for (const auto& [settings, widest] : rows) {
+    setSettings(settings);
+    launch();
+    app();
+    const QFontMetrics metrics(find<QLabel>("eva_useridlabel")->font());
+    const int width = metrics.horizontalAdvance(QString::fromStdString(widest));
+    const int y[] = {102, 134, 166};
+    const char* labels[] = {"eva_useridlabel", "eva_passwordlabel", "eva_passcodelabel"};
+    const char* entries[] = {"eva_userid", "eva_password", "eva_passcode"};
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_EQ(frameOf(find<QLabel>(labels[i])->geometry()), (Frame{10, y[i], width + 17, 22}));
+      EXPECT_EQ(frameOf(find<QLineEdit>(entries[i])->geometry()),
+                (Frame{width + 34, y[i], 260 - 51 - width, 22}));
+    }
+  }
+}
+
+TEST_F(ShellTest, WindowByPrefix) {
+  EXPECT_EQ(app().window("none"), nullptr);
+  std::set<const SoftTokenWindow*> windows;
+  for (const char* prefix : {"tv", "cv", "av", "mv", "rv", "hv", "eva", "evgi", "evgu"}) {
+    EXPECT_NE(app().window(prefix), nullptr) << prefix;
+    windows.insert(app().window(prefix));
+  }
+  EXPECT_EQ(windows.size(), 9U);
+}
+
+}  // namespace
+}  // namespace talvane

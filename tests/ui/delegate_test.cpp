@@ -1,0 +1,318 @@
+#include "tests/ui/delegate_test.h"
+
+#include <QApplication>
+#include <QPushButton>
+#include <algorithm>
+#include <utility>
+
+#include "platform/trace.h"
+
+namespace talvane {
+
+std::ostream& operator<<(std::ostream& out, const Frame& frame) {
+  return out << '(' << frame.x << ", " << frame.y << ", " << frame.width << ", " << frame.height
+             << ')';
+}
+
+std::ostream& operator<<(std::ostream& out, const Place& place) {
+  return out << '(' << place.x << ", " << place.y << ')';
+}
+
+namespace test {
+
+class SharedLoginItems::View final : public LoginItemsList {
+ public:
+  explicit View(SharedLoginItems& shared) : shared_(shared) { shared_.views_.push_back(this); }
+  ~View() override { std::erase(shared_.views_, this); }
+  View(const View&) = delete;
+  View& operator=(const View&) = delete;
+
+  std::vector<LoginItemHandle> snapshot() override { return shared_.list.snapshot(); }
+  std::optional<std::string> resolve(const LoginItem& item) override {
+    return shared_.list.resolve(item);
+  }
+  void insertAtHead(const std::string& target) override { shared_.list.insertAtHead(target); }
+  void remove(const LoginItem& item) override { shared_.list.remove(item); }
+  std::optional<std::string> ownTarget() override { return shared_.list.ownTarget(); }
+  void setChangeCallback(std::function<void()> callback) override {
+    callback_ = std::move(callback);
+  }
+  void tell() const {
+    if (callback_) callback_();
+  }
+
+ private:
+  SharedLoginItems& shared_;
+  std::function<void()> callback_;
+};
+
+SharedLoginItems::SharedLoginItems() {
+  list.own_target = "/opt/softtoken/bin/softtoken";
+  list.setChangeCallback([this] {
+    for (View* view : std::vector<View*>(views_)) {
+      // One may go while another is told.
+      if (std::find(views_.begin(), views_.end(), view) != views_.end()) view->tell();
+    }
+  });
+}
+
+std::unique_ptr<talibobjc_LoginItem> SharedLoginItems::makeItem() {
+  return std::make_unique<talibobjc_LoginItem>(std::make_unique<View>(*this), list.own_target);
+}
+
+UrlResponse SilentLoader::load(const UrlRequest& /*request*/) {
+  std::unique_lock lock(mutex_);
+  stopped_.wait(lock, [this] { return stop_; });
+  UrlResponse response;
+  response.error = UrlResponse::Error{"stopped", 42};
+  return response;
+}
+
+void SilentLoader::deleteCookies(const std::string& /*url*/) {}
+
+void SilentLoader::stop() {
+  const std::lock_guard lock(mutex_);
+  stop_ = true;
+  stopped_.notify_all();
+}
+
+AlertUser::AlertUser() {
+  QObject::connect(&timer_, &QTimer::timeout, [this] { look(); });
+  timer_.start(1);
+}
+
+void AlertUser::look() {
+  auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+  if (box == nullptr || !box->isVisible()) {
+    last_ = nullptr;
+    return;
+  }
+  if (box == last_) return;
+  last_ = box;
+  Seen now;
+  now.title = box->windowTitle().toStdString();
+  now.text = box->informativeText().toStdString();
+  for (const QAbstractButton* button : box->buttons()) {
+    now.buttons.push_back(button->text().toStdString());
+  }
+  if (box->defaultButton() != nullptr) {
+    now.default_button = box->defaultButton()->text().toStdString();
+  }
+  if (box->escapeButton() != nullptr) {
+    now.escape_button = box->escapeButton()->text().toStdString();
+  }
+  now.has_icon = !box->iconPixmap().isNull() && !box->windowIcon().isNull();
+  seen.push_back(std::move(now));
+  if (answers.empty()) {
+    pressEscape(*box);
+    return;
+  }
+  const auto answer = std::move(answers.front());
+  answers.pop_front();
+  answer(*box);
+}
+
+Lines AlertUser::texts() const {
+  Lines result;
+  for (const Seen& alert : seen) result.push_back(alert.text);
+  return result;
+}
+
+// To where the keyboard is within the box, as a user's keys go.
+void AlertUser::pressReturn(QMessageBox& box) {
+  QWidget* focus = box.focusWidget();
+  QTest::keyClick(focus != nullptr ? focus : &box, Qt::Key_Return);
+}
+
+void AlertUser::pressEscape(QMessageBox& box) {
+  QTest::keyClick(&box, Qt::Key_Escape);
+}
+
+std::function<void(QMessageBox&)> AlertUser::press(const std::string& button) {
+  return [button](QMessageBox& box) {
+    for (QAbstractButton* candidate : box.buttons()) {
+      if (candidate->text().toStdString() == button) {
+        QTest::mouseClick(candidate, Qt::LeftButton);
+        return;
+      }
+    }
+    ADD_FAILURE() << "no button " << button;
+    pressEscape(box);
+  };
+}
+
+}  // namespace test
+
+DelegateTest::DelegateTest() {
+  test::clock_time = 0;
+  defaults.values["LoginItemPromptDone"] = "YES";
+  keychain.fault = [this](test::FaultyKeychain::Call call, std::size_t /*number*/) {
+    using Call = test::FaultyKeychain::Call;
+    if (call == Call::add || call == Call::replace) ++writes_;
+    return fault ? fault(call) : KeychainStatus::ok;
+  };
+  setSettings("AllowManual=1\n");
+}
+
+DelegateTest::~DelegateTest() {
+  delegate_.reset();
+  turnEventLoop();
+}
+
+void DelegateTest::setSettings(const std::string& text) {
+  test::writeFile(home.home() + "/tasofttoken.ini", "Debug=yes\n" + text);
+}
+
+void DelegateTest::launch() {
+  SettingsFolders folders;
+  folders.home = home.home();
+  folders.system = home.root() + "/none";
+  folders.bundle = home.root() + "/none";
+  delegate_.reset();
+  ini_ = std::make_unique<Ini>(defaults, folders);
+  AppParts parts;
+  parts.keychain = &keychain;
+  parts.identifiers = &identifiers;
+  parts.defaults = &defaults;
+  parts.ini = ini_.get();
+  parts.make_login_item = [this] { return login_items.makeItem(); };
+  parts.make_loader = [](std::string* /*error*/) { return std::make_unique<test::SilentLoader>(); };
+  parts.show_status_item = [this] { ++status_items_shown; };
+  parts.open_url = [this](const QString& address) {
+    opened_pages.push_back(address.toStdString());
+  };
+  parts.trace_path = home.home() + "/softtoken.txt";
+  parts.console = false;
+  delegate_ = std::make_unique<SoftTokenOSXAppDelegate>(std::move(parts));
+  delegate_->applicationDidFinishLaunching();
+}
+
+SoftTokenOSXAppDelegate& DelegateTest::app() {
+  if (delegate_ == nullptr) launch();
+  delegate_->loadInterface();
+  return *delegate_;
+}
+
+void DelegateTest::open(const std::string& prefix) {
+  SoftTokenOSXAppDelegate& delegate = app();
+  if (delegate.isOpen()) delegate.closeWindow(delegate.openPanel(), false);
+  delegate.openWindow(delegate.window(prefix), -1, -1, false);
+}
+
+void DelegateTest::show(const std::string& prefix) {
+  open(prefix);
+  EXPECT_TRUE(QTest::qWaitForWindowActive(panel()));
+}
+
+void DelegateTest::click(const std::string& name) {
+  QAbstractButton* pressed = button(name);
+  ASSERT_NE(pressed, nullptr);
+  ASSERT_TRUE(pressed->isVisible()) << name;
+  QTest::mouseClick(pressed, Qt::LeftButton);
+  turnEventLoop();
+}
+
+void DelegateTest::turnEventLoop() {
+  QCoreApplication::processEvents();
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  QCoreApplication::processEvents();
+}
+
+Frame DelegateTest::frameInPanel(const QWidget* widget) {
+  return frameOf(
+      QRect(widget->mapTo(static_cast<QWidget*>(panel()), QPoint(0, 0)), widget->size()));
+}
+
+std::string DelegateTest::openView() {
+  if (!delegate_->isOpen()) return {};
+  for (const char* prefix : {"tv", "cv", "av", "mv", "rv", "hv", "eva", "evgi", "evgu"}) {
+    if (delegate_->window(prefix) == delegate_->openPanel()) return prefix;
+  }
+  return "unknown";
+}
+
+void DelegateTest::asAnotherProgram(const std::function<void()>& work) {
+  Gateway* before = vane::interface();
+  vaneinterface gateway(keychain.memory, identifiers);
+  gateway.setConsole(false);
+  const bool tracing = talibobjc_Trace::isOn();
+  talibobjc_Trace::traceOn(false);
+  vane::SetInterface(&gateway);
+  work();
+  vane::SetInterface(before);
+  talibobjc_Trace::traceOn(tracing);
+}
+
+void DelegateTest::store(const std::string& name, const std::string& seed, int period) {
+  asAnotherProgram([&] {
+    SoftTokenInfo token;
+    token.description = name;
+    token.seed32 = seed;
+    token.period = period;
+    std::int32_t index = vane::first_free_slot;
+    EXPECT_TRUE(vane::WriteToken(&index, token)) << name;
+  });
+}
+
+void DelegateTest::storeMany(int count) {
+  for (int i = 0; i < count; ++i) store("Token " + std::to_string(i));
+}
+
+test::Lines DelegateTest::storedNames() {
+  test::Lines names;
+  asAnotherProgram([&] {
+    vane::TokenArray tokens;
+    const std::int32_t count = vane::ReadAllTokens(tokens);
+    for (std::int32_t i = 0; i < count; ++i) {
+      names.push_back(*tokens[static_cast<std::size_t>(i)]->description);
+    }
+  });
+  return names;
+}
+
+void DelegateTest::deleteStored(std::uint32_t slot) {
+  asAnotherProgram([slot] {
+    std::array<std::uint8_t, vane::max_tokens> selected{};
+    selected[slot] = 1;
+    vane::DeleteTokens(selected);
+  });
+}
+
+void DelegateTest::renameStored(std::uint32_t slot, const std::string& name) {
+  asAnotherProgram([&] {
+    std::unique_ptr<SoftTokenInfo> token;
+    ASSERT_TRUE(vane::ReadToken(slot, &token));
+    token->updateDescription(name);
+    auto index = static_cast<std::int32_t>(slot);
+    EXPECT_TRUE(vane::WriteToken(&index, *token));
+  });
+}
+
+test::Lines DelegateTest::traced(const test::Lines& beginnings) {
+  test::Lines result;
+  const std::string trace = test::readFile(home.home() + "/softtoken.txt");
+  std::size_t begin = 0;
+  for (std::size_t end = trace.find("\r\n"); end != std::string::npos;
+       end = trace.find("\r\n", begin)) {
+    const std::string line = trace.substr(begin, end - begin);
+    begin = end + 2;
+    // "HH:MM:SS [PID] "
+    const std::size_t header = line.find("] ");
+    if (header == std::string::npos) {
+      ADD_FAILURE() << "no header: " << line;
+      continue;
+    }
+    const std::string text = line.substr(header + 2);
+    const bool wanted =
+        std::any_of(beginnings.begin(), beginnings.end(),
+                    [&text](const std::string& beginning) { return text.starts_with(beginning); });
+    if (wanted) result.push_back(text);
+  }
+  return result;
+}
+
+void DelegateTest::clearTrace() {
+  test::writeFile(home.home() + "/softtoken.txt", "");
+}
+
+}  // namespace talvane
