@@ -256,7 +256,9 @@ void SoftTokenOSXAppDelegate::acceptView() {
       {cv, cvhome},      {mv, mvok},          {rv, rvok},
       {eva, eva_submit}, {evgi, evgi_submit}, {evgu, evgu_submit}};
   for (const auto& [view, button] : affirmative) {
-    if (ow == view) button->click();
+    if (ow != view) continue;
+    button->click();
+    return;
   }
 }
 
@@ -290,10 +292,9 @@ bool SoftTokenOSXAppDelegate::focusRow(int step) {
 
 void SoftTokenOSXAppDelegate::scrollPanel(int movement) {
   if (ow == nullptr) return;
-  const QRect screen = mainScreen();
-  const int top = ow->y() - screen.y();
-  const int wanted = scrolledTop(top, movement, menu_bar_height, ow->height(), screen.height());
-  if (wanted != top) ow->move(ow->x(), screen.y() + wanted);
+  const int top = ow->topOnScreen();
+  ow->setTopOnScreen(
+      scrolledTop(top, movement, menu_bar_height, ow->height(), mainScreen().height()));
 }
 
 void SoftTokenOSXAppDelegate::bringIntoView(const QWidget* widget) {
@@ -305,9 +306,8 @@ void SoftTokenOSXAppDelegate::bringIntoView(const QWidget* widget) {
           ? widget->parentWidget()
           : widget;
   const int first = row->mapTo(static_cast<QWidget*>(ow), QPoint(0, 0)).y();
-  const QRect screen = mainScreen();
-  scrollPanel(movementToShow(first, first + row->height(), ow->y() - screen.y(), menu_bar_height,
-                             screen.height()));
+  scrollPanel(movementToShow(first, first + row->height(), ow->topOnScreen(), menu_bar_height,
+                             mainScreen().height()));
 }
 
 void SoftTokenOSXAppDelegate::takeDropped(const QMimeData& dropped) {

@@ -61,8 +61,15 @@ Place SoftTokenWindow::frameOrigin() const {
 void SoftTokenWindow::setFrameOrigin(Place origin) {
   const QRect screen = mainScreen();
   const Frame downwards = turned({origin.x, origin.y, width(), height()}, screen.height());
+  top_on_screen_ = downwards.y;
   move(screen.x() + downwards.x, screen.y() + downwards.y);
   if (moved) moved(origin);
+}
+
+void SoftTokenWindow::setTopOnScreen(int top) {
+  if (top == top_on_screen_) return;
+  top_on_screen_ = top;
+  move(x(), mainScreen().y() + top);
 }
 
 void SoftTokenWindow::mousePressEvent(QMouseEvent* event) {

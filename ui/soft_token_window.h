@@ -32,6 +32,10 @@ class SoftTokenWindow : public QWidget {
   /// The window's frame with the origin in its lower left corner, on the screen.
   [[nodiscard]] Place frameOrigin() const;
   void setFrameOrigin(Place origin);
+  /// Where its upper edge was last put, from the screen's upper edge, growing downwards. What the
+  /// window itself says of its place comes late.
+  [[nodiscard]] int topOnScreen() const { return top_on_screen_; }
+  void setTopOnScreen(int top);
   /// Every place it is moved to, in order; for those who watch it.
   std::function<void(Place)> moved;
 
@@ -52,6 +56,7 @@ class SoftTokenWindow : public QWidget {
  private:
   QWidget* content_view_ = nullptr;
   QPointF initial_location_;
+  int top_on_screen_ = 0;
 };
 
 /// The screen that the panel opens on: its origin and size on the desktop.

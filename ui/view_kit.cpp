@@ -28,8 +28,9 @@ bool changesLook(QEvent::Type type) {
   return type == QEvent::HoverEnter || type == QEvent::HoverLeave;
 }
 
-void drawFocusRing(QPainter& painter, const QRectF& around, qreal radius) {
-  painter.setPen(QPen(paint::focus, 2));
+void drawFocusRing(QPainter& painter, const QRectF& around, qreal radius,
+                   const QColor& colour = paint::focus) {
+  painter.setPen(QPen(colour, 2));
   painter.setBrush(Qt::NoBrush);
   painter.drawRoundedRect(around.adjusted(1, 1, -1, -1), radius, radius);
 }
@@ -213,7 +214,10 @@ void PanelButton::paintEvent(QPaintEvent* /*event*/) {
   painter.setPen(colours.edge);
   painter.setBrush(colours.ground);
   painter.drawRoundedRect(area, radius, radius);
-  if (hasFocus()) drawFocusRing(painter, rect(), radius);
+  if (hasFocus()) {
+    drawFocusRing(painter, rect(), radius,
+                  dress_ == Dress::light ? paint::focus_on_light : paint::focus);
+  }
   painter.setPen(colours.text);
   painter.setFont(font());
   painter.drawText(rect(), Qt::AlignCenter,
@@ -263,7 +267,7 @@ void PanelCheckbox::paintEvent(QPaintEvent* event) {
   const QRect box = style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this);
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
-  drawFocusRing(painter, box.adjusted(-3, -3, 3, 3), 3);
+  drawFocusRing(painter, box.adjusted(-3, -3, 3, 3).intersected(rect()), 3);
 }
 
 CloseButton::CloseButton(QWidget* parent) : QAbstractButton(parent) {

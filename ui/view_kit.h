@@ -32,6 +32,7 @@ inline const QColor dark_text{0x16, 0x34, 0x5f};
 inline const QColor error{0xff, 0x8a, 0x80};
 inline const QColor tile{0x2b, 0x2e, 0x33};
 inline const QColor focus{0x8f, 0xc0, 0xff};
+inline const QColor focus_on_light{0x1f, 0x5f, 0xbf};
 }  // namespace paint
 
 /// A container of other views.

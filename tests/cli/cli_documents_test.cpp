@@ -47,7 +47,7 @@ class Help {
     for (const std::string& command : commands) {
       options[command] = longOptions(home.run({command, "--help"}).out);
     }
-    EXPECT_EQ(commands.size(), 9U);
+    EXPECT_EQ(commands.size(), 10U);
   }
 
   [[nodiscard]] Names allOptions() const {
