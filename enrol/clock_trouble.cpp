@@ -2,10 +2,13 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+
 namespace talvane {
 namespace {
 
 constexpr std::int64_t tolerated_seconds = 20;
+constexpr std::int64_t farthest_seconds = std::int64_t{1} << 40;
 
 std::string spanOf(std::int64_t seconds) {
   if (seconds < 120) return fmt::format("{} seconds", seconds);
@@ -17,6 +20,8 @@ std::string spanOf(std::int64_t seconds) {
 }  // namespace
 
 std::optional<std::string> clockTrouble(std::int64_t server_ahead) {
+  // Farther than this is all the same.
+  server_ahead = std::clamp<std::int64_t>(server_ahead, -farthest_seconds, farthest_seconds);
   if (server_ahead >= -tolerated_seconds && server_ahead <= tolerated_seconds) return std::nullopt;
   return fmt::format(
       "This computer's clock is {} {} the server's. Passcodes depend on the time: set the clock, "

@@ -129,9 +129,12 @@ void EnrolFlow::showAddressError(const std::string& text) {
 
 void EnrolFlow::redirectToHttps(const std::string& error) {
   vane::log("EVA: threadfinished: redirect https");
-  ini_.EnrolURL = withHttps(ini_.EnrolURL);
+  // A server that asks for https over https would be asked without end.
+  const std::string secure = withHttps(ini_.EnrolURL);
+  const bool changes = secure != ini_.EnrolURL;
+  ini_.EnrolURL = secure;
   if (!views_.showsAuthentication()) return;
-  views_.refreshAuthentication();
+  if (changes) views_.refreshAuthentication();
   views_.setAuthenticationMessage("Error: " + error);
 }
 
@@ -144,7 +147,7 @@ bool EnrolFlow::eva_calcsubmitstate() {
 }
 
 void EnrolFlow::eva_submitclicked() {
-  if (session_ == nullptr) return;
+  if (session_ == nullptr || eva_pleasewait_) return;
   eva_pleasewait_ = true;
   views_.setAuthenticationMessage("");
   views_.enableAuthenticationSubmit(false);
@@ -278,7 +281,7 @@ void EnrolFlow::EnrolSubmit() {
   http.post(ini_.tidyEnrolURL(), client.post.value_or(""));
   if (http.date()) ending_->server_ahead = *http.date() - parts_.gateway->CurrentTime();
   const std::string_view body = http.data() == nullptr ? "" : http.data();
-  if (body.starts_with("RESULT:OK,COMPLETE")) {
+  if (isUtf8(body) && body.starts_with("RESULT:OK,COMPLETE")) {
     storeToken();
   } else {
     vane::log("EnrolSubmit: unexpected response: {}", http.data() == nullptr ? nil_text : body);

@@ -75,7 +75,7 @@ bool checkPIN(const TaEnrolClient& client, const std::string& pin) {
 std::optional<std::string> checkPINAdvanced(const TaEnrolClient& client, const std::string& pin) {
   const std::u16string units = utf16(pin);
   for (const Weakness& weakness : weaknesses) {
-    if (countPairs(units, weakness) != client.PINLENGTH - 1) continue;
+    if (std::int64_t{countPairs(units, weakness)} + 1 != client.PINLENGTH) continue;
     vane::log("{}", weakness.verdict);
     return weakness.message;
   }

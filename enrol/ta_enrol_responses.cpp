@@ -24,12 +24,13 @@ std::optional<std::string> TaEnrolClient::processEnrolResponse(const char* body,
   const LineParser parser = parseline == get_parser ? &TaEnrolClient::parseLineAuthGetResponse
                                                     : &TaEnrolClient::parseLineAuthPostResponse;
   std::string_view rest = body == nullptr ? "" : body;
-  if (!isUtf8(rest)) rest = {};
+  bool more = body != nullptr && isUtf8(rest);
   bMessage = false;
-  while (!rest.empty()) {
-    const std::size_t end = std::min(rest.find(line_end), rest.size());
+  while (more) {
+    const std::size_t end = rest.find(line_end);
+    more = end != std::string_view::npos;
     const std::string_view text = withoutBlanks(rest.substr(0, end));
-    rest.remove_prefix(std::min(end + line_end.size(), rest.size()));
+    if (more) rest.remove_prefix(end + line_end.size());
     vane::log("TaEnrolClient: ProcessEnrolResponse:   line:{}", text);
     if (text.empty()) {
       vane::log("TaEnrolClient: ProcessEnrolResponse:     blank line ignored");

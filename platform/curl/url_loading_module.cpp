@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/text.h"
 #include "platform/url_loading.h"
 
 namespace talvane {
@@ -46,6 +47,12 @@ std::string part(const Url& url, CURLUPart which) {
   return copy;
 }
 
+// A URL's host as cookies name it: in lower case, a numeric one without brackets.
+std::string cookieHost(std::string host) {
+  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+  return lowerCase(host);
+}
+
 // One line of libcurl's cookie list (the Netscape cookie file format, fields between tabs).
 struct Cookie {
   std::vector<std::string> fields;
@@ -70,7 +77,10 @@ struct Cookie {
     if (domain.starts_with('.')) domain.erase(0, 1);
     const bool below = fields[1] == "TRUE" && host.ends_with("." + domain);
     if (host != domain && !below) return false;
-    if (fields[3] == "TRUE" && scheme != "https") return false;
+    // libcurl takes this computer itself for a secure place.
+    const bool secure =
+        scheme == "https" || host == "localhost" || host == "127.0.0.1" || host == "::1";
+    if (fields[3] == "TRUE" && !secure) return false;
     const std::string& wanted = fields[2];
     return path.starts_with(wanted) &&
            (path.size() == wanted.size() || wanted.ends_with('/') || path[wanted.size()] == '/');
@@ -209,7 +219,7 @@ class CurlLoader final : public UrlLoader {
     Easy handle = takeHandle();
     if (parsed == nullptr || handle == nullptr) return;
     const std::string scheme = part(parsed, CURLUPART_SCHEME);
-    const std::string host = part(parsed, CURLUPART_HOST);
+    const std::string host = cookieHost(part(parsed, CURLUPART_HOST));
     const std::string path = part(parsed, CURLUPART_PATH);
     curl_slist* cookies = nullptr;
     curl_easy_getinfo(handle.get(), CURLINFO_COOKIELIST, &cookies);

@@ -1,0 +1,174 @@
+#include <gtest/gtest.h>
+
+#include "tests/desktop/desktop.h"
+
+namespace talvane::test {
+namespace {
+
+class KeyboardTest : public DesktopTest {
+ protected:
+  void openWithTokens() {
+    add("One");
+    add("Two");
+    start();
+    openPanel();
+    ASSERT_TRUE(focusComesTo("Copy: One"));
+  }
+
+  // Expects the key to lead to these in turn.
+  void expectOrder(const char* key, const Strings& order) {
+    for (const std::string& next : order) {
+      screen().key(key);
+      ASSERT_TRUE(until([&] { return focus() == next; }, std::chrono::seconds(2)))
+          << "wanted: " << next << ", has: " << focus();
+    }
+  }
+};
+
+TEST_F(KeyboardTest, ThePanelHasItWhenItOpens) {
+  openWithTokens();
+  screen().key("Escape");
+  EXPECT_TRUE(closes());
+  EXPECT_EQ(startAgain({"--toggle"}).exit_code, 0);
+  EXPECT_TRUE(opens());
+  EXPECT_TRUE(focusComesTo("Copy: One"));
+  screen().key("Escape");
+  EXPECT_TRUE(closes());
+}
+
+TEST_F(KeyboardTest, TabGoesThroughTheTokenViewAsTheEyeDoes) {
+  openWithTokens();
+  expectOrder("Tab", {"Copy: Two", "Edit", "Help", "Add", "Close", "Copy: One"});
+  expectOrder("shift+Tab", {"Close", "Add", "Help", "Edit", "Copy: Two", "Copy: One"});
+}
+
+TEST_F(KeyboardTest, ArrowsGoThroughTheRows) {
+  openWithTokens();
+  expectOrder("Down", {"Copy: Two", "Copy: Two"});
+  expectOrder("Up", {"Copy: One", "Copy: One"});
+}
+
+TEST_F(KeyboardTest, TabGoesThroughTheManagementView) {
+  openWithTokens();
+  clickButton("Edit");
+  ASSERT_TRUE(focusComesTo("Description: One"));
+  expectOrder("Tab", {"Delete: One", "Description: Two", "Delete: Two", "Delete", "Home", "Add",
+                      "Close", "Description: One"});
+}
+
+TEST_F(KeyboardTest, SpaceChecksABox) {
+  openWithTokens();
+  clickButton("Edit");
+  ASSERT_TRUE(focusComesTo("Description: One"));
+  expectOrder("Tab", {"Delete: One"});
+  screen().key("space");
+  EXPECT_TRUE(until([&] { return thing(Role::check_box, "Delete: One").isChecked(); }));
+  screen().key("space");
+  EXPECT_TRUE(until([&] { return !thing(Role::check_box, "Delete: One").isChecked(); }));
+}
+
+TEST_F(KeyboardTest, TabGoesThroughTheManualView) {
+  setSettings("AllowManual=yes\nAllowTaEnrol=no\n");
+  start();
+  openPanel();
+  clickButton("Add");
+  ASSERT_TRUE(focusComesTo("Enter a description"));
+  expectOrder(
+      "Tab", {"Enter your 13 or 16 character key", "OK", "Cancel", "Close", "Enter a description"});
+}
+
+TEST_F(KeyboardTest, TabAndArrowsGoThroughTheHelpView) {
+  start();
+  openPanel();
+  clickButton("Help");
+  ASSERT_TRUE(focusComesTo("Getting started"));
+  expectOrder("Tab", {"Manage Your Token Type", "About", "Add to \"Login Items\"", "Exit", "Home",
+                      "Close", "Getting started"});
+  expectOrder("Down",
+              {"Manage Your Token Type", "About", "Add to \"Login Items\"", "Exit", "Exit"});
+}
+
+TEST_F(KeyboardTest, TabAndArrowsGoThroughTheAddView) {
+  start();
+  openPanel();
+  clickButton("Add");
+  ASSERT_TRUE(focusComesTo("Enrol from a server"));
+  expectOrder("Tab", {"Enter manually", "Cancel", "Close", "Enrol from a server"});
+  expectOrder("Down", {"Enter manually", "Enter manually"});
+}
+
+TEST_F(KeyboardTest, ReturnAndEscapeInTheResponseView) {
+  start();
+  for (const char* key : {"Return", "Escape"}) {
+    EXPECT_EQ(startAgain({"otpauth://totp/Short?secret=" + std::string(seed_13)}).exit_code, 0);
+    clickInAlert("YES");
+    ASSERT_TRUE(focusComesTo("OK"));
+    ASSERT_TRUE(alertGoes());
+    screen().key(key);
+    EXPECT_TRUE(until([&] { return !panel() || shows(Role::push_button, "Copy: Short"); })) << key;
+  }
+}
+
+TEST_F(KeyboardTest, EscapeClosesTheHelpView) {
+  start();
+  openPanel();
+  clickButton("Help");
+  ASSERT_TRUE(focusComesTo("Getting started"));
+  screen().key("Escape");
+  EXPECT_TRUE(closes());
+}
+
+TEST_F(KeyboardTest, ThePanelHasItAgainAfterAnAlert) {
+  start();
+  openPanel();
+  clickButton("Help");
+  ASSERT_TRUE(focusComesTo("Getting started"));
+  expectOrder("Tab", {"Manage Your Token Type"});
+  screen().key("Return");
+  answerByKey("No enrol URL configured", "OK", "Return");
+  EXPECT_TRUE(focusComesTo("Manage Your Token Type"));
+  screen().key("Escape");
+  EXPECT_TRUE(closes());
+}
+
+TEST_F(KeyboardTest, ThePanelKeepsItWhenItsViewIsRenewed) {
+  start();
+  openPanel();
+  clickButton("Help");
+  ASSERT_TRUE(focusComesTo("Getting started"));
+  clickButton("Add to \"Login Items\"");
+  ASSERT_TRUE(comesToShow(Role::push_button, "Remove from \"Login Items\""));
+  EXPECT_TRUE(until([&] { return !focus().empty(); }));
+  screen().key("Escape");
+  EXPECT_TRUE(closes());
+}
+
+TEST_F(KeyboardTest, ThePanelHasItWhenItIsClosedAndOpenedQuickly) {
+  openWithTokens();
+  clickIcon();
+  clickIcon();
+  EXPECT_TRUE(opens());
+  EXPECT_TRUE(focusComesTo("Copy: One"));
+}
+
+TEST_F(KeyboardTest, AllByTheKeyboard) {
+  start();
+  EXPECT_EQ(startAgain({"--toggle"}).exit_code, 0);
+  ASSERT_TRUE(focusComesTo("Add"));
+  screen().key("Return");
+  ASSERT_TRUE(focusComesTo("Enrol from a server"));
+  screen().key("Down");
+  ASSERT_TRUE(focusComesTo("Enter manually"));
+  screen().key("Return");
+  ASSERT_TRUE(focusComesTo("Enter a description"));
+  screen().type("Mail");
+  screen().key("Tab");
+  ASSERT_TRUE(focusComesTo("Enter your 13 or 16 character key"));
+  screen().type(seed_16);
+  screen().key("Return");
+  ASSERT_TRUE(focusComesTo("Copy: Mail"));
+  EXPECT_EQ(storedNames(), Strings{"Mail"});
+}
+
+}  // namespace
+}  // namespace talvane::test

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace talvane::test {
+
+/// A status area of the StatusNotifierItem kind: watcher and host in one, on a session bus.
+class NotifierHost {
+ public:
+  explicit NotifierHost(const std::string& session_bus);
+  ~NotifierHost();
+  NotifierHost(const NotifierHost&) = delete;
+  NotifierHost& operator=(const NotifierHost&) = delete;
+
+  /// The bus name of the item that registered last; empty: none has.
+  [[nodiscard]] std::string item() const;
+  /// A text property of that item.
+  [[nodiscard]] std::string text(const char* property) const;
+  [[nodiscard]] std::string toolTip() const;
+  /// How many pictures the item shows.
+  [[nodiscard]] std::size_t pictures() const;
+  /// What a click of the left button does. Whether the item took it.
+  [[nodiscard]] bool activate() const;
+
+ private:
+  struct Service;
+  std::unique_ptr<Service> service_;
+};
+
+}  // namespace talvane::test

@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <algorithm>
+#include <filesystem>
+
+#include "tests/desktop/desktop.h"
+
+namespace talvane::test {
+namespace {
+
+/// Pictures of the views, to be looked at; at this many device pixels a point.
+class PictureTest : public DesktopTest, public ::testing::WithParamInterface<int> {
+ protected:
+  PictureTest() { scale_ = GetParam(); }
+
+  // Once the panel is this high and has been painted.
+  void take(const std::string& name, int height) {
+    const auto isThere = [&] {
+      const auto shown = panel();
+      return shown && shown->place.height == height * scale_ && shown->place.y == 22 * scale_;
+    };
+    ASSERT_TRUE(until(isThere)) << name;
+    takeOf(name, panel()->place);
+  }
+
+  void takeOf(const std::string& name, const Rectangle& place) {
+    Picture picture;
+    // What is unpainted is of one colour, at the lower end too.
+    const auto isPainted = [&] {
+      picture = screen().picture(place);
+      const auto& pixels = picture.pixels;
+      const auto band = pixels.end() - place.width * 20 * scale_;
+      return !pixels.empty() &&
+             std::adjacent_find(pixels.begin(), pixels.end(), std::not_equal_to<>()) !=
+                 pixels.end() &&
+             std::adjacent_find(band, pixels.end(), std::not_equal_to<>()) != pixels.end();
+    };
+    ASSERT_TRUE(until(isPainted)) << name;
+    ASSERT_EQ(picture.width, place.width);
+    ASSERT_EQ(picture.height, place.height);
+    const QImage image(reinterpret_cast<const uchar*>(picture.pixels.data()), picture.width,
+                       picture.height, QImage::Format_RGB32);
+    std::filesystem::create_directories(SCREENSHOTS);
+    const std::string file =
+        std::string(SCREENSHOTS) + "/" + name + "-" + std::to_string(scale_) + "x.png";
+    ASSERT_TRUE(image.save(QString::fromStdString(file))) << file;
+    EXPECT_GT(std::filesystem::file_size(file), 0U);
+  }
+
+  void press(const std::string& name) { reader_->press(button(name)); }
+};
+
+TEST_P(PictureTest, Tokens) {
+  start();
+  openPanel();
+  ASSERT_TRUE(comesToShow(Role::push_button, "Add"));
+  take("tokens-0", 128);
+  clickIcon();
+  ASSERT_TRUE(closes());
+  add("Mail");
+  openPanel();
+  ASSERT_TRUE(comesToShow(Role::push_button, "Copy: Mail"));
+  take("tokens-1", 156);
+  clickIcon();
+  ASSERT_TRUE(closes());
+  add("VPN of the office with a name that is too long for its row", other_seed_16, 60);
+  add("Bank", "KRSXG5CTMVRXEZLU");
+  openPanel();
+  ASSERT_TRUE(comesToShow(Role::push_button, "Copy: Bank"));
+  take("tokens-3", 300);
+}
+
+TEST_P(PictureTest, Management) {
+  add("Mail");
+  add("VPN of the office with a name that is too long for its row");
+  add("Bank");
+  start();
+  openPanel();
+  press("Edit");
+  ASSERT_TRUE(comesToShow(Role::text, "Description: Bank"));
+  screen().key("Tab");
+  screen().key("space");
+  ASSERT_TRUE(until([&] { return thing(Role::check_box, "Delete: Mail").isChecked(); }));
+  take("management", 176);
+}
+
+TEST_P(PictureTest, Adding) {
+  start();
+  openPanel();
+  press("Add");
+  ASSERT_TRUE(comesToShow(Role::push_button, "Enter manually"));
+  take("add", 160);
+  press("Enter manually");
+  ASSERT_TRUE(focusComesTo("Enter a description"));
+  screen().type("Mail");
+  screen().key("Tab");
+  ASSERT_TRUE(focusComesTo("Enter your 13 or 16 character key"));
+  screen().type(seed_13);
+  ASSERT_TRUE(until([&] { return textIn("Enter your 13 or 16 character key") == seed_13; }));
+  take("manual", 200);
+  press("OK");
+  ASSERT_TRUE(comesToShow(Role::text, "Your response code"));
+  take("response", 200);
+}
+
+TEST_P(PictureTest, Help) {
+  start();
+  openPanel();
+  press("Help");
+  ASSERT_TRUE(comesToShow(Role::push_button, "About"));
+  take("help", 246);
+}
+
+TEST_P(PictureTest, Trouble) {
+  session_.startDaemon("open sesame");
+  ASSERT_EQ(
+      commandLine({"--keychain", "secret-service", "add", "Mail"}, seed_16 + std::string("\n"))
+          .exit_code,
+      0);
+  session_.killDaemon();
+  start();
+  clickIcon();
+  ASSERT_TRUE(opens());
+  ASSERT_TRUE(comesToSay("keyring service"));
+  takeOf("trouble", panel()->place);
+}
+
+TEST_P(PictureTest, Question) {
+  forgetAnswers();
+  start();
+  ASSERT_NE(alert(), "");
+  std::vector<ShownWindow> windows = screen().windowsOf("softtoken");
+  ASSERT_EQ(windows.size(), 2U);
+  takeOf("question",
+         std::max_element(windows.begin(), windows.end(), [](const auto& a, const auto& b) {
+           return a.place.height < b.place.height;
+         })->place);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scales, PictureTest, ::testing::Values(1, 2));
+
+}  // namespace
+}  // namespace talvane::test

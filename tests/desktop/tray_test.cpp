@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include "tests/desktop/desktop.h"
+#include "tests/desktop/notifier_host.h"
+
+namespace talvane::test {
+namespace {
+
+class TrayTest : public DesktopTest {
+ protected:
+  [[nodiscard]] bool iconComes() const {
+    return until([&] { return icon().has_value(); });
+  }
+  [[nodiscard]] std::string bus() const { return "unix:path=" + path("run/bus"); }
+};
+
+TEST_F(TrayTest, TheIconComesBackWithTheTray) {
+  start();
+  stopTray();
+  ASSERT_TRUE(until([&] { return !icon(); }));
+  startTray();
+  ASSERT_TRUE(iconComes());
+  openPanel();
+  clickIcon();
+  EXPECT_TRUE(closes());
+}
+
+TEST_F(TrayTest, ATrayThatComesLaterGetsTheIcon) {
+  stopTray();
+  start();
+  startTray();
+  ASSERT_TRUE(iconComes());
+  openPanel();
+}
+
+TEST_F(TrayTest, WithoutATrayASecondStartOpensThePanel) {
+  stopTray();
+  start();
+  EXPECT_EQ(startAgain().exit_code, 0);
+  EXPECT_TRUE(opens());
+  EXPECT_EQ(startAgain().exit_code, 0);
+  EXPECT_TRUE(closes());
+}
+
+TEST_F(TrayTest, ANotifierHostGetsTheItem) {
+  stopTray();
+  const NotifierHost host(bus());
+  launch();
+  ASSERT_TRUE(until([&] { return !host.item().empty(); })) << programOutput();
+  EXPECT_NE(host.text("Id"), "");
+  EXPECT_EQ(host.text("Title"), "Talvane Soft Token");
+  EXPECT_EQ(host.toolTip(), "Talvane Soft Token");
+  EXPECT_EQ(host.text("Status"), "Active");
+  EXPECT_GT(host.pictures(), 0U);
+  EXPECT_TRUE(host.activate());
+  EXPECT_TRUE(opens());
+  EXPECT_TRUE(host.activate());
+  EXPECT_TRUE(closes());
+}
+
+TEST_F(TrayTest, ANotifierHostThatComesLaterGetsTheItem) {
+  stopTray();
+  start();
+  const NotifierHost host(bus());
+  ASSERT_TRUE(until([&] { return !host.item().empty(); })) << programOutput();
+  EXPECT_TRUE(host.activate());
+  EXPECT_TRUE(opens());
+}
+
+TEST_F(TrayTest, ANotifierHostThatComesBackGetsTheItemAgain) {
+  stopTray();
+  auto host = std::make_unique<NotifierHost>(bus());
+  launch();
+  ASSERT_TRUE(until([&] { return !host->item().empty(); })) << programOutput();
+  host.reset();
+  host = std::make_unique<NotifierHost>(bus());
+  ASSERT_TRUE(until([&] { return !host->item().empty(); })) << programOutput();
+  EXPECT_TRUE(host->activate());
+  EXPECT_TRUE(opens());
+}
+
+}  // namespace
+}  // namespace talvane::test

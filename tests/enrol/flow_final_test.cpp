@@ -1,0 +1,235 @@
+// The get-info view's Submit, the final request and the stored token.
+
+#include <array>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/enrol/flow_test.h"
+
+namespace talvane::test {
+namespace {
+
+constexpr const char* pin_lines = "INPUT:USERCREATEPIN=True\r\nPINLENGTH:4\r\n";
+constexpr const char* question_lines =
+    "INPUT:ENROL=True\r\nQUESTIONS1:q1,q2\r\nQUESTIONS2:q1,q2\r\n";
+
+class FlowFinalTest : public FlowTest {
+ protected:
+  /// Up to the get-info view.
+  void startGetInfo(const std::string& lines) {
+    views.open = View::eva;
+    startFilledIn();
+    submit(accepting(lines));
+    ASSERT_EQ(views.open, View::evgi);
+    views.calls.clear();
+    views.boxes.clear();
+    recorder.forget();
+  }
+
+  /// The get-info view's Submit, answered so.
+  void submitGetInfo(const std::string& reply, long status = 200) {
+    script.answer(reply, status);
+    flow->evgi_submitclicked();
+  }
+
+  static std::string echoed(const std::string& before) {
+    return before + "SOFTTOKENURL=" + token_url + "&CHECKCODE=263420";
+  }
+};
+
+TEST_F(FlowFinalTest, WithAPin) {
+  startGetInfo(pin_lines);
+  views.get_info.pin = "1357";
+  submitGetInfo(complete);
+  EXPECT_EQ(lastBody(), echoed("USERCREATEPIN=True&") + "&PIN=1357");
+  EXPECT_EQ(script.requests().back().url, page);
+  EXPECT_EQ(views.calls, Lines{"home"});
+  EXPECT_EQ(views.boxes, Lines{});
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+  ASSERT_TRUE(flow->ending().has_value());
+  EXPECT_TRUE(flow->ending()->stored);
+  EXPECT_EQ(flow->ending()->problem, "");
+}
+
+TEST_F(FlowFinalTest, PinsThatAreRefused) {
+  for (const auto& [pin, box] : std::vector<std::pair<std::string, std::string>>{
+           {"123", "Pin did not meet requirements."},
+           {"", "Pin did not meet requirements."},
+           {"1234", "Pin must not be a raising sequence, this is too weak"},
+           {"4321", "Pin must not be a falling sequence, this is too weak"},
+           {"0000", "Pin must not use all the same characters, this is too weak"}}) {
+    startGetInfo(pin_lines);
+    const std::size_t before = script.requests().size();
+    views.get_info.pin = pin;
+    flow->evgi_submitclicked();
+    EXPECT_EQ(views.boxes, Lines{box});
+    EXPECT_EQ(script.requests().size(), before) << "nothing is sent";
+    EXPECT_EQ(views.calls, Lines{});
+    EXPECT_EQ(flow->taenrol()->PIN, "") << "nor kept";
+  }
+}
+
+TEST_F(FlowFinalTest, WithTwoQuestions) {
+  startGetInfo(question_lines);
+  views.get_info = {"ignored", {"q1", "q 2", "q3"}, {"abc", "abcdefghijklm", "x"}};
+  submitGetInfo(complete);
+  EXPECT_EQ(lastBody(), echoed("ENROL=True&") +
+                            "&question1=q1&answer1=abc&question2=q%202&answer2=abcdefghijklm");
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+}
+
+TEST_F(FlowFinalTest, WithThreeQuestionsAndAPin) {
+  startGetInfo(std::string(pin_lines) + question_lines + "QUESTIONS3:q3\r\n");
+  views.get_info = {"1357", {"q1", "q2", "q3"}, {"aaa", "bbb", "ccc"}};
+  submitGetInfo(complete);
+  EXPECT_EQ(lastBody(), echoed("USERCREATEPIN=True&ENROL=True&") +
+                            "&PIN=1357&question1=q1&answer1=aaa&question2=q2&answer2=bbb"
+                            "&question3=q3&answer3=ccc");
+}
+
+TEST_F(FlowFinalTest, AnswersThatAreRefused) {
+  constexpr const char* too_short =
+      "Answer to secret questions must be at least 3 characters long.";
+  constexpr const char* too_long =
+      "Answer to secret questions must be no longer than 13 characters.";
+  for (const auto& [answers, box] : std::vector<std::pair<std::array<std::string, 3>, std::string>>{
+           {{"ab", "abc", ""}, too_short},
+           {{"abcdefghijklmn", "ab", ""}, too_short},
+           {{"abc", "abcdefghijklmn", ""}, too_long}}) {
+    startGetInfo(question_lines);
+    const std::size_t before = script.requests().size();
+    views.get_info.answers = answers;
+    flow->evgi_submitclicked();
+    EXPECT_EQ(views.boxes, Lines{box});
+    EXPECT_EQ(script.requests().size(), before);
+    EXPECT_EQ(flow->taenrol()->ANSWER1, answers[0]) << "copied before it is checked";
+  }
+}
+
+TEST_F(FlowFinalTest, MobileNumberAloneAsksForNothing) {
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  submitGetInfo(complete);
+  EXPECT_EQ(lastBody(), echoed("GETMBNUMBER=True&"));
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+}
+
+TEST_F(FlowFinalTest, PinIsToldBeforeTheAnswers) {
+  startGetInfo(std::string(pin_lines) + question_lines);
+  flow->evgi_submitclicked();
+  EXPECT_EQ(views.boxes, Lines{"Pin did not meet requirements."});
+}
+
+TEST_F(FlowFinalTest, CompletionIsABeginningWhateverTheStatus) {
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  submitGetInfo("RESULT:OK,COMPLETE and more\r\nX", 500);
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+}
+
+TEST_F(FlowFinalTest, UnexpectedResponses) {
+  for (const char* reply : {"", "RESULT:OK,COMPLET", " RESULT:OK,COMPLETE", "result:ok,complete",
+                            "RESULT:OK,DENIED\r\n", "<html>"}) {
+    startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+    submitGetInfo(reply);
+    EXPECT_EQ(logged({"EnrolSubmit:", "EndSession"}),
+              (Lines{std::string("EnrolSubmit: unexpected response: ") + reply,
+                     "EndSession================"}));
+    EXPECT_EQ(views.calls, Lines{"home"});
+    EXPECT_EQ(storedNames(), Lines{});
+    EXPECT_EQ(flow->taenrol(), nullptr);
+    EXPECT_FALSE(flow->ending()->stored);
+    EXPECT_NE(flow->ending()->problem, "");
+  }
+}
+
+TEST_F(FlowFinalTest, ResponseWithoutABodyIsUnexpected) {
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  flow->evgi_submitclicked();
+  EXPECT_EQ(logged({"EnrolSubmit:"}), Lines{"EnrolSubmit: unexpected response: (null)"});
+  EXPECT_EQ(views.calls, Lines{"home"});
+  EXPECT_EQ(flow->taenrol(), nullptr);
+}
+
+TEST_F(FlowFinalTest, SeedThatCannotBeUsedLeavesTheViewAsItIs) {
+  startFilledIn();
+  submit(
+      "RESULT:OK,GETINFO\r\nINPUT:GETMBNUMBER=True\r\n"
+      "INPUT:SOFTTOKENURL=otpauth://totp/Work?secret=TOOSHORT\r\n");
+  views.calls.clear();
+  recorder.forget();
+  const std::size_t before = script.requests().size();
+  flow->evgi_submitclicked();
+  EXPECT_EQ(script.requests().size(), before);
+  EXPECT_EQ(views.calls, Lines{});
+  EXPECT_EQ(views.boxes, Lines{});
+  EXPECT_EQ(views.open, View::evgi);
+  EXPECT_EQ(flow->taenrol(), nullptr);
+  EXPECT_EQ(logged({"EnrolSubmit:", "EndSession"}),
+            (Lines{"EnrolSubmit: taenrol makeGetInfoResponse error: ERR NewToken failed",
+                   "EndSession================"}));
+  flow->evgi_submitclicked();
+  flow->evgi_cancelclicked();
+  EXPECT_EQ(views.open, View::tv);
+}
+
+TEST_F(FlowFinalTest, TokenOfTheSameNameIsReplaced) {
+  for (int i = 0; i < 3; ++i) {
+    startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+    submitGetInfo(complete);
+  }
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+}
+
+TEST_F(FlowFinalTest, FullStore) {
+  for (std::int32_t slot = 0; slot < vane::max_tokens; ++slot) {
+    SoftTokenInfo token;
+    token.description = "Token " + std::to_string(slot);
+    token.seed32 = Cleared<std::string>(std::string("GEZDGNBVGY3TQOJQ"));
+    std::int32_t index = slot;
+    ASSERT_TRUE(vane::WriteToken(&index, token));
+  }
+  const auto before = storedNames();
+  ASSERT_EQ(before.size(), 32U);
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  submitGetInfo(complete);
+  EXPECT_EQ(logged({"EnrolSubmit:", "EndSession"}),
+            (Lines{"EnrolSubmit: write token failed", "EndSession================"}));
+  EXPECT_EQ(views.calls, Lines{"home"});
+  EXPECT_EQ(views.boxes, Lines{});
+  EXPECT_FALSE(flow->ending()->stored);
+  EXPECT_NE(flow->ending()->problem.find("32"), std::string::npos);
+  EXPECT_EQ(storedNames(), before);
+}
+
+TEST_F(FlowFinalTest, LockedKeychain) {
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  keychain.status = KeychainStatus::interaction_not_allowed;
+  submitGetInfo(complete);
+  EXPECT_EQ(logged({"EnrolSubmit:"}), Lines{"EnrolSubmit: write token failed"});
+  EXPECT_EQ(views.calls, Lines{"home"});
+  EXPECT_FALSE(flow->ending()->stored);
+  EXPECT_NE(flow->ending()->problem, "");
+  keychain.status = KeychainStatus::ok;
+  EXPECT_EQ(storedNames(), Lines{});
+}
+
+// By the gateway's own clock, which is the system's.
+TEST_F(FlowFinalTest, ServersClockIsCompared) {
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  UrlResponse response;
+  response.status = 200;
+  response.body = complete;
+  response.date = gateway.CurrentTime() + 1000;
+  script.answer(response);
+  flow->evgi_submitclicked();
+  ASSERT_TRUE(flow->ending()->server_ahead.has_value());
+  EXPECT_LE(*flow->ending()->server_ahead, 1000);
+  EXPECT_GE(*flow->ending()->server_ahead, 980);
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  EXPECT_FALSE(flow->ending().has_value()) << "a new session forgets it";
+  submitGetInfo(complete);
+  EXPECT_FALSE(flow->ending()->server_ahead.has_value());
+}
+
+}  // namespace
+}  // namespace talvane::test

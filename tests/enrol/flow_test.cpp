@@ -1,0 +1,256 @@
+#include "tests/enrol/flow_test.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace talvane::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+const char* nameOf(View view) {
+  switch (view) {
+    case View::tv:
+      return "tv";
+    case View::av:
+      return "av";
+    case View::eva:
+      return "eva";
+    case View::evgi:
+      return "evgi";
+    case View::evgu:
+      break;
+  }
+  return "evgu";
+}
+
+class ScriptedLoader final : public UrlLoader {
+ public:
+  explicit ScriptedLoader(Script& script) : script_(script) {}
+  UrlResponse load(const UrlRequest& request) override { return script_.load(request); }
+  void deleteCookies(const std::string& url) override { script_.deleteCookies(url); }
+  void stop() override { script_.stop(); }
+
+ private:
+  Script& script_;
+};
+
+}  // namespace
+
+void Script::answer(const std::string& body, long status) {
+  UrlResponse response;
+  response.status = status;
+  response.body = body;
+  answer(std::move(response));
+}
+
+void Script::answer(UrlResponse response) {
+  const std::lock_guard guard(mutex_);
+  answers_.push_back(std::move(response));
+}
+
+void Script::hold(std::size_t number) {
+  const std::lock_guard guard(mutex_);
+  held_.insert(number);
+}
+
+void Script::letGo(std::size_t number) {
+  const std::lock_guard guard(mutex_);
+  held_.erase(number);
+  changed_.notify_all();
+}
+
+void Script::awaitRequests(std::size_t count) {
+  std::unique_lock lock(mutex_);
+  ASSERT_TRUE(changed_.wait_for(lock, 20s, [&] { return requests_.size() >= count; }));
+}
+
+UrlResponse Script::load(const UrlRequest& request) {
+  std::unique_lock lock(mutex_);
+  const std::size_t number = requests_.size();
+  requests_.push_back(request);
+  UrlResponse response;
+  if (answers_.empty()) {
+    response.error = UrlResponse::Error{"no answer", 7};
+  } else {
+    response = std::move(answers_.front());
+    answers_.pop_front();
+  }
+  changed_.notify_all();
+  changed_.wait(lock, [&] { return stopped_ || !held_.contains(number); });
+  if (!stopped_) return response;
+  UrlResponse ended;
+  ended.error = UrlResponse::Error{"The request was ended", 42};
+  return ended;
+}
+
+void Script::deleteCookies(const std::string& url) {
+  const std::lock_guard guard(mutex_);
+  cleared_.push_back(url);
+}
+
+void Script::stop() {
+  const std::lock_guard guard(mutex_);
+  stopped_ = true;
+  changed_.notify_all();
+}
+
+std::vector<UrlRequest> Script::requests() {
+  const std::lock_guard guard(mutex_);
+  return requests_;
+}
+
+Lines Script::cleared() {
+  const std::lock_guard guard(mutex_);
+  return cleared_;
+}
+
+void Script::forget() {
+  const std::lock_guard guard(mutex_);
+  requests_.clear();
+  cleared_.clear();
+}
+
+std::unique_ptr<UrlLoader> Script::makeLoader() {
+  ++loaders_;
+  return std::make_unique<ScriptedLoader>(*this);
+}
+
+bool FakeViews::performNext() {
+  std::function<void()> next;
+  {
+    std::unique_lock lock(mutex_);
+    if (!came_.wait_for(lock, 20s, [&] { return !work_.empty(); })) return false;
+    next = std::move(work_.front());
+    work_.pop_front();
+  }
+  next();
+  return true;
+}
+
+std::size_t FakeViews::waiting() {
+  const std::lock_guard guard(mutex_);
+  return work_.size();
+}
+
+void FakeViews::performOnMainThread(std::function<void()> work) {
+  const std::lock_guard guard(mutex_);
+  work_.push_back(std::move(work));
+  came_.notify_all();
+}
+
+void FakeViews::switchView(View from, View to) {
+  calls.push_back(std::string("switch ") + nameOf(from) + ' ' + nameOf(to));
+  open = to;
+  if (to == View::eva) flow->eva_init();
+}
+
+void FakeViews::goHome() {
+  calls.emplace_back("home");
+  open = View::tv;
+}
+
+void FakeViews::refreshAuthentication() {
+  calls.emplace_back("refresh");
+  flow->eva_init();
+}
+
+void FakeViews::eva_layout() {
+  calls.push_back(flow->pleasewait() ? "layout busy" : "layout");
+}
+
+void FakeViews::setAuthenticationMessage(const std::string& text) {
+  message = text;
+  if (!text.empty()) calls.push_back("message " + text);
+}
+
+void FakeViews::enableAuthenticationSubmit(bool enabled) {
+  submit_enabled = enabled;
+  calls.push_back(enabled ? "enable" : "disable");
+}
+
+Lines RecordingGateway::lines() {
+  const std::lock_guard guard(mutex_);
+  return lines_;
+}
+
+void RecordingGateway::forget() {
+  const std::lock_guard guard(mutex_);
+  lines_.clear();
+}
+
+void RecordingGateway::log(std::string_view text) {
+  const std::lock_guard guard(mutex_);
+  lines_.emplace_back(text);
+}
+
+FlowTest::FlowTest() {
+  gateway.setConsole(false);
+  vane::SetInterface(&recorder);
+  ini.EnrolURL = "https://srv";
+  make_loader = [this](std::string*) { return script.makeLoader(); };
+  makeFlow();
+}
+
+FlowTest::~FlowTest() {
+  flow.reset();
+  vane::SetInterface(nullptr);
+}
+
+void FlowTest::makeFlow() {
+  flow = std::make_unique<EnrolFlow>(
+      EnrolFlow::Parts{&views, &ini, &gateway, &keychain,
+                       [this](std::string* error) { return make_loader(error); }});
+  views.flow = flow.get();
+}
+
+void FlowTest::start(const std::string& reply) {
+  script.answer(reply);
+  flow->eva_init();
+  ASSERT_TRUE(views.performNext());
+}
+
+void FlowTest::startFilledIn(const std::string& reply) {
+  start(reply);
+  views.fields = {{Field::userid, "U"}, {Field::password, "P"}, {Field::passcode, "C"}};
+  views.calls.clear();
+  recorder.forget();
+}
+
+void FlowTest::submit(const std::string& reply, long status) {
+  script.answer(reply, status);
+  flow->eva_submitclicked();
+}
+
+std::string FlowTest::accepting(const std::string& lines) {
+  return "RESULT:OK,GETINFO\r\n" + lines + "INPUT:SOFTTOKENURL=" + token_url + "\r\n";
+}
+
+std::string FlowTest::lastBody() {
+  const auto requests = script.requests();
+  return requests.empty() ? "(no request)" : requests.back().body.value_or("(no body)");
+}
+
+Lines FlowTest::storedNames() {
+  vane::TokenArray tokens;
+  const std::int32_t count = vane::ReadAllTokens(tokens);
+  Lines names;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+    names.push_back(tokens[i]->description.value_or("(nil)"));
+  }
+  return names;
+}
+
+Lines FlowTest::logged(const Lines& beginnings) {
+  Lines found;
+  for (const std::string& line : recorder.lines()) {
+    if (std::any_of(beginnings.begin(), beginnings.end(),
+                    [&](const std::string& begin) { return line.starts_with(begin); })) {
+      found.push_back(line);
+    }
+  }
+  return found;
+}
+
+}  // namespace talvane::test

@@ -1,0 +1,173 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "engine/vane.h"
+#include "enrol/enrol_flow.h"
+#include "platform/memory/memory_keychain.h"
+#include "tests/platform/fake_device_identifiers.h"
+#include "tests/support/memory_user_defaults.h"
+#include "tests/support/private_home.h"
+
+namespace talvane::test {
+
+using Lines = std::vector<std::string>;
+using View = EnrolViews::View;
+using Field = EnrolViews::Field;
+
+/// What a server says, and what it was asked. Outlives the loaders made for it.
+class Script {
+ public:
+  /// The next answer. Without one, a request fails with "no answer [7]".
+  void answer(const std::string& body, long status = 200);
+  void answer(UrlResponse response);
+  /// Keeps the request of that number (from 0) waiting until it is let go or the loader stops.
+  void hold(std::size_t number);
+  void letGo(std::size_t number);
+  /// Waits until that many requests have come.
+  void awaitRequests(std::size_t count);
+
+  UrlResponse load(const UrlRequest& request);
+  void deleteCookies(const std::string& url);
+  void stop();
+
+  std::vector<UrlRequest> requests();
+  Lines cleared();
+  /// Forgets both.
+  void forget();
+  [[nodiscard]] std::size_t loaders() const { return loaders_; }
+  std::unique_ptr<UrlLoader> makeLoader();
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<UrlResponse> answers_;
+  std::vector<UrlRequest> requests_;
+  Lines cleared_;
+  std::set<std::size_t> held_;
+  bool stopped_ = false;
+  std::size_t loaders_ = 0;
+};
+
+/// Views that remember what was done to them. Showing the sign-in view starts a session.
+class FakeViews final : public EnrolViews {
+ public:
+  EnrolFlow* flow = nullptr;
+  View open = View::eva;
+  Lines calls;
+  std::string message;
+  std::string address_message;
+  bool submit_enabled = false;
+  bool get_info_submit_enabled = false;
+  std::map<Field, std::string> fields;
+  GetInfoInput get_info;
+  std::string address;
+  Lines boxes;
+
+  /// Runs the next piece of work for the main thread; waits for it. False: none came in 20 seconds.
+  bool performNext();
+  std::size_t waiting();
+
+  void switchView(View from, View to) override;
+  void goHome() override;
+  void refreshAuthentication() override;
+  bool showsAuthentication() override { return open == View::eva; }
+  void eva_layout() override;
+  void setAuthenticationMessage(const std::string& text) override;
+  void whitenAuthenticationMessage() override { calls.emplace_back("whiten"); }
+  void enableAuthenticationSubmit(bool enabled) override;
+  std::string input(Field field) override { return fields[field]; }
+  void clear(Field field) override { fields[field].clear(); }
+  GetInfoInput getInfoInput() override { return get_info; }
+  void enableGetInfoSubmit(bool enabled) override { get_info_submit_enabled = enabled; }
+  std::string addressInput() override { return address; }
+  void setAddressMessage(const std::string& text) override { address_message = text; }
+  void simpleMessageBox(const std::string& text) override { boxes.push_back(text); }
+  void performOnMainThread(std::function<void()> work) override;
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable came_;
+  std::deque<std::function<void()>> work_;
+};
+
+/// The real gateway with a clock that stands and a log that is kept.
+class RecordingGateway final : public Gateway {
+ public:
+  explicit RecordingGateway(vaneinterface& real) : real_(real) {}
+
+  std::int64_t time = 59;
+  bool listening = true;
+  Lines lines();
+  void forget();
+
+  bool KeyChainSave(const std::string& name, const Record& data) override {
+    return real_.KeyChainSave(name, data);
+  }
+  bool KeyChainLoad(const std::string& name, Record* data) override {
+    return real_.KeyChainLoad(name, data);
+  }
+  bool KeyChainDelete(const std::string& name) override { return real_.KeyChainDelete(name); }
+  bool inTrouble() override { return real_.inTrouble(); }
+  std::string GetDeviceId_SN() override { return real_.GetDeviceId_SN(); }
+  std::string GetDeviceId_HDSN() override { return real_.GetDeviceId_HDSN(); }
+  std::string GetDeviceId_USER() override { return real_.GetDeviceId_USER(); }
+  bool wantsLog() override { return listening; }
+  void log(std::string_view text) override;
+  std::int64_t CurrentTime() override { return time; }
+
+ private:
+  vaneinterface& real_;
+  std::mutex mutex_;
+  Lines lines_;
+};
+
+class FlowTest : public testing::Test {
+ protected:
+  static constexpr const char* page = "https://srv/taenrol/enrol.exe?SoftTokenMode=7200";
+  static constexpr const char* first_reply = "RESULT:OK\r\nVERSION:7200\r\n";
+  static constexpr const char* token_url = "otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ&period=30";
+  static constexpr const char* complete = "RESULT:OK,COMPLETE";
+
+  FlowTest();
+  ~FlowTest() override;
+
+  void makeFlow();
+  /// A session up to its first reply.
+  void start(const std::string& reply = first_reply);
+  /// The same with a view that shows the sign-in, its fields filled in and the calls forgotten.
+  void startFilledIn(const std::string& reply = first_reply);
+  /// A Submit that is answered so.
+  void submit(const std::string& reply, long status = 200);
+  /// A reply that accepts, with more lines in front of the token's.
+  static std::string accepting(const std::string& lines = "");
+  /// The body of the last request.
+  std::string lastBody();
+  Lines storedNames();
+  /// Lines of the log that begin with one of these.
+  Lines logged(const Lines& beginnings);
+
+  PrivateHome home;
+  MemoryUserDefaults defaults;
+  Ini ini{defaults, SettingsFolders{home.home(), home.root() + "/none", home.root() + "/none"}};
+  MemoryKeychain keychain;
+  FakeDeviceIdentifiers identifiers;
+  vaneinterface gateway{keychain, identifiers};
+  RecordingGateway recorder{gateway};
+  Script script;
+  std::function<std::unique_ptr<UrlLoader>(std::string*)> make_loader;
+  FakeViews views;
+  std::unique_ptr<EnrolFlow> flow;
+};
+
+}  // namespace talvane::test

@@ -1,0 +1,73 @@
+#include "tests/enrol/https_server.h"
+
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+#include <utility>
+
+#include "tests/support/temporary_folder.h"
+
+namespace talvane::test {
+namespace {
+
+void run(const std::string& command) {
+  ASSERT_EQ(std::system((command + " >/dev/null 2>&1").c_str()), 0) << command;
+}
+
+}  // namespace
+
+Certificate makeCertificate(const std::string& folder, const std::string& names,
+                            Validity validity) {
+  Certificate made{folder + "/certificate.pem", folder + "/key.pem"};
+  const std::string extensions = folder + "/extensions";
+  const std::string request = folder + "/request.pem";
+  writeFile(extensions, "subjectAltName=" + names + "\nbasicConstraints=critical,CA:TRUE\n");
+  run("openssl req -new -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=test "
+      "-keyout " +
+      made.key + " -out " + request);
+  run("openssl x509 -req -in " + request + " -signkey " + made.key + " -extfile " + extensions +
+      " -days " + (validity == Validity::now ? "2" : "-1") + " -out " + made.file);
+  return made;
+}
+
+struct HttpsServer::Running {
+  Running(const Certificate& certificate, Handler answer)
+      : handler(std::move(answer)), server(certificate.file.c_str(), certificate.key.c_str()) {}
+  Handler handler;
+  httplib::SSLServer server;
+  int port = 0;
+  std::thread thread;
+};
+
+HttpsServer::HttpsServer(const Certificate& certificate, Handler handler)
+    : running_(std::make_unique<Running>(certificate, std::move(handler))) {
+  httplib::SSLServer& server = running_->server;
+  const auto serve = [this](const httplib::Request& request, httplib::Response& response) {
+    const HttpsReply reply = running_->handler(request.path, request.get_header_value("Cookie"));
+    response.status = reply.status;
+    response.set_content(reply.body, "text/plain");
+    if (!reply.cookie.empty()) response.set_header("Set-Cookie", reply.cookie);
+    if (!reply.location.empty()) response.set_header("Location", reply.location);
+  };
+  server.Get(".*", serve);
+  server.Post(".*", serve);
+  server.set_keep_alive_timeout(1);
+  running_->port = server.bind_to_any_port("127.0.0.1");
+  EXPECT_GT(running_->port, 0);
+  running_->thread = std::thread([&server] { server.listen_after_bind(); });
+  while (!server.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+HttpsServer::~HttpsServer() {
+  running_->server.stop();
+  running_->thread.join();
+}
+
+std::string HttpsServer::url(const std::string& path, const std::string& host) const {
+  return "https://" + host + ':' + std::to_string(running_->port) + path;
+}
+
+}  // namespace talvane::test
