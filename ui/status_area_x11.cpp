@@ -62,10 +62,10 @@ class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilte
     signal_ = std::make_unique<BusSignal>(std::move(appeared));
     qGuiApp->installNativeEventFilter(this);
     QDBusConnection bus = QDBusConnection::sessionBus();
-    // The host may come after its watcher, which says so.
-    bus.connect(QLatin1String(watcher_service), QLatin1String(watcher_path),
-                QLatin1String(watcher_service), QStringLiteral("StatusNotifierHostRegistered"),
-                signal_.get(), SLOT(arrive()));
+    // The host may come after its watcher, which says so. From whom it comes is not asked: who owns
+    // the watcher's name may not be known here yet.
+    bus.connect(QString(), QLatin1String(watcher_path), QLatin1String(watcher_service),
+                QStringLiteral("StatusNotifierHostRegistered"), signal_.get(), SLOT(arrive()));
     bus.connect(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
                 {QLatin1String(watcher_service)}, QString(), signal_.get(), SLOT(arrive()));
