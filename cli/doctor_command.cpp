@@ -7,7 +7,9 @@
 #include "cli/json.h"
 #include "cli/terminal.h"
 #include "config/start_trace.h"
+#include "enrol/clock_trouble.h"
 #include "platform/folders.h"
+#include "platform/url_loading.h"
 
 namespace talvane {
 namespace {
@@ -20,6 +22,8 @@ struct Finding {
 
 // The program was not written before this second, 2026-01-01: an earlier clock is wrong.
 constexpr std::int64_t earliest_time = 1767225600;
+
+constexpr long http_ok = 200;
 
 class DoctorCommand final : public Command {
  public:
@@ -49,6 +53,7 @@ class DoctorCommand final : public Command {
     const Ini& settings = session.settings();
     examineSettings(settings);
     examineClock();
+    examineServer(settings);
     for (const char* name : {"/vault.sqlite", "/vault.sqlite-wal", "/vault.key"}) {
       examineMode(dataFolder() + name);
     }
@@ -112,6 +117,32 @@ class DoctorCommand final : public Command {
     add("clock", good,
         good ? text + "; compare it with a clock you trust: passcodes depend on it"
              : text + " is in the past; set the clock, or every passcode is wrong");
+  }
+
+  // Only where there is one: it is asked for its time, without a user's name.
+  void examineServer(const Ini& settings) {
+    if (!settings.bAllowTaEnrol || settings.EnrolURL.empty()) return;
+    const std::string url = settings.tidyEnrolURL();
+    if (url.starts_with("http://") && !settings.bAllowHTTP) {
+      add("enrolment server", false, url + " is http, which the setting AllowHTTP forbids");
+      return;
+    }
+    std::string error;
+    UrlLoaderLimits limits;
+    limits.silence = std::chrono::seconds(5);
+    const auto loader = makeUrlLoader(&error, limits);
+    const UrlResponse response = loader == nullptr ? UrlResponse() : loader->load({url, {}});
+    const std::int64_t now = std::time(nullptr);
+    if (response.error) error = response.error->description;
+    if (!error.empty()) {
+      add("enrolment server", false, url + " cannot be reached: " + error);
+      return;
+    }
+    add("enrolment server", response.status == http_ok,
+        fmt::format("{} answers with status {}", url, response.status));
+    if (!response.date) return;
+    const auto trouble = clockTrouble(*response.date - now);
+    add("server's clock", !trouble, trouble ? *trouble : "agrees with this computer's");
   }
 
   void examineMode(const std::string& path) {

@@ -6,8 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -229,6 +231,80 @@ TEST_F(Enrol, SecretsAreNotShownOnTheTerminal) {
   terminal->type("secret\n");
   EXPECT_TRUE(terminal->await("Stored \"Demo ben\"."));
   EXPECT_EQ(terminal->shown().find("secret"), std::string::npos);
+}
+
+// A server that says what time it is by its own clock, which is off by so many seconds.
+class OffClockServer {
+ public:
+  explicit OffClockServer(std::int64_t ahead) {
+    server_.Get(".*", [ahead](const httplib::Request& /*request*/, httplib::Response& response) {
+      const std::time_t time = std::time(nullptr) + ahead;
+      std::tm parts{};
+      gmtime_r(&time, &parts);
+      std::array<char, 64> text{};
+      strftime(text.data(), text.size(), "%a, %d %b %Y %H:%M:%S GMT", &parts);
+      response.set_header("Date", text.data());
+      response.set_content("RESULT:OK\r\n", "text/plain");
+    });
+    port_ = server_.bind_to_any_port("127.0.0.1");
+    thread_ = std::thread([this] { server_.listen_after_bind(); });
+    while (!server_.is_running()) std::this_thread::yield();
+  }
+  ~OffClockServer() {
+    server_.stop();
+    thread_.join();
+  }
+  OffClockServer(const OffClockServer&) = delete;
+  OffClockServer& operator=(const OffClockServer&) = delete;
+  [[nodiscard]] std::string address() const { return "http://127.0.0.1:" + std::to_string(port_); }
+
+ private:
+  httplib::Server server_;
+  int port_ = 0;
+  std::thread thread_;
+};
+
+Ended doctorWithServer(const std::string& address) {
+  const CliHome home;
+  home.setSettings("AllowHTTP=1\nEnrolURL=" + address + "\n");
+  return home.run({"doctor"});
+}
+
+TEST(DoctorServer, ClockThatAgrees) {
+  const OffClockServer server(0);
+  const Ended ended = doctorWithServer(server.address());
+  EXPECT_EQ(ended.exit_code, 0) << ended.out;
+  EXPECT_NE(ended.out.find("agrees with this computer's"), std::string::npos) << ended.out;
+}
+
+TEST(DoctorServer, ClockThatIsBehindTheServers) {
+  const OffClockServer server(300);
+  const Ended ended = doctorWithServer(server.address());
+  EXPECT_EQ(ended.exit_code, 1);
+  EXPECT_NE(ended.out.find("!! server's clock      This computer's clock is "), std::string::npos)
+      << ended.out;
+  EXPECT_NE(ended.out.find(" minutes behind the server's."), std::string::npos) << ended.out;
+}
+
+TEST(DoctorServer, ClockThatIsAheadOfTheServers) {
+  const OffClockServer server(-60);
+  const Ended ended = doctorWithServer(server.address());
+  EXPECT_EQ(ended.exit_code, 1);
+  EXPECT_NE(ended.out.find(" seconds ahead of the server's."), std::string::npos) << ended.out;
+}
+
+TEST(DoctorServer, NobodyAnswers) {
+  const Ended ended = doctorWithServer("http://127.0.0.1:9");
+  EXPECT_EQ(ended.exit_code, 1);
+  EXPECT_NE(ended.out.find("cannot be reached: "), std::string::npos) << ended.out;
+}
+
+TEST(DoctorServer, NobodyIsAskedWhereEnrollingIsSwitchedOff) {
+  const CliHome home;
+  const OffClockServer server(0);
+  home.setSettings("AllowTaEnrol=0\nEnrolURL=" + server.address() + "\n");
+  const Ended ended = home.run({"doctor"});
+  EXPECT_EQ(ended.out.find("enrolment server"), std::string::npos) << ended.out;
 }
 
 }  // namespace
