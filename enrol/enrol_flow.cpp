@@ -270,7 +270,7 @@ void EnrolFlow::evgu_cancelclicked() {
 
 void EnrolFlow::EnrolSubmit() {
   TaEnrolClient& client = session_->client;
-  ending_.emplace();
+  ending_ = Ending{};
   if (const auto error = client.makeGetInfoResponsePOST()) {
     vane::log("EnrolSubmit: taenrol makeGetInfoResponse error: {}", *error);
     ending_->problem = *error;
