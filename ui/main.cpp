@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QDesktopServices>
+#include <QFileOpenEvent>
 #include <QTimer>
 #include <QUrl>
 #include <csignal>
@@ -22,6 +23,23 @@ namespace {
 
 constexpr int exit_failed = 1;
 constexpr int exit_usage = 2;
+
+// On macOS a link that the user opens comes as an event, also to a program that runs already.
+class OpenedLinks final : public QObject {
+ public:
+  explicit OpenedLinks(SoftTokenOSXAppDelegate& delegate) : delegate_(delegate) {
+    qApp->installEventFilter(this);
+  }
+
+ private:
+  bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+    if (event->type() != QEvent::FileOpen) return false;
+    delegate_.importLink(static_cast<QFileOpenEvent*>(event)->url().toString(QUrl::FullyEncoded));
+    return true;
+  }
+
+  SoftTokenOSXAppDelegate& delegate_;
+};
 
 int run(int argc, char** argv) {
   const StartOptions options = readOptions(argc, argv);
@@ -74,6 +92,7 @@ int run(int argc, char** argv) {
   Tray status_item([&delegate] { delegate.iconClicked(); });
   tray = &status_item;
 
+  const OpenedLinks opened_links(delegate);
   channel.received = [&delegate](const QString& what) { delegate.perform(what); };
   channel.listen();
   delegate.applicationDidFinishLaunching();
