@@ -253,6 +253,7 @@ class CurlLoader final : public UrlLoader {
       idle_.pop_back();
     }
     if (handle != nullptr) {
+      curl_easy_setopt(handle.get(), CURLOPT_COOKIEFILE, nullptr);  // a reset leaks the list
       curl_easy_reset(handle.get());
       curl_easy_setopt(handle.get(), CURLOPT_SHARE, shared_.get());
       curl_easy_setopt(handle.get(), CURLOPT_COOKIEFILE, "");
