@@ -40,6 +40,23 @@ class RollTest : public DesktopTest {
     });
   }
 
+  // A window manager that gets no time leaves out places of a window that has closed meanwhile:
+  // then once more.
+  template <typename Close>
+  void expectClosingThrough(const Tops& places, Close close, int height) {
+    Tops seen;
+    for (int attempt = 0; attempt < 4; ++attempt) {
+      if (attempt > 0) openPanel();
+      const auto close_wholly = [&] {
+        close();
+        ASSERT_TRUE(closes());
+      };
+      seen = seenWhile(close_wholly, height);
+      if (seen == places) return;
+    }
+    EXPECT_EQ(seen, places);
+  }
+
   void expectRolls(int tokens, std::int64_t steps) {
     const int height = tokenViewHeight(tokens);
     const Place start = defaultPlace({Screen::height, Screen::width}, height, true);
@@ -48,11 +65,8 @@ class RollTest : public DesktopTest {
     EXPECT_EQ(seenWhile([&] { openPanel(); }, height), topsOf(opening, height));
 
     const std::vector<Place> closing = closingRoll({start.x, start.y - height}, height, steps);
-    const auto close = [&] {
-      clickIcon();
-      ASSERT_TRUE(closes());
-    };
-    EXPECT_EQ(seenWhile(close, height), topsOf(closing, height));
+    const auto click = [&] { clickIcon(); };
+    expectClosingThrough(topsOf(closing, height), click, height);
   }
 };
 
@@ -68,13 +82,8 @@ TEST_F(RollTest, AsTheFiguresAre) {
   // 156 points in ten steps of 15, of which the last has the rest.
   EXPECT_EQ(seenWhile([&] { openPanel(); }, 156),
             (Tops{-134, -119, -104, -89, -74, -59, -44, -29, -14, 1, 16, 22}));
-  EXPECT_EQ(seenWhile(
-                [&] {
-                  clickIcon();
-                  ASSERT_TRUE(closes());
-                },
-                156),
-            (Tops{7, -8, -23, -38, -53, -68, -83, -98, -113, -134}));
+  expectClosingThrough(
+      {7, -8, -23, -38, -53, -68, -83, -98, -113, -134}, [&] { clickIcon(); }, 156);
 }
 
 TEST_F(RollTest, OtherNumbersOfSteps) {
@@ -98,11 +107,8 @@ TEST_F(RollTest, FewerStepsThanNone) {
 TEST_F(RollTest, TheCloseButtonRolls) {
   start();
   openPanel();
-  const auto close = [&] {
-    clickButton("Close");
-    ASSERT_TRUE(closes());
-  };
-  EXPECT_EQ(seenWhile(close, 128), (Tops{10, -2, -14, -26, -38, -50, -62, -74, -86, -106}));
+  expectClosingThrough(
+      {10, -2, -14, -26, -38, -50, -62, -74, -86, -106}, [&] { clickButton("Close"); }, 128);
 }
 
 TEST_F(RollTest, ThePanelCannotBeDragged) {
