@@ -8,10 +8,12 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <string>
 #include <thread>
 
 #include "demo/certificate.h"
 #include "demo/enrolment.h"
+#include "demo/front.h"
 
 namespace talvane::demo {
 namespace {
@@ -69,13 +71,11 @@ int run(int argc, char** argv) {
       "A demo enrolment server for Talvane Soft Token. Listens on 127.0.0.1 only. Not for "
       "production.",
       "softtoken-demo-server");
-  int http_port = 0;
-  int https_port = 0;
+  int port = 0;
   std::string users_path;
   std::string certificate_path;
   std::string addresses_path;
-  line.add_option("--port", http_port, "Port for HTTP; 0: a free one")->capture_default_str();
-  line.add_option("--https-port", https_port, "Port for HTTPS; 0: a free one")
+  line.add_option("--port", port, "Port for both HTTP and HTTPS; 0: a free one")
       ->capture_default_str();
   line.add_option("--users", users_path, "The users; see demo/users.txt")->required();
   line.add_option("--certificate", certificate_path, "Write the self-made certificate there");
@@ -102,26 +102,21 @@ int run(int argc, char** argv) {
   httplib::SSLServer https(certificate.certificate(), certificate.key());
   serve(http, enrolment, false);
   serve(https, enrolment, true);
-  const auto bound = [](httplib::Server& server, int port) {
-    if (port == 0) return server.bind_to_any_port("127.0.0.1");
-    return server.bind_to_port("127.0.0.1", port) ? port : -1;
-  };
-  http_port = bound(http, http_port);
-  https_port = bound(https, https_port);
-  if (http_port < 0 || https_port < 0) {
+  const int http_port = http.bind_to_any_port("127.0.0.1");
+  const int https_port = https.bind_to_any_port("127.0.0.1");
+  const Front front(port, http_port, https_port);
+  if (front.port() < 0) {
     std::fprintf(stderr, "softtoken-demo-server: the port is taken; choose another one\n");
     return 1;
   }
-  const std::string addresses = "http://127.0.0.1:" + std::to_string(http_port) +
-                                "\nhttps://127.0.0.1:" + std::to_string(https_port) + "\n";
+  const std::string host = "127.0.0.1:" + std::to_string(front.port());
+  const std::string addresses = "http://" + host + "\nhttps://" + host + "\n";
   std::fputs(addresses.c_str(), stdout);
   std::fflush(stdout);
   if (!addresses_path.empty()) std::ofstream(addresses_path) << addresses;
-  std::thread secure([&https] { https.listen_after_bind(); });
-  http.listen_after_bind();
-  https.stop();
-  secure.join();
-  return 0;
+  std::thread([&https] { https.listen_after_bind(); }).detach();
+  std::thread([&http] { http.listen_after_bind(); }).detach();
+  front.listen();
 }
 
 }  // namespace
