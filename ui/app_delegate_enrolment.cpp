@@ -244,6 +244,16 @@ void SoftTokenOSXAppDelegate::evgi_init() {
   }
   vane::log("EVGI: init: height:{}", height);
 
+  for (QWidget* control : {static_cast<QWidget*>(evgi_pinlabel), static_cast<QWidget*>(evgi_pin),
+                           static_cast<QWidget*>(evgi_questionlabel)}) {
+    control->show();
+  }
+  for (std::size_t i = 0; i < lists.size(); ++i) {
+    const bool asked = i < 2 || *lists[i];
+    questionMenus()[i]->setVisible(asked);
+    answerFields()[i]->setVisible(asked);
+  }
+
   const GetInfoState state = getInfoState(*client);
   if (state == GetInfoState::nothing) {
     vane::log("EVGI: unexpected state: bUSERCREATEPIN and bENROL false");

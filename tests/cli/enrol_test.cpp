@@ -1,68 +1,18 @@
 // softtoken-cli enrol, against the demo enrolment server on loopback.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <chrono>
-#include <csignal>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "tests/cli/cli_home.h"
+#include "tests/support/demo_server.h"
 
 namespace talvane::test {
 namespace {
-
-class DemoServer {
- public:
-  explicit DemoServer(const TemporaryFolder& folder) : certificate_(folder / "certificate.pem") {
-    const std::string addresses = folder / "addresses";
-    child_ = fork();
-    if (child_ == 0) {
-      const int nowhere = open("/dev/null", O_WRONLY);
-      dup2(nowhere, STDOUT_FILENO);
-      execl(DEMO_SERVER, DEMO_SERVER, "--users", DEMO_USERS, "--certificate", certificate_.c_str(),
-            "--addresses", addresses.c_str(), static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (std::chrono::steady_clock::now() < end) {
-      std::ifstream file(addresses);
-      if (std::getline(file, http_) && std::getline(file, https_) && !file.eof()) return;
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    ADD_FAILURE() << "the demo server did not start";
-  }
-  ~DemoServer() {
-    kill(child_, SIGKILL);
-    waitpid(child_, nullptr, 0);
-  }
-  DemoServer(const DemoServer&) = delete;
-  DemoServer& operator=(const DemoServer&) = delete;
-
-  [[nodiscard]] const std::string& http() const { return http_; }
-  [[nodiscard]] const std::string& https() const { return https_; }
-  [[nodiscard]] const std::string& certificate() const { return certificate_; }
-
-  /// The server's word on a passcode.
-  [[nodiscard]] std::string verdict(const std::string& user, const std::string& code) const {
-    httplib::Client client(http_);
-    const auto reply = client.Get("/verify?user=" + user + "&code=" + code);
-    return reply ? reply->body : "no reply";
-  }
-
- private:
-  std::string certificate_;
-  std::string http_;
-  std::string https_;
-  pid_t child_;
-};
 
 class Enrol : public testing::Test {
  protected:
@@ -183,6 +133,11 @@ TEST_F(Enrol, HttpsWithACertificateThatIsTrusted) {
 
 TEST_F(Enrol, HttpsWithACertificateThatIsNotTrusted) {
   expectRefused("anna\n", server.https(), "Error: [http] SSL certificate problem");
+}
+
+TEST_F(Enrol, ServerThatDemandsHttpsIsAskedThereAgain) {
+  home.environment.push_back("SSL_CERT_FILE=" + server.certificate());
+  expectEnrolled("anna", "anna\n", server.http() + "/https");
 }
 
 TEST_F(Enrol, HttpWhereTheSettingsForbidIt) {

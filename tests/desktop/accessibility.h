@@ -21,6 +21,7 @@ enum class Role : std::uint32_t {
   frame = 23,
   label = 29,
   panel = 39,
+  password_text = 40,
   push_button = 43,
   text = 61,
   application = 75,

@@ -97,6 +97,7 @@ Strings DesktopTest::environment() const {
                     "GSETTINGS_BACKEND=memory",
                     "LC_ALL=C.UTF-8",
                     "PATH=" + path("bin") + ":/usr/bin:/bin"};
+  result.insert(result.end(), more_environment_.begin(), more_environment_.end());
   passOn("ASAN_OPTIONS", &result);
   passOn("UBSAN_OPTIONS", &result);
   passOn("LSAN_OPTIONS", &result);

@@ -94,6 +94,8 @@ class DesktopTest : public ::testing::Test {
   void clickButton(std::string_view name);
   /// Replaces what stands in the field of this name by typing.
   void fill(std::string_view field, std::string_view text);
+  /// The same in a field that does not show what is typed.
+  void fillSecret(std::string_view field, std::string_view text);
   [[nodiscard]] std::string textIn(std::string_view field);
   /// Expects an alert with exactly these words, and answers it by the mouse.
   void answer(std::string_view words, std::string_view button_name);
@@ -114,7 +116,8 @@ class DesktopTest : public ::testing::Test {
 
   static Screen& screen();
 
-  int scale_ = 1;  // device pixels a point
+  Strings more_environment_;  // of all programs
+  int scale_ = 1;             // device pixels a point
   talvane::testing::PrivateSession session_;
   Program accessibility_;
   Program tray_;

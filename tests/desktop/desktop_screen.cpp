@@ -83,6 +83,14 @@ void DesktopTest::fill(std::string_view field, std::string_view text) {
   ASSERT_TRUE(until([&] { return reader_->textOf(thing(Role::text, field)) == text; })) << field;
 }
 
+void DesktopTest::fillSecret(std::string_view field, std::string_view text) {
+  click(thing(Role::password_text, field));
+  ASSERT_TRUE(focusComesTo(field));
+  screen().key("ctrl+a");
+  screen().key("BackSpace");
+  screen().type(text);
+}
+
 std::string DesktopTest::textIn(std::string_view field) {
   return reader_->textOf(thing(Role::text, field));
 }

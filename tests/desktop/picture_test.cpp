@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "tests/desktop/desktop.h"
+#include "tests/support/demo_server.h"
 
 namespace talvane::test {
 namespace {
@@ -46,6 +47,17 @@ class PictureTest : public DesktopTest, public ::testing::WithParamInterface<int
         std::string(SCREENSHOTS) + "/" + name + "-" + std::to_string(scale_) + "x.png";
     ASSERT_TRUE(image.save(QString::fromStdString(file))) << file;
     EXPECT_GT(std::filesystem::file_size(file), 0U);
+  }
+
+  // The keyboard is in the field of the user's name.
+  void signIn(const std::string& user) {
+    screen().key("ctrl+a");
+    screen().type(user);
+    screen().key("Tab");
+    ASSERT_TRUE(focusComesTo("Microsoft Password"));
+    screen().type("any");
+    ASSERT_TRUE(until([&] { return button("Submit").isEnabled(); }));
+    press("Submit");
   }
 
   void press(const std::string& name) { reader_->press(button(name)); }
@@ -102,6 +114,51 @@ TEST_P(PictureTest, Adding) {
   press("OK");
   ASSERT_TRUE(comesToShow(Role::text, "Your response code"));
   take("response", 200);
+}
+
+TEST_P(PictureTest, Enrolment) {
+  const TemporaryFolder folder;
+  const DemoServer server(folder);
+  more_environment_ = {"SSL_CERT_FILE=" + server.certificate()};
+  setSettings("AllowHTTP=yes\nEnrolURL=" + server.http() + "/password\n");
+  start();
+  openPanel();
+  press("Add");
+  ASSERT_TRUE(focusComesTo("Username"));
+  take("sign-in", 270);
+  if (scale_ == 1) {
+    signIn("kim");
+    ASSERT_TRUE(focusComesTo("Please choose an 8-character PIN. "));
+    screen().type("1928");
+    take("pin-and-questions", 460);
+  } else {
+    // What fits onto the screen.
+    signIn("ines");
+    ASSERT_TRUE(focusComesTo("Answer 1"));
+    screen().type("fido");
+    take("questions", 270);
+  }
+  press("Cancel");
+  ASSERT_TRUE(comesToShow(Role::push_button, "Add"));
+  press("Add");
+  ASSERT_TRUE(focusComesTo("Username"));
+  signIn("fred");
+  ASSERT_TRUE(comesToSay("Your account is locked"));
+  take("refusal", 270);
+  press("Cancel");
+  ASSERT_TRUE(comesToShow(Role::push_button, "Add"));
+  press("Add");
+  ASSERT_TRUE(focusComesTo("Username"));
+  signIn("eva");
+  ASSERT_TRUE(comesToSay("Enter the letters"));
+  take("challenge", 270);
+  quit();
+  setSettings("AllowHTTP=yes\nEnrolURL=" + server.http() + "/https\n");
+  start();
+  openPanel();
+  press("Add");
+  ASSERT_TRUE(focusComesTo("Username"));
+  take("sign-in-over-https", 270);
 }
 
 TEST_P(PictureTest, Help) {

@@ -8,13 +8,13 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "engine/vane.h"
 #include "enrol/enrol_flow.h"
 #include "platform/memory/memory_keychain.h"
+#include "tests/enrol/script.h"
 #include "tests/platform/fake_device_identifiers.h"
 #include "tests/support/memory_user_defaults.h"
 #include "tests/support/private_home.h"
@@ -24,40 +24,6 @@ namespace talvane::test {
 using Lines = std::vector<std::string>;
 using View = EnrolViews::View;
 using Field = EnrolViews::Field;
-
-/// What a server says, and what it was asked. Outlives the loaders made for it.
-class Script {
- public:
-  /// The next answer. Without one, a request fails with "no answer [7]".
-  void answer(const std::string& body, long status = 200);
-  void answer(UrlResponse response);
-  /// Keeps the request of that number (from 0) waiting until it is let go or the loader stops.
-  void hold(std::size_t number);
-  void letGo(std::size_t number);
-  /// Waits until that many requests have come.
-  void awaitRequests(std::size_t count);
-
-  UrlResponse load(const UrlRequest& request);
-  void deleteCookies(const std::string& url);
-  void stop();
-
-  std::vector<UrlRequest> requests();
-  Lines cleared();
-  /// Forgets both.
-  void forget();
-  [[nodiscard]] std::size_t loaders() const { return loaders_; }
-  std::unique_ptr<UrlLoader> makeLoader();
-
- private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<UrlResponse> answers_;
-  std::vector<UrlRequest> requests_;
-  Lines cleared_;
-  std::set<std::size_t> held_;
-  bool stopped_ = false;
-  std::size_t loaders_ = 0;
-};
 
 /// Views that remember what was done to them. Showing the sign-in view starts a session.
 class FakeViews final : public EnrolViews {

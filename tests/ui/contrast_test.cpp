@@ -3,9 +3,11 @@
 // ground that it covers (WCAG 2, contrast ratio 4.5).
 
 #include <QApplication>
+#include <QComboBox>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
 
 #include "tests/ui/delegate_test.h"
 
@@ -100,18 +102,38 @@ class ContrastTest : public DelegateTest {
   template <typename Text>
   void measure(Text* widget, const std::string& what) {
     ASSERT_NE(widget, nullptr);
-    const QString text = widget->text();
+    measure(
+        widget, widget->text(), [widget](const QString& text) { widget->setText(text); }, what);
+  }
+
+  void measure(const QWidget* widget, const QString& text,
+               const std::function<void(const QString&)>& set_text, const std::string& what) {
     ASSERT_FALSE(text.isEmpty()) << what;
     const QImage with_text = grab(widget);
-    widget->setText(QString());
+    set_text(QString());
     const QImage ground = grab(widget);
-    widget->setText(text);
+    set_text(text);
     const double measured = textContrast(with_text, ground);
     EXPECT_GE(measured, least_contrast) << what << ": " << text.toStdString();
     if (worst_name_.empty() || measured < worst_) {
       worst_ = measured;
       worst_name_ = what;
     }
+  }
+
+  /// Lets the server answer to a sign-in so.
+  void answerSignIn(const std::string& reply) {
+    find<QLineEdit>("eva_userid")->setText(QStringLiteral("ada"));
+    network.answer(reply);
+    app().eva_submitclicked();
+    turnEventLoop();
+  }
+
+  /// The sign-in view after the server's first answer.
+  void showSignIn() {
+    network.answer("RESULT:OK\r\nVERSION:7200\r\nPASSWORD:False\r\n");
+    show("eva");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return find<QLineEdit>("eva_userid")->isVisible(); }));
   }
 
   void measureButton(QAbstractButton* button, const std::string& what) {
@@ -142,6 +164,13 @@ class ContrastTest : public DelegateTest {
       if (label->isVisible() && !label->text().isEmpty()) {
         measure(label, prefix + " label " + label->text().toStdString());
       }
+    }
+    for (auto* menu : panel()->findChildren<QComboBox*>()) {
+      if (!menu->isVisible()) continue;
+      const auto set_text = [menu](const QString& text) {
+        menu->setItemText(menu->currentIndex(), text);
+      };
+      measure(menu, menu->currentText(), set_text, prefix + " menu");
     }
     for (auto* field : panel()->findChildren<QLineEdit*>()) {
       if (!field->isVisible()) continue;
@@ -225,9 +254,30 @@ TEST_F(ContrastTest, HelpView) {
   measureAll("hv");
 }
 
-TEST_F(ContrastTest, SignInView) {
+TEST_F(ContrastTest, SignInViewWhileItWaits) {
   show("eva");
   measureAll("eva");
+}
+
+TEST_F(ContrastTest, SignInView) {
+  showSignIn();
+  measureAll("eva");
+}
+
+TEST_F(ContrastTest, SignInViewWithARefusal) {
+  showSignIn();
+  answerSignIn("RESULT:OK,DENIED\r\nMESSAGE:Your account is locked\r\n");
+  measureAll("eva");
+}
+
+TEST_F(ContrastTest, PinAndQuestions) {
+  showSignIn();
+  answerSignIn(
+      "RESULT:OK,GETINFO\r\nINPUT:USERCREATEPIN=True\r\nPINLENGTH:4\r\nINPUT:ENROL=True\r\n"
+      "QUESTIONS1:Pet,Song\r\nQUESTIONS2:Pet,Song\r\n"
+      "INPUT:SOFTTOKENURL=otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ&period=30\r\n");
+  ASSERT_EQ(openView(), "evgi");
+  measureAll("evgi");
 }
 
 TEST_F(ContrastTest, AddressView) {

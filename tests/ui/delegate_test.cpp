@@ -60,22 +60,6 @@ std::unique_ptr<talibobjc_LoginItem> SharedLoginItems::makeItem() {
   return std::make_unique<talibobjc_LoginItem>(std::make_unique<View>(*this), list.own_target);
 }
 
-UrlResponse SilentLoader::load(const UrlRequest& /*request*/) {
-  std::unique_lock lock(mutex_);
-  stopped_.wait(lock, [this] { return stop_; });
-  UrlResponse response;
-  response.error = UrlResponse::Error{"stopped", 42};
-  return response;
-}
-
-void SilentLoader::deleteCookies(const std::string& /*url*/) {}
-
-void SilentLoader::stop() {
-  const std::lock_guard lock(mutex_);
-  stop_ = true;
-  stopped_.notify_all();
-}
-
 AlertUser::AlertUser() {
   QObject::connect(&timer_, &QTimer::timeout, [this] { look(); });
   timer_.start(1);
@@ -151,6 +135,7 @@ DelegateTest::DelegateTest() {
     if (call == Call::add || call == Call::replace) ++writes_;
     return fault ? fault(call) : KeychainStatus::ok;
   };
+  network.keepWaiting();
   setSettings("AllowManual=1\n");
 }
 
@@ -176,7 +161,7 @@ void DelegateTest::launch() {
   parts.defaults = &defaults;
   parts.ini = ini_.get();
   parts.make_login_item = [this] { return login_items.makeItem(); };
-  parts.make_loader = [](std::string* /*error*/) { return std::make_unique<test::SilentLoader>(); };
+  parts.make_loader = [this](std::string* /*error*/) { return network.makeLoader(); };
   parts.show_status_item = [this] { ++status_items_shown; };
   parts.open_url = [this](const QString& address) {
     opened_pages.push_back(address.toStdString());

@@ -9,18 +9,16 @@
 #include <QPointer>
 #include <QTest>
 #include <QTimer>
-#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "platform/login_item.h"
 #include "platform/memory/memory_login_items.h"
-#include "platform/url_loading.h"
+#include "tests/enrol/script.h"
 #include "tests/platform/faulty_keychain.h"
 #include "tests/support/memory_user_defaults.h"
 #include "tests/support/private_home.h"
@@ -58,19 +56,6 @@ class SharedLoginItems {
  private:
   class View;
   std::vector<View*> views_;
-};
-
-/// A network that never answers.
-class SilentLoader final : public UrlLoader {
- public:
-  UrlResponse load(const UrlRequest& request) override;
-  void deleteCookies(const std::string& url) override;
-  void stop() override;
-
- private:
-  std::mutex mutex_;
-  std::condition_variable stopped_;
-  bool stop_ = false;
 };
 
 /// Answers the modal alerts of a scope and notes them.
@@ -192,6 +177,8 @@ class DelegateTest : public testing::Test {
   test::NoIdentifiers identifiers;
   test::MemoryUserDefaults defaults;
   test::SharedLoginItems login_items;
+  /// Answers what a test has put there; other requests wait.
+  test::Script network;
   test::AlertUser alerts;
   test::Lines opened_pages;
   int status_items_shown = 0;

@@ -1,0 +1,422 @@
+// The enrolment views: what each shows, and where.
+
+#include <QComboBox>
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "tests/ui/delegate_test.h"
+
+namespace talvane {
+namespace {
+
+using test::Lines;
+
+constexpr const char* token_line =
+    "INPUT:SOFTTOKENURL=otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ&period=30\r\n";
+constexpr const char* two_lists =
+    "INPUT:ENROL=True\r\nQUESTIONS1:Pet,Street,Song\r\nQUESTIONS2:Pet,Street,Song\r\n";
+constexpr const char* third_list = "QUESTIONS3:Pet,Street,Song\r\n";
+constexpr const char* pin_lines = "INPUT:USERCREATEPIN=True\r\nPINLENGTH:4\r\n";
+
+class EnrolmentTest : public DelegateTest {
+ protected:
+  EnrolmentTest() { setSettings("AllowManual=1\nEnrolURL=https://srv\n"); }
+
+  /// Opens the sign-in view, and lets the server answer so.
+  void signIn(const std::string& reply) {
+    network.answer(reply);
+    show("eva");
+    ASSERT_TRUE(QTest::qWaitFor([this] { return message() != "Please wait..."; }));
+  }
+  /// Submits a user name, which the server answers so.
+  void submit(const std::string& reply) {
+    if (find<QLineEdit>("eva_userid")->isVisible()) type("eva_userid", "ada");
+    network.answer(reply);
+    click("eva_submit");
+  }
+  /// Up to the view that asks for a PIN or answers.
+  void askFor(const std::string& lines) {
+    signIn("RESULT:OK\r\nVERSION:7200\r\n");
+    submit("RESULT:OK,GETINFO\r\n" + lines + token_line);
+    ASSERT_EQ(openView(), "evgi");
+  }
+
+  void type(const std::string& field, const std::string& text) {
+    auto* widget = find<QLineEdit>(field);
+    widget->clear();
+    QTest::keyClicks(widget, QString::fromStdString(text));
+    turnEventLoop();
+  }
+  std::string message() { return find<QLabel>("eva_message")->text().toStdString(); }
+  Frame place(const std::string& name) { return frameOf(find<QWidget>(name)->geometry()); }
+  bool shows(const std::string& name) { return find<QWidget>(name)->isVisible(); }
+  /// The rows of the sign-in view that show.
+  Lines signInRows() {
+    Lines rows;
+    for (const char* name : {"userid", "password", "passcode"}) {
+      const std::string field = std::string("eva_") + name;
+      EXPECT_EQ(shows(field), shows(field + "label")) << name;
+      if (shows(field)) rows.emplace_back(name);
+    }
+    return rows;
+  }
+  QColor colourOf(const std::string& label) {
+    return dynamic_cast<TextLabel*>(find<QLabel>(label))->textColour();
+  }
+  /// Picks the item as a user does.
+  void pick(int menu, int item) {
+    auto* box = find<QComboBox>("evgi_question" + std::to_string(menu));
+    box->setCurrentIndex(item);
+    emit box->activated(item);
+  }
+  std::vector<int> picked(int menus) {
+    std::vector<int> items;
+    for (int menu = 1; menu <= menus; ++menu) {
+      items.push_back(find<QComboBox>("evgi_question" + std::to_string(menu))->currentIndex());
+    }
+    return items;
+  }
+
+  struct Control {
+    const char* name;
+    std::optional<int> y;  // of its lower edge, from the panel's lower edge; nullopt: not shown
+    int height = 20;
+  };
+  void expectPlaces(int height, const std::vector<Control>& controls) {
+    EXPECT_EQ(panel()->height(), height);
+    EXPECT_EQ(panel()->width(), 260);
+    for (const Control& control : controls) {
+      EXPECT_EQ(shows(control.name), control.y.has_value()) << control.name;
+      if (!control.y) continue;
+      EXPECT_EQ(place(control.name),
+                (Frame{10, height - *control.y - control.height, 240, control.height}))
+          << control.name;
+    }
+  }
+};
+
+// The sign-in view.
+
+TEST_F(EnrolmentTest, BusyNothingCanBeTypedAndTheMessageAsksToWait) {
+  show("eva");
+  EXPECT_EQ(message(), "Please wait...");
+  EXPECT_EQ(colourOf("eva_message"), QColor(Qt::white));
+  EXPECT_EQ(signInRows(), Lines());
+  for (const char* name : {"eva_userid", "eva_password", "eva_passcode"}) {
+    EXPECT_FALSE(find<QLineEdit>(name)->isEnabled()) << name;
+    EXPECT_EQ(colourOf(name + std::string("label")), QColor(Qt::darkGray)) << name;
+  }
+  EXPECT_FALSE(button("eva_submit")->isEnabled());
+}
+
+TEST_F(EnrolmentTest, AllFieldsHaveThePasscode32PointsBelowThePassword) {
+  signIn("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
+  EXPECT_EQ(signInRows(), (Lines{"userid", "password", "passcode"}));
+  for (const char* suffix : {"", "label"}) {
+    Frame expected = place(std::string("eva_password") + suffix);
+    expected.y += 32;
+    EXPECT_EQ(place(std::string("eva_passcode") + suffix), expected);
+  }
+  EXPECT_EQ(find<QLabel>("eva_useridlabel")->text(), QStringLiteral("Username"));
+  EXPECT_EQ(find<QLabel>("eva_passwordlabel")->text(), QStringLiteral("Microsoft Password"));
+  EXPECT_EQ(find<QLabel>("eva_passcodelabel")->text(), QStringLiteral("Passcode"));
+  for (const char* name : {"eva_useridlabel", "eva_passwordlabel", "eva_passcodelabel"}) {
+    EXPECT_EQ(colourOf(name), QColor(Qt::white)) << name;
+  }
+  EXPECT_TRUE(find<QLineEdit>("eva_userid")->hasFocus());
+  EXPECT_FALSE(button("eva_submit")->isEnabled());
+  type("eva_userid", "ada");
+  EXPECT_FALSE(button("eva_submit")->isEnabled());
+  type("eva_password", "p");
+  EXPECT_TRUE(button("eva_submit")->isEnabled());
+}
+
+TEST_F(EnrolmentTest, WithoutAPasswordThePasscodeTakesItsRow) {
+  signIn("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
+  const Frame field = place("eva_password");
+  const Frame label = place("eva_passwordlabel");
+  signIn("RESULT:OK\r\nVERSION:7100\r\n");
+  EXPECT_EQ(signInRows(), (Lines{"userid", "passcode"}));
+  EXPECT_EQ(place("eva_passcode"), field);
+  EXPECT_EQ(place("eva_passcodelabel"), label);
+}
+
+TEST_F(EnrolmentTest, Version7200WithoutPasswordAndPasscodeShowsTheUserNameAlone) {
+  signIn("RESULT:OK\r\nVERSION:7200\r\n");
+  EXPECT_EQ(signInRows(), Lines{"userid"});
+}
+
+TEST_F(EnrolmentTest, Version7200WithAPasswordShowsNoPasscode) {
+  signIn("RESULT:OK\r\nVERSION:7200\r\nPASSWORD:True\r\n");
+  EXPECT_EQ(signInRows(), (Lines{"userid", "password"}));
+}
+
+TEST_F(EnrolmentTest, ChallengeIsAnsweredInTheFirstRow) {
+  signIn("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
+  const Frame field = place("eva_userid");
+  const Frame label = place("eva_useridlabel");
+  type("eva_password", "p");
+  submit("RESULT:OK,CHALLENGE\r\nPASSCODE:True\r\nPROMPT:The letters ABCD?\r\nINPUT:STATE=1\r\n");
+  EXPECT_EQ(signInRows(), Lines{"passcode"});
+  EXPECT_EQ(place("eva_passcode"), field);
+  EXPECT_EQ(place("eva_passcodelabel"), label);
+  EXPECT_EQ(message(), "The letters ABCD?");
+  EXPECT_EQ(colourOf("eva_message"), QColor(Qt::white));
+  EXPECT_TRUE(find<QLineEdit>("eva_passcode")->hasFocus());
+  EXPECT_FALSE(button("eva_submit")->isEnabled());
+  type("eva_passcode", "ABCD");
+  EXPECT_TRUE(button("eva_submit")->isEnabled());
+}
+
+TEST_F(EnrolmentTest, ChallengeWithoutAPasscodeShowsNoField) {
+  signIn("RESULT:OK\r\nVERSION:7200\r\n");
+  submit("RESULT:OK,CHALLENGE\r\nPASSCODE:False\r\nPROMPT:Press OK\r\nINPUT:STATE=1\r\n");
+  EXPECT_EQ(signInRows(), Lines());
+  EXPECT_TRUE(button("eva_submit")->isEnabled());
+}
+
+TEST_F(EnrolmentTest, RefusalStandsInRedInPlaceOfThePrompt) {
+  signIn("RESULT:OK\r\nVERSION:7200\r\n");
+  EXPECT_EQ(message(), "Please enter the following:");
+  submit("RESULT:OK,DENIED\r\nMESSAGE:Your account is locked\r\n");
+  EXPECT_EQ(message(), "Your account is locked");
+  EXPECT_GT(colourOf("eva_message").red(), 240);
+  EXPECT_LT(colourOf("eva_message").green(), 160);
+  EXPECT_LT(colourOf("eva_message").blue(), 160);
+  EXPECT_EQ(openView(), "eva");
+  EXPECT_EQ(alerts.texts(), Lines());
+}
+
+TEST_F(EnrolmentTest, LabelsAreAsWideAsTheWidestTextNeeds) {
+  setSettings("EnrolURL=https://srv\nStrPassword=A rather long name:\n");
+  signIn("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
+  const QFontMetrics metrics(find<QLabel>("eva_useridlabel")->font());
+  const int widest = metrics.horizontalAdvance(QStringLiteral("A rather long name:"));
+  for (const char* row : {"eva_userid", "eva_password", "eva_passcode"}) {
+    EXPECT_NEAR(place(row + std::string("label")).width, widest + 17, 1) << row;
+    EXPECT_NEAR(place(row).x, widest + 34, 1) << row;
+    EXPECT_NEAR(place(row).width, 260 - 51 - widest, 1) << row;
+  }
+}
+
+// The view that asks for a PIN and answers.
+
+TEST_F(EnrolmentTest, PinAndThreeQuestions) {
+  askFor(std::string(pin_lines) + two_lists + third_list);
+  expectPlaces(460, {{"evgi_pinlabel", 460 - 40 - 20},
+                     {"evgi_pin", 460 - 130},
+                     {"evgi_questionlabel", 460 - 180},
+                     {"evgi_question1", 460 - 220},
+                     {"evgi_answer1", 460 - 250},
+                     {"evgi_question2", 460 - 290},
+                     {"evgi_answer2", 460 - 320},
+                     {"evgi_question3", 460 - 360},
+                     {"evgi_answer3", 460 - 390}});
+  EXPECT_EQ(find<QLabel>("evgi_pinlabel")->text(),
+            QStringLiteral("Please choose a 4-character PIN. "));
+  EXPECT_EQ(find<QLabel>("evgi_questionlabel")->text(), QStringLiteral("Secret Questions"));
+  EXPECT_EQ(picked(3), (std::vector{0, 1, 2}));
+  EXPECT_TRUE(find<QLineEdit>("evgi_pin")->hasFocus());
+  EXPECT_EQ(
+      traced({"EVGI: "}),
+      (Lines{"EVGI: init: begin", "EVGI: init: height:460", "EVGI: init: showing PIN and ENROL",
+             "EVGI: init: 3 questions", "EVGI: checkpin:  returning NO", "EVGI: init: end"}));
+}
+
+TEST_F(EnrolmentTest, PinAndTwoQuestions) {
+  askFor(std::string(pin_lines) + two_lists);
+  expectPlaces(380, {{"evgi_pinlabel", 380 - 40 - 20},
+                     {"evgi_pin", 380 - 130},
+                     {"evgi_questionlabel", 380 - 180},
+                     {"evgi_question1", 380 - 220},
+                     {"evgi_answer1", 380 - 250},
+                     {"evgi_question2", 380 - 290},
+                     {"evgi_answer2", 380 - 320},
+                     {"evgi_question3", std::nullopt},
+                     {"evgi_answer3", std::nullopt}});
+  EXPECT_EQ(picked(2), (std::vector{0, 1}));
+}
+
+TEST_F(EnrolmentTest, PinWithRulesHasAPromptOf60Points) {
+  askFor("INPUT:USERCREATEPIN=True\r\nPINLENGTH:8\r\nUPPERCASE:1\r\nLOWERCASE:\r\n");
+  expectPlaces(270, {{"evgi_pinlabel", 270 - 40 - 60, 60},
+                     {"evgi_pin", 270 - 130},
+                     {"evgi_questionlabel", std::nullopt},
+                     {"evgi_question1", std::nullopt},
+                     {"evgi_answer1", std::nullopt},
+                     {"evgi_question2", std::nullopt},
+                     {"evgi_answer2", std::nullopt},
+                     {"evgi_question3", std::nullopt},
+                     {"evgi_answer3", std::nullopt}});
+  EXPECT_EQ(find<QLabel>("evgi_pinlabel")->text(),
+            QStringLiteral("Please choose an 8-character PIN.  (Must contain at least 1 uppercase "
+                           "and at least 0 lowercase characters)."));
+  EXPECT_EQ(traced({"EVGI: init: showing"}), Lines{"EVGI: init: showing PIN only"});
+}
+
+TEST_F(EnrolmentTest, TwoQuestionsOnly) {
+  askFor(two_lists);
+  expectPlaces(270, {{"evgi_pinlabel", std::nullopt},
+                     {"evgi_pin", std::nullopt},
+                     {"evgi_questionlabel", 270 - 60},
+                     {"evgi_question1", 270 - 100},
+                     {"evgi_answer1", 270 - 130},
+                     {"evgi_question2", 270 - 170},
+                     {"evgi_answer2", 270 - 200},
+                     {"evgi_question3", std::nullopt},
+                     {"evgi_answer3", std::nullopt}});
+  EXPECT_TRUE(find<QLineEdit>("evgi_answer1")->hasFocus());
+  EXPECT_EQ(traced({"EVGI: init: showing"}), Lines{"EVGI: init: showing QUESTIONS only"});
+}
+
+TEST_F(EnrolmentTest, ThreeQuestionsOnly) {
+  askFor(std::string(two_lists) + third_list);
+  expectPlaces(320, {{"evgi_pinlabel", std::nullopt},
+                     {"evgi_pin", std::nullopt},
+                     {"evgi_questionlabel", 320 - 60},
+                     {"evgi_question1", 320 - 100},
+                     {"evgi_answer1", 320 - 130},
+                     {"evgi_question2", 320 - 170},
+                     {"evgi_answer2", 320 - 200},
+                     {"evgi_question3", 320 - 240},
+                     {"evgi_answer3", 320 - 270}});
+}
+
+TEST_F(EnrolmentTest, NothingToAskIsTracedAndThePanelIs500High) {
+  askFor(std::string(pin_lines) + two_lists);
+  const Frame before = place("evgi_pin");
+  askFor("INPUT:GETMBNUMBER=True\r\n");
+  EXPECT_EQ(panel()->height(), 500);
+  EXPECT_EQ(place("evgi_pin"), before);
+  EXPECT_TRUE(shows("evgi_pin"));
+  EXPECT_TRUE(shows("evgi_question1"));
+  EXPECT_FALSE(shows("evgi_question3"));
+  EXPECT_EQ(traced({"EVGI: unexpected"}),
+            Lines{"EVGI: unexpected state: bUSERCREATEPIN and bENROL false"});
+}
+
+TEST_F(EnrolmentTest, SubmitIsEnabledWhileThePinIsGood) {
+  askFor(pin_lines);
+  EXPECT_FALSE(button("evgi_submit")->isEnabled());
+  type("evgi_pin", "135");
+  EXPECT_FALSE(button("evgi_submit")->isEnabled());
+  type("evgi_pin", "1357");
+  EXPECT_TRUE(button("evgi_submit")->isEnabled());
+}
+
+TEST_F(EnrolmentTest, EarlierAnswersAreFilledIn) {
+  askFor(std::string(two_lists) + third_list +
+         "QUESTION1:Song\r\nANSWER1:Yes\r\nQUESTION2:Pet\r\nANSWER2:Rex\r\nQUESTION3:Gone\r\n"
+         "ANSWER3:Lost\r\n");
+  EXPECT_EQ(picked(3), (std::vector{2, 0, 2}));
+  EXPECT_EQ(find<QLineEdit>("evgi_answer1")->text(), QStringLiteral("Yes"));
+  EXPECT_EQ(find<QLineEdit>("evgi_answer2")->text(), QStringLiteral("Rex"));
+  EXPECT_EQ(find<QLineEdit>("evgi_answer3")->text(), QString());
+}
+
+TEST_F(EnrolmentTest, SecondOfTwoMovesToItem1WhenBothAreOnItem0) {
+  askFor(two_lists);
+  clearTrace();
+  pick(2, 0);
+  EXPECT_EQ(picked(2), (std::vector{0, 1}));
+  EXPECT_EQ(traced({"EVGI: "}),
+            (Lines{"EVGI: questionselected: begin: Pet", "EVGI: questionselected: nugding up",
+                   "EVGI: questionselected: end"}));
+}
+
+TEST_F(EnrolmentTest, FirstOfTwoMovesOneLowerOffAClash) {
+  askFor(two_lists);
+  clearTrace();
+  pick(1, 1);
+  EXPECT_EQ(picked(2), (std::vector{0, 1}));
+  EXPECT_EQ(traced({"EVGI: questionselected: n"}), Lines{"EVGI: questionselected: nugding down"});
+}
+
+TEST_F(EnrolmentTest, ThirdMovesToTheFirstQuestionThatNoOtherShows) {
+  askFor(std::string(two_lists) + third_list);
+  clearTrace();
+  pick(3, 0);
+  EXPECT_EQ(picked(3), (std::vector{0, 1, 2}));
+  EXPECT_EQ(traced({"EVGI: "}),
+            (Lines{"EVGI: questionselected: begin: Pet", "EVGI: questionselected: tag: 3",
+                   "EVGI: questionselected: ok", "EVGI: questionselected: end"}));
+}
+
+TEST_F(EnrolmentTest, AnotherUserFindsTheFieldsEmpty) {
+  askFor(std::string(pin_lines) + two_lists);
+  type("evgi_pin", "1357");
+  type("evgi_answer1", "Rex");
+  click("evgi_cancel");
+  askFor(std::string(pin_lines) + two_lists);
+  EXPECT_EQ(find<QLineEdit>("evgi_pin")->text(), QString());
+  EXPECT_EQ(find<QLineEdit>("evgi_answer1")->text(), QString());
+}
+
+TEST_F(EnrolmentTest, AnswersLeadToTheTokenInTheTokenView) {
+  askFor(std::string(pin_lines) + two_lists);
+  type("evgi_pin", "1357");
+  type("evgi_answer1", "Rex");
+  type("evgi_answer2", "blue");
+  network.answer("RESULT:OK,COMPLETE");
+  click("evgi_submit");
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+  const std::string body = network.requests().back().body.value_or("");
+  EXPECT_TRUE(body.ends_with("&PIN=1357&question1=Pet&answer1=Rex&question2=Street&answer2=blue"))
+      << body;
+  EXPECT_EQ(alerts.texts(), Lines());
+}
+
+// The address view.
+
+TEST_F(EnrolmentTest, AddressThatCannotBeReachedIsShownForCorrection) {
+  network.answer(UrlResponse{0, std::nullopt, UrlResponse::Error{"Nobody there", 7}, std::nullopt});
+  show("eva");
+  ASSERT_TRUE(QTest::qWaitFor([this] { return openView() == "evgu"; }));
+  EXPECT_EQ(find<QLabel>("evgu_message")->text(), QStringLiteral("Error: [http] Nobody there [7]"));
+  EXPECT_GT(colourOf("evgu_message").red(), 240);
+  EXPECT_LT(colourOf("evgu_message").green(), 160);
+  EXPECT_EQ(find<QLineEdit>("evgu_url")->text(), QStringLiteral("https://srv"));
+  EXPECT_EQ(find<QLabel>("evgu_label")->text(),
+            QStringLiteral("Please enter the URL of your company's Talvane server taenrol page"));
+  EXPECT_EQ(colourOf("evgu_label"), QColor(Qt::white));
+  EXPECT_TRUE(find<QLineEdit>("evgu_url")->hasFocus());
+
+  type("evgu_url", "https://other");
+  network.answer("RESULT:OK\r\nVERSION:7200\r\n");
+  click("evgu_submit");
+  ASSERT_EQ(openView(), "eva");
+  ASSERT_TRUE(QTest::qWaitFor([this] { return message() != "Please wait..."; }));
+  EXPECT_EQ(signInRows(), Lines{"userid"});
+  EXPECT_EQ(network.requests().back().url, "https://other/taenrol/enrol.exe?SoftTokenMode=7200");
+}
+
+TEST_F(EnrolmentTest, CancelInTheAddressViewGoesToTheAddViewOrHome) {
+  show("evgu");
+  click("evgu_cancel");
+  EXPECT_EQ(openView(), "av");
+  setSettings("EnrolURL=https://srv\n");
+  launch();
+  show("evgu");
+  click("evgu_cancel");
+  EXPECT_EQ(openView(), "tv");
+}
+
+TEST_F(EnrolmentTest, CancelOfTheFirstRequestLeavesTheLaterSessionAlone) {
+  show("eva");
+  network.awaitRequests(1);
+  click("eva_cancel");
+  EXPECT_EQ(openView(), "av");
+  show("eva");
+  network.awaitRequests(2);
+  // Both answers arrive; the first belongs to a session that is gone.
+  network.answer("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
+  network.answer("RESULT:OK\r\nVERSION:7200\r\n");
+  ASSERT_TRUE(QTest::qWaitFor([this] { return message() != "Please wait..."; }));
+  EXPECT_EQ(openView(), "eva");
+  EXPECT_TRUE(shows("eva_userid"));
+}
+
+}  // namespace
+}  // namespace talvane
