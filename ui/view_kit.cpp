@@ -14,20 +14,6 @@ namespace talvane {
 namespace {
 
 // Where the arrows lead is the panel's affair.
-bool isArrowKey(const QKeyEvent& event) {
-  return event.key() == Qt::Key_Up || event.key() == Qt::Key_Down || event.key() == Qt::Key_Left ||
-         event.key() == Qt::Key_Right;
-}
-
-bool isPressKey(const QKeyEvent& event) {
-  return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
-}
-
-// Hover changes how a button looks, though nothing else of it.
-bool changesLook(QEvent::Type type) {
-  return type == QEvent::HoverEnter || type == QEvent::HoverLeave;
-}
-
 void drawFocusRing(QPainter& painter, const QRectF& around, qreal radius,
                    const QColor& colour = paint::focus) {
   painter.setPen(QPen(colour, 2));
@@ -194,10 +180,36 @@ void TextLabel::paintEvent(QPaintEvent* /*event*/) {
                    fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width()));
 }
 
-PanelButton::PanelButton(QWidget* parent) : QAbstractButton(parent) {
+KeyedButton::KeyedButton(QWidget* parent) : QAbstractButton(parent) {
+  setAttribute(Qt::WA_Hover);
+}
+
+void KeyedButton::keyPressEvent(QKeyEvent* event) {
+  switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      click();
+      return;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+      event->ignore();
+      return;
+    default:
+      QAbstractButton::keyPressEvent(event);
+  }
+}
+
+bool KeyedButton::event(QEvent* event) {
+  // Hover changes how it looks, though nothing else of it.
+  if (event->type() == QEvent::HoverEnter || event->type() == QEvent::HoverLeave) update();
+  return QAbstractButton::event(event);
+}
+
+PanelButton::PanelButton(QWidget* parent) : KeyedButton(parent) {
   setFont(panelFont(12));
   setFocusPolicy(Qt::StrongFocus);
-  setAttribute(Qt::WA_Hover);
 }
 
 void PanelButton::setDress(Dress dress) {
@@ -224,25 +236,12 @@ void PanelButton::paintEvent(QPaintEvent* /*event*/) {
                    fontMetrics().elidedText(text(), Qt::ElideRight, width() - 4));
 }
 
-void PanelButton::keyPressEvent(QKeyEvent* event) {
-  if (isPressKey(*event)) {
-    click();
-    return;
-  }
-  if (isArrowKey(*event)) {
-    event->ignore();
-    return;
-  }
-  QAbstractButton::keyPressEvent(event);
-}
-
 bool PanelButton::event(QEvent* event) {
-  if (changesLook(event->type())) update();
   if (event->type() == QEvent::ToolTip) {
     setToolTip(fontMetrics().horizontalAdvance(text()) > width() - 4 ? text().toHtmlEscaped()
                                                                      : QString());
   }
-  return QAbstractButton::event(event);
+  return KeyedButton::event(event);
 }
 
 PanelField::PanelField(QWidget* parent) : QLineEdit(parent) {
@@ -270,9 +269,8 @@ void PanelCheckbox::paintEvent(QPaintEvent* event) {
   drawFocusRing(painter, box.adjusted(-3, -3, 3, 3).intersected(rect()), 3);
 }
 
-CloseButton::CloseButton(QWidget* parent) : QAbstractButton(parent) {
+CloseButton::CloseButton(QWidget* parent) : KeyedButton(parent) {
   setFocusPolicy(Qt::TabFocus);
-  setAttribute(Qt::WA_Hover);
 }
 
 void CloseButton::paintEvent(QPaintEvent* /*event*/) {
@@ -285,23 +283,6 @@ void CloseButton::paintEvent(QPaintEvent* /*event*/) {
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(QPen(paint::focus, 1.5));
   painter.drawEllipse(QRectF(rect()).adjusted(1, 1, -1, -1));
-}
-
-void CloseButton::keyPressEvent(QKeyEvent* event) {
-  if (isPressKey(*event)) {
-    click();
-    return;
-  }
-  if (isArrowKey(*event)) {
-    event->ignore();
-    return;
-  }
-  QAbstractButton::keyPressEvent(event);
-}
-
-bool CloseButton::event(QEvent* event) {
-  if (changesLook(event->type())) update();
-  return QAbstractButton::event(event);
 }
 
 }  // namespace talvane

@@ -85,8 +85,18 @@ class TextLabel : public QLabel {
   QColor colour_ = paint::text;
 };
 
-/// A push button in one of the panel's dresses, by what it lies on. Return and Enter press it too.
-class PanelButton : public QAbstractButton {
+/// A push button. Return and Enter press it too; the arrow keys are left to the panel.
+class KeyedButton : public QAbstractButton {
+ public:
+  explicit KeyedButton(QWidget* parent = nullptr);
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  bool event(QEvent* event) override;
+};
+
+/// A push button in one of the panel's dresses, by what it lies on.
+class PanelButton : public KeyedButton {
  public:
   enum class Dress : std::uint8_t { toolbar, tile, light /* on a row */ };
   explicit PanelButton(QWidget* parent = nullptr);
@@ -94,7 +104,6 @@ class PanelButton : public QAbstractButton {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
-  void keyPressEvent(QKeyEvent* event) override;
   bool event(QEvent* event) override;
 
  private:
@@ -120,14 +129,12 @@ class PanelCheckbox : public QCheckBox {
 };
 
 /// The small round button that closes the panel.
-class CloseButton : public QAbstractButton {
+class CloseButton : public KeyedButton {
  public:
   explicit CloseButton(QWidget* parent = nullptr);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
-  void keyPressEvent(QKeyEvent* event) override;
-  bool event(QEvent* event) override;
 };
 
 /// Gives the whole program its one look.

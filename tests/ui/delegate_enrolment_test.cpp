@@ -372,7 +372,7 @@ TEST_F(EnrolmentTest, AnswersLeadToTheTokenInTheTokenView) {
 
 TEST_F(EnrolmentTest, AddressThatCannotBeReachedIsShownForCorrection) {
   network.answer(UrlResponse{0, std::nullopt, UrlResponse::Error{"Nobody there", 7}, std::nullopt});
-  show("eva");
+  open("eva");
   ASSERT_TRUE(QTest::qWaitFor([this] { return openView() == "evgu"; }));
   EXPECT_EQ(find<QLabel>("evgu_message")->text(), QStringLiteral("Error: [http] Nobody there [7]"));
   EXPECT_GT(colourOf("evgu_message").red(), 240);
@@ -381,6 +381,7 @@ TEST_F(EnrolmentTest, AddressThatCannotBeReachedIsShownForCorrection) {
   EXPECT_EQ(find<QLabel>("evgu_label")->text(),
             QStringLiteral("Please enter the URL of your company's Talvane server taenrol page"));
   EXPECT_EQ(colourOf("evgu_label"), QColor(Qt::white));
+  EXPECT_TRUE(QTest::qWaitForWindowActive(panel()));
   EXPECT_TRUE(find<QLineEdit>("evgu_url")->hasFocus());
 
   type("evgu_url", "https://other");
