@@ -107,6 +107,7 @@ class SoftTokenOSXAppDelegate : public QObject,
   void tv_init();
   void tv_timer();
   void tv_update();
+  void tv_paintWhatShows();
   void tv_copyclicked(const QAbstractButton* sender);
   void tv_editclicked();
   void tv_helpclicked();

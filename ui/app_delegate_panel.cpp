@@ -295,6 +295,7 @@ void SoftTokenOSXAppDelegate::scrollPanel(int movement) {
   const int top = ow->topOnScreen();
   ow->setTopOnScreen(
       scrolledTop(top, movement, menu_bar_height, ow->height(), mainScreen().height()));
+  tv_paintWhatShows();
 }
 
 void SoftTokenOSXAppDelegate::bringIntoView(const QWidget* widget) {

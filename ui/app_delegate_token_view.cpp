@@ -1,4 +1,6 @@
 #include <QDateTime>
+#include <QGuiApplication>
+#include <QScreen>
 #include <algorithm>
 
 #include "engine/text.h"
@@ -119,8 +121,21 @@ void SoftTokenOSXAppDelegate::addTokenRow(int index) {
   tvcopy.push_back(copy);
 }
 
+// Rows beyond the screens' edge are not painted until they come onto it: a panel of 32 tokens is
+// much higher than a screen.
+void SoftTokenOSXAppDelegate::tv_paintWhatShows() {
+  if (ow != tv) return;
+  const QRect screens = QGuiApplication::primaryScreen()->virtualGeometry();
+  for (FlippedImageView* row : tvtoken) {
+    const QRect place(row->mapToGlobal(QPoint(0, 0)), row->size());
+    const bool shows = place.intersects(screens);
+    if (row->updatesEnabled() != shows) row->setUpdatesEnabled(shows);
+  }
+}
+
 void SoftTokenOSXAppDelegate::tv_timer() {
   vane::log("TV : timer: ");
+  tv_paintWhatShows();
   if (timer) timer->setInterval(millisecondsToNextSecond());
   QMetaObject::invokeMethod(
       this, [this] { tv_update(); }, Qt::QueuedConnection);

@@ -1,6 +1,9 @@
 #include "ui/countdown.h"
 
 #include <QPainter>
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
 
 #include "engine/vane.h"
 #include "ui/view_kit.h"
@@ -12,8 +15,24 @@ Countdown::Countdown(const Frame& frame, QWidget* parent) : QWidget(parent) {
 }
 
 void Countdown::setValue(int value) {
-  value_ = value;
-  update();
+  const int before = std::exchange(value_, value);
+  const int old_split = splitFor(before);
+  const int new_split = splitFor(value);
+  if (before < 0 || value < 0 || restColour(before) != restColour(value)) {
+    update();
+    return;
+  }
+  // A long bar costs more than all else that a second changes: only what has become white, or the
+  // other way round.
+  update(0, std::min(old_split, new_split), width(), std::abs(new_split - old_split));
+}
+
+int Countdown::splitFor(int value) const {
+  return countdownSplit(value, period_, static_cast<float>(height()));
+}
+
+QColor Countdown::restColour(int value) const {
+  return colour(vane::ColorForValue(countdownColourIndex(value, period_)));
 }
 
 void Countdown::setPeriod(int period) {
@@ -28,13 +47,12 @@ void Countdown::paintEvent(QPaintEvent* /*event*/) {
   const auto length = static_cast<float>(height());
   vane::log("countdown:drawRect: height:{:f}  height per chunk:{:f}", length,
             length / static_cast<float>(period_ - 1));
-  const int split = countdownSplit(value_, period_, length);
+  const int split = splitFor(value_);
   QPainter painter(this);
   // Upright lines of this width, centred; filled as rectangles so that their edges are sharp.
   const int left = countdown_line_x - line_width / 2;
   if (value_ != 0) painter.fillRect(left, 0, line_width, split, Qt::white);
-  painter.fillRect(left, split, line_width, height() - split,
-                   colour(vane::ColorForValue(countdownColourIndex(value_, period_))));
+  painter.fillRect(left, split, line_width, height() - split, restColour(value_));
   vane::log("Countdown:drawRect: end");
 }
 

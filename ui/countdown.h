@@ -23,6 +23,10 @@ class Countdown : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  /// Where the white part ends, and the colour beneath it.
+  [[nodiscard]] int splitFor(int value) const;
+  [[nodiscard]] QColor restColour(int value) const;
+
   int value_ = 0;
   int period_ = 0;
 };

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
+#include <QTest>
 
 #include "engine/vane.h"
+#include "tests/ui/painted_region.h"
 
 namespace talvane {
 namespace {
@@ -89,6 +91,39 @@ TEST(CountdownBar, NegativeValueDrawsNothing) {
       for (int x = 0; x < image.width(); ++x) ASSERT_EQ(image.pixel(x, y), untouched);
     }
   }
+}
+
+// What a second paints of a bar on the screen, 290 high: 10 a second.
+QRect paintedBetween(int value, int next) {
+  vane::InitColors();
+  Countdown bar({0, 0, 12, 290}, nullptr);
+  bar.setPeriod(30);
+  bar.setValue(value);
+  bar.show();
+  QTest::qWait(20);
+  const test::PaintedRegion painted(bar);
+  bar.setValue(next);
+  QTest::qWait(20);
+  return painted.region.boundingRect();
+}
+
+TEST(CountdownBar, ASecondPaintsWhatHasBecomeWhite) {
+  EXPECT_EQ(paintedBetween(3, 4), QRect(0, 30, 12, 10));
+  EXPECT_EQ(paintedBetween(0, 1), QRect(0, 0, 12, 10));
+}
+
+TEST(CountdownBar, AClockSetBackPaintsWhatIsWhiteNoMore) {
+  EXPECT_EQ(paintedBetween(12, 3), QRect(0, 30, 12, 90));
+}
+
+TEST(CountdownBar, ANewColourPaintsAll) {
+  EXPECT_EQ(paintedBetween(19, 20), QRect(0, 0, 12, 290));
+  EXPECT_EQ(paintedBetween(29, 0), QRect(0, 0, 12, 290));
+}
+
+TEST(CountdownBar, AValueBelowZeroPaintsAll) {
+  EXPECT_EQ(paintedBetween(3, -1), QRect(0, 0, 12, 290));
+  EXPECT_EQ(paintedBetween(-1, 3), QRect(0, 0, 12, 290));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <QWheelEvent>
 
 #include "tests/ui/delegate_test.h"
+#include "tests/ui/painted_region.h"
 
 namespace talvane {
 namespace {
@@ -200,6 +201,28 @@ TEST_F(KeysTest, PanelThatIsTooHighScrollsToItsEndAndBack) {
   EXPECT_EQ(top(), screenHeight() - 2388);
   for (int i = 0; i < 10; ++i) press(Qt::Key_PageUp);
   EXPECT_EQ(top(), 22);
+}
+
+TEST_F(KeysTest, RowsBeyondTheScreenArePaintedOnceTheyComeOntoIt) {
+  test::clock_time = 0;
+  storeMany(32);
+  show("tv");
+  app().tv_timer();
+  turnEventLoop();
+  EXPECT_TRUE(rows().front()->updatesEnabled());
+  EXPECT_FALSE(rows().back()->updatesEnabled());
+
+  // The passcodes change while the last row cannot be seen.
+  test::clock_time = 30;
+  app().tv_timer();
+  turnEventLoop();
+  test::PaintedRegion painted(*passcodes().back());
+  for (int i = 0; i < 10; ++i) press(Qt::Key_PageDown);
+  turnEventLoop();
+  EXPECT_TRUE(rows().back()->updatesEnabled());
+  EXPECT_FALSE(rows().front()->updatesEnabled());
+  EXPECT_EQ(painted.region.boundingRect().height(),
+            rows().back()->height() - passcodes().back()->y());
 }
 
 TEST_F(KeysTest, RowThatGetsTheFocusComesOntoTheScreen) {
