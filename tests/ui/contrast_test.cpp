@@ -14,6 +14,8 @@
 namespace talvane {
 namespace {
 
+using test::AlertUser;
+
 constexpr double least_contrast = 4.5;
 
 double linear(int channel) {
@@ -93,9 +95,11 @@ class ContrastTest : public DelegateTest {
     }
   }
 
-  QImage grab(const QWidget* widget) {
-    const Frame frame = frameInPanel(widget);
-    return panel()->grab(rectangle(frame)).toImage().convertToFormat(QImage::Format_RGB32);
+  static QImage grab(const QWidget* widget) {
+    QWidget* window = widget->window();
+    return window->grab(QRect(widget->mapTo(window, QPoint(0, 0)), widget->size()))
+        .toImage()
+        .convertToFormat(QImage::Format_RGB32);
   }
 
   /// `Text` has text() and setText().
@@ -150,8 +154,10 @@ class ContrastTest : public DelegateTest {
     button->clearFocus();
   }
 
-  void measureAll(const std::string& prefix) {
-    for (auto* button : panel()->findChildren<QAbstractButton*>()) {
+  void measureAll(const std::string& prefix) { measureAll(*panel(), prefix); }
+
+  void measureAll(const QWidget& window, const std::string& prefix) {
+    for (auto* button : window.findChildren<QAbstractButton*>()) {
       if (!button->isVisible() || button->text().isEmpty()) continue;
       const std::string name = prefix + " button " + button->text().toStdString();
       if (button->isEnabled()) {
@@ -160,19 +166,19 @@ class ContrastTest : public DelegateTest {
         measure(button, name + ", disabled");
       }
     }
-    for (auto* label : panel()->findChildren<QLabel*>()) {
+    for (auto* label : window.findChildren<QLabel*>()) {
       if (label->isVisible() && !label->text().isEmpty()) {
         measure(label, prefix + " label " + label->text().toStdString());
       }
     }
-    for (auto* menu : panel()->findChildren<QComboBox*>()) {
+    for (auto* menu : window.findChildren<QComboBox*>()) {
       if (!menu->isVisible()) continue;
       const auto set_text = [menu](const QString& text) {
         menu->setItemText(menu->currentIndex(), text);
       };
       measure(menu, menu->currentText(), set_text, prefix + " menu");
     }
-    for (auto* field : panel()->findChildren<QLineEdit*>()) {
+    for (auto* field : window.findChildren<QLineEdit*>()) {
       if (!field->isVisible()) continue;
       field->clearFocus();
       const bool filled = !field->text().isEmpty();
@@ -284,6 +290,21 @@ TEST_F(ContrastTest, AddressView) {
   show("evgu");
   find<QLabel>("evgu_message")->setText(QStringLiteral("No enrol URL configured"));
   measureAll("evgu");
+}
+
+TEST_F(ContrastTest, Alerts) {
+  store("Mail");
+  show("cv");
+  checkboxes()[0]->setChecked(true);
+  const auto measureAlert = [this](QMessageBox& box) {
+    measureAll(box, "alert");
+    AlertUser::pressEscape(box);
+  };
+  alerts.answers.assign(2, measureAlert);
+  click("cvtrash");
+  app().simpleMessageBox(QStringLiteral("Invalid character in seed"));
+  EXPECT_EQ(alerts.texts(), (test::Lines{"Are you sure you want to delete these tokens?",
+                                         "Invalid character in seed"}));
 }
 
 }  // namespace

@@ -17,6 +17,11 @@ class ImportTest : public DelegateTest {
       "otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ&period=60&display=My+Mail";
 
   void answer(const std::string& button) { alerts.answers.push_back(AlertUser::press(button)); }
+  void dropPicture(const std::string& name) {
+    QMimeData content;
+    content.setUrls({QUrl::fromLocalFile(QString::fromStdString(PICTURES + ("/" + name)))});
+    drop(content);
+  }
   void drop(const QMimeData& content) {
     panel()->dropped(content);
     turnEventLoop();
@@ -158,14 +163,29 @@ TEST_F(ImportTest, DroppedLinkIsOffered) {
   EXPECT_EQ(storedNames(), (Lines{"Work|My Mail"}));
 }
 
-TEST_F(ImportTest, DroppedFileIsReadAsAPicture) {
+TEST_F(ImportTest, DroppedPicturesAreOffered) {
   show("tv");
-  QMimeData content;
-  content.setUrls({QUrl::fromLocalFile(QString::fromStdString(home.home() + "/none.png"))});
-  drop(content);
-  ASSERT_EQ(alerts.seen.size(), 1U);
-  EXPECT_NE(alerts.seen[0].text,
-            "Drop an otpauth:// link or a picture of its QR code (PNG or JPEG) here");
+  for (const char* name : {"token.png", "token.jpg"}) {
+    answer("YES");
+    dropPicture(name);
+  }
+  EXPECT_EQ(alerts.texts(),
+            (Lines{"Add the token \"From picture\", with a new passcode every 60 seconds?",
+                   "Add the token \"From photo\", with a new passcode every 30 seconds?"}));
+  EXPECT_EQ(storedNames(), (Lines{"From picture", "From photo"}));
+}
+
+TEST_F(ImportTest, PicturesWithoutTheOneCodeOfATokenAreTold) {
+  show("tv");
+  const std::pair<const char*, const char*> pictures[] = {
+      {"no_code.png", "No QR code"}, {"two_codes.png", "several"}, {"other_text.png", "otpauth"}};
+  for (const auto& [name, words] : pictures) {
+    alerts.seen.clear();
+    dropPicture(name);
+    ASSERT_EQ(alerts.seen.size(), 1U) << name;
+    EXPECT_NE(alerts.seen[0].text.find(words), std::string::npos) << alerts.seen[0].text;
+  }
+  EXPECT_EQ(storedNames(), Lines());
 }
 
 TEST_F(ImportTest, OtherThingsDroppedGetAHint) {
