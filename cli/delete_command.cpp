@@ -6,6 +6,7 @@
 #include "cli/command.h"
 #include "cli/failure.h"
 #include "cli/terminal.h"
+#include "platform/token_deletion.h"
 
 namespace talvane {
 namespace {
@@ -35,11 +36,9 @@ class DeleteCommand final : public Command {
     if (!yes_ && selection.names != asked_) {
       throw Failure(exit_failed, "The tokens have changed meanwhile; nothing was deleted");
     }
-    vane::DeleteTokens(selection.flags);
-    const auto& deleted = session.gateway().lastDelete();
-    if (deleted.status != KeychainStatus::ok) throw Failure(exit_keychain, deleted.words());
-    const auto& save = session.gateway().lastSave();
-    if (save.status != KeychainStatus::ok) throw Failure(exit_keychain, save.words());
+    if (const auto problem = deleteStoredTokens(session.gateway(), selection.flags)) {
+      throw Failure(exit_keychain, *problem);
+    }
     change.finish();
     for (const std::string& name : selection.names) fmt::print("Deleted {}.\n", name);
   }

@@ -107,6 +107,10 @@ class TerminalViews final : public EnrolViews {
     if (shown.shows_passcode) {
       inputs_[Field::passcode] = readLine(settings_.StrPasscode + ": ", true);
     }
+    if (!shown.shows_userid && !shown.shows_password && !shown.shows_passcode) {
+      // Something is to be done elsewhere, for example on a telephone.
+      static_cast<void>(readLine("Press Return to go on: ", false));
+    }
     if (!flow_->eva_calcsubmitstate()) {
       complain("What was left empty is needed");
       return;
@@ -117,7 +121,7 @@ class TerminalViews final : public EnrolViews {
   void askForUser() {
     const std::string before = inputs_[Field::userid].get();
     const std::string kept = before.empty() ? "" : fmt::format(" [{}]", printable(before));
-    const auto answer = readLine(settings_.StrUsername + kept + ": ", false);
+    const std::string answer = readLine(settings_.StrUsername + kept + ": ", false);
     if (before.empty() || !answer.empty()) inputs_[Field::userid] = answer;
   }
 
@@ -129,7 +133,7 @@ class TerminalViews final : public EnrolViews {
     if (client->bUSERCREATEPIN) {
       fmt::print(stderr, "{}\n", printable(pinPrompt(*client)));
       info_.pin = readLine("PIN: ", true);
-      if (isatty(STDIN_FILENO) != 0 && readLine("PIN again: ", true) != info_.pin) {
+      if (isatty(STDIN_FILENO) != 0 && readLine("PIN again: ", true).get() != info_.pin) {
         complain("The two are not the same");
         return;
       }
@@ -164,7 +168,7 @@ class TerminalViews final : public EnrolViews {
       fmt::print(stderr, "  {} {}\n", i + 1, printable(offered[i]));
     }
     for (;;) {
-      const auto answer =
+      const std::string answer =
           readLine(fmt::format("Question {} (1 to {}): ", which + 1, offered.size()), false);
       std::size_t number = 0;
       const char* end = answer.data() + answer.size();
@@ -209,7 +213,11 @@ class EnrolCommand final : public Command {
       throw Failure(exit_failed, settings.StrErrNoEnrolURL + "; give the server's address");
     }
     // Asked for first: what the server hands out must have a place to go.
-    session.readTokens();
+    const Session::Tokens tokens = session.readTokens();
+    if (!tokens.problem.empty()) throw Failure(exit_keychain, tokens.problem);
+    if (tokens.list.size() == vane::max_tokens) {
+      throw Failure(exit_failed, "All 32 slots hold tokens; delete one first");
+    }
     TerminalViews views(settings);
     EnrolFlow flow({&views, &settings, &session.gateway(), session.keychain().service.get(),
                     [](std::string* error) { return makeUrlLoader(error); }});

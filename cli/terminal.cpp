@@ -147,13 +147,14 @@ TerminalState::~TerminalState() {
   }
 }
 
-std::string readLine(std::string_view prompt, bool secret) {
+Cleared<std::string> readLine(std::string_view prompt, bool secret) {
   constexpr std::size_t longest = 65536;
   const bool on_terminal = isatty(STDIN_FILENO) == 1;
   std::optional<TerminalState> unseen;
   if (on_terminal && secret) unseen.emplace(TerminalState::Mode::unseen_line);
   if (on_terminal) std::cerr << prompt << std::flush;
-  std::string line;
+  Cleared<std::string> kept;
+  std::string& line = kept.mutableValue();
   line.reserve(secret ? longest : 0);  // no growing: it would leave pieces behind
   int character = 0;
   while ((character = std::cin.get()) != EOF && character != '\n' && line.size() < longest) {
@@ -166,11 +167,12 @@ std::string readLine(std::string_view prompt, bool secret) {
   if (character == EOF && line.empty()) {
     throw Failure(exit_usage, "Nothing was given on standard input; type it or pipe it in");
   }
-  return std::string(withoutLineEnds(line));
+  line.resize(withoutLineEnds(line).size());
+  return kept;
 }
 
 bool confirm(std::string_view question) {
-  const std::string answer = lowerCase(readLine(std::string(question) + " [y/N] ", false));
+  const std::string answer = lowerCase(readLine(std::string(question) + " [y/N] ", false).get());
   return answer == "y" || answer == "yes";
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "engine/cleared.h"
+
 namespace talvane {
 
 /// The text with control characters and bytes that are not UTF-8 replaced, so that a name cannot
@@ -20,7 +22,7 @@ std::size_t columnsOf(std::string_view text);
 /// One line from standard input, without its line end. On a terminal the prompt is shown on
 /// standard error, and what is typed is not shown when `secret`. Throws Failure at the end of
 /// input, and for a line that is longer than any that makes sense.
-std::string readLine(std::string_view prompt, bool secret);
+Cleared<std::string> readLine(std::string_view prompt, bool secret);
 
 /// Asks a yes-or-no question on the terminal; anything but yes is no.
 bool confirm(std::string_view question);

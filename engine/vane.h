@@ -96,8 +96,8 @@ class vane {
   static void DeleteToken(std::uint32_t index);
   /// Deletes the tokens at the positions whose flag is set and moves the later ones down. Ends
   /// early, with the rest where it was, when a token cannot be written to its new slot or the
-  /// keychain does not answer.
-  static void DeleteTokens(std::span<const std::uint8_t, max_tokens> selected);
+  /// keychain does not answer. False: not all of them are gone.
+  static bool DeleteTokens(std::span<const std::uint8_t, max_tokens> selected);
 
   // Token creation.
 

@@ -26,12 +26,21 @@ std::string withHttps(const std::string& url) {
 
 }  // namespace
 
+std::optional<std::string> problemWithAddress(const std::string& url, bool allow_http) {
+  if (!url.starts_with("http://") && !url.starts_with("https://")) {
+    return "Invalid URL (must begin with http:// or https://)";
+  }
+  if (url.starts_with("http://") && !allow_http) return "Http not allowed";
+  return std::nullopt;
+}
+
 EnrolFlow::EnrolFlow(Parts parts)
     : parts_(std::move(parts)), views_(*parts_.views), ini_(*parts_.ini) {}
 
-EnrolFlow::~EnrolFlow() {
+void EnrolFlow::end() {
   if (loader_ != nullptr) loader_->stop();
   for (Worker& worker : workers_) worker.thread.join();
+  workers_.clear();
 }
 
 void EnrolFlow::eva_init() {
@@ -39,6 +48,8 @@ void EnrolFlow::eva_init() {
   eva_pleasewait_ = true;
   views_.setAuthenticationMessage("");
   views_.enableAuthenticationSubmit(false);
+  // A PIN that an earlier session refused must not keep this one's answers from being sent.
+  views_.enableGetInfoSubmit(true);
   ending_.reset();
   std::string unavailable;
   if (loader_ == nullptr) loader_ = parts_.make_loader(&unavailable);
@@ -55,10 +66,7 @@ void EnrolFlow::eva_init() {
 // On the worker: touches nothing but what it is given.
 std::optional<std::string> EnrolFlow::threadStart(TaHttp& http, const std::string& url,
                                                   bool allow_http) {
-  if (!url.starts_with("http://") && !url.starts_with("https://")) {
-    return "Invalid URL (must begin with http:// or https://)";
-  }
-  if (url.starts_with("http://") && !allow_http) return "Http not allowed";
+  if (auto problem = problemWithAddress(url, allow_http)) return problem;
   vane::log("EVA: threadstart: doing initial GET...");
   http.get(url);
   vane::log("EVA: threadstart: http result: {}", http.status());
@@ -154,7 +162,14 @@ void EnrolFlow::eva_submitclicked() {
   views_.eva_layout();
   const std::optional<std::string> error = submit();
   eva_pleasewait_ = false;
-  if (!error) return;
+  if (!error) {
+    // The final request could not be made: nothing is under way that would be worth waiting for.
+    if (session_ == nullptr && ending_ && views_.showsAuthentication()) {
+      views_.setAuthenticationMessage(ending_->problem);
+      views_.eva_layout();
+    }
+    return;
+  }
   vane::log("EVA: submitclicked: result: {}", *error);
   if (session_ != nullptr) session_->client.bChallenge = false;
   views_.setAuthenticationMessage(*error);
@@ -297,6 +312,7 @@ void EnrolFlow::storeToken() {
     ending_->problem = change.error();
   } else {
     std::int32_t slot = vane::slot_of_same_name;
+    parts_.gateway->forgetOutcomes();
     const bool written = vane::WriteToken(&slot, *session_->client.SOFTTOKEN);
     const auto& save = parts_.gateway->lastSave();
     if (!written) {

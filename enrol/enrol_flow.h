@@ -62,9 +62,12 @@ class EnrolViews {
   virtual void performOnMainThread(std::function<void()> work) = 0;
 };
 
+/// Why the server's address cannot be used; nullopt: it can. Tells "http" from "HTTP".
+std::optional<std::string> problemWithAddress(const std::string& url, bool allow_http);
+
 class EnrolFlow {
  public:
-  /// Borrows all but the loader; `makeLoader` is called when the first session starts.
+  /// Borrows all but the loader; `make_loader` is called when the first session starts.
   struct Parts {
     EnrolViews* views = nullptr;
     Ini* ini = nullptr;
@@ -73,10 +76,12 @@ class EnrolFlow {
     std::function<std::unique_ptr<UrlLoader>(std::string* error)> make_loader;
   };
   explicit EnrolFlow(Parts parts);
-  /// Ends the requests under way and waits for the workers.
-  ~EnrolFlow();
+  ~EnrolFlow() { end(); }
   EnrolFlow(const EnrolFlow&) = delete;
   EnrolFlow& operator=(const EnrolFlow&) = delete;
+
+  /// Ends the requests under way and waits for the workers; there are no sessions after it.
+  void end();
 
   /// Starts a session; what is left of an earlier one is replaced.
   void eva_init();

@@ -57,6 +57,9 @@ class TaEnrolClient {
   std::string ANSWER3;
 
   TaEnrolClient() { defaultValues(); }
+  ~TaEnrolClient() { clearSecrets(); }
+  TaEnrolClient(const TaEnrolClient&) = delete;
+  TaEnrolClient& operator=(const TaEnrolClient&) = delete;
 
   /// Everything as it is at first, but for `VERSION`, on which `bPASSCODE` depends.
   void defaultValues();
@@ -96,6 +99,7 @@ class TaEnrolClient {
   static Questions parseQuestions(std::string_view text);
 
  private:
+  void clearSecrets();
   std::optional<std::string> parseInput(const Line& line);
   bool parseText(const Line& line);
   std::optional<std::string> parseNumber(const Line& line, bool* known);

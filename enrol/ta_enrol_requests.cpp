@@ -1,5 +1,6 @@
 #include <string>
 
+#include "engine/cleared.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "enrol/percent_escapes.h"
@@ -24,10 +25,19 @@ std::string checkCode(const SoftTokenInfo& token, const std::optional<std::strin
 
 }  // namespace
 
+void TaEnrolClient::clearSecrets() {
+  if (post) clearMemory(post->data(), post->size());
+  for (std::string* text : {&SOFTTOKENURL, &PIN, &ANSWER1, &ANSWER2, &ANSWER3}) {
+    clearMemory(text->data(), text->size());
+    text->clear();
+  }
+  post.reset();
+}
+
 void TaEnrolClient::defaultValues() {
   vane::log("TaEnrolClient: defaultValues");
   const std::int64_t version = VERSION;
-  post.reset();
+  clearSecrets();
   bMessage = false;
   MESSAGE.clear();
   bRedirectHttps = false;
@@ -35,22 +45,18 @@ void TaEnrolClient::defaultValues() {
   bPASSCODE = version < 7200;
   bChallenge = false;
   RESULT = Result::unknown;
-  SOFTTOKENURL.clear();
   bUSERCREATEPIN = false;
   bGETMBNUMBER = false;
   bENROL = false;
   PROMPT.clear();
   UPPERCASE = 0;
   LOWERCASE = 0;
-  PIN.clear();
   PINLENGTH = 0;
   SOFTTOKEN.reset();
   QUESTIONS1.reset();
   QUESTIONS2.reset();
   QUESTIONS3.reset();
-  for (std::string* text : {&QUESTION1, &QUESTION2, &QUESTION3, &ANSWER1, &ANSWER2, &ANSWER3}) {
-    text->clear();
-  }
+  for (std::string* text : {&QUESTION1, &QUESTION2, &QUESTION3}) text->clear();
 }
 
 void TaEnrolClient::addToPOST(std::string_view name, std::string_view value) {

@@ -75,6 +75,8 @@ class KeychainService {
   /// interruption leaves all or none. endChange reports whether they were kept. Calls do not nest.
   [[nodiscard]] virtual KeychainStatus beginChange() { return KeychainStatus::ok; }
   [[nodiscard]] virtual KeychainStatus endChange() { return KeychainStatus::ok; }
+  /// In place of endChange: what was done since beginChange is undone where the keychain can.
+  virtual void abandonChange() {}
 };
 
 }  // namespace talvane

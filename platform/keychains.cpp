@@ -46,6 +46,7 @@ class RememberedKeychain final : public KeychainService {
   void endReading() override { keychain_->endReading(); }
   KeychainStatus beginChange() override { return keychain_->beginChange(); }
   KeychainStatus endChange() override { return keychain_->endChange(); }
+  void abandonChange() override { keychain_->abandonChange(); }
 
  private:
   bool remember() {
@@ -120,6 +121,9 @@ class LazyKeychain final : public KeychainService {
   KeychainStatus endChange() override {
     if (!std::exchange(changing_, false)) return KeychainStatus::not_available;
     return keychain_.service->endChange();
+  }
+  void abandonChange() override {
+    if (std::exchange(changing_, false)) keychain_.service->abandonChange();
   }
 
  private:

@@ -35,6 +35,7 @@ std::string wordsFor(AuthUrlProblem problem) {
 
 NewTokenResult storeNewToken(vaneinterface& gateway, const SoftTokenInfo& token) {
   NewTokenResult result;
+  gateway.forgetOutcomes();
   if (const auto error = vane::NewToken(token, &result.response, &result.slot, false)) {
     result.kind = NewTokenResult::Kind::refused;
     result.error = *error;
@@ -51,7 +52,7 @@ NewTokenResult storeNewToken(vaneinterface& gateway, const SoftTokenInfo& token)
     return result;
   }
   std::unique_ptr<SoftTokenInfo> stored;
-  if (!vane::ReadToken(static_cast<std::uint32_t>(result.slot), &stored) ||
+  if (!gateway.hasSaved() || !vane::ReadToken(static_cast<std::uint32_t>(result.slot), &stored) ||
       stored->description != token.description) {
     result.kind = NewTokenResult::Kind::unsealed;
     result.error = "This seed cannot be sealed on this computer; ask for another one";

@@ -15,7 +15,7 @@ StoreChange::StoreChange(KeychainService& keychain) : lock_(dataFolder()), keych
 }
 
 StoreChange::~StoreChange() {
-  if (open_) static_cast<void>(keychain_.endChange());
+  if (open_) keychain_.abandonChange();
 }
 
 bool StoreChange::finish() {

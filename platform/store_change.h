@@ -8,7 +8,8 @@
 namespace talvane {
 
 /// A change of the user's store, from its first read to its last write: holds the per-user lock,
-/// and makes one change of it where the keychain can. Given up unless it is finished.
+/// and makes one change of it where the keychain can. Unless it is finished it is given up, and
+/// undone where the keychain can.
 class StoreChange {
  public:
   /// Borrows the keychain.

@@ -17,6 +17,10 @@ bool isAnswer(KeychainStatus status) {
 
 }  // namespace
 
+bool vaneinterface::Outcome::answered() const {
+  return isAnswer(status) || status == KeychainStatus::cannot_decode;
+}
+
 std::string vaneinterface::Outcome::words() const {
   return error.starts_with("ERR ") ? error.substr(4) : error;
 }
@@ -28,7 +32,14 @@ vaneinterface::Outcome vaneinterface::failure(KeychainStatus status) {
   return {status, fmt::format("ERR {} [{}]", keychain_.message(status), static_cast<int>(status))};
 }
 
+void vaneinterface::forgetOutcomes() {
+  has_saved_ = false;
+  last_save_ = {};
+  last_delete_ = {};
+}
+
 bool vaneinterface::KeyChainSave(const std::string& name, const Record& data) {
+  has_saved_ = true;
   if (const auto failed = failed_loads_.find(name); failed != failed_loads_.end()) {
     in_trouble_ = true;
     last_save_ = failure(failed->second);

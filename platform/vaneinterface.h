@@ -22,6 +22,8 @@ class vaneinterface final : public Gateway {
     KeychainStatus status = KeychainStatus::ok;
     std::string error = "OK";
 
+    /// Whether the keychain answered, be it with a damaged item.
+    [[nodiscard]] bool answered() const;
     /// `error` as a sentence of its own, without the leading "ERR ".
     [[nodiscard]] std::string words() const;
   };
@@ -48,6 +50,11 @@ class vaneinterface final : public Gateway {
   /// Whether log lines go to the console too (standard error); on until switched off.
   void setConsole(bool on) { console_ = on; }
 
+  /// What calls before this came to no longer counts: `lastSave` and `lastDelete` are "OK" until
+  /// there is a new one.
+  void forgetOutcomes();
+  /// Whether there was a save since.
+  [[nodiscard]] bool hasSaved() const { return has_saved_; }
   [[nodiscard]] const Outcome& lastLoad() const { return last_load_; }
   [[nodiscard]] const Outcome& lastSave() const { return last_save_; }
   /// Of a removal whose look-up failed, the failure, though the removal itself counts as done.
@@ -61,6 +68,7 @@ class vaneinterface final : public Gateway {
   bool console_ = true;
   std::map<std::string, KeychainStatus> failed_loads_;  // by record, while its last load failed
   bool in_trouble_ = false;
+  bool has_saved_ = false;
   Outcome last_load_;
   Outcome last_save_;
   Outcome last_delete_;

@@ -273,6 +273,8 @@ class CurlLoader final : public UrlLoader {
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    // A name server that does not answer holds up neither an end nor a limit.
+    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(handle, CURLOPT_FILETIME, 0L);
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, words.data());
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &Exchange::takeBody);

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <fstream>
 #include <sstream>
 #include <vector>
@@ -16,6 +17,8 @@
 
 namespace talvane {
 namespace {
+
+constexpr std::size_t longest_entry = std::size_t{1} << 20;  // of the user database, bytes
 
 // What a source looked like when it was read; another stamp means that it has changed.
 struct Stamp {
@@ -133,15 +136,19 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
     const uid_t uid = getuid();
     if (account_read_ && uid == uid_) return;
     uid_ = uid;
-    account_read_ = true;
     login_name_.clear();
     user_.clear();
     std::vector<char> buffer(16384);
     passwd entry{};
     passwd* found = nullptr;
-    if (getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr) {
-      return;
+    int error = 0;
+    while ((error = getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found)) == ERANGE &&
+           buffer.size() < longest_entry) {
+      buffer.resize(buffer.size() * 2);
     }
+    // A directory service that does not answer yet is asked again the next time.
+    account_read_ = error == 0;
+    if (found == nullptr) return;
     login_name_ = entry.pw_name;
     // The UUID that directory services give to a local user id.
     user_ = fmt::format("{}{}{}FFFFEEEE-DDDD-CCCC-BBBB-AAAA{:08X}", login_name_,

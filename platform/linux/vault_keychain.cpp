@@ -112,6 +112,12 @@ class VaultKeychain final : public KeychainService {
     return finished(std::move(outcome));
   }
 
+  void abandonChange() override {
+    change_pending_ = false;
+    snapshot_.reset();
+    transaction_.reset();
+  }
+
  private:
   struct Transaction {
     std::unique_ptr<VaultDatabase> database;

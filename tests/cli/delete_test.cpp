@@ -146,6 +146,17 @@ TEST(Delete, SeveralDamagedRecordsGiveWayToThoseTheyHid) {
   EXPECT_EQ(home.names(), (Strings{"A", "D"}));
 }
 
+TEST(Delete, NothingIsDeletedWhenADamagedRecordKeepsSomeFromBeing) {
+  CliHome home;
+  withTokens(home, {"A", "B", "C", "D"});
+  home.damage(2);
+  const auto before = home.files();
+  const Ended ended = home.run({"delete", "--yes", "A", "B"});
+  expectFailure(ended, 4, "could not be deleted");
+  EXPECT_EQ(ended.out, "");
+  EXPECT_EQ(home.changedSince(before), Strings{});
+}
+
 TEST(Delete, GapIsClosed) {
   CliHome home;
   withTokens(home, {"A", "B", "C", "D"});

@@ -188,6 +188,43 @@ TEST_F(Enrol, SecretsAreNotShownOnTheTerminal) {
   EXPECT_EQ(terminal->shown().find("secret"), std::string::npos);
 }
 
+TEST_F(Enrol, NoPlaceForTheTokenIsToldBeforeTheServerIsAsked) {
+  for (int i = 0; i < 32; ++i) home.add("Token " + std::to_string(i));
+  expectFailure(home.run({"enrol", "http://127.0.0.1:9"}, "anna\n"), 1, "All 32 slots hold tokens");
+}
+
+TEST_F(Enrol, DamagedRecordIsToldBeforeTheServerIsAsked) {
+  home.add("A");
+  home.damage(0);
+  expectFailure(home.run({"enrol", "http://127.0.0.1:9"}, "anna\n"), 4, "delete 0");
+}
+
+// A server that wants something done elsewhere, for as long as it is asked.
+TEST_F(Enrol, ChallengeWithoutAFieldWaitsForTheUser) {
+  httplib::Server elsewhere;
+  int posts = 0;
+  elsewhere.Get(".*", [](const httplib::Request& /*request*/, httplib::Response& response) {
+    response.set_content("RESULT:OK\r\nVERSION:7200\r\n", "text/plain");
+  });
+  elsewhere.Post(".*", [&posts](const httplib::Request& /*request*/, httplib::Response& response) {
+    ++posts;
+    response.set_content(
+        "RESULT:OK,CHALLENGE\r\nPASSCODE:False\r\nPROMPT:Confirm on your phone\r\n"
+        "INPUT:STATE=1\r\n",
+        "text/plain");
+  });
+  const int port = elsewhere.bind_to_any_port("127.0.0.1");
+  std::thread serving([&elsewhere] { elsewhere.listen_after_bind(); });
+  while (!elsewhere.is_running()) std::this_thread::yield();
+  const Ended ended = home.run({"enrol", "http://127.0.0.1:" + std::to_string(port)}, "anna\n\n");
+  elsewhere.stop();
+  serving.join();
+  EXPECT_EQ(ended.exit_code, 2) << ended.err;
+  EXPECT_NE(ended.err.find("Confirm on your phone"), std::string::npos) << ended.err;
+  // The user's name, and one Return.
+  EXPECT_EQ(posts, 2);
+}
+
 // A server that says what time it is by its own clock, which is off by so many seconds.
 class OffClockServer {
  public:

@@ -172,6 +172,19 @@ TEST_F(FlowFinalTest, SeedThatCannotBeUsedLeavesTheViewAsItIs) {
   EXPECT_EQ(views.open, View::tv);
 }
 
+TEST_F(FlowFinalTest, SeedThatCannotBeUsedIsToldWhereNothingElseIsAsked) {
+  views.open = View::eva;
+  startFilledIn();
+  submit(
+      "RESULT:OK,GETINFO\r\n"
+      "INPUT:SOFTTOKENURL=otpauth://totp/Work?secret=TOOSHORT\r\n");
+  EXPECT_EQ(views.open, View::eva);
+  EXPECT_EQ(views.message, "ERR NewToken failed");
+  EXPECT_EQ(views.calls.back(), "layout");
+  EXPECT_FALSE(views.submit_enabled);
+  EXPECT_FALSE(flow->pleasewait());
+}
+
 TEST_F(FlowFinalTest, TokenOfTheSameNameIsReplaced) {
   for (int i = 0; i < 3; ++i) {
     startGetInfo("INPUT:GETMBNUMBER=True\r\n");

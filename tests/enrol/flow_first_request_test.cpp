@@ -91,6 +91,16 @@ TEST_F(FlowFirstRequestTest, AddressesThatAreRefused) {
   EXPECT_TRUE(script.requests().empty());
 }
 
+TEST(ProblemWithAddress, UpperCaseSchemesAreInvalid) {
+  const std::string invalid = "Invalid URL (must begin with http:// or https://)";
+  for (const char* address : {"HTTP://srv", "Http://srv", "HTTPS://srv", "hTTps://srv"}) {
+    EXPECT_EQ(problemWithAddress(address, true), invalid) << address;
+  }
+  EXPECT_EQ(problemWithAddress("http://srv", true), std::nullopt);
+  EXPECT_EQ(problemWithAddress("https://srv", false), std::nullopt);
+  EXPECT_EQ(problemWithAddress("http://srv", false), "Http not allowed");
+}
+
 // The address is in lower case by the time it is looked at.
 TEST_F(FlowFirstRequestTest, HttpIsTakenWhereItIsAllowed) {
   ini.bAllowHTTP = true;

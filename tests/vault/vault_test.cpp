@@ -278,6 +278,23 @@ TEST(Vault, ChangesTogetherAreUndoneWithoutAnEnd) {
   EXPECT_EQ(statusOf(*folder.open(), "token 1"), Status::item_not_found);
 }
 
+TEST(Vault, AChangeThatIsAbandonedIsUndone) {
+  const VaultFolder folder;
+  folder.fill(1);
+  const auto keychain = folder.open();
+  ASSERT_EQ(keychain->beginChange(), Status::ok);
+  ASSERT_EQ(store(*keychain, "token 0", "newer"), Status::ok);
+  ASSERT_EQ(store(*keychain, "token 1", "added"), Status::ok);
+  keychain->abandonChange();
+  EXPECT_EQ(secretIn(*keychain, "token 0"), "secret 0");
+  EXPECT_EQ(statusOf(*folder.open(), "token 1"), Status::item_not_found);
+  // The next change is one of its own.
+  ASSERT_EQ(keychain->beginChange(), Status::ok);
+  ASSERT_EQ(store(*keychain, "token 0", "newest"), Status::ok);
+  ASSERT_EQ(keychain->endChange(), Status::ok);
+  EXPECT_EQ(secretIn(*folder.open(), "token 0"), "newest");
+}
+
 TEST(Vault, AFailedChangeUndoesThoseWithIt) {
   const VaultFolder folder;
   folder.fill(1);
