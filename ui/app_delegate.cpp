@@ -39,6 +39,8 @@ SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
 SoftTokenOSXAppDelegate::~SoftTokenOSXAppDelegate() {
   timer.reset();
   windows_.clear();
+  // Its worker still writes to the log.
+  flow_.end();
   vane::SetInterface(nullptr);
 }
 
@@ -136,7 +138,8 @@ SoftTokenWindow* SoftTokenOSXAppDelegate::makeWindow(int height,
   SoftTokenWindow* window = windows_.back().get();
   fill(window->contentView());
   window->setContentView(window->contentView());
-  window->key_pressed = [this](QKeyEvent& event) { return keyPressed(event); };
+  window->key_pressed = [this, window](QKeyEvent& event) { return keyPressed(window, event); };
+  window->closed_by_user = [this, window] { closeWindow(window, false); };
   window->wheel_turned = [this](int points) { scrollPanel(points); };
   window->dropped = [this](const QMimeData& what) { takeDropped(what); };
   return window;
@@ -217,7 +220,10 @@ void SoftTokenOSXAppDelegate::connectControls() {
       {evgu_cancel, &Delegate::evgu_cancelclicked},
   };
   for (const auto& [button, action] : actions) {
-    connect(button, &QAbstractButton::clicked, this, action);
+    // A click that waited while the program worked may be for a view that is open no more.
+    connect(button, &QAbstractButton::clicked, this, [this, pressed = button, act = action] {
+      if (pressed->window() == ow) (this->*act)();
+    });
   }
 }
 

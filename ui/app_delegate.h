@@ -190,7 +190,7 @@ class SoftTokenOSXAppDelegate : public QObject,
   void releaseClosedPanel();
   void clearTokenRows();
   void clearManagementRows();
-  bool keyPressed(const QKeyEvent& event);
+  bool keyPressed(const SoftTokenWindow* window, const QKeyEvent& event);
   /// Upwards is negative, in points.
   void scrollPanel(int movement);
   void bringIntoView(const QWidget* widget);
@@ -233,7 +233,7 @@ class SoftTokenOSXAppDelegate : public QObject,
   bool mayAddTokens();
   NewTokenResult storeToken(const SoftTokenInfo& token);
   void createTypedToken();
-  void deleteTokens(const std::array<std::uint8_t, vane::max_tokens>& selected);
+  std::string deleteTokens(const std::array<std::uint8_t, vane::max_tokens>& selected);
   void saveDescriptions();
   void showLoginItem();
 
@@ -266,6 +266,7 @@ class SoftTokenOSXAppDelegate : public QObject,
 
   SoftTokenWindow* ow = nullptr;
   bool bOpen = false;
+  bool refreshing_ = false;
   QWidget* content = nullptr;
   CloseButton* close = nullptr;
   FlippedView* bg = nullptr;

@@ -12,6 +12,7 @@ namespace {
 constexpr int control_x = 10;
 constexpr int control_width = 240;
 constexpr int control_height = 20;
+constexpr int most_questions = 1000;  // of one menu, whatever the server sends
 
 // A frame of the get-info view, given from its lower edge.
 QRect upwards(int y, int height, int view_height) {
@@ -88,7 +89,7 @@ std::string SoftTokenOSXAppDelegate::input(Field field) {
 }
 
 void SoftTokenOSXAppDelegate::clear(Field field) {
-  fieldOf(field)->clear();
+  forget(*fieldOf(field));
 }
 
 EnrolViews::GetInfoInput SoftTokenOSXAppDelegate::getInfoInput() {
@@ -224,7 +225,7 @@ void SoftTokenOSXAppDelegate::evgi_init() {
   const int height = evgi_height();
   const QString prompt = QString::fromStdString(pinPrompt(*client));
   evgi_pinlabel->showText(prompt);
-  evgi_pin->clear();
+  forget(*evgi_pin);
   evgi_pin->setAccessibleName(prompt);
   evgi_questionlabel->showText(QString::fromStdString(ini.StrSecretQuestions));
   evgi_pinlabel->setTextColour(Qt::white);
@@ -235,11 +236,14 @@ void SoftTokenOSXAppDelegate::evgi_init() {
   for (std::size_t i = 0; i < lists.size(); ++i) {
     QComboBox* menu = questionMenus()[i];
     menu->clear();
-    answerFields()[i]->clear();
+    forget(*answerFields()[i]);
     answerFields()[i]->setAccessibleName(QStringLiteral("Answer %1").arg(i + 1));
     menu->setAccessibleName(evgi_questionlabel->text() + QStringLiteral(" %1").arg(i + 1));
     if (!*lists[i]) continue;
-    for (const std::string& question : **lists[i]) menu->addItem(QString::fromStdString(question));
+    for (const std::string& question : **lists[i]) {
+      if (menu->count() == most_questions) break;
+      menu->addItem(QString::fromStdString(question));
+    }
     menu->setCurrentIndex(std::min(static_cast<int>(i), menu->count() - 1));
   }
   vane::log("EVGI: init: height:{}", height);
@@ -259,8 +263,8 @@ void SoftTokenOSXAppDelegate::evgi_init() {
     vane::log("EVGI: unexpected state: bUSERCREATEPIN and bENROL false");
   } else {
     vane::log("EVGI: init: {}", nameOf(state));
-    if (client->QUESTIONS3) vane::log("EVGI: init: 3 questions");
     const GetInfoPlaces places = getInfoPlaces(*client, height);
+    if (places.questions[2]) vane::log("EVGI: init: 3 questions");
     place(evgi_pinlabel, places.pin_label, pinPromptHeight(*client), height);
     place(evgi_pin, places.pin, control_height, height);
     place(evgi_questionlabel, places.question_label, control_height, height);

@@ -3,6 +3,7 @@
 #include "engine/text.h"
 #include "platform/new_token.h"
 #include "platform/store_change.h"
+#include "platform/token_deletion.h"
 #include "ui/alert.h"
 #include "ui/app_delegate.h"
 
@@ -95,7 +96,9 @@ void SoftTokenOSXAppDelegate::cv_trashclicked() {
       Alert::ask(alertParent(), QString::fromStdString(ini.StrDeleteAreYouSure));
   if (result == Alert::Result::alternate_return) {
     vane::log("CV : trashclicked: delete tokens confirmation returned YES");
-    deleteTokens(selected);
+    if (const std::string words = deleteTokens(selected); !words.empty()) {
+      simpleMessageBox(QString::fromStdString(words));
+    }
     QMetaObject::invokeMethod(
         this,
         [this] {
@@ -111,51 +114,42 @@ void SoftTokenOSXAppDelegate::cv_trashclicked() {
   vane::log("CV : trashclicked: end");
 }
 
-void SoftTokenOSXAppDelegate::deleteTokens(
+// What went wrong, for the user, who is told when others may change the store again.
+std::string SoftTokenOSXAppDelegate::deleteTokens(
     const std::array<std::uint8_t, vane::max_tokens>& selected) {
   StoreChange change(*parts_.keychain);
-  if (!change.begun()) {
-    simpleMessageBox(QString::fromStdString(change.error()));
-    return;
-  }
+  if (!change.begun()) return change.error();
   // What was confirmed is what the user saw: another program may have moved the slots meanwhile.
   vane::TokenArray stored;
   const std::int32_t count = vane::ReadAllTokens(stored);
-  if (const std::string trouble = readingTrouble(count); !trouble.empty()) {
-    simpleMessageBox(QString::fromStdString(trouble));
-    return;
-  }
+  if (std::string trouble = readingTrouble(count); !trouble.empty()) return trouble;
   for (std::int32_t n = 0; n < TOKENS; ++n) {
     const auto i = static_cast<std::size_t>(n);
     if (n < count && isSameToken(*stored[i], *TOKEN[i])) continue;
-    simpleMessageBox(QStringLiteral("The tokens have changed meanwhile; nothing was deleted"));
-    return;
+    return "The tokens have changed meanwhile; nothing was deleted";
   }
-  vane::DeleteTokens(selected);
-  std::string words;
-  if (gateway_.lastDelete().status != KeychainStatus::ok) {
-    words = gateway_.lastDelete().words();
-  } else if (gateway_.lastSave().status != KeychainStatus::ok) {
-    words = gateway_.lastSave().words();
-  }
-  if (words.empty() && !change.finish()) words = change.error();
-  if (!words.empty()) simpleMessageBox(QString::fromStdString(words));
+  if (auto problem = deleteStoredTokens(gateway_, selected)) return *problem;
+  return change.finish() ? std::string() : change.error();
 }
 
 void SoftTokenOSXAppDelegate::cv_homeclicked() {
   vane::log("CV : homeclicked: begin");
+  std::string trouble;
   {
     StoreChange change(*parts_.keychain);
-    if (!change.begun()) {
-      // What was typed stays in the fields.
-      simpleMessageBox(QString::fromStdString(change.error()));
-      vane::log("CV : homeclicked: end");
-      return;
+    if (change.begun()) {
+      saveDescriptions();
+      static_cast<void>(change.finish());
+    } else {
+      trouble = change.error();
     }
-    saveDescriptions();
-    static_cast<void>(change.finish());
   }
-  switchViewfrom(cv, tv);
+  if (trouble.empty()) {
+    switchViewfrom(cv, tv);
+  } else {
+    // What was typed stays in the fields.
+    simpleMessageBox(QString::fromStdString(trouble));
+  }
   vane::log("CV : homeclicked: end");
 }
 
@@ -219,8 +213,8 @@ void SoftTokenOSXAppDelegate::mv_init() {
   mvseedlabel->showText(QString::fromStdString(ini.StrManualSeed));
   mvdesclabel->setTextColour(Qt::white);
   mvseedlabel->setTextColour(Qt::white);
-  mvdesc->clear();
-  mvseed->clear();
+  forget(*mvdesc);
+  forget(*mvseed);
   positionToolbarLeft(mvcancel);
   positionToolbarRight(mvok);
   mvdesc->setFocus();
@@ -266,13 +260,13 @@ void SoftTokenOSXAppDelegate::createTypedToken() {
       return;
     }
     vane::log("MV : okclicked: response: {}", *result.response);
-    mvseed->clear();
+    forget(*mvseed);
     rvcode->setText(QString::fromStdString(*result.response));
     switchViewfrom(mv, rv);
     return;
   }
   vane::log("MV : okclicked: NewToken success: 16 digit seed, returning to tv");
-  mvseed->clear();
+  forget(*mvseed);
   switchViewfrom(mv, tv);
 }
 

@@ -49,10 +49,7 @@ void SoftTokenOSXAppDelegate::readTokens() {
 // Why nothing at all could be read, when that is so; empty otherwise.
 std::string SoftTokenOSXAppDelegate::readingTrouble(std::int32_t count) const {
   const auto& load = gateway_.lastLoad();
-  const bool answered = load.status == KeychainStatus::ok ||
-                        load.status == KeychainStatus::item_not_found ||
-                        load.status == KeychainStatus::cannot_decode;
-  return count == 0 && !answered ? load.words() : std::string();
+  return count == 0 && !load.answered() ? load.words() : std::string();
 }
 
 int SoftTokenOSXAppDelegate::heightFor(const SoftTokenWindow* window) {
@@ -133,6 +130,7 @@ void SoftTokenOSXAppDelegate::openWindow(SoftTokenWindow* window, int x, int y, 
 }
 
 void SoftTokenOSXAppDelegate::closeWindow(SoftTokenWindow* window, bool roll) {
+  if (window == nullptr || window != ow) return;
   vane::log("APP: closeWindow: begin (roll:{})", roll ? 1 : 0);
   if (roll) {
     const std::int64_t steps = ini.RollupSteps;
@@ -142,7 +140,8 @@ void SoftTokenOSXAppDelegate::closeWindow(SoftTokenWindow* window, bool roll) {
       window->setFrameOrigin(step);
     }
   }
-  window->hide();
+  // One that is shown again at once is not unmapped: window managers may lose its place by that.
+  if (!refreshing_) window->hide();
   bOpen = false;
   ow = nullptr;
   if (window == eva && flow_.hasWorker()) {
@@ -184,12 +183,15 @@ void SoftTokenOSXAppDelegate::releaseClosedPanel() {
 }
 
 void SoftTokenOSXAppDelegate::switchViewfrom(SoftTokenWindow* from, SoftTokenWindow* to) {
+  if (from != ow) return;
   closeWindow(from, false);
   openWindow(to, -1, -1, false);
 }
 
 void SoftTokenOSXAppDelegate::refreshView(SoftTokenWindow* window) {
+  refreshing_ = true;
   switchViewfrom(window, window);
+  refreshing_ = false;
 }
 
 void SoftTokenOSXAppDelegate::cvtv() {
@@ -219,7 +221,9 @@ void SoftTokenOSXAppDelegate::positionToolbarCommon(QWidget* button, const Frame
   button->setFont(panelFont(static_cast<int>(size)));
 }
 
-bool SoftTokenOSXAppDelegate::keyPressed(const QKeyEvent& event) {
+bool SoftTokenOSXAppDelegate::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
+  // Pressed while the program worked, and the panel has closed or changed since.
+  if (window != ow) return true;
   switch (event.key()) {
     case Qt::Key_Escape:
       cancelView();

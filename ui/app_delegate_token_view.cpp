@@ -124,8 +124,9 @@ void SoftTokenOSXAppDelegate::addTokenRow(int index) {
 // Rows beyond the screens' edge are not painted until they come onto it: a panel of 32 tokens is
 // much higher than a screen.
 void SoftTokenOSXAppDelegate::tv_paintWhatShows() {
-  if (ow != tv) return;
-  const QRect screens = QGuiApplication::primaryScreen()->virtualGeometry();
+  const QScreen* screen = QGuiApplication::primaryScreen();
+  if (ow != tv || screen == nullptr) return;
+  const QRect screens = screen->virtualGeometry();
   for (FlippedImageView* row : tvtoken) {
     const QRect place(row->mapToGlobal(QPoint(0, 0)), row->size());
     const bool shows = place.intersects(screens);
@@ -149,7 +150,8 @@ void SoftTokenOSXAppDelegate::tv_update() {
   for (std::size_t i = 0; i < tvpasscode.size() && TOKEN[i] != nullptr; ++i) {
     const SoftTokenInfo& token = *TOKEN[i];
     const std::string_view seed = token.seed32 ? token.seed32->get() : std::string_view();
-    vane::log("timer: token [{:02}] d:{} s:{}", i, orNil(token.currentDescription()), seed);
+    vane::log("timer: token [{:02}] d:{} s:{}", i, orNil(token.currentDescription()),
+              token.seed32 ? seed : std::string_view(nil_text));
     const auto passcode = vane::GeneratePasscode(seed, token.counterAt(now));
     tvpasscode[i]->showText(QString::fromStdString(passcode.value_or("")));
     const std::int32_t index = vane::GetPasscodeColorForToken(token, bar_60, now);

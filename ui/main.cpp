@@ -95,10 +95,13 @@ int run(int argc, char** argv) {
   const OpenedLinks opened_links(delegate);
   channel.received = [&delegate](const QString& what) { delegate.perform(what); };
   channel.listen();
-  delegate.applicationDidFinishLaunching();
-  // Ahead of the first click, which then opens the panel at once.
-  QTimer::singleShot(0, &delegate, [&delegate] { delegate.loadInterface(); });
-  if (options.request != QLatin1String(request::start)) delegate.perform(options.request);
+  // Within the event loop, so that a request to quit ends the first question too.
+  QTimer::singleShot(0, &delegate, [&delegate, &options] {
+    delegate.applicationDidFinishLaunching();
+    // Ahead of the first click, which then opens the panel at once.
+    QTimer::singleShot(0, &delegate, [&delegate] { delegate.loadInterface(); });
+    if (options.request != QLatin1String(request::start)) delegate.perform(options.request);
+  });
   return QApplication::exec();
 }
 

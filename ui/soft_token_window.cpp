@@ -92,12 +92,22 @@ void SoftTokenWindow::wheelEvent(QWheelEvent* event) {
   event->accept();
 }
 
+void SoftTokenWindow::closeEvent(QCloseEvent* event) {
+  event->accept();  // else the program could not quit
+  if (closed_by_user) closed_by_user();
+}
+
 void SoftTokenWindow::dragEnterEvent(QDragEnterEvent* event) {
-  if (event->mimeData()->hasUrls() || event->mimeData()->hasText()) event->acceptProposedAction();
+  if (!event->mimeData()->hasUrls() && !event->mimeData()->hasText()) return;
+  if (!event->possibleActions().testFlag(Qt::CopyAction)) return;
+  // Never a move: what was dragged stays where it was, whatever becomes of it here.
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
 }
 
 void SoftTokenWindow::dropEvent(QDropEvent* event) {
-  event->acceptProposedAction();
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
   if (dropped) dropped(*event->mimeData());
 }
 

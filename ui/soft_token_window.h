@@ -43,12 +43,15 @@ class SoftTokenWindow : public QWidget {
   std::function<bool(QKeyEvent&)> key_pressed;
   std::function<void(int points)> wheel_turned;
   std::function<void(const QMimeData&)> dropped;
+  /// The window manager was told to close it.
+  std::function<void()> closed_by_user;
 
  protected:
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;
+  void closeEvent(QCloseEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;

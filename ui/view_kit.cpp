@@ -13,6 +13,8 @@
 namespace talvane {
 namespace {
 
+constexpr int longest_text = 2000;  // UTF-16 units
+
 // Where the arrows lead is the panel's affair.
 void drawFocusRing(QPainter& painter, const QRectF& around, qreal radius,
                    const QColor& colour = paint::focus) {
@@ -159,10 +161,16 @@ void TextLabel::setFontSize(int size, bool bold) {
   setFont(panelFont(size, bold));
 }
 
-void TextLabel::showText(const QString& text) {
+void TextLabel::showText(const QString& whole) {
+  // A server says what it likes; more than this nobody reads, nor can it be laid out in time.
+  const QString text =
+      whole.size() > longest_text ? whole.left(longest_text) + QChar(0x2026) : whole;
   if (text == this->text()) return;
   setText(text);
-  const bool cut = !wordWrap() && fontMetrics().horizontalAdvance(text) > contentsRect().width();
+  const QRect room = contentsRect();
+  const bool cut =
+      wordWrap() ? fontMetrics().boundingRect(room, Qt::TextWordWrap, text).height() > room.height()
+                 : fontMetrics().horizontalAdvance(text) > room.width();
   setToolTip(cut ? text.toHtmlEscaped() : QString());
 }
 
@@ -254,6 +262,11 @@ void PanelField::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
   painter.setRenderHint(QPainter::Antialiasing);
   drawFocusRing(painter, rect(), 2);
+}
+
+void forget(QLineEdit& field) {
+  // clear() counts as typing, which can be undone.
+  field.setText(QString());
 }
 
 PanelCheckbox::PanelCheckbox(QWidget* parent) : QCheckBox(parent) {}

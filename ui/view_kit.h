@@ -76,7 +76,8 @@ class TextLabel : public QLabel {
   [[nodiscard]] const QColor& textColour() const { return colour_; }
   /// In points of the panel, as all its lengths.
   void setFontSize(int size, bool bold = false);
-  void showText(const QString& text);
+  /// Shows the beginning of what is very long, and the whole as a tool tip where it has no room.
+  void showText(const QString& whole);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
@@ -118,6 +119,9 @@ class PanelField : public QLineEdit {
  protected:
   void paintEvent(QPaintEvent* event) override;
 };
+
+/// Empties a field, and leaves nothing that "Undo" could bring back.
+void forget(QLineEdit& field);
 
 /// A check box without a caption; the box is at its left end.
 class PanelCheckbox : public QCheckBox {

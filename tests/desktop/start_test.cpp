@@ -35,6 +35,13 @@ TEST_F(FirstStartTest, EscapeAnswersNo) {
   EXPECT_EQ(autostartEntries(), Strings());
 }
 
+TEST_F(FirstStartTest, TheProgramCanBeEndedWhileItAsks) {
+  start();
+  ASSERT_TRUE(comesToShow(Role::push_button, "YES"));
+  quit();
+  EXPECT_EQ(autostartEntries(), Strings());
+}
+
 TEST_F(FirstStartTest, YesMakesTheProgramStartAtLogIn) {
   start();
   answer(first_question, "YES");

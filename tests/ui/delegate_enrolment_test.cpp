@@ -343,6 +343,40 @@ TEST_F(EnrolmentTest, ThirdMovesToTheFirstQuestionThatNoOtherShows) {
                    "EVGI: questionselected: ok", "EVGI: questionselected: end"}));
 }
 
+TEST_F(EnrolmentTest, PinThatWasRefusedDoesNotKeepLaterAnswersFromBeingSent) {
+  askFor(pin_lines);
+  ASSERT_FALSE(button("evgi_submit")->isEnabled());
+  click("evgi_cancel");
+  askFor(two_lists);
+  EXPECT_TRUE(button("evgi_submit")->isEnabled());
+}
+
+TEST_F(EnrolmentTest, SeedThatCannotBeUsedIsTold) {
+  signIn("RESULT:OK\r\nVERSION:7200\r\n");
+  submit("RESULT:OK,GETINFO\r\nINPUT:SOFTTOKENURL=otpauth://totp/Work?secret=TOOSHORT\r\n");
+  EXPECT_EQ(openView(), "eva");
+  EXPECT_EQ(message(), "ERR NewToken failed");
+  EXPECT_FALSE(button("eva_submit")->isEnabled());
+  click("eva_cancel");
+  EXPECT_EQ(openView(), "av");
+}
+
+TEST_F(EnrolmentTest, LongWordsOfTheServerAreShownInPart) {
+  signIn("RESULT:OK\r\nVERSION:7200\r\n");
+  std::string words;
+  while (words.size() < 1000000) words += "No access. ";
+  submit("RESULT:OK,DENIED\r\nMESSAGE:" + words);
+  EXPECT_EQ(message(), words.substr(0, 2000) + "\u2026");
+  EXPECT_FALSE(find<QLabel>("eva_message")->toolTip().isEmpty());
+}
+
+TEST_F(EnrolmentTest, QuestionsWithoutEndAreOfferedInPart) {
+  std::string list = "INPUT:ENROL=True\r\nQUESTIONS1:";
+  for (int i = 0; i < 20000; ++i) list += "q" + std::to_string(i) + ",";
+  askFor(list + "\r\nQUESTIONS2:Pet,Song\r\n");
+  EXPECT_EQ(find<QComboBox>("evgi_question1")->count(), 1000);
+}
+
 TEST_F(EnrolmentTest, AnotherUserFindsTheFieldsEmpty) {
   askFor(std::string(pin_lines) + two_lists);
   type("evgi_pin", "1357");
@@ -351,6 +385,7 @@ TEST_F(EnrolmentTest, AnotherUserFindsTheFieldsEmpty) {
   askFor(std::string(pin_lines) + two_lists);
   EXPECT_EQ(find<QLineEdit>("evgi_pin")->text(), QString());
   EXPECT_EQ(find<QLineEdit>("evgi_answer1")->text(), QString());
+  EXPECT_FALSE(find<QLineEdit>("evgi_answer1")->isUndoAvailable());
 }
 
 TEST_F(EnrolmentTest, AnswersLeadToTheTokenInTheTokenView) {

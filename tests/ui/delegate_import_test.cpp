@@ -1,5 +1,6 @@
 // What comes from outside the panel: links, pictures, and what other starts of the program ask for.
 
+#include <QDragEnterEvent>
 #include <QMimeData>
 #include <QUrl>
 
@@ -161,6 +162,22 @@ TEST_F(ImportTest, DroppedLinkIsOffered) {
   content.setText(QString::fromLatin1(link) + QLatin1Char('\n'));
   drop(content);
   EXPECT_EQ(storedNames(), (Lines{"Work|My Mail"}));
+}
+
+TEST_F(ImportTest, WhatIsDroppedStaysWhereItWas) {
+  show("tv");
+  QMimeData content;
+  content.setText(QString::fromLatin1(link));
+  QDragEnterEvent entering(QPoint(100, 60), Qt::CopyAction | Qt::MoveAction, &content,
+                           Qt::LeftButton, Qt::NoModifier);
+  entering.setDropAction(Qt::MoveAction);
+  QApplication::sendEvent(panel(), &entering);
+  EXPECT_TRUE(entering.isAccepted());
+  EXPECT_EQ(entering.dropAction(), Qt::CopyAction);
+  QDragEnterEvent moving(QPoint(100, 60), Qt::MoveAction, &content, Qt::LeftButton, Qt::NoModifier);
+  moving.ignore();
+  QApplication::sendEvent(panel(), &moving);
+  EXPECT_FALSE(moving.isAccepted());
 }
 
 TEST_F(ImportTest, DroppedPicturesAreOffered) {

@@ -59,6 +59,21 @@ TEST_F(ManualTest, LabelsAndEmptyFields) {
   expectStays("", "");
 }
 
+TEST_F(ManualTest, UndoDoesNotBringTheSeedBack) {
+  show("mv");
+  type("Mail", seed1);
+  click("mvok");
+  ASSERT_EQ(storedNames(), Lines{"Mail"});
+  EXPECT_FALSE(find<QLineEdit>("mvseed")->isUndoAvailable());
+  show("mv");
+  type("Mail", seed1);
+  click("mvcancel");
+  show("mv");
+  EXPECT_FALSE(find<QLineEdit>("mvseed")->isUndoAvailable());
+  find<QLineEdit>("mvseed")->undo();
+  expectStays("", "");
+}
+
 TEST_F(ManualTest, EmptyDescriptionIsRefusedWithItsPrompt) {
   show("mv");
   clearTrace();

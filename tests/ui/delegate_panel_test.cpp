@@ -3,6 +3,7 @@
 #include <QScreen>
 
 #include "tests/ui/delegate_test.h"
+#include "tests/ui/on_event.h"
 
 namespace talvane {
 namespace {
@@ -333,6 +334,54 @@ TEST_F(PanelTest, RefreshingReadsTheTokensAnew) {
   ASSERT_EQ(descriptions().size(), 2U);
   EXPECT_EQ(descriptions()[1]->text(), QStringLiteral("Bank"));
   EXPECT_EQ(panel()->height(), 228);
+}
+
+TEST_F(PanelTest, RefreshingDoesNotUnmapTheWindow) {
+  show("tv");
+  store("Mail");
+  int hidden = 0;
+  test::OnEvent watch(*panel(), QEvent::Hide, [&hidden] { ++hidden; });
+  app().refreshView(panel());
+  EXPECT_EQ(hidden, 0);
+  EXPECT_TRUE(panel()->isVisible());
+  EXPECT_EQ(rows().size(), 1U);
+  EXPECT_EQ(panel()->height(), 156);
+}
+
+TEST_F(PanelTest, ClicksThatComeAfterTheViewHasChangedAreDropped) {
+  show("hv");
+  auto* late = button("hvhome");
+  SoftTokenWindow* before = panel();
+  app().switchViewfrom(before, app().window("mv"));
+  late->click();
+  EXPECT_EQ(openView(), "mv");
+  app().closeWindow(before, true);
+  app().switchViewfrom(before, app().window("tv"));
+  EXPECT_EQ(openView(), "mv");
+  EXPECT_EQ(find<QLineEdit>("mvdesc")->window(), panel());
+}
+
+TEST_F(PanelTest, KeysThatComeAfterThePanelHasClosedAreDropped) {
+  show("tv");
+  SoftTokenWindow* window = panel();
+  for (int i = 0; i < 3; ++i) {
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QApplication::sendEvent(window, &escape);
+  }
+  EXPECT_FALSE(app().isOpen());
+  app().closeclicked();
+  EXPECT_FALSE(app().isOpen());
+}
+
+TEST_F(PanelTest, WindowManagerThatClosesItClosesThePanel) {
+  store("Mail");
+  show("tv");
+  EXPECT_TRUE(panel()->close());
+  EXPECT_FALSE(app().isOpen());
+  EXPECT_EQ(timer(), nullptr);
+  app().iconClicked();
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
 }
 
 TEST_F(PanelTest, OtherViewsHoldNoTokensAndKeepTheCount) {
