@@ -26,11 +26,12 @@ std::string checkCode(const SoftTokenInfo& token, const std::optional<std::strin
 }  // namespace
 
 void TaEnrolClient::clearSecrets() {
-  if (post) clearMemory(post->data(), post->size());
-  for (std::string* text : {&SOFTTOKENURL, &PIN, &ANSWER1, &ANSWER2, &ANSWER3}) {
-    clearMemory(text->data(), text->size());
-    text->clear();
-  }
+  const auto clear = [](std::string& text) {
+    clearMemory(text.data(), text.size());
+    text.clear();
+  };
+  for (std::string* text : {&SOFTTOKENURL, &PIN, &ANSWER1, &ANSWER2, &ANSWER3}) clear(*text);
+  if (post) clear(*post);
   post.reset();
 }
 

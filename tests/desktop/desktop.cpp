@@ -1,7 +1,9 @@
 #include "tests/desktop/desktop.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <regex>
+#include <thread>
 
 #include "ui/panel_geometry.h"
 
@@ -212,8 +214,14 @@ bool DesktopTest::closes() const {
 }
 
 void DesktopTest::clickIcon() const {
-  const auto shown = icon();
-  ASSERT_TRUE(shown);
+  // A tray that has just taken it in may move it still.
+  std::optional<ShownWindow> shown;
+  ASSERT_TRUE(until([&] {
+    const auto before = icon();
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    shown = icon();
+    return before && shown && before->place == shown->place;
+  }));
   const Rectangle& place = shown->place;
   screen().click(place.x + place.width / 2, place.y + place.height / 2);
 }
