@@ -1,6 +1,7 @@
 // What an enrolment of four requests costs, beside the same four requests made by libcurl alone, to
-// a server in this process that answers from a script: over HTTPS with a connection of its own, as
-// users enrol, and over HTTP on a connection that is open already, which shows the bare overhead.
+// a server in this process that answers from a script: over HTTPS and HTTP with a connection of its
+// own, as users enrol, and over HTTP on a connection that is open already, which shows the bare
+// overhead.
 
 #include <benchmark/benchmark.h>
 #include <curl/curl.h>
@@ -128,7 +129,7 @@ const ScriptedServer& server(bool secure) {
   return secure ? https : http;
 }
 
-void enrolment(benchmark::State& state, bool secure) {
+void enrolment(benchmark::State& state, bool secure, bool fresh) {
   test::MemoryUserDefaults defaults;
   test::FakeDeviceIdentifiers identifiers;
   MemoryKeychain keychain;
@@ -141,7 +142,7 @@ void enrolment(benchmark::State& state, bool secure) {
   QuickViews views;
   std::unique_ptr<EnrolFlow> flow;
   for (auto _ : state) {
-    if (flow == nullptr || secure) {
+    if (flow == nullptr || fresh) {
       flow = std::make_unique<EnrolFlow>(
           EnrolFlow::Parts{&views, &ini, &gateway, &keychain,
                            [](std::string* error) { return makeUrlLoader(error); }});
@@ -165,11 +166,11 @@ struct EasyCleanup {
   void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
 };
 
-void curlAlone(benchmark::State& state, bool secure) {
+void curlAlone(benchmark::State& state, bool secure, bool fresh) {
   const std::string url = server(secure).address() + page + "?SoftTokenMode=7200";
   std::unique_ptr<CURL, EasyCleanup> handle;
   for (auto _ : state) {
-    if (handle == nullptr || secure) {
+    if (handle == nullptr || fresh) {
       handle.reset(curl_easy_init());
       curl_easy_setopt(handle.get(), CURLOPT_URL, url.c_str());
       curl_easy_setopt(handle.get(), CURLOPT_CAINFO, std::getenv("SSL_CERT_FILE"));
@@ -187,10 +188,12 @@ void curlAlone(benchmark::State& state, bool secure) {
   }
 }
 
-BENCHMARK_CAPTURE(enrolment, https, true)->Unit(benchmark::kMicrosecond)->UseRealTime();
-BENCHMARK_CAPTURE(curlAlone, https, true)->Unit(benchmark::kMicrosecond)->UseRealTime();
-BENCHMARK_CAPTURE(enrolment, http_open, false)->Unit(benchmark::kMicrosecond)->UseRealTime();
-BENCHMARK_CAPTURE(curlAlone, http_open, false)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK_CAPTURE(enrolment, https, true, true)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK_CAPTURE(curlAlone, https, true, true)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK_CAPTURE(enrolment, http, false, true)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK_CAPTURE(curlAlone, http, false, true)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK_CAPTURE(enrolment, http_open, false, false)->Unit(benchmark::kMicrosecond)->UseRealTime();
+BENCHMARK_CAPTURE(curlAlone, http_open, false, false)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 }  // namespace
 }  // namespace talvane
