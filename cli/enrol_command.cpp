@@ -14,6 +14,7 @@
 #include "enrol/clock_trouble.h"
 #include "enrol/enrol_flow.h"
 #include "enrol/enrol_layout.h"
+#include "platform/new_token.h"
 
 namespace talvane {
 namespace {
@@ -216,7 +217,7 @@ class EnrolCommand final : public Command {
     const Session::Tokens tokens = session.readTokens();
     if (!tokens.problem.empty()) throw Failure(exit_keychain, tokens.problem);
     if (tokens.list.size() == vane::max_tokens) {
-      throw Failure(exit_failed, "All 32 slots hold tokens; delete one first");
+      throw Failure(exit_failed, all_slots_taken);
     }
     TerminalViews views(settings);
     EnrolFlow flow({&views, &settings, &session.gateway(), session.keychain().service.get(),

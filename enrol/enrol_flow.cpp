@@ -6,6 +6,7 @@
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "enrol/pin_rules.h"
+#include "platform/new_token.h"
 #include "platform/store_change.h"
 
 namespace talvane {
@@ -316,7 +317,7 @@ void EnrolFlow::storeToken() {
     const bool written = vane::WriteToken(&slot, *session_->client.SOFTTOKEN);
     const auto& save = parts_.gateway->lastSave();
     if (!written) {
-      ending_->problem = slot == vane::max_tokens ? "All 32 slots hold tokens; delete one first"
+      ending_->problem = slot == vane::max_tokens ? all_slots_taken
                                                   : "The token cannot be sealed on this computer";
     } else if (save.status != KeychainStatus::ok) {
       ending_->problem = save.words();

@@ -43,7 +43,7 @@ NewTokenResult storeNewToken(vaneinterface& gateway, const SoftTokenInfo& token)
   }
   if (result.slot == vane::max_tokens) {
     result.kind = NewTokenResult::Kind::full;
-    result.error = "All 32 slots hold tokens; delete one first";
+    result.error = all_slots_taken;
     return result;
   }
   if (const auto& save = gateway.lastSave(); save.status != KeychainStatus::ok) {

@@ -12,6 +12,8 @@
 
 namespace talvane {
 
+inline constexpr const char* all_slots_taken = "All 32 slots hold tokens; delete one first";
+
 /// Why the names of a token cannot be stored; nullopt: they can.
 std::optional<std::string> problemWithNames(const SoftTokenInfo& token);
 

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <string>
 
 #include "config/start_trace.h"
@@ -24,21 +25,18 @@ namespace {
 constexpr int exit_failed = 1;
 constexpr int exit_usage = 2;
 
-// On macOS a link that the user opens comes as an event, also to a program that runs already.
-class OpenedLinks final : public QObject {
+class Application final : public QApplication {
  public:
-  explicit OpenedLinks(SoftTokenOSXAppDelegate& delegate) : delegate_(delegate) {
-    qApp->installEventFilter(this);
-  }
+  using QApplication::QApplication;
+  std::function<void(const QString& link)> opened;
 
  private:
-  bool eventFilter(QObject* /*watched*/, QEvent* event) override {
-    if (event->type() != QEvent::FileOpen) return false;
-    delegate_.importLink(static_cast<QFileOpenEvent*>(event)->url().toString(QUrl::FullyEncoded));
+  // On macOS a link that the user opens comes as an event, also to a program that runs already.
+  bool event(QEvent* event) override {
+    if (event->type() != QEvent::FileOpen || !opened) return QApplication::event(event);
+    opened(static_cast<QFileOpenEvent*>(event)->url().toString(QUrl::FullyEncoded));
     return true;
   }
-
-  SoftTokenOSXAppDelegate& delegate_;
 };
 
 int run(int argc, char** argv) {
@@ -65,7 +63,7 @@ int run(int argc, char** argv) {
     return exit_failed;
   }
 
-  QApplication application(argc, argv);
+  Application application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Talvane Soft Token"));
   QApplication::setApplicationVersion(QLatin1String(product::version));
   QGuiApplication::setDesktopFileName(QStringLiteral("softtoken"));
@@ -92,7 +90,7 @@ int run(int argc, char** argv) {
   Tray status_item([&delegate] { delegate.iconClicked(); });
   tray = &status_item;
 
-  const OpenedLinks opened_links(delegate);
+  application.opened = [&delegate](const QString& link) { delegate.importLink(link); };
   channel.received = [&delegate](const QString& what) { delegate.perform(what); };
   channel.listen();
   // Within the event loop, so that a request to quit ends the first question too.

@@ -15,7 +15,6 @@ namespace {
 
 constexpr int longest_text = 2000;  // UTF-16 units
 
-// Where the arrows lead is the panel's affair.
 void drawFocusRing(QPainter& painter, const QRectF& around, qreal radius,
                    const QColor& colour = paint::focus) {
   painter.setPen(QPen(colour, 2));
@@ -202,6 +201,7 @@ void KeyedButton::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Down:
     case Qt::Key_Left:
     case Qt::Key_Right:
+      // Where the arrows lead is the panel's affair.
       event->ignore();
       return;
     default:

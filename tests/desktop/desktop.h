@@ -96,6 +96,7 @@ class DesktopTest : public ::testing::Test {
   void fill(std::string_view field, std::string_view text);
   /// The same in a field that does not show what is typed.
   void fillSecret(std::string_view field, std::string_view text);
+  void typeInto(Role role, std::string_view field, std::string_view text);
   [[nodiscard]] std::string textIn(std::string_view field);
   /// Expects an alert with exactly these words, and answers it by the mouse.
   void answer(std::string_view words, std::string_view button_name);

@@ -75,16 +75,16 @@ void DesktopTest::click(const Thing& thing) const {
 }
 
 void DesktopTest::fill(std::string_view field, std::string_view text) {
-  click(thing(Role::text, field));
-  ASSERT_TRUE(focusComesTo(field));
-  screen().key("ctrl+a");
-  screen().key("BackSpace");
-  screen().type(text);
+  typeInto(Role::text, field, text);
   ASSERT_TRUE(until([&] { return reader_->textOf(thing(Role::text, field)) == text; })) << field;
 }
 
 void DesktopTest::fillSecret(std::string_view field, std::string_view text) {
-  click(thing(Role::password_text, field));
+  typeInto(Role::password_text, field, text);
+}
+
+void DesktopTest::typeInto(Role role, std::string_view field, std::string_view text) {
+  click(thing(role, field));
   ASSERT_TRUE(focusComesTo(field));
   screen().key("ctrl+a");
   screen().key("BackSpace");

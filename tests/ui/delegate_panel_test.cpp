@@ -340,7 +340,7 @@ TEST_F(PanelTest, RefreshingDoesNotUnmapTheWindow) {
   show("tv");
   store("Mail");
   int hidden = 0;
-  test::OnEvent watch(*panel(), QEvent::Hide, [&hidden] { ++hidden; });
+  test::OnEvent watch(*panel(), QEvent::Hide, [&hidden](QEvent& /*event*/) { ++hidden; });
   app().refreshView(panel());
   EXPECT_EQ(hidden, 0);
   EXPECT_TRUE(panel()->isVisible());

@@ -3,19 +3,20 @@
 #include <QPaintEvent>
 #include <QWidget>
 
+#include "tests/ui/on_event.h"
+
 namespace talvane::test {
 
 /// What a widget has painted of itself since this was made, while this lives.
-class PaintedRegion : public QObject {
+class PaintedRegion {
  public:
-  explicit PaintedRegion(QWidget& widget) { widget.installEventFilter(this); }
+  explicit PaintedRegion(QWidget& widget)
+      : watch_(widget, QEvent::Paint,
+               [this](QEvent& event) { region += static_cast<QPaintEvent&>(event).region(); }) {}
   QRegion region;
 
  private:
-  bool eventFilter(QObject* /*watched*/, QEvent* event) override {
-    if (event->type() == QEvent::Paint) region += static_cast<QPaintEvent*>(event)->region();
-    return false;
-  }
+  OnEvent watch_;
 };
 
 }  // namespace talvane::test
