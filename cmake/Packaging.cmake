@@ -1,5 +1,5 @@
-# What is installed beside the programs, and how the Debian package is made of it. script/package
-# runs all of it.
+# What is installed besides the programs, and how the Debian package is built. script/package runs
+# it all.
 
 if(APPLE)
   return()
@@ -7,7 +7,7 @@ endif()
 
 find_program(SOFTTOKEN_GZIP gzip REQUIRED)
 
-# softtoken_compressed(FILE NAME FOLDER): installs FILE as NAME.gz, the same on every day.
+# softtoken_compressed(FILE NAME FOLDER): installs FILE as NAME.gz, the same bytes every time.
 function(softtoken_compressed file name folder)
   set(result "${CMAKE_CURRENT_BINARY_DIR}/compressed/${name}.gz")
   add_custom_command(OUTPUT "${result}"
@@ -42,7 +42,7 @@ install(DIRECTORY resources/desktop/hicolor DESTINATION "${CMAKE_INSTALL_DATAROO
 install(FILES resources/art/icon.svg
   DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/icons/hicolor/scalable/apps" RENAME softtoken.svg)
 
-# Empty, but it makes the programs look for a settings file here.
+# Empty; because it exists, the programs look for a settings file in it.
 install(DIRECTORY DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/softtoken")
 
 set(CPACK_GENERATOR DEB)
@@ -65,15 +65,15 @@ set(CPACK_DEBIAN_PACKAGE_SUGGESTS
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-"Talvane Soft Token keeps up to 32 one-time-password tokens of one user and
+"Talvane Soft Token stores up to 32 one-time-password tokens per user and
 shows their six-digit passcodes, ready to copy. Tokens come from the
-organisation's enrolment server, from a seed typed by hand, or from an
+organisation's enrolment server, from a seed that the user types, or from an
 otpauth URL or its QR code.
 .
-The seeds lie in the user's keychain (a Secret Service such as GNOME Keyring,
-or an embedded vault), sealed with a key made from this computer's and the
-user's identity.
+The user's keychain (a Secret Service such as GNOME Keyring, or an embedded
+vault) holds the seeds, sealed with a key made from the identity of the
+computer and the user.
 .
-This package has the desktop program softtoken and softtoken-cli for the
+This package contains softtoken for the desktop, and softtoken-cli for the
 terminal and for scripts.")
 include(CPack)

@@ -1,8 +1,8 @@
-# Completion of softtoken-cli(1) for bash. Needs nothing but bash.
+# Completion of softtoken-cli(1) for bash. Needs only bash.
 
-# Splits the text before the cursor as the shell does. Fills the caller's `words` with those that have
-# ended, and for the one at the cursor: `word` without its quotes, the open `quote`, and `kept`, the
-# part of `word` that readline leaves as it stands (it replaces what is behind the last word break).
+# Splits the text before the cursor as the shell does. Fills the caller's `words` with the finished
+# words and, for the one at the cursor, `word` (without quotes), `quote` (the open one), and `kept`,
+# the part of `word` that readline keeps (it replaces only what follows the last word break).
 __softtoken_cli_split() {
   local text=$1 begun='' kept_before='' character i
   for ((i = 0; i < ${#text}; i++)); do
@@ -29,7 +29,7 @@ __softtoken_cli_split() {
   done
 }
 
-# Offers those of its arguments that begin with `word`, quoted as the user quotes.
+# Offers the arguments that begin with `word`, quoted as the user quotes.
 __softtoken_cli_offer() {
   local candidate rest
   for candidate; do
@@ -40,14 +40,14 @@ __softtoken_cli_offer() {
       '"') rest=${rest//\\/\\\\} rest=${rest//\"/\\\"} rest=${rest//\$/\\\$} rest=${rest//\`/\\\`} ;;
       *) [[ $rest ]] && printf -v rest %q "$rest" ;;
     esac
-    # Readline takes a quote at the end for the closing one.
+    # Readline takes a final quote for the closing one.
     [[ $quote && $rest == *"$quote" ]] && rest+=$quote
     COMPREPLY+=("$rest")
   done
 }
 
-# Offers the names of the tokens; its arguments are the program and its options. Names with control
-# characters are left out: their slot numbers serve.
+# Offers the names of the tokens, without those that hold control characters: use their slot numbers.
+# Its arguments are the program and its options.
 __softtoken_cli_offer_tokens() {
   local line rest name pattern='^ *"name": "(.*)",?$'
   while IFS= read -r line; do
@@ -63,7 +63,7 @@ __softtoken_cli_offer_tokens() {
   done < <("$@" list --json 2>/dev/null </dev/null)
 }
 
-__softtoken_cli_offer_pictures() {
+__softtoken_cli_offer_images() {
   local file
   compopt -o filenames 2>/dev/null
   while IFS= read -r file; do
@@ -123,7 +123,7 @@ _softtoken_cli() {
     case $command:$arguments in
       :*) __softtoken_cli_offer list code watch add import enrol rename delete settings doctor ;;
       code:0 | rename:0 | delete:*) __softtoken_cli_offer_tokens "${program[@]}" ;;
-      import:0) __softtoken_cli_offer_pictures ;;
+      import:0) __softtoken_cli_offer_images ;;
       list:* | settings:* | doctor:*) __softtoken_cli_offer_options ;;
     esac
   fi

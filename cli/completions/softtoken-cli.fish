@@ -1,6 +1,6 @@
-# Completion of softtoken-cli(1) for fish. Needs nothing but fish.
+# Completion of softtoken-cli(1) for fish. Needs only fish.
 
-# Prints the command that has been typed and then its arguments so far, without options, a line each.
+# Prints the command typed so far and its arguments, without options, one per line.
 function __softtoken_cli_arguments
     set -l words (commandline -opc)
     set -l value_follows 0
@@ -22,18 +22,18 @@ function __softtoken_cli_needs_command
     test (count (__softtoken_cli_arguments)) -eq 0
 end
 
-# Whether the command is one of those given.
+# Whether the command is one of the arguments.
 function __softtoken_cli_uses
     set -l typed (__softtoken_cli_arguments)
     test (count $typed) -ge 1 && contains -- "$typed[1]" $argv
 end
 
-# The same, and none of its arguments has been typed yet.
+# The same, and the command has no argument yet.
 function __softtoken_cli_starts
     test (count (__softtoken_cli_arguments)) -eq 1 && __softtoken_cli_uses $argv
 end
 
-# The names of the tokens. Names with control characters are left out: their slot numbers serve.
+# The names of the tokens, without those that hold control characters: use their slot numbers.
 function __softtoken_cli_tokens
     set -l words (commandline -opc)
     set -l program $words[1]
@@ -47,15 +47,15 @@ function __softtoken_cli_tokens
         string replace -rf '^ *"name": "(.+)",?$' '$1' |
         string match -r '^(?:[^\\\\]|\\\\["\\\\])*$' |
         string replace -ra '\\\\(["\\\\])' '$1')
-    # A name that begins with a hyphen goes behind "--".
+    # A name that begins with a hyphen must follow "--".
     contains -- -- $words || set names (string match -v -- '-*' $names)
     string join \n -- $names
 end
 
 complete -c softtoken-cli -f
-complete -c softtoken-cli -s h -l help -d 'Show a help text and end'
+complete -c softtoken-cli -s h -l help -d 'Show help and exit'
 
-complete -c softtoken-cli -n __softtoken_cli_needs_command -l version -d 'Print the version and end'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -l version -d 'Print the version and exit'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -l keychain -x \
     -a 'secret-service vault' -d 'Keychain for the first token'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -l console-log \
@@ -74,20 +74,20 @@ complete -c softtoken-cli -n __softtoken_cli_needs_command -a delete -d 'Delete 
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a settings \
     -d 'List every setting and where it comes from'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a doctor \
-    -d 'Check keychain, device identifiers, settings, clock and file modes'
+    -d 'Check keychain, identifiers, settings, clock, server and file modes'
 
 complete -c softtoken-cli -n '__softtoken_cli_uses list code settings doctor' -l json \
     -d 'Print JSON'
 complete -c softtoken-cli -n '__softtoken_cli_uses code' -l next \
-    -d 'The passcode that follows the present one'
+    -d 'The next passcode'
 complete -c softtoken-cli -n '__softtoken_cli_uses code' -l copy \
-    -d 'Put it on the clipboard and print nothing'
+    -d 'Copy it to the clipboard and print nothing'
 complete -c softtoken-cli -n '__softtoken_cli_uses add' -l period -x -a '30 60' \
-    -d 'Seconds that a passcode lasts'
+    -d 'How long a passcode lasts'
 complete -c softtoken-cli -n '__softtoken_cli_uses add import' -l replace \
-    -d 'Replace the token created under the same name'
+    -d 'Replace the token that was created under the same name'
 complete -c softtoken-cli -n '__softtoken_cli_uses settings' -l check -r -F \
-    -d 'Look through a settings file instead'
+    -d 'Check this settings file instead'
 complete -c softtoken-cli -n '__softtoken_cli_uses delete' -l yes -d 'Do not ask'
 
 complete -c softtoken-cli -n '__softtoken_cli_starts code rename' -a '(__softtoken_cli_tokens)'
