@@ -1,11 +1,15 @@
-// The manual, the completions and --help tell of the same commands and options.
+// What the documents claim, compared with what the programs do.
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <filesystem>
 #include <map>
 #include <regex>
 #include <set>
+#include <sstream>
 
+#include "enrol/percent_escapes.h"
 #include "tests/cli/cli_home.h"
 
 namespace talvane::test {
@@ -61,16 +65,17 @@ class Help {
   std::string exit_codes;
 };
 
-std::string manual() {
-  std::string text = readFile(CLI_MANUAL);
-  EXPECT_FALSE(text.empty()) << CLI_MANUAL;
+std::string document(const std::string& name) {
+  std::string text = readFile(std::string(DOCUMENTS) + '/' + name);
+  EXPECT_FALSE(text.empty()) << name;
   return text;
 }
 
-std::string section(const std::string& name) {
-  const std::string text = manual();
+// A section of the command line's manual, or of another one.
+std::string section(const std::string& name, const std::string& page = "docs/softtoken-cli.1") {
+  const std::string text = document(page);
   const std::size_t begin = text.find("\n.Sh " + name + "\n");
-  EXPECT_NE(begin, std::string::npos) << name;
+  EXPECT_NE(begin, std::string::npos) << page << ' ' << name;
   return text.substr(begin + 1, text.find("\n.Sh ", begin + 1) - begin);
 }
 
@@ -79,9 +84,47 @@ Names optionsIn(const std::string& manual_text) {
 }
 
 std::string completion(const std::string& name) {
-  std::string text = readFile(std::string(CLI_COMPLETIONS) + '/' + name);
-  EXPECT_FALSE(text.empty()) << name;
-  return text;
+  return document("cli/completions/" + name);
+}
+
+const Strings markdown_files = {"README.md",
+                                "SECURITY.md",
+                                "CONTRIBUTING.md",
+                                "docs/administration.md",
+                                "docs/architecture.md",
+                                "docs/macos.md"};
+const Strings manuals = {"docs/softtoken-cli.1", "docs/softtoken.1"};
+
+// A part of the administrators' guide: from its heading to the next of that level.
+std::string guidePart(const std::string& heading) {
+  const std::string text = document("docs/administration.md");
+  const std::size_t begin = text.find('\n' + heading + '\n');
+  EXPECT_NE(begin, std::string::npos) << heading;
+  const std::string level = '\n' + heading.substr(0, heading.find(' ') + 1);
+  return text.substr(begin, text.find(level, begin + 1) - begin);
+}
+
+using Settings = std::map<std::string, std::string>;
+
+// Every setting and its value.
+Settings settingsOf(const CliHome& home) {
+  const Ended ended = home.run({"settings", "--json"});
+  expectSuccess(ended);
+  const nlohmann::json listed = nlohmann::json::parse(ended.out);
+  Settings settings;
+  for (const auto& entry : listed.at("settings")) settings[entry.at("key")] = entry.at("value");
+  return settings;
+}
+
+Settings defaultSettings() {
+  const CliHome home;
+  home.setSettings("");
+  Settings settings = settingsOf(home);
+  EXPECT_FALSE(settings.empty());
+  // The documents give the address for Linux, and say that the last word is the system's name.
+  std::string& address = settings["GettingStartedURL"];
+  address = std::regex_replace(address, std::regex("/macos$"), "/linux");
+  return settings;
 }
 
 bool isInstalled(const std::string& program) {
@@ -121,24 +164,192 @@ TEST(Manual, ExitCodesAreThoseOfTheHelp) {
   EXPECT_EQ(allMatches(help.substr(0, help.find(".\n")), "\\b([0-9]+) "), codes);
 }
 
-TEST(Manual, TellsOfTheSettingThatAllowsToAdd) {
-  EXPECT_NE(section("SETTINGS").find("AllowManual"), std::string::npos);
+TEST(Manual, DescribesOnlySettingsThatExist) {
+  const Settings settings = defaultSettings();
+  const Names named = allMatches(section("SETTINGS"), "\\b((?:Allow|Debug|Enrol|Proto|Str)\\w*)");
+  for (const std::string& key : named) EXPECT_TRUE(settings.contains(key)) << key;
+  for (const char* key : {"AllowManual", "AllowTaEnrol", "AllowHTTP", "EnrolURL", "Debug"}) {
+    EXPECT_TRUE(named.contains(key)) << key;
+  }
 }
 
-TEST(Manual, IsFreeOfWarnings) {
-  Ended ended;
-  if (isInstalled("mandoc")) {
-    ended = runProcess({"mandoc", "-T", "lint", "-W", "warning", CLI_MANUAL},
-                       {"PATH=/usr/bin:/bin", "LC_ALL=C.UTF-8"});
-  } else if (isInstalled("man") && isInstalled("groff")) {
-    ended = runProcess({"man", "--warnings", "-l", CLI_MANUAL},
-                       {"PATH=/usr/bin:/bin", "LC_ALL=C.UTF-8", "MANWIDTH=80", "PAGER=cat"});
-    ended.out.clear();
-  } else {
-    GTEST_SKIP() << "neither mandoc nor man is installed";
+// The files of a user, from the home folder on: those that the programs keep there.
+Names userFilesIn(const std::string& text) {
+  return allMatches(text, "(~/[A-Za-z./-]*[a-z])[` ,\n]");
+}
+
+TEST(Manual, FilesAreThoseThatAreThere) {
+  const CliHome home;
+  home.setSettings("AllowManual=true\nDebug=true\n");
+  home.add("A");
+  Names files;
+  for (const auto& [path, content] : home.files()) {
+    std::string name = path.substr(home.root().size() + 1);
+    for (const auto& [folder, place] : std::map<std::string, std::string>{
+             {"home/", "~/"}, {"data/", "~/.local/share/"}, {"config/", "~/.config/"}}) {
+      if (name.starts_with(folder)) name = place + name.substr(folder.size());
+    }
+    files.insert(name);
   }
-  EXPECT_EQ(ended.exit_code, 0);
-  EXPECT_EQ(ended.out + ended.err, "");
+  EXPECT_EQ(userFilesIn(section("FILES")), files);
+  const Names in_guide = userFilesIn(guidePart("## Files"));
+  for (const std::string& file : files) EXPECT_TRUE(in_guide.contains(file)) << file;
+}
+
+TEST(Manual, KeychainLineCanBeChangedAndChangedBack) {
+  CliHome home;
+  home.add("A");
+  home.keychain.clear();
+  const std::string choice = readFile(home.choiceFile());
+  EXPECT_NE(choice.find("Keychain=vault\n"), std::string::npos) << choice;
+  writeFile(home.choiceFile(),
+            std::regex_replace(choice, std::regex("Keychain=vault"), "Keychain=secret-service"));
+  expectFailure(home.run({"list"}), 4, "Secret Service");
+  writeFile(home.choiceFile(), choice);
+  EXPECT_EQ(home.names(), Strings{"A"});
+}
+
+TEST(DesktopManual, DescribesEveryOption) {
+  const CliHome home;
+  const Ended ended = runProcess({SOFTTOKEN, "--help"}, home.environment);
+  expectSuccess(ended);
+  const Names options = longOptions(ended.out);
+  EXPECT_TRUE(options.contains("toggle")) << ended.out;
+  EXPECT_EQ(optionsIn(section("SYNOPSIS", "docs/softtoken.1")), options);
+  EXPECT_EQ(optionsIn(section("DESCRIPTION", "docs/softtoken.1")), options);
+}
+
+TEST(Manuals, AreFreeOfWarnings) {
+  for (const std::string& name : manuals) {
+    const std::string path = std::string(DOCUMENTS) + '/' + name;
+    Ended ended;
+    if (isInstalled("mandoc")) {
+      ended = runProcess({"mandoc", "-T", "lint", "-W", "warning", path},
+                         {"PATH=/usr/bin:/bin", "LC_ALL=C.UTF-8"});
+    } else if (isInstalled("man") && isInstalled("groff")) {
+      ended = runProcess({"man", "--warnings", "-l", path},
+                         {"PATH=/usr/bin:/bin", "LC_ALL=C.UTF-8", "MANWIDTH=80", "PAGER=cat"});
+      ended.out.clear();
+    } else {
+      GTEST_SKIP() << "neither mandoc nor man is installed";
+    }
+    EXPECT_EQ(ended.exit_code, 0) << name;
+    EXPECT_EQ(ended.out + ended.err, "") << name;
+  }
+}
+
+TEST(Guide, HasEverySettingWithItsDefault) {
+  const std::string text = guidePart("### Every key");
+  Settings described;
+  const auto describe = [&](const std::string& key, const std::string& value) {
+    EXPECT_TRUE(described.emplace(key, value).second) << key << " is there twice";
+  };
+  const std::regex row("\n\\| `(\\w+)` \\| (?:(?:text|flag|number) \\| )?`?([^|`]*?)`? \\|");
+  for (std::sregex_iterator match(text.begin(), text.end(), row), end; match != end; ++match) {
+    describe((*match)[1], (*match)[2] == "none" ? "" : (*match)[2].str());
+  }
+  const std::string unused = text.substr(text.find("**Without effect**"));
+  const std::regex pair("`(\\w+)`\\s\\((?:\\w+, )?`(\\w+)`\\)");
+  for (std::sregex_iterator match(unused.begin(), unused.end(), pair), end; match != end; ++match) {
+    describe((*match)[1], (*match)[2]);
+  }
+  EXPECT_EQ(described, defaultSettings());
+}
+
+TEST(Guide, ListsWhatIsPercentEscaped) {
+  std::string signs;
+  for (char sign = '!'; sign <= '~'; ++sign) {
+    if (percentEscaped(std::string(1, sign)).size() > 1) signs += sign;
+  }
+  EXPECT_NE(guidePart("### Requests").find("``" + signs + "``"), std::string::npos) << signs;
+}
+
+TEST(Guide, IndentedCommentEndsTheFile) {
+  const CliHome home;
+  home.setSettings("AllowManual=yes\n  # more\nDebug=yes\n");
+  const Settings settings = settingsOf(home);
+  EXPECT_EQ(settings.at("AllowManual"), "true");
+  EXPECT_EQ(settings.at("Debug"), "false");
+}
+
+TEST(Sample, HasEverySettingWithItsDefault) {
+  Settings shown;
+  std::istringstream sample(document("docs/tasofttoken.ini.sample"));
+  for (std::string line; std::getline(sample, line);) {
+    const std::size_t equals = line.find('=');
+    if (equals == std::string::npos || line.find(' ') < equals) continue;
+    EXPECT_TRUE(line.starts_with('#')) << line;
+    EXPECT_TRUE(shown.emplace(line.substr(1, equals - 1), line.substr(equals + 1)).second) << line;
+  }
+  EXPECT_EQ(shown, defaultSettings());
+}
+
+TEST(Documents, NameOnlyCommandsThatExist) {
+  const Help help;
+  Strings names = markdown_files;
+  names.insert(names.end(), manuals.begin(), manuals.end());
+  Names named;
+  for (const std::string& name : names) {
+    const std::regex call("softtoken-cli ([a-z]+)([^\n`#|]*)");
+    const std::string text = document(name);
+    for (std::sregex_iterator match(text.begin(), text.end(), call), end; match != end; ++match) {
+      const std::string command = (*match)[1];
+      ASSERT_TRUE(help.commands.contains(command)) << name << ": " << (*match)[0];
+      named.insert(command);
+      for (const std::string& option : longOptions((*match)[2])) {
+        EXPECT_TRUE(help.options.at(command).contains(option)) << name << ": " << (*match)[0];
+      }
+    }
+  }
+  EXPECT_TRUE(named.contains("doctor"));
+}
+
+// The anchor that a heading gets.
+std::string anchorOf(const std::string& heading) {
+  std::string anchor;
+  for (const char c : heading) {
+    if (c == ' ') anchor += '-';
+    if (std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '-') {
+      anchor += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+  }
+  return anchor;
+}
+
+TEST(Documents, LinksLeadSomewhere) {
+  std::size_t links = 0;
+  for (const std::string& name : markdown_files) {
+    const std::string text = document(name);
+    Names anchors;
+    for (const std::string& heading : allMatches(text, "\n#+ ([^\n]+)")) {
+      anchors.insert('#' + anchorOf(heading));
+    }
+    const auto folder =
+        std::filesystem::path(DOCUMENTS) / std::filesystem::path(name).parent_path();
+    for (const std::string& target :
+         allMatches(text, "(?:\\]\\(|<img src=\")(?!https://)([^)\"]+)[)\"]")) {
+      ++links;
+      EXPECT_TRUE(target.starts_with('#') ? anchors.contains(target)
+                                          : std::filesystem::exists(folder / target))
+          << name << ": " << target;
+    }
+  }
+  EXPECT_GT(links, 20U);
+}
+
+// One word for one thing.
+TEST(Documents, UseTheUsualWords) {
+  Strings names = markdown_files;
+  names.insert(names.end(), manuals.begin(), manuals.end());
+  names.insert(names.end(), {"docs/tasofttoken.ini.sample", "resources/desktop/softtoken.desktop",
+                             "resources/desktop/example.talvane.softtoken.metainfo.xml",
+                             "cli/completions/softtoken-cli.fish"});
+  const std::regex unusual("\\b(log-in|anew|mend(s|ed|ing)?|pictures?|blanks?|keyrings?)\\b");
+  for (const std::string& name : names) {
+    const std::string text = document(name);
+    std::smatch found;
+    EXPECT_FALSE(std::regex_search(text, found, unusual)) << name << ": " << found[0];
+  }
 }
 
 TEST(BashCompletion, HoldsEveryCommandAndOption) {
