@@ -337,6 +337,24 @@ TEST(Documents, LinksLeadSomewhere) {
   EXPECT_GT(links, 20U);
 }
 
+// Sources that the documents name, such as `engine/gateway.h`; those with a placeholder in capitals
+// are left out.
+TEST(Documents, NameOnlySourcesThatExist) {
+  Names named;
+  for (const std::string& name : markdown_files) {
+    for (const std::string& path :
+         allMatches(document(name),
+                    "[` ]((?:engine|platform|store|config|enrol|ui|cli|demo|resources|"
+                    "script|docs|tests|bench|fuzz|packaging)/[\\w./-]*)(?=[` \\n])")) {
+      if (std::regex_search(path, std::regex("[A-Z]{4}"))) continue;
+      named.insert(path);
+      EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(DOCUMENTS) / path))
+          << name << ": " << path;
+    }
+  }
+  EXPECT_GT(named.size(), 40U);
+}
+
 // One word for one thing.
 TEST(Documents, UseTheUsualWords) {
   Strings names = markdown_files;
