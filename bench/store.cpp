@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "engine/vane.h"
-#include "platform/linux/vault_keychain.h"
+#include "platform/linux/vault/keychain.h"
 #include "platform/vaneinterface.h"
 #include "tests/secret_service/private_session.h"
 

@@ -4,7 +4,7 @@
 
 #include "platform/folders.h"
 #include "platform/keychains.h"
-#include "platform/linux/vault_keychain.h"
+#include "platform/linux/vault/keychain.h"
 #include "platform/memory/unavailable_keychain.h"
 #include "platform/modules.h"
 

@@ -1,4 +1,4 @@
-#include "platform/linux/secret_service_status.h"
+#include "platform/linux/secret_service/status.h"
 
 #include <gtest/gtest.h>
 

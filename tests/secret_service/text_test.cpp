@@ -1,4 +1,4 @@
-#include "platform/linux/secret_service_text.h"
+#include "platform/linux/secret_service/text.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/linux/vault_keychain.h"
+#include "platform/linux/vault/keychain.h"
 #include "tests/support/temporary_folder.h"
 
 namespace talvane {

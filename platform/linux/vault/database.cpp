@@ -1,11 +1,11 @@
-#include "platform/linux/vault_database.h"
+#include "platform/linux/vault/database.h"
 
 #include <sqlite3.h>
 #include <unistd.h>
 
 #include <cstring>
 
-#include "platform/linux/vault_database_file.h"
+#include "platform/linux/vault/database_file.h"
 
 namespace talvane {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/secret_service_link.h"
+#include "platform/linux/secret_service/link.h"
 
 namespace talvane::secret_service {
 

@@ -1,4 +1,4 @@
-#include "platform/linux/vault_database_file.h"
+#include "platform/linux/vault/database_file.h"
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/vault_database.h"
+#include "platform/linux/vault/database.h"
 
 namespace talvane {
 namespace {

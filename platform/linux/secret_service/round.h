@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/secret_service_handles.h"
+#include "platform/linux/secret_service/handles.h"
 
 namespace talvane::secret_service {
 

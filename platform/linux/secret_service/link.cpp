@@ -1,4 +1,4 @@
-#include "platform/linux/secret_service_link.h"
+#include "platform/linux/secret_service/link.h"
 
 #include <cstdlib>
 

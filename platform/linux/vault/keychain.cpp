@@ -1,11 +1,11 @@
-#include "platform/linux/vault_keychain.h"
+#include "platform/linux/vault/keychain.h"
 
 #include <map>
 #include <optional>
 #include <utility>
 
-#include "platform/linux/vault_database.h"
-#include "platform/linux/vault_key.h"
+#include "platform/linux/vault/database.h"
+#include "platform/linux/vault/key.h"
 
 namespace talvane {
 namespace {

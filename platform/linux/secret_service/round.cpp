@@ -1,4 +1,4 @@
-#include "platform/linux/secret_service_round.h"
+#include "platform/linux/secret_service/round.h"
 
 #include <algorithm>
 #include <utility>

@@ -16,7 +16,7 @@
 #include <string_view>
 #include <variant>
 
-#include "platform/linux/vault_files.h"
+#include "platform/linux/vault/files.h"
 
 struct sqlite3;
 struct sqlite3_stmt;

@@ -1,4 +1,4 @@
-#include "platform/linux/vault_key.h"
+#include "platform/linux/vault/key.h"
 
 #include <sodium.h>
 

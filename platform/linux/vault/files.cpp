@@ -1,4 +1,4 @@
-#include "platform/linux/vault_files.h"
+#include "platform/linux/vault/files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

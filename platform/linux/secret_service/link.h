@@ -7,9 +7,9 @@
 #include <memory>
 #include <string>
 
-#include "platform/linux/secret_service_handles.h"
-#include "platform/linux/secret_service_round.h"
-#include "platform/linux/secret_service_status.h"
+#include "platform/linux/secret_service/handles.h"
+#include "platform/linux/secret_service/round.h"
+#include "platform/linux/secret_service/status.h"
 
 namespace talvane::secret_service {
 

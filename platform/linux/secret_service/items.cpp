@@ -1,10 +1,10 @@
-#include "platform/linux/secret_service_items.h"
+#include "platform/linux/secret_service/items.h"
 
 #include <cstring>
 #include <string_view>
 #include <utility>
 
-#include "platform/linux/secret_service_text.h"
+#include "platform/linux/secret_service/text.h"
 
 namespace talvane::secret_service {
 namespace {

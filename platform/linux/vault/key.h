@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "platform/keychain_service.h"
-#include "platform/linux/vault_files.h"
+#include "platform/linux/vault/files.h"
 
 namespace talvane {
 

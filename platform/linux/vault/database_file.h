@@ -2,7 +2,7 @@
 
 // The vault's database file below SQLite: its marks, and a lock that SQLite honours.
 
-#include "platform/linux/vault_files.h"
+#include "platform/linux/vault/files.h"
 
 namespace talvane {
 

@@ -12,9 +12,9 @@
 #include <utility>
 
 #include "platform/keychain_service.h"
-#include "platform/linux/secret_service_items.h"
-#include "platform/linux/secret_service_link.h"
-#include "platform/linux/secret_service_round.h"
+#include "platform/linux/secret_service/items.h"
+#include "platform/linux/secret_service/link.h"
+#include "platform/linux/secret_service/round.h"
 
 namespace talvane {
 namespace secret_service {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/keychain_service.h"
-#include "platform/linux/secret_service_handles.h"
+#include "platform/linux/secret_service/handles.h"
 
 namespace talvane::secret_service {
 
