@@ -54,7 +54,7 @@ class DoctorCommand final : public Command {
     examineSettings(settings);
     examineClock();
     examineServer(settings);
-    for (const char* name : {"/vault.sqlite", "/vault.sqlite-wal", "/vault.key"}) {
+    for (const char* name : {"/vault", "/vault.key"}) {
       examineMode(dataFolder() + name);
     }
     examineMode(withTildeExpanded(trace_path));

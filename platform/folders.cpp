@@ -1,6 +1,8 @@
 #include "platform/folders.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -10,6 +12,14 @@ namespace {
 bool isFolder(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// Makes the folder's entries last through a power cut.
+void syncFolder(const std::string& path) {
+  const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return;
+  static_cast<void>(fsync(folder));
+  close(folder);
 }
 
 }  // namespace
@@ -24,7 +34,11 @@ bool makePrivateFolder(const std::string& path) {
   const std::size_t slash = path.find_last_of('/');
   if (slash == std::string::npos) return false;
   if (slash > 0 && !makePrivateFolder(path.substr(0, slash))) return false;
-  if (mkdir(path.c_str(), S_IRWXU) == 0) return chmod(path.c_str(), S_IRWXU) == 0;  // any umask
+  if (mkdir(path.c_str(), S_IRWXU) == 0) {
+    if (chmod(path.c_str(), S_IRWXU) != 0) return false;  // any umask
+    syncFolder(path.substr(0, slash + 1));
+    return true;
+  }
   // Another program may have made it meanwhile.
   const int error = errno;
   if (isFolder(path)) return true;

@@ -1,4 +1,4 @@
-#include <unistd.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 
@@ -39,8 +39,9 @@ std::unique_ptr<KeychainService> makeKeychain(const std::string& kind) {
 
 std::string keychainKindForNewUser(KeychainStatus* status) {
   if (status != nullptr) *status = KeychainStatus::ok;
-  // A vault that cannot be looked for may be there: it will say what is wrong.
-  if (access((dataFolder() + "/vault.sqlite").c_str(), F_OK) == 0 || errno != ENOENT) return vault;
+  // A vault that cannot be looked for, or a link in its place, will say what is wrong.
+  struct stat file {};
+  if (lstat((dataFolder() + "/vault").c_str(), &file) == 0 || errno != ENOENT) return vault;
   // One that holds no collection to store into cannot be given one without asking the user.
   const KeychainStatus seen = makeSecretService()->describe().status;
   if (seen == KeychainStatus::not_available || seen == KeychainStatus::no_default_keychain) {

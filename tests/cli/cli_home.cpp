@@ -1,10 +1,12 @@
 #include "tests/cli/cli_home.h"
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <algorithm>
 #include <filesystem>
+
+#include "platform/device_identifiers.h"
+#include "platform/linux/vault/keychain.h"
 
 namespace talvane::test {
 namespace {
@@ -13,6 +15,14 @@ namespace {
 void passOn(const char* variable, Strings* environment) {
   const char* value = std::getenv(variable);
   if (value != nullptr) environment->push_back(std::string(variable) + '=' + value);
+}
+
+std::string recordOf(int slot) {
+  return "TalvaneSoftToken502" + std::to_string(slot);
+}
+
+std::string loginName() {
+  return systemDeviceIdentifiers()->loginName();
 }
 
 }  // namespace
@@ -83,21 +93,14 @@ void CliHome::setSettings(std::string_view text) const {
   writeFile(settingsFile(), text);
 }
 
-void CliHome::changeVault(const std::string& statement) const {
-  sqlite3* database = nullptr;
-  ASSERT_EQ(sqlite3_open(vault().c_str(), &database), SQLITE_OK);
-  EXPECT_EQ(sqlite3_exec(database, statement.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
-  EXPECT_EQ(sqlite3_changes(database), 1) << statement;
-  sqlite3_close(database);
-}
-
 void CliHome::damage(int slot) const {
-  changeVault("UPDATE items SET sealed=zeroblob(100) WHERE service='TalvaneSoftToken502" +
-              std::to_string(slot) + "'");
+  EXPECT_EQ(makeVaultKeychain(dataFolder())->replace(recordOf(slot), loginName(), Bytes(100, 0)),
+            KeychainStatus::ok);
 }
 
 void CliHome::remove(int slot) const {
-  changeVault("DELETE FROM items WHERE service='TalvaneSoftToken502" + std::to_string(slot) + "'");
+  EXPECT_EQ(makeVaultKeychain(dataFolder())->remove(recordOf(slot), loginName()),
+            KeychainStatus::ok);
 }
 
 CliHome::Files CliHome::files() const {

@@ -50,7 +50,7 @@ class CliHome {
   /// The settings file's text.
   void setSettings(std::string_view text) const;
   [[nodiscard]] std::string settingsFile() const { return folder_ / "home/tasofttoken.ini"; }
-  [[nodiscard]] std::string vault() const { return dataFolder() + "/vault.sqlite"; }
+  [[nodiscard]] std::string vault() const { return dataFolder() + "/vault"; }
   [[nodiscard]] std::string dataFolder() const { return folder_ / "data/softtoken"; }
   [[nodiscard]] std::string traceFile() const { return folder_ / "home/softtoken.txt"; }
   /// What the program remembers of the choice of keychain.
@@ -76,8 +76,6 @@ class CliHome {
   std::string keychain = "vault";  // as --keychain says; empty: not said
 
  private:
-  void changeVault(const std::string& statement) const;
-
   TemporaryFolder folder_;
 };
 

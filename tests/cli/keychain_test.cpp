@@ -42,16 +42,15 @@ TEST(Keychain, GarbageInThePlaceOfTheVaultIsNotTouched) {
   writeFile(home.vault(), garbage);
   expectEveryCommandFails(home, home.vault());
   EXPECT_EQ(readFile(home.vault()), garbage);
-  EXPECT_FALSE(exists(home.vault() + "-wal"));
-  EXPECT_FALSE(exists(home.vault() + "-journal"));
+  EXPECT_EQ(entriesIn(home.dataFolder()), 3U);
 }
 
 TEST(Keychain, GarbageInAHomeWithoutAChoiceIsNotTouched) {
   const CliHome home;
   std::filesystem::create_directories(home.dataFolder());
-  writeFile(home.vault(), "SQLite format 3, not");
+  writeFile(home.vault(), "STVAULT, not");
   expectEveryCommandFails(home, home.vault());
-  EXPECT_EQ(readFile(home.vault()), "SQLite format 3, not");
+  EXPECT_EQ(readFile(home.vault()), "STVAULT, not");
 }
 
 TEST(Keychain, EmptyFileInThePlaceOfTheVaultIsNotTouched) {
@@ -65,7 +64,8 @@ TEST(Keychain, EmptyFileInThePlaceOfTheVaultIsNotTouched) {
 TEST(Keychain, TruncatedVaultIsNotTouched) {
   const CliHome home;
   for (const char* name : {"A", "B", "C"}) home.add(name);
-  const std::string part = readFile(home.vault()).substr(0, 5000);
+  const std::string whole = readFile(home.vault());
+  const std::string part = whole.substr(0, whole.size() / 2);
   writeFile(home.vault(), part);
   for (const auto& [arguments, input] : all_commands) {
     SCOPED_TRACE(arguments.front());
@@ -282,7 +282,7 @@ TEST(Keychain, FilesArePrivate) {
   home.add("A");
   umask(before);
   EXPECT_EQ(modeOf(home.dataFolder()), 0700);
-  for (const char* name : {"vault.sqlite", "vault.key", "store.lock"}) {
+  for (const char* name : {"vault", "vault.key", "store.lock"}) {
     EXPECT_EQ(modeOf(home.dataFolder() + '/' + name), 0600) << name;
   }
   EXPECT_EQ(modeOf(home.choiceFile()), 0600);

@@ -112,7 +112,7 @@ TEST(Usage, RelativeFoldersInTheEnvironmentAreIgnored) {
     if (entry.starts_with("XDG_DATA_HOME=")) entry = "XDG_DATA_HOME=relative";
   }
   home.add("A");
-  EXPECT_TRUE(exists(home.path("home/.local/share/softtoken/vault.sqlite")));
+  EXPECT_TRUE(exists(home.path("home/.local/share/softtoken/vault")));
 }
 
 }  // namespace

@@ -151,7 +151,7 @@ class DamageTest : public DesktopTest {};
 
 TEST_F(DamageTest, AVaultThatIsNoneIsToldAndLeftAlone) {
   add("Mail");
-  const std::string vault = path("data/softtoken/vault.sqlite");
+  const std::string vault = path("data/softtoken/vault");
   writeFile(vault, std::string(4096, 'x'));
   start();
   openPanel();

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,7 @@ class KeychainsTest : public testing::Test {
   void setDesktop(KeychainStatus status) {
     environment.set("FAKE_SECRET_SERVICE_STATUS", std::to_string(static_cast<int>(status)));
   }
-  [[nodiscard]] bool vaultExists() const { return exists(home.data() + "/softtoken/vault.sqlite"); }
+  [[nodiscard]] bool vaultExists() const { return exists(home.data() + "/softtoken/vault"); }
 
   static KeychainStatus addTo(KeychainService& keychain) {
     return keychain.add("service", "account", Bytes{1, 2, 3});
@@ -102,6 +103,13 @@ TEST_F(KeychainsTest, VaultThatCannotBeLookedForIsNotTakenForMissing) {
     EXPECT_EQ(keychainKindForNewUser(), vault);
     EXPECT_EQ(chmod(folder.c_str(), 0700), 0);
   });
+}
+
+TEST_F(KeychainsTest, LinkToNowhereInTheVaultsPlaceIsNotTakenForMissing) {
+  std::filesystem::create_directory(home.data() + "/softtoken");
+  std::filesystem::create_symlink("nowhere", home.data() + "/softtoken/vault");
+  EXPECT_EQ(keychainKindForNewUser(), vault);
+  EXPECT_EQ(lookInto(vault), KeychainStatus::not_available);
 }
 
 TEST_F(KeychainsTest, LookingForAKindCreatesNothing) {

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
 
 #include "tests/support/in_child.h"
 #include "tests/vault/vault_support.h"
@@ -45,19 +44,5 @@ class Neighbour {
   int ready_[2] = {-1, -1};
   pid_t child_ = 0;
 };
-
-/// A vault of "token 0" whose newest change, "token 1", is in the log only, as a crash leaves it.
-inline void fillWithLog(const VaultFolder& folder) {
-  folder.fill(1);
-  Neighbour reader([&] {
-    // Keeps the log from being moved into the database. Never closed: the process is killed.
-    auto* sql = new Sql(folder.database());
-    sql->run("BEGIN; SELECT count(*) FROM items");
-  });
-  inChild([&] { EXPECT_EQ(store(*folder.open(), "token 1", "in the log"), Status::ok); });
-  reader.end();
-  ASSERT_GT(std::filesystem::file_size(folder.log()), 0U);
-  ASSERT_TRUE(exists(folder.index()));
-}
 
 }  // namespace talvane::test

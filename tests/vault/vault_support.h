@@ -1,7 +1,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <memory>
 #include <optional>
@@ -59,9 +58,7 @@ class VaultFolder {
 
   [[nodiscard]] const std::string& base() const { return base_.path(); }
   [[nodiscard]] const std::string& path() const { return path_; }
-  [[nodiscard]] std::string database() const { return path_ + "/vault.sqlite"; }
-  [[nodiscard]] std::string log() const { return database() + "-wal"; }
-  [[nodiscard]] std::string index() const { return database() + "-shm"; }
+  [[nodiscard]] std::string vault() const { return path_ + "/vault"; }
   [[nodiscard]] std::string key() const { return path_ + "/vault.key"; }
 
   [[nodiscard]] std::unique_ptr<KeychainService> open() const { return makeVaultKeychain(path_); }
@@ -78,37 +75,6 @@ class VaultFolder {
  private:
   TemporaryFolder base_;
   std::string path_;
-};
-
-/// SQLite itself at a database, for what the vault does not do.
-class Sql {
- public:
-  explicit Sql(const std::string& path) {
-    EXPECT_EQ(sqlite3_open(path.c_str(), &handle_), SQLITE_OK) << path;
-  }
-  ~Sql() { sqlite3_close(handle_); }
-  Sql(const Sql&) = delete;
-  Sql& operator=(const Sql&) = delete;
-
-  void run(const std::string& statements) {
-    char* error = nullptr;
-    EXPECT_EQ(sqlite3_exec(handle_, statements.c_str(), nullptr, nullptr, &error), SQLITE_OK)
-        << statements << ": " << (error != nullptr ? error : "");
-    sqlite3_free(error);
-  }
-  /// The first column of the first row.
-  std::string value(const std::string& query) {
-    std::string result;
-    const auto keep = [](void* target, int, char** values, char**) {
-      *static_cast<std::string*>(target) = values[0] != nullptr ? values[0] : "NULL";
-      return 0;
-    };
-    EXPECT_EQ(sqlite3_exec(handle_, query.c_str(), keep, &result, nullptr), SQLITE_OK) << query;
-    return result;
-  }
-
- private:
-  sqlite3* handle_ = nullptr;
 };
 
 }  // namespace talvane::test

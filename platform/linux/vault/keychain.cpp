@@ -1,349 +1,343 @@
 #include "platform/linux/vault/keychain.h"
 
-#include <map>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
 #include <optional>
+#include <system_error>
+#include <thread>
 #include <utility>
 
-#include "platform/linux/vault/database.h"
-#include "platform/linux/vault/key.h"
+#include "platform/folders.h"
+#include "platform/linux/vault/sealed_items.h"
+#include "platform/own_files.h"
+#include "platform/replace_file.h"
 
 namespace talvane {
 namespace {
 
-// What the key check is sealed as: no item's service is empty.
-constexpr std::string_view key_check_service;
-constexpr std::string_view key_check_account = "key check";
+// How a step went. `words`: the sentence for the user; empty where the status alone says enough.
+struct [[nodiscard]] Outcome {
+  KeychainStatus status = KeychainStatus::ok;
+  std::string words = {};
 
-// Far above any record, far below what SQLite takes.
-constexpr std::size_t largest_secret = 8 * 1024 * 1024;
+  [[nodiscard]] bool ok() const { return status == KeychainStatus::ok; }
+};
 
-bool isAnswer(const VaultOutcome& outcome) {
-  return outcome.ok() || outcome.status == KeychainStatus::item_not_found ||
-         outcome.status == KeychainStatus::duplicate_item;
+Outcome damaged(std::string words) {
+  return {KeychainStatus::invalid_keychain, std::move(words)};
 }
+
+// What an errno means. `denied`: what it is when rights are wanting.
+Outcome failed(const std::string& path, int error, KeychainStatus denied) {
+  std::string text = std::generic_category().message(error);
+  if (error == ELOOP) text = "there is a link in its place, which is not followed";
+  if (error == EPERM) text = "it is not yours alone";
+  switch (error) {
+    case 0:
+      return {};
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return {KeychainStatus::disk_full};
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      if (denied == KeychainStatus::write_permission) return {denied};
+      [[fallthrough]];
+    case EEXIST:
+    case ELOOP:
+    case ENAMETOOLONG:
+    case ENOTDIR:
+      return {KeychainStatus::not_available,
+              path + " cannot be used (" + text + "); check what it is and who owns it"};
+    default:
+      return {KeychainStatus::io_error,
+              path + " could not be read or written (" + text + "); check the disk and try again"};
+  }
+}
+
+Outcome readingFailed(const std::string& path, int error) {
+  if (error == ENOENT) return {KeychainStatus::item_not_found};
+  if (error == EINVAL) return damaged(path + " is no file of the vault; restore it from a backup");
+  return failed(path, error, KeychainStatus::not_available);
+}
+
+Outcome writingFailed(const std::string& path, int error) {
+  return failed(path, error, KeychainStatus::write_permission);
+}
+
+int putBytes(int (*put)(const std::string&, std::string_view, mode_t), const std::string& path,
+             const Bytes& content) {
+  return put(path, {reinterpret_cast<const char*>(content.data()), content.size()}, 0600);
+}
+
+constexpr std::pair<KeychainStatus, const char*> usual_words[] = {
+    {KeychainStatus::ok, "is well"},
+    {KeychainStatus::disk_full,
+     "has no room on its disk, and nothing was changed; free some space and try again"},
+    {KeychainStatus::io_error, "could not be read or written; check the disk and try again"},
+    {KeychainStatus::write_permission,
+     "may not be written to; make the file and its folder writable and try again"},
+    {KeychainStatus::not_available, "cannot be reached; check who owns it and its folder"},
+    {KeychainStatus::no_default_keychain, "has no collection to store into; report this"},
+    {KeychainStatus::interaction_not_allowed, "is locked; unlock it first"},
+    {KeychainStatus::duplicate_item, "holds an item of that name already; remove it first"},
+    {KeychainStatus::item_not_found, "holds no item of that name; add it first"},
+    {KeychainStatus::cannot_decode,
+     "holds a damaged item; restore the vault from a backup, or delete the item and add it again"},
+    {KeychainStatus::invalid_keychain,
+     "is damaged, and nothing was changed; restore the file from a backup or move it away"},
+    {KeychainStatus::not_responding,
+     "has been held by another program for two seconds; close that program and try again"},
+};
 
 class VaultKeychain final : public KeychainService {
  public:
-  explicit VaultKeychain(std::string folder) : paths_(std::move(folder)) {}
+  explicit VaultKeychain(std::string folder)
+      : folder_(std::move(folder)), vault_(folder_ + "/vault"), key_(folder_ + "/vault.key") {}
 
   KeychainStatus find(const std::string& service, const std::string& account,
                       SecretBytes* secret) override {
-    return finished(findItem(service, account, secret));
+    if (!change_ && !(reading_ && look_)) look_ = lookFromOutside();
+    const Look& look = change_ ? change_->look : *look_;
+    Outcome outcome = look.outcome;
+    if (outcome.ok()) {
+      const auto item = look.items.find({service, account});
+      if (item == look.items.end()) {
+        outcome.status = KeychainStatus::item_not_found;
+      } else if (secret != nullptr) {
+        *secret = item->second;
+      }
+    }
+    if (!reading_) look_.reset();
+    return finished(std::move(outcome));
   }
 
   KeychainStatus add(const std::string& service, const std::string& account,
                      const SecretBytes& secret) override {
-    return finished(change(true, [&](Transaction& open) -> VaultOutcome {
-      if (secret->size() > largest_secret) return tooLarge();
-      return open.database->add(service, account, open.key->seal(service, account, secret));
-    }));
+    return changeItems(Missing::create, [&](VaultItems& items) {
+      return items.try_emplace({service, account}, secret).second ? KeychainStatus::ok
+                                                                  : KeychainStatus::duplicate_item;
+    });
   }
 
   KeychainStatus replace(const std::string& service, const std::string& account,
                          const SecretBytes& secret) override {
-    return finished(change(false, [&](Transaction& open) -> VaultOutcome {
-      if (secret->size() > largest_secret) return tooLarge();
-      return open.database->replace(service, account, open.key->seal(service, account, secret));
-    }));
+    return changeItems(Missing::leave, [&](VaultItems& items) {
+      const auto item = items.find({service, account});
+      if (item == items.end()) return KeychainStatus::item_not_found;
+      item->second = secret;
+      return KeychainStatus::ok;
+    });
   }
 
   KeychainStatus remove(const std::string& service, const std::string& account) override {
-    return finished(change(false, [&](Transaction& open) -> VaultOutcome {
-      return open.database->remove(service, account);
-    }));
+    return changeItems(Missing::leave, [&](VaultItems& items) {
+      return items.erase({service, account}) == 1 ? KeychainStatus::ok
+                                                  : KeychainStatus::item_not_found;
+    });
   }
 
   std::string message(KeychainStatus status) override {
     if (status == last_.status && !last_.words.empty()) return last_.words;
-    return usualWords(status);
+    for (const auto& [of, words] : usual_words) {
+      if (of == status) return "The embedded vault " + vault_ + ' ' + words;
+    }
+    return "The embedded vault " + vault_ + " failed; try again";
   }
 
   KeychainDescription describe() override {
-    VaultOutcome outcome =
-        lookIntoVault(paths_, answerDeadline(), [&](VaultDatabase& database) -> VaultOutcome {
-          bool has_items = false;
-          VaultOutcome look = database.hasItems(&has_items);
-          if (!look.ok() || !has_items) return look;
-          std::optional<VaultKey> key;
-          look = readKey(database, &key);
-          return look.ok() ? checkKey(database, *key) : look;
-        });
-    // A vault that is yet to be made can be used.
-    if (outcome.status == KeychainStatus::item_not_found) outcome = {};
-    return {"embedded vault", paths_.database, finished(outcome)};
+    return {"embedded vault", vault_, finished(lookFromOutside().outcome)};
   }
 
-  void beginReading(const std::string& account) override {
-    reading_account_ = account;
-    snapshot_.reset();
+  void beginReading(const std::string& /*account*/) override {
+    reading_ = true;
+    look_.reset();
   }
 
   void endReading() override {
-    reading_account_.reset();
-    snapshot_.reset();
+    reading_ = false;
+    look_.reset();
   }
 
   KeychainStatus beginChange() override {
-    if (transaction_ || change_pending_) {
-      return finished({KeychainStatus::io_error,
-                       "The embedded vault " + paths_.database +
-                           " is in the middle of another change; try again when it has ended"});
-    }
-    snapshot_.reset();
-    VaultOutcome outcome = openTransaction(&transaction_);
-    // A vault that is yet to be made is made by the first item.
-    if (outcome.status == KeychainStatus::item_not_found) {
-      change_pending_ = true;
-      outcome = {};
-    }
-    return finished(std::move(outcome));
+    if (!change_) return finished(openChange(Missing::create));
+    return finished({KeychainStatus::io_error,
+                     "The embedded vault " + vault_ +
+                         " is in the middle of another change; try again when it has ended"});
   }
 
-  KeychainStatus endChange() override {
-    change_pending_ = false;
-    if (!transaction_) return finished({});
-    snapshot_.reset();
-    VaultOutcome outcome = transaction_->failure;
-    if (outcome.ok()) {
-      transaction_->database->setDeadline(answerDeadline());
-      outcome = transaction_->database->commit();
-    }
-    transaction_.reset();
-    return finished(std::move(outcome));
-  }
+  KeychainStatus endChange() override { return finished(closeChange()); }
 
   void abandonChange() override {
-    change_pending_ = false;
-    snapshot_.reset();
-    transaction_.reset();
+    look_.reset();
+    change_.reset();
   }
 
  private:
-  struct Transaction {
-    std::unique_ptr<VaultDatabase> database;
-    std::optional<VaultKey> key;
-    VaultOutcome failure;  // what undid the changes, if anything did
+  struct Look {
+    Outcome outcome;
+    SecretBytes packed;  // the items as they were read
+    VaultItems items;
+    SecretBytes key;  // empty when there is no vault yet
   };
-
-  // One look at the items of the account that is being read.
-  struct Snapshot {
-    VaultOutcome outcome;
-    std::map<std::string, Bytes> sealed;
-    std::optional<VaultKey> key;
+  struct Change {
+    Change() = default;
+    Change(const Change&) = delete;
+    Change& operator=(const Change&) = delete;
+    ~Change() {
+      if (folder >= 0) close(folder);
+    }
+    int folder = -1;
+    bool locked = false;
+    Look look;
   };
+  enum class Missing { leave, create };
 
-  KeychainStatus finished(VaultOutcome outcome) {
+  KeychainStatus finished(Outcome outcome) {
     last_ = std::move(outcome);
     return last_.status;
   }
 
-  VaultOutcome tooLarge() const {
-    return {KeychainStatus::io_error, "The secret is too large for the embedded vault " +
-                                          paths_.database + "; store a smaller one"};
-  }
-
-  VaultOutcome missingKey() const {
-    return {KeychainStatus::invalid_keychain,
-            paths_.key +
-                " is missing, and the items in the embedded vault cannot be opened "
-                "without it; restore the file from a backup"};
-  }
-
-  VaultOutcome foreignKey() const {
-    return {KeychainStatus::invalid_keychain,
-            paths_.key +
-                " is not the key that the items in the embedded vault were sealed with; "
-                "restore the file from the vault's own backup"};
-  }
-
-  // The key for a vault that may hold items. item_not_found: no key is there and no item.
-  VaultOutcome readKey(VaultDatabase& database, std::optional<VaultKey>* key) const {
-    VaultOutcome outcome = VaultKey::read(paths_, key);
-    if (outcome.status != KeychainStatus::item_not_found &&
-        outcome.status != KeychainStatus::invalid_keychain) {
+  Outcome readKey(SecretBytes* key) const {
+    Outcome outcome = readingFailed(key_, readOwnFile(key_, vault_key_size, key));
+    if (outcome.ok() ? key->get().size() == vault_key_size
+                     : outcome.status != KeychainStatus::invalid_keychain) {
       return outcome;
     }
-    bool has_items = false;
-    if (VaultOutcome look = database.hasItems(&has_items); !look.ok()) return look;
-    if (!has_items) return {KeychainStatus::item_not_found};
-    return outcome.status == KeychainStatus::item_not_found ? missingKey() : outcome;
+    return damaged(key_ +
+                   " is damaged, and the embedded vault cannot be opened without it; restore the "
+                   "file from a backup");
   }
 
-  VaultOutcome checkKey(VaultDatabase& database, const VaultKey& key) const {
-    Bytes sealed;
-    VaultOutcome outcome = database.findKeyCheck(&sealed);
-    if (!isAnswer(outcome)) return outcome;
-    SecretBytes nothing;
-    return key.open(key_check_service, key_check_account, sealed, &nothing) ? VaultOutcome{}
-                                                                            : foreignKey();
-  }
-
-  // Opens a sealed secret. When that fails, the key may be the wrong one or the item be damaged.
-  VaultOutcome openSecret(const VaultKey& key, const std::string& service,
-                          const std::string& account, const Bytes& sealed,
-                          SecretBytes* secret) const {
-    if (key.open(service, account, sealed, secret)) return {};
-    VaultOutcome outcome = lookIntoVault(
-        paths_, answerDeadline(), [&](VaultDatabase& database) { return checkKey(database, key); });
-    if (outcome.ok()) outcome = {KeychainStatus::cannot_decode};
-    return outcome;
-  }
-
-  VaultOutcome findItem(const std::string& service, const std::string& account,
-                        SecretBytes* secret) {
-    if (transaction_) return findInTransaction(service, account, secret);
-    if (reading_account_ == account) return findInSnapshot(service, account, secret);
-    std::optional<VaultKey> key;
-    Bytes sealed;
-    VaultOutcome outcome =
-        lookIntoVault(paths_, answerDeadline(), [&](VaultDatabase& database) -> VaultOutcome {
-          VaultOutcome look = readKey(database, &key);
-          return look.ok() ? database.find(service, account, &sealed) : look;
-        });
-    if (!outcome.ok() || secret == nullptr) return outcome;
-    return openSecret(*key, service, account, sealed, secret);
-  }
-
-  VaultOutcome findInSnapshot(const std::string& service, const std::string& account,
-                              SecretBytes* secret) {
-    if (!snapshot_) {
-      snapshot_.emplace();
-      snapshot_->outcome =
-          lookIntoVault(paths_, answerDeadline(), [&](VaultDatabase& database) -> VaultOutcome {
-            snapshot_->sealed.clear();
-            VaultOutcome look = readKey(database, &snapshot_->key);
-            return look.ok() ? database.findAll(account, &snapshot_->sealed) : look;
-          });
-    }
-    if (!snapshot_->outcome.ok()) return snapshot_->outcome;
-    const auto item = snapshot_->sealed.find(service);
-    if (item == snapshot_->sealed.end()) return {KeychainStatus::item_not_found};
-    if (secret == nullptr) return {};
-    return openSecret(*snapshot_->key, service, account, item->second, secret);
-  }
-
-  VaultOutcome findInTransaction(const std::string& service, const std::string& account,
-                                 SecretBytes* secret) {
-    if (!transaction_->failure.ok()) return transaction_->failure;
-    Bytes sealed;
-    VaultOutcome outcome = transaction_->database->find(service, account, &sealed);
-    if (!outcome.ok() || secret == nullptr) return outcome;
-    // The key has been checked, so it is the item.
-    return transaction_->key->open(service, account, sealed, secret)
-               ? VaultOutcome{}
-               : VaultOutcome{KeychainStatus::cannot_decode};
-  }
-
-  // Makes what is missing of a vault without items.
-  VaultOutcome createVault() const {
-    VaultOutcome outcome = createFolder(paths_.folder);
-    if (outcome.ok()) outcome = VaultKey::create(paths_);
-    // A file that was there already may be no key.
-    std::optional<VaultKey> key;
-    if (outcome.ok()) outcome = VaultKey::read(paths_, &key);
-    Bytes image;
-    if (outcome.ok()) outcome = emptyVault(paths_, &image);
-    if (outcome.ok()) outcome = createFileOnce(paths_.folder, paths_.database, image);
-    return outcome;
-  }
-
-  // item_not_found: there is no vault, or one without items and key.
-  VaultOutcome openTransaction(std::unique_ptr<Transaction>* transaction) const {
-    auto opened = std::make_unique<Transaction>();
-    VaultOutcome outcome = openVaultForChange(paths_, answerDeadline(), &opened->database);
+  // A vault that is yet to be made is an empty one.
+  Outcome read(Look* look) const {
+    if (!sealingReady()) return {KeychainStatus::io_error};
+    SecretBytes file;
+    Outcome outcome = readingFailed(vault_, readOwnFile(vault_, largest_vault, &file));
+    if (outcome.status == KeychainStatus::item_not_found) return {};
     if (!outcome.ok()) return outcome;
-    VaultDatabase& database = *opened->database;
-    outcome = readKey(database, &opened->key);
-    if (!outcome.ok()) return outcome;
-    outcome = checkKey(database, *opened->key);
-    if (!outcome.ok()) {
-      // Without items it does not matter which key there was before.
-      bool has_items = false;
-      if (VaultOutcome look = database.hasItems(&has_items); !look.ok()) return look;
-      if (has_items) return outcome;
-      outcome = database.setKeyCheck(opened->key->seal(key_check_service, key_check_account, {}));
+    if (!hasVaultHeader(file)) {
+      return damaged(vault_ +
+                     " is damaged, not a vault, or one of another version of this program, and "
+                     "nothing was changed; restore the file from a backup or move it away");
     }
-    if (outcome.ok()) *transaction = std::move(opened);
-    return outcome;
+    outcome = readKey(&look->key);
+    if (outcome.status == KeychainStatus::item_not_found) {
+      return damaged(key_ +
+                     " is missing, and the embedded vault cannot be opened without it; restore the "
+                     "file from a backup");
+    }
+    if (!outcome.ok()) return outcome;
+    if (!unseal(file, look->key, &look->packed)) {
+      return damaged(vault_ + " cannot be opened with " + key_ +
+                     ": one of them is damaged, or they do not belong together; restore both from "
+                     "one backup");
+    }
+    return unpackItems(look->packed, &look->items) ? Outcome{} : damaged({});
   }
 
-  VaultOutcome openTransaction(bool create, std::unique_ptr<Transaction>* transaction) const {
-    VaultOutcome outcome = openTransaction(transaction);
-    if (!create || outcome.status != KeychainStatus::item_not_found) return outcome;
-    outcome = createVault();
-    return outcome.ok() ? openTransaction(transaction) : outcome;
+  Look lookFromOutside() const {
+    Look look;
+    int folder = -1;
+    look.outcome = readingFailed(folder_, openOwnFolder(folder_, &folder));
+    if (look.outcome.ok()) look.outcome = read(&look);
+    // Where there is no folder yet there is no vault.
+    if (look.outcome.status == KeychainStatus::item_not_found) look.outcome = {};
+    if (folder >= 0) close(folder);
+    return look;
+  }
+
+  // Processes that change the vault take turns. A file system that locks no folder, as NFS, leaves
+  // that to the store's lock.
+  static Outcome lock(Change& change) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (flock(change.folder, LOCK_EX | LOCK_NB) != 0) {
+      if (errno != EWOULDBLOCK && errno != EINTR) return {};
+      if (std::chrono::steady_clock::now() >= deadline) return {KeychainStatus::not_responding};
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    change.locked = true;
+    return {};
+  }
+
+  // item_not_found: there is no folder, and none is to be made.
+  Outcome openChange(Missing missing) {
+    if (missing == Missing::create && !makePrivateFolder(folder_)) {
+      return writingFailed(folder_, errno);
+    }
+    auto change = std::make_unique<Change>();
+    Outcome outcome = readingFailed(folder_, openOwnFolder(folder_, &change->folder));
+    if (outcome.ok()) outcome = lock(*change);
+    if (outcome.ok()) outcome = read(&change->look);
+    // Renaming would pass over the rights of the file.
+    for (const std::string& path : {folder_, vault_}) {
+      const bool denied = faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0;
+      if (outcome.ok() && denied && errno != ENOENT) outcome = writingFailed(path, errno);
+    }
+    if (outcome.ok()) change_ = std::move(change);
+    return outcome;
   }
 
   template <typename Step>
-  VaultOutcome change(bool create, const Step& step) {
-    snapshot_.reset();
-    if (change_pending_ && create) {
-      if (VaultOutcome outcome = openTransaction(true, &transaction_); !outcome.ok()) {
-        return outcome;
-      }
-      change_pending_ = false;
-    }
-    if (transaction_) {
-      if (!transaction_->failure.ok()) return transaction_->failure;
-      transaction_->database->setDeadline(answerDeadline());
-      VaultOutcome outcome = step(*transaction_);
-      if (!isAnswer(outcome)) transaction_->failure = outcome;
-      return outcome;
-    }
-    std::unique_ptr<Transaction> opened;
-    VaultOutcome outcome = openTransaction(create, &opened);
-    if (outcome.ok()) outcome = step(*opened);
-    if (outcome.ok()) outcome = opened->database->commit();
-    return outcome;
+  KeychainStatus changeItems(Missing missing, const Step& step) {
+    look_.reset();
+    if (change_) return finished({step(change_->look.items)});
+    Outcome outcome = openChange(missing);
+    if (outcome.ok()) outcome.status = step(change_->look.items);
+    if (outcome.ok()) outcome = closeChange();
+    change_.reset();
+    return finished(std::move(outcome));
   }
 
-  std::string usualWords(KeychainStatus status) const {
-    const std::string vault = "the embedded vault " + paths_.database;
-    switch (status) {
-      case KeychainStatus::ok:
-        return "All is well with " + vault;
-      case KeychainStatus::disk_full:
-        return "There is no room on the disk for " + vault +
-               ", and nothing was changed; free some space and try again";
-      case KeychainStatus::io_error:
-        return "Reading or writing failed for " + vault + "; check the disk and try again";
-      case KeychainStatus::write_permission:
-        return "Writing is not allowed to " + vault +
-               "; make the file and its folder writable and try again";
-      case KeychainStatus::not_available:
-        return "There is no way to reach " + vault + "; check who owns it and its folder";
-      case KeychainStatus::no_default_keychain:
-        return "There is no collection to store into in " + vault + "; report this";
-      case KeychainStatus::interaction_not_allowed:
-        return "A lock that needs an answer from the user is on " + vault + "; unlock it first";
-      case KeychainStatus::duplicate_item:
-        return "An item of that name is already in " + vault + "; remove it first";
-      case KeychainStatus::item_not_found:
-        return "No item of that name is in " + vault + "; add it first";
-      case KeychainStatus::cannot_decode:
-        return "An item is damaged in " + vault +
-               "; restore the vault from a backup, or delete the item and add it anew";
-      case KeychainStatus::invalid_keychain:
-        return "Damage was found in " + vault +
-               ", and nothing was changed; restore the file from a backup or move it away";
-      case KeychainStatus::not_responding:
-        return "Another program has kept hold of " + vault +
-               " for two seconds; close that program and try again";
+  Outcome closeChange() {
+    look_.reset();
+    const std::unique_ptr<Change> change = std::exchange(change_, nullptr);
+    if (!change) return {};
+    const SecretBytes packed = packItems(change->look.items);
+    if (packed.get() == change->look.packed.get()) return {};
+    // Under the lock they are those of processes that were killed.
+    if (change->locked) {
+      removeDrafts(vault_);
+      removeDrafts(key_);
     }
-    return "An unknown error befell " + vault + "; try again";
+    SecretBytes& key = change->look.key;
+    if (key->empty()) {
+      if (Outcome outcome = makeKey(&key); !outcome.ok()) return outcome;
+    }
+    const Bytes file = seal(packed, key);
+    if (file.size() > largest_vault) {
+      return {KeychainStatus::io_error,
+              "The secret is too large for the embedded vault " + vault_ + "; store a smaller one"};
+    }
+    return writingFailed(vault_, putBytes(replaceFile, vault_, file));
   }
 
-  const VaultPaths paths_;
-  VaultOutcome last_;
-  std::optional<std::string> reading_account_;
-  std::optional<Snapshot> snapshot_;
-  std::unique_ptr<Transaction> transaction_;
-  bool change_pending_ = false;  // a change has begun on a vault that is yet to be made
+  // For a first vault; the key that is there already when a first start did not come further.
+  Outcome makeKey(SecretBytes* key) const {
+    Outcome outcome = readKey(key);
+    if (outcome.status != KeychainStatus::item_not_found) return outcome;
+    const int error = putBytes(createFile, key_, newVaultKey());
+    outcome = writingFailed(key_, error == EEXIST ? 0 : error);
+    return outcome.ok() ? readKey(key) : outcome;
+  }
+
+  const std::string folder_;
+  const std::string vault_;
+  const std::string key_;
+  Outcome last_;
+  bool reading_ = false;
+  std::optional<Look> look_;
+  std::unique_ptr<Change> change_;
 };
 
 }  // namespace
 
 std::unique_ptr<KeychainService> makeVaultKeychain(std::string folder) {
+  while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
   return std::make_unique<VaultKeychain>(std::move(folder));
 }
 

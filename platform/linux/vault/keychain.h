@@ -7,16 +7,18 @@
 
 namespace talvane {
 
-/// The keychain of a desktop that has none: `vault.sqlite` in the folder, each secret sealed under
-/// the key in `vault.key` beside it; both of mode 0600. Whoever can read both can read the secrets.
+/// The keychain of a desktop that has none: the file `vault` in the folder, sealed as a whole under
+/// the key in `vault.key` beside it; both of mode 0600, the folder 0700. Whoever can read both can
+/// read the secrets.
 ///
-/// Folder (mode 0700), key and database are created by the first add or beginChange, never by a
-/// read. Each change is one transaction and is on the disk when the call returns; changes between
-/// beginChange and endChange are one together, and the first that fails, other than by
-/// duplicate_item or item_not_found, undoes them all. Any number of processes may use the vault.
+/// The first add or beginChange creates the folder, the first change that is kept the files, no
+/// read anything. A change, of one step or of all between beginChange and endChange, replaces the
+/// file in one step and is on the disk when the call returns; one that changed nothing writes
+/// nothing. Any number of processes may use the vault: those that change it take turns by a lock on
+/// the folder, those that read need none, and see each change at once.
 ///
-/// invalid_keychain: the database is damaged or not a vault, or the key is not the one its items
-/// were sealed with. Nothing is written over then.
+/// invalid_keychain: the vault or its key is damaged, missing beside the other's need, or something
+/// else; nothing is written over then.
 std::unique_ptr<KeychainService> makeVaultKeychain(std::string folder);
 
 }  // namespace talvane

@@ -1,0 +1,68 @@
+#include "platform/own_files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+
+namespace talvane {
+namespace {
+
+int checkOwner(int descriptor, struct stat* status) {
+  if (fstat(descriptor, status) != 0) return errno;
+  return status->st_uid == geteuid() ? 0 : EPERM;
+}
+
+int closeToOthers(int descriptor, const struct stat& status, mode_t allowed) {
+  if ((status.st_mode & 07777 & ~allowed) == 0) return 0;
+  return fchmod(descriptor, status.st_mode & allowed) == 0 ? 0 : errno;
+}
+
+int readOpen(int file, std::size_t limit, Cleared<Bytes>* content) {
+  struct stat status {};
+  if (const int error = checkOwner(file, &status); error != 0) return error;
+  if (!S_ISREG(status.st_mode)) return EINVAL;
+  if (static_cast<std::uintmax_t>(status.st_size) > limit) return EINVAL;
+  // As far as that is allowed: the disk may be one that is read only.
+  static_cast<void>(closeToOthers(file, status, S_IRUSR | S_IWUSR));
+  *content = Bytes(static_cast<std::size_t>(status.st_size), 0);
+  Bytes& bytes = content->mutableValue();
+  std::size_t size = 0;
+  while (size < bytes.size()) {
+    const ssize_t count = read(file, &bytes[size], bytes.size() - size);
+    if (count == 0) break;
+    if (count < 0 && errno != EINTR) return errno;
+    size += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+  }
+  bytes.resize(size);
+  return 0;
+}
+
+}  // namespace
+
+int openOwnFolder(const std::string& path, int* descriptor) {
+  struct stat status {};
+  const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) {
+    const int error = errno;
+    return error == ENOENT && lstat(path.c_str(), &status) == 0 ? ELOOP : error;
+  }
+  int error = checkOwner(folder, &status);
+  if (error == 0) error = closeToOthers(folder, status, S_IRWXU);
+  error == 0 ? * descriptor = folder : close(folder);
+  return error;
+}
+
+int readOwnFile(const std::string& path, std::size_t limit, Cleared<Bytes>* content) {
+  // Without O_NONBLOCK a pipe in its place would hold us for ever.
+  const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (file < 0) return errno == ENXIO ? EINVAL : errno;  // a socket
+  const int error = readOpen(file, limit, content);
+  close(file);
+  return error;
+}
+
+}  // namespace talvane
