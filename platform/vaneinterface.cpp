@@ -81,10 +81,13 @@ bool vaneinterface::KeyChainDelete(const std::string& name) {
 
 void vaneinterface::beginReadingSlots() {
   keychain_.beginReading(identifiers_.loginName());
+  reading_slots_ = true;
 }
 
 void vaneinterface::endReadingSlots() {
   keychain_.endReading();
+  reading_slots_ = false;
+  identity_.reset();
 }
 
 std::string vaneinterface::GetDeviceId_SN() {
@@ -97,6 +100,12 @@ std::string vaneinterface::GetDeviceId_HDSN() {
 
 std::string vaneinterface::GetDeviceId_USER() {
   return identifiers_.user();
+}
+
+std::uint32_t vaneinterface::GetDeviceId() {
+  if (!reading_slots_) return Gateway::GetDeviceId();
+  if (!identity_) identity_ = Gateway::GetDeviceId();
+  return *identity_;
 }
 
 bool vaneinterface::wantsLog() {

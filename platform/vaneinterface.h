@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -41,7 +42,8 @@ class vaneinterface final : public Gateway {
   std::string GetDeviceId_SN() override;
   std::string GetDeviceId_HDSN() override;
   std::string GetDeviceId_USER() override;
-  std::uint32_t GetDeviceId() override { return Gateway::GetDeviceId(); }
+  /// Within a reading of slots it is worked out once.
+  std::uint32_t GetDeviceId() override;
 
   bool wantsLog() override;
   /// Writes to the trace log and, unless switched off, to the system console.
@@ -67,6 +69,8 @@ class vaneinterface final : public Gateway {
   DeviceIdentifiers& identifiers_;
   bool console_ = true;
   std::map<std::string, KeychainStatus> failed_loads_;  // by record, while its last load failed
+  bool reading_slots_ = false;
+  std::optional<std::uint32_t> identity_;  // of the reading
   bool in_trouble_ = false;
   bool has_saved_ = false;
   Outcome last_load_;

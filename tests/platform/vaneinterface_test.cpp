@@ -175,6 +175,24 @@ TEST_F(VaneInterfaceTest, ReadingsOfSlotsArePassedOnWithTheLoginName) {
   EXPECT_EQ(keychain.readings, "begin ada;end;");
 }
 
+TEST_F(VaneInterfaceTest, AReadingHasOneIdentityAndTheNextItsOwn) {
+  const auto identityOf = [&](const std::string& serial) {
+    identifiers.serial = serial;
+    return gateway.GetDeviceId();
+  };
+  const std::uint32_t first = identityOf("first");
+  const std::uint32_t second = identityOf("second");
+  ASSERT_NE(first, second);
+  gateway.beginReadingSlots();
+  EXPECT_EQ(identityOf("first"), first);
+  EXPECT_EQ(identityOf("second"), first);
+  gateway.endReadingSlots();
+  EXPECT_EQ(identityOf("second"), second);
+  gateway.beginReadingSlots();
+  EXPECT_EQ(identityOf("second"), second);
+  gateway.endReadingSlots();
+}
+
 TEST_F(VaneInterfaceTest, IdentifiersAreThoseOfTheSystem) {
   EXPECT_EQ(gateway.GetDeviceId_SN(), "0123456789abcdef");
   EXPECT_EQ(gateway.GetDeviceId_HDSN(), "A0B1C2D3-0000-4000-8000-00000000FFFF");
