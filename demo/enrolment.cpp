@@ -191,17 +191,20 @@ std::optional<std::string> Enrolment::fullSeed(const Session& session,
     return session.seed;
   }
   // The response code: the passcode's 20 bits, then the 20 bits that complete the seed.
-  const auto code = base32_decode(check_code);
-  auto bytes = base32_decode(session.seed + "AAA");
-  if (!code || code->size() != 5 || !bytes || bytes->size() != 10) return std::nullopt;
+  std::array<std::uint8_t, 5> code{};
+  std::array<std::uint8_t, 10> bytes{};
+  if (base32_decode(check_code, code) != code.size() ||
+      base32_decode(session.seed + "AAA", bytes) != bytes.size()) {
+    return std::nullopt;
+  }
   std::uint64_t bits = 0;
-  for (const std::uint8_t byte : *code) bits = bits << 8U | byte;
+  for (const std::uint8_t byte : code) bits = bits << 8U | byte;
   const auto suffix = static_cast<std::uint32_t>(bits & low_20_bits);
   const auto passcode = static_cast<std::uint32_t>(bits >> 20U);
-  (*bytes)[7] = static_cast<std::uint8_t>(((*bytes)[7] & 0xF0U) | suffix >> 16U);
-  (*bytes)[8] = static_cast<std::uint8_t>(suffix >> 8U);
-  (*bytes)[9] = static_cast<std::uint8_t>(suffix);
-  std::string full = base32_encode(*bytes);
+  bytes[7] = static_cast<std::uint8_t>((bytes[7] & 0xF0U) | suffix >> 16U);
+  bytes[8] = static_cast<std::uint8_t>(suffix >> 8U);
+  bytes[9] = static_cast<std::uint8_t>(suffix);
+  std::string full = base32_encode(bytes);
   if (!isPasscode(full, period, fmt::format("{:06}", passcode))) return std::nullopt;
   return full;
 }

@@ -49,19 +49,6 @@ std::optional<std::uint64_t> decodedGroup(std::string_view group) {
   return bits;
 }
 
-std::optional<std::size_t> decode(std::string_view text, std::span<std::uint8_t> bytes) {
-  if (text.size() % group_characters != 0) return std::nullopt;
-  std::size_t written = 0;
-  for (std::size_t start = 0; start < text.size(); start += group_characters) {
-    const auto bits = decodedGroup(text.substr(start, group_characters));
-    if (!bits) return std::nullopt;
-    for (int shift = 32; shift >= 0 && written < bytes.size(); shift -= 8) {
-      bytes[written++] = static_cast<std::uint8_t>(*bits >> shift);
-    }
-  }
-  return text.size() / group_characters * group_bytes;
-}
-
 }  // namespace
 
 std::string base32_encode(std::span<const std::uint8_t> bytes) {
@@ -81,18 +68,16 @@ std::string base32_encode(std::span<const std::uint8_t> bytes) {
 }
 
 std::optional<std::size_t> base32_decode(std::string_view text, std::span<std::uint8_t> bytes) {
-  const auto size = decode(text, bytes);
-  // Only what cannot be decoded whole may have an end before its end.
-  const std::size_t end = size ? std::string_view::npos : text.find('\0');
-  return end == std::string_view::npos ? size : decode(text.substr(0, end), bytes);
-}
-
-std::optional<std::vector<std::uint8_t>> base32_decode(std::string_view text) {
-  std::vector<std::uint8_t> bytes(text.size() / group_characters * group_bytes);
-  const auto size = base32_decode(text, bytes);
-  if (!size) return std::nullopt;
-  bytes.resize(*size);
-  return bytes;
+  if (text.size() % group_characters != 0) return std::nullopt;
+  std::size_t written = 0;
+  for (std::size_t start = 0; start < text.size(); start += group_characters) {
+    const auto bits = decodedGroup(text.substr(start, group_characters));
+    if (!bits) return std::nullopt;
+    for (int shift = 32; shift >= 0 && written < bytes.size(); shift -= 8) {
+      bytes[written++] = static_cast<std::uint8_t>(*bits >> shift);
+    }
+  }
+  return text.size() / group_characters * group_bytes;
 }
 
 std::uint8_t base32_char_value(char character, std::uint8_t& error) {

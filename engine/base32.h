@@ -9,7 +9,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace talvane {
 
@@ -17,12 +16,9 @@ namespace talvane {
 /// zero. Never writes "=".
 std::string base32_encode(std::span<const std::uint8_t> bytes);
 
-/// Five bytes for every eight characters. nullopt when the length (up to the first NUL) is not a
-/// multiple of eight, or a character is neither an ASCII letter nor a digit.
-std::optional<std::vector<std::uint8_t>> base32_decode(std::string_view text);
-
-/// As above into the caller's buffer, without allocating: writes as many decoded bytes as fit and
-/// returns how many characters / 8 × 5 there were in all.
+/// Five bytes for every eight characters: writes as many of them as fit into `bytes`, and returns
+/// how many there are in all. nullopt when the length is not a multiple of eight, or a character is
+/// neither an ASCII letter nor a digit; then some may have been written.
 std::optional<std::size_t> base32_decode(std::string_view text, std::span<std::uint8_t> bytes);
 
 /// The value of one character, 0 to 31. "9" has the value 33: the extra bit lands in a neighbour or

@@ -101,13 +101,12 @@ std::optional<Cleared<std::string>> vane::ExpandSeed(const SoftTokenInfo& token,
     log("  vane:     ExpandSeed: convert to C string failed");
     return std::nullopt;
   }
-  const auto decoded = base32_decode(padded.get());
-  if (!decoded || decoded->size() < 10) {
+  Cleared<Bytes> seed(Bytes(10));
+  Bytes& b = seed.mutableValue();
+  if (!base32_decode(padded.get(), b)) {
     log("  vane:     ExpandSeed: base32 decode failed");
     return std::nullopt;
   }
-  Cleared<Bytes> seed(*decoded);
-  Bytes& b = seed.mutableValue();
 
   clearIdentityCache();
   const std::uint8_t* key = GetKey();

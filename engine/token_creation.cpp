@@ -67,8 +67,7 @@ std::optional<std::string> vane::NewToken(const SoftTokenInfo& token,
     log("  vane: NewToken: convert to C string failed");
     return invalid_character;
   }
-  // A NUL would end the text early for the decoder.
-  if (test_seed->find('\0') != std::string::npos || !base32_decode(test_seed.get())) {
+  if (!base32_decode(test_seed.get(), {})) {
     log("  vane: NewToken: base32 decode failed");
     return invalid_character;
   }

@@ -78,8 +78,7 @@ bool vane::readRecord(const Record& record, SoftTokenInfo* token) {
 
   const std::string& seed = unsealed.seed;
   const bool is_root = sealed->size() == short_record;
-  // A NUL would end the text early for the decoder.
-  if (seed.find('\0') != std::string::npos || !base32_decode(paddedSeed(seed).get())) {
+  if (!base32_decode(paddedSeed(seed).get(), {})) {
     log("  vane::ReadToken: base32 decode failed");
     return false;
   }

@@ -43,7 +43,7 @@ void readFirstSlot() {
   require(readable == (token != nullptr));
   if (readable) {
     require(token->seed32->get().size() == 16 && token->period > 0);
-    require(talvane::base32_decode(token->seed32->get()).has_value());
+    require(talvane::base32_decode(token->seed32->get(), {}).has_value());
     require(talvane::vane::GeneratePasscode(token->seed32->get(), token->counterAt(1)).has_value());
   }
   talvane::vane::TokenArray tokens;

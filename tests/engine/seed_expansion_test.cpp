@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "engine/base32.h"
 #include "engine/vane.h"
+#include "tests/engine/decoded.h"
 #include "tests/engine/engine_test.h"
 
 namespace talvane {
@@ -140,7 +140,7 @@ TEST_F(SeedExpansionTest, SuffixIsTheLastTwentyBits) {
     ASSERT_TRUE(full);
     ASSERT_EQ(full->size(), 16U);
     EXPECT_EQ(full->substr(0, 12), seed.substr(0, 12));
-    const auto bytes = base32_decode(*full);
+    const auto bytes = test::decoded(*full);
     ASSERT_TRUE(bytes);
     const std::uint32_t last = (bytes->at(7) & 15U) << 16U | std::uint32_t{bytes->at(8)} << 8U |
                                std::uint32_t{bytes->at(9)};

@@ -7,8 +7,8 @@
 #include <random>
 #include <string>
 
-#include "engine/base32.h"
 #include "engine/vane.h"
+#include "tests/engine/decoded.h"
 #include "tests/engine/engine_test.h"
 
 namespace talvane {
@@ -103,7 +103,7 @@ TEST_F(TokenStoreDamageTest, EverySingleBitFlipReadsAsAbsentOrAsTheSameSeed) {
     const Bytes original = test::fromHex(hex);
     const auto intact = readSeed(original);
     ASSERT_TRUE(intact);
-    const auto expected = base32_decode(test::seedOf(*intact));
+    const auto expected = test::decoded(test::seedOf(*intact));
     for (std::size_t bit = 0; bit < original.size() * 8; ++bit) {
       Bytes sealed = original;
       sealed[bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
@@ -112,7 +112,7 @@ TEST_F(TokenStoreDamageTest, EverySingleBitFlipReadsAsAbsentOrAsTheSameSeed) {
       if (in_hash) {
         EXPECT_FALSE(token) << bit;
       } else if (token) {
-        EXPECT_EQ(base32_decode(test::seedOf(*token)), expected) << bit;
+        EXPECT_EQ(test::decoded(test::seedOf(*token)), expected) << bit;
       }
     }
   }
@@ -124,7 +124,7 @@ TEST_F(TokenStoreDamageTest, RandomlyChangedBytesReadAsAbsentOrAsTheSameSeed) {
     const Bytes original = test::fromHex(hex);
     const auto intact = readSeed(original);
     ASSERT_TRUE(intact);
-    const auto expected = base32_decode(test::seedOf(*intact));
+    const auto expected = test::decoded(test::seedOf(*intact));
     int absent = 0;
     for (int round = 0; round < 5000; ++round) {
       Bytes sealed = original;
@@ -135,7 +135,7 @@ TEST_F(TokenStoreDamageTest, RandomlyChangedBytesReadAsAbsentOrAsTheSameSeed) {
       if (!token) {
         ++absent;
       } else {
-        EXPECT_EQ(base32_decode(test::seedOf(*token)), expected);
+        EXPECT_EQ(test::decoded(test::seedOf(*token)), expected);
       }
     }
     EXPECT_GT(absent, 4500);
