@@ -1,24 +1,22 @@
-#include "engine/vane.h"
+#include "engine/log.h"
 
 namespace talvane {
+namespace {
 
-Gateway* vane::gateway_ = nullptr;
+Gateway* log_gateway = nullptr;
 
-void vane::SetInterface(Gateway* gateway) {
-  gateway_ = gateway;
-  clearIdentityCache();
+}  // namespace
+
+void EngineLog::setGateway(Gateway* gateway) {
+  log_gateway = gateway;
 }
 
-Gateway* vane::interface() {
-  return gateway_;
+bool EngineLog::isWanted() {
+  return log_gateway != nullptr && log_gateway->wantsLog();
 }
 
-bool vane::wantsLog() {
-  return gateway_ != nullptr && gateway_->wantsLog();
-}
-
-void vane::writeLog(std::string_view text) {
-  gateway_->log(text);
+void EngineLog::write(std::string_view text) {
+  log_gateway->log(text);
 }
 
 }  // namespace talvane

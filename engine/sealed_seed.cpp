@@ -1,20 +1,7 @@
 #include "engine/sealed_seed.h"
 
-#include <array>
-
-#include "engine/vane.h"
-
 namespace talvane {
 namespace {
-
-using Table = std::array<std::uint8_t, 16>;
-
-Table mapTable(std::span<const std::uint8_t> key, std::size_t n) {
-  const std::uint8_t* table = vane::GetMapTable(key, static_cast<std::int32_t>(n));
-  Table copy{};
-  std::copy_n(table, copy.size(), copy.begin());
-  return copy;
-}
 
 constexpr std::uint8_t bit(std::uint8_t byte, unsigned index) {
   return static_cast<std::uint8_t>(unsigned{byte} >> index & 1U);
@@ -22,11 +9,23 @@ constexpr std::uint8_t bit(std::uint8_t byte, unsigned index) {
 
 }  // namespace
 
+MapTable mapTable(std::span<const std::uint8_t> key, std::size_t n) {
+  constexpr std::uint8_t empty = 0xFF;
+  MapTable table;
+  table.fill(empty);
+  for (std::size_t i = 0; i < n; ++i) {
+    std::size_t slot = key[i] % n;
+    while (table[slot] != empty) slot = (slot + 1) % n;
+    table[slot] = static_cast<std::uint8_t>(i);
+  }
+  return table;
+}
+
 SealedSeed sealSeed(std::string_view seed, std::string_view hash,
                     std::span<const std::uint8_t> key) {
   const std::size_t n = seed.size();
-  const Table positions = mapTable(key, n);
-  const Table bits = mapTable(key, 8);
+  const MapTable positions = mapTable(key, n);
+  const MapTable bits = mapTable(key, 8);
   SealedSeed result;
   for (std::size_t j = 0; j < n; ++j) {
     result.shuffled.push_back(static_cast<std::uint8_t>(seed[positions[j]]));
@@ -48,8 +47,8 @@ SealedSeed sealSeed(std::string_view seed, std::string_view hash,
 
 UnsealedSeed unsealSeed(std::span<const std::uint8_t> sealed, std::span<const std::uint8_t> key) {
   const std::size_t n = sealed.size() - seed_hash_length;
-  const Table positions = mapTable(key, n);
-  const Table bits = mapTable(key, 8);
+  const MapTable positions = mapTable(key, n);
+  const MapTable bits = mapTable(key, 8);
   UnsealedSeed result;
   for (std::size_t j = 0; j < n; ++j) {
     result.unmasked.push_back(static_cast<std::uint8_t>(sealed[j] ^ key[j]));

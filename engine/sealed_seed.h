@@ -3,8 +3,9 @@
 // A seed as the store keeps it: its characters shuffled, the bits of each shuffled, the whole
 // masked, all by the device key, and the seed hash masked behind it.
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,6 +16,12 @@
 namespace talvane {
 
 inline constexpr std::size_t seed_hash_length = 8;
+
+/// A permutation of 0 to n − 1 in the first n entries, the rest 0xFF: table[slot] = i means that
+/// item i goes to position `slot`.
+using MapTable = std::array<std::uint8_t, 16>;
+/// The permutation that the first n bytes of the key make. n ≤ 16.
+MapTable mapTable(std::span<const std::uint8_t> key, std::size_t n);
 
 /// The sealed form after each of its stages, for the log; `sealed` is the last, with the hash.
 struct SealedSeed {

@@ -2,8 +2,8 @@
 #include <charconv>
 
 #include "engine/base32.h"
-#include "engine/packed_pair.h"
-#include "engine/padded_seed.h"
+#include "engine/sealed_seed.h"
+#include "engine/seed_text.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 
@@ -17,24 +17,6 @@ std::uint32_t number(std::string_view digits) {
 }
 
 }  // namespace
-
-Cleared<std::string> paddedSeed(std::string_view seed) {
-  constexpr std::string_view padding = "AAA";
-  Cleared<std::string> padded;
-  std::string& text = padded.mutableValue();
-  text.reserve(seed.size() + padding.size());  // no growing: it would leave a piece behind
-  text = seed;
-  if (utf16Length(seed) == 13) text += padding;
-  return padded;
-}
-
-std::string packedPair(std::uint32_t first, std::uint32_t second) {
-  const std::array<std::uint8_t, 5> bytes = {
-      static_cast<std::uint8_t>(first >> 12), static_cast<std::uint8_t>(first >> 4),
-      static_cast<std::uint8_t>((first & 0xFU) << 4 | (second >> 16 & 0xFU)),
-      static_cast<std::uint8_t>(second >> 8), static_cast<std::uint8_t>(second)};
-  return base32_encode(bytes);
-}
 
 std::optional<std::string> vane::GenerateSeedHash(std::string_view seed, std::int32_t c1,
                                                   std::int32_t c2) {
@@ -76,15 +58,8 @@ std::optional<std::string> vane::GenerateSeedHash(std::string_view seed, std::in
 }
 
 const std::uint8_t* vane::GetMapTable(std::span<const std::uint8_t> key, std::int32_t n) {
-  static std::array<std::uint8_t, 16> table;
-  constexpr std::uint8_t empty = 0xFF;
-  table.fill(empty);
-  const auto count = static_cast<std::size_t>(std::clamp(n, 0, 16));
-  for (std::size_t i = 0; i < count; ++i) {
-    std::size_t slot = key[i] % count;
-    while (table[slot] != empty) slot = (slot + 1) % count;
-    table[slot] = static_cast<std::uint8_t>(i);
-  }
+  static MapTable table;
+  table = mapTable(key, static_cast<std::size_t>(std::clamp(n, 0, 16)));
   return table.data();
 }
 

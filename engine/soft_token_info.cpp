@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "engine/log.h"
 #include "engine/text.h"
-#include "engine/vane.h"
 
 namespace talvane {
 namespace {
@@ -25,18 +25,18 @@ std::optional<std::string> SoftTokenInfo::currentDescription() const {
 }
 
 void SoftTokenInfo::updateDescription(std::string_view name) {
-  vane::log("    SoftTokenInfo: changeDesc: olddesc:{} newdesc:{}", orNil(description), name);
+  EngineLog::line("    SoftTokenInfo: changeDesc: olddesc:{} newdesc:{}", orNil(description), name);
   std::string new_name(name);
   std::erase(new_name, '|');
   if (new_name.empty()) {
-    vane::log("    SoftTokenInfo: changeDesc: length 0, aborted");
+    EngineLog::line("    SoftTokenInfo: changeDesc: length 0, aborted");
     return;
   }
   new_name = percentDecoded(new_name);
   std::replace(new_name.begin(), new_name.end(), '+', ' ');
   const auto creation_name = originalDescription();
   description = creation_name ? *creation_name + '|' + new_name : new_name;
-  vane::log("    SoftTokenInfo: changeDesc: desc is now:{}", *description);
+  EngineLog::line("    SoftTokenInfo: changeDesc: desc is now:{}", *description);
 }
 
 std::int64_t SoftTokenInfo::counterAt(std::int64_t time) const {

@@ -3,8 +3,7 @@
 #include <limits>
 
 #include "engine/base32.h"
-#include "engine/packed_pair.h"
-#include "engine/padded_seed.h"
+#include "engine/seed_text.h"
 #include "engine/text.h"
 #include "engine/url.h"
 #include "engine/vane.h"

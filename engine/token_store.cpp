@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "engine/base32.h"
-#include "engine/padded_seed.h"
 #include "engine/sealed_seed.h"
+#include "engine/seed_text.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 

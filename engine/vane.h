@@ -20,6 +20,7 @@
 #include <utility>
 
 #include "engine/gateway.h"
+#include "engine/log.h"
 #include "engine/soft_token_info.h"
 
 namespace talvane {
@@ -145,14 +146,12 @@ class vane {
   /// Hands a line to the gateway. Formats nothing when nobody listens.
   template <typename... Args>
   static void log(fmt::format_string<Args...> format, Args&&... args) {
-    if (wantsLog()) writeLog(fmt::format(format, std::forward<Args>(args)...));
+    EngineLog::line(format, std::forward<Args>(args)...);
   }
-  static bool wantsLog();
 
  private:
   enum class Saved : std::uint8_t { yes, refused, no_hash };
 
-  static void writeLog(std::string_view text);
   static void clearIdentityCache();
   static std::uint32_t deviceId();
   static bool readRecord(const Record& record, SoftTokenInfo* token);

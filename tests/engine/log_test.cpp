@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "engine/log.h"
 #include "engine/vane.h"
 #include "tests/engine/engine_test.h"
 
@@ -55,12 +56,12 @@ TEST_F(LogTest, LineBreaksArePassedOn) {
 TEST_F(LogTest, NobodyListensNothingIsFormattedOrHandedOver) {
   int times = 0;
   gateway.listening = false;
-  EXPECT_FALSE(vane::wantsLog());
+  EXPECT_FALSE(EngineLog::isWanted());
   vane::log("{}", test::Counted{&times});
   EXPECT_EQ(times, 0);
   EXPECT_EQ(gateway.log_calls, 0U);
   gateway.listening = true;
-  EXPECT_TRUE(vane::wantsLog());
+  EXPECT_TRUE(EngineLog::isWanted());
   vane::log("{}", test::Counted{&times});
   EXPECT_EQ(times, 1);
   EXPECT_EQ(gateway.lines, Lines{"counted"});
@@ -70,7 +71,7 @@ TEST_F(LogTest, NoGatewayNothingIsFormatted) {
   int times = 0;
   vane::SetInterface(nullptr);
   EXPECT_EQ(vane::interface(), nullptr);
-  EXPECT_FALSE(vane::wantsLog());
+  EXPECT_FALSE(EngineLog::isWanted());
   vane::log("{}", test::Counted{&times});
   EXPECT_EQ(times, 0);
 }

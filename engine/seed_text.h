@@ -1,9 +1,17 @@
 #pragma once
 
+// How seeds, and the codes that are made from them, are written.
+
 #include <cstdint>
 #include <string>
+#include <string_view>
+
+#include "engine/cleared.h"
 
 namespace talvane {
+
+/// A 13-character seed filled up to the 16 characters that base32 needs; any other as it is.
+Cleared<std::string> paddedSeed(std::string_view seed);
 
 /// Two 20-bit values as eight base32 characters, the first value's bits first: the form of seed
 /// hashes and response codes.
