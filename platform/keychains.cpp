@@ -10,178 +10,174 @@ namespace {
 
 constexpr const char* defaults_key = "Keychain";
 
-// Writes down which keychain it is before the first item goes into it.
-class RememberedKeychain final : public KeychainService {
- public:
-  RememberedKeychain(UserDefaults& defaults, std::string kind,
-                     std::unique_ptr<KeychainService> keychain)
-      : defaults_(defaults), kind_(std::move(kind)), keychain_(std::move(keychain)) {}
-
-  KeychainStatus find(const std::string& service, const std::string& account,
-                      SecretBytes* secret) override {
-    return keychain_->find(service, account, secret);
-  }
-  KeychainStatus add(const std::string& service, const std::string& account,
-                     const SecretBytes& secret) override {
-    remembering_failed_ = !remember();
-    if (remembering_failed_) return KeychainStatus::write_permission;
-    return keychain_->add(service, account, secret);
-  }
-  KeychainStatus replace(const std::string& service, const std::string& account,
-                         const SecretBytes& secret) override {
-    return keychain_->replace(service, account, secret);
-  }
-  KeychainStatus remove(const std::string& service, const std::string& account) override {
-    return keychain_->remove(service, account);
-  }
-  std::string message(KeychainStatus status) override {
-    if (remembering_failed_ && status == KeychainStatus::write_permission) {
-      return "The choice of keychain cannot be written down; make the program's settings folder "
-             "writable";
-    }
-    return keychain_->message(status);
-  }
-  KeychainDescription describe() override { return keychain_->describe(); }
-  void beginReading(const std::string& account) override { keychain_->beginReading(account); }
-  void endReading() override { keychain_->endReading(); }
-  KeychainStatus beginChange() override { return keychain_->beginChange(); }
-  KeychainStatus endChange() override { return keychain_->endChange(); }
-  void abandonChange() override { keychain_->abandonChange(); }
-
- private:
-  bool remember() {
-    if (remembered_) return true;
-    std::string kind;
-    switch (defaults_.string(defaults_key, &kind)) {
-      case UserDefaults::Found::yes:
-        remembered_ = kind == kind_;
-        break;
-      case UserDefaults::Found::no:
-        remembered_ = defaults_.setString(defaults_key, kind_);
-        break;
-      case UserDefaults::Found::unreadable:
-        break;
-    }
-    return remembered_;
-  }
-
-  UserDefaults& defaults_;
-  std::string kind_;
-  std::unique_ptr<KeychainService> keychain_;
-  bool remembered_ = false;
-  bool remembering_failed_ = false;
-};
-
-class LazyKeychain final : public KeychainService {
- public:
-  explicit LazyKeychain(UserDefaults& defaults) : defaults_(defaults) {}
-
-  KeychainStatus find(const std::string& service, const std::string& account,
-                      SecretBytes* secret) override {
-    if (!open()) return KeychainStatus::not_available;
-    // A keychain that has just been waited for in vain is not waited for again.
-    const KeychainStatus seen = std::exchange(keychain_.first_look, KeychainStatus::ok);
-    if (seen == KeychainStatus::not_responding) return seen;
-    return keychain_.service->find(service, account, secret);
-  }
-  KeychainStatus add(const std::string& service, const std::string& account,
-                     const SecretBytes& secret) override {
-    return open() ? keychain_.service->add(service, account, secret)
-                  : KeychainStatus::not_available;
-  }
-  KeychainStatus replace(const std::string& service, const std::string& account,
-                         const SecretBytes& secret) override {
-    return open() ? keychain_.service->replace(service, account, secret)
-                  : KeychainStatus::not_available;
-  }
-  KeychainStatus remove(const std::string& service, const std::string& account) override {
-    return open() ? keychain_.service->remove(service, account) : KeychainStatus::not_available;
-  }
-  std::string message(KeychainStatus status) override {
-    return keychain_.service != nullptr ? keychain_.service->message(status) : keychain_.error;
-  }
-  KeychainDescription describe() override {
-    if (open()) return keychain_.service->describe();
-    return {"keychain", "", KeychainStatus::not_available};
-  }
-  void beginReading(const std::string& account) override {
-    // Until it is remembered, what is the right one may change: a desktop's keychain comes up late,
-    // or another program of ours stores the first token.
-    if (!keychain_.remembered && !changing_) keychain_ = {};
-    if (open()) keychain_.service->beginReading(account);
-  }
-  void endReading() override {
-    if (keychain_.service != nullptr) keychain_.service->endReading();
-  }
-  KeychainStatus beginChange() override {
-    if (!keychain_.remembered) keychain_ = {};
-    changing_ = open();
-    return changing_ ? keychain_.service->beginChange() : KeychainStatus::not_available;
-  }
-  KeychainStatus endChange() override {
-    if (!std::exchange(changing_, false)) return KeychainStatus::not_available;
-    return keychain_.service->endChange();
-  }
-  void abandonChange() override {
-    if (std::exchange(changing_, false)) keychain_.service->abandonChange();
-  }
-
- private:
-  bool open() {
-    if (keychain_.service == nullptr) keychain_ = openUserKeychain(defaults_, "");
-    return keychain_.service != nullptr;
-  }
-
-  UserDefaults& defaults_;
-  UserKeychain keychain_;
-  bool changing_ = false;
-};
-
 bool isKind(const std::string& kind) {
   const auto kinds = keychainKinds();
   return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
 }
 
+// Which keychain it is, by what is remembered and what is wished for.
+struct Choice {
+  std::string kind;
+  bool remembered = false;
+  KeychainStatus first_look = KeychainStatus::ok;
+  std::string error;  // empty: the rest counts
+};
+
+Choice chooseKeychain(UserDefaults& defaults, const std::string& wish) {
+  Choice choice;
+  if (!wish.empty() && !isKind(wish)) {
+    choice.error = fmt::format("There is no keychain \"{}\" here; choose one of: {}", wish,
+                               fmt::join(keychainKinds(), ", "));
+    return choice;
+  }
+  switch (defaults.string(defaults_key, &choice.kind)) {
+    case UserDefaults::Found::unreadable:
+      choice.error =
+          "The file that says which keychain holds your tokens cannot be read; make it readable or "
+          "restore it";
+      break;
+    case UserDefaults::Found::yes:
+      choice.remembered = true;
+      if (!isKind(choice.kind)) {
+        choice.error = fmt::format(
+            "Your tokens are in the keychain \"{}\", which this system does not have", choice.kind);
+      } else if (!wish.empty() && wish != choice.kind) {
+        choice.error =
+            fmt::format("Your tokens are in the keychain \"{}\"; leave out the choice of \"{}\"",
+                        choice.kind, wish);
+      }
+      break;
+    case UserDefaults::Found::no:
+      choice.kind = wish.empty() ? keychainKindForNewUser(&choice.first_look) : wish;
+      break;
+  }
+  return choice;
+}
+
+// The user's keychain: chosen when it is made or when it is first used, and written down before the
+// first item goes into it.
+class ChosenKeychain final : public KeychainService {
+ public:
+  // Stays with the choice.
+  ChosenKeychain(UserDefaults& defaults, const Choice& choice)
+      : defaults_(defaults),
+        chooses_(false),
+        choice_(choice),
+        keychain_(makeKeychain(choice.kind)) {}
+  // Chooses by itself.
+  explicit ChosenKeychain(UserDefaults& defaults) : defaults_(defaults), chooses_(true) {}
+
+  KeychainStatus find(const std::string& service, const std::string& account,
+                      SecretBytes* secret) override {
+    if (!open()) return KeychainStatus::not_available;
+    // A keychain that has just been waited for in vain is not waited for again.
+    const KeychainStatus seen = std::exchange(choice_.first_look, KeychainStatus::ok);
+    if (seen == KeychainStatus::not_responding) return seen;
+    return keychain_->find(service, account, secret);
+  }
+  KeychainStatus add(const std::string& service, const std::string& account,
+                     const SecretBytes& secret) override {
+    if (!open()) return KeychainStatus::not_available;
+    writing_down_failed_ = !writeDown();
+    if (writing_down_failed_) return KeychainStatus::write_permission;
+    return keychain_->add(service, account, secret);
+  }
+  KeychainStatus replace(const std::string& service, const std::string& account,
+                         const SecretBytes& secret) override {
+    return open() ? keychain_->replace(service, account, secret) : KeychainStatus::not_available;
+  }
+  KeychainStatus remove(const std::string& service, const std::string& account) override {
+    return open() ? keychain_->remove(service, account) : KeychainStatus::not_available;
+  }
+  std::string message(KeychainStatus status) override {
+    if (keychain_ == nullptr) return choice_.error;
+    if (writing_down_failed_ && status == KeychainStatus::write_permission) {
+      return "The choice of keychain cannot be written down; make the program's settings folder "
+             "writable";
+    }
+    return keychain_->message(status);
+  }
+  KeychainDescription describe() override {
+    if (open()) return keychain_->describe();
+    return {"keychain", "", KeychainStatus::not_available};
+  }
+  void beginReading(const std::string& account) override {
+    if (!changing_) chooseAgain();
+    if (open()) keychain_->beginReading(account);
+  }
+  void endReading() override {
+    if (keychain_ != nullptr) keychain_->endReading();
+  }
+  KeychainStatus beginChange() override {
+    chooseAgain();
+    changing_ = open();
+    return changing_ ? keychain_->beginChange() : KeychainStatus::not_available;
+  }
+  KeychainStatus endChange() override {
+    if (!std::exchange(changing_, false)) return KeychainStatus::not_available;
+    return keychain_->endChange();
+  }
+  void abandonChange() override {
+    if (std::exchange(changing_, false)) keychain_->abandonChange();
+  }
+
+ private:
+  bool open() {
+    if (keychain_ != nullptr) return true;
+    choice_ = chooseKeychain(defaults_, "");
+    if (choice_.error.empty()) keychain_ = makeKeychain(choice_.kind);
+    return keychain_ != nullptr;
+  }
+
+  // Until it is remembered, what is the right one may change: a desktop's keychain comes up late,
+  // or another program of ours stores the first token.
+  void chooseAgain() {
+    if (!chooses_ || choice_.remembered) return;
+    keychain_.reset();
+    written_down_ = false;
+    writing_down_failed_ = false;
+  }
+
+  bool writeDown() {
+    if (written_down_) return true;
+    std::string kind;
+    switch (defaults_.string(defaults_key, &kind)) {
+      case UserDefaults::Found::yes:
+        written_down_ = kind == choice_.kind;
+        break;
+      case UserDefaults::Found::no:
+        written_down_ = defaults_.setString(defaults_key, choice_.kind);
+        break;
+      case UserDefaults::Found::unreadable:
+        break;
+    }
+    return written_down_;
+  }
+
+  UserDefaults& defaults_;
+  const bool chooses_;
+  Choice choice_;
+  std::unique_ptr<KeychainService> keychain_;  // null: not opened yet, or `choice_.error` says why
+  bool changing_ = false;
+  bool written_down_ = false;
+  bool writing_down_failed_ = false;
+};
+
 }  // namespace
 
 UserKeychain openUserKeychain(UserDefaults& defaults, const std::string& wish) {
+  Choice choice = chooseKeychain(defaults, wish);
   UserKeychain result;
-  if (!wish.empty() && !isKind(wish)) {
-    result.error = fmt::format("There is no keychain \"{}\" here; choose one of: {}", wish,
-                               fmt::join(keychainKinds(), ", "));
-    return result;
-  }
-  std::string kind;
-  switch (defaults.string(defaults_key, &kind)) {
-    case UserDefaults::Found::unreadable:
-      result.error =
-          "The file that says which keychain holds your tokens cannot be read; make it readable or "
-          "restore it";
-      return result;
-    case UserDefaults::Found::yes:
-      if (!isKind(kind)) {
-        result.error = fmt::format(
-            "Your tokens are in the keychain \"{}\", which this system does not have", kind);
-        return result;
-      }
-      if (!wish.empty() && wish != kind) {
-        result.error = fmt::format(
-            "Your tokens are in the keychain \"{}\"; leave out the choice of \"{}\"", kind, wish);
-        return result;
-      }
-      result.remembered = true;
-      break;
-    case UserDefaults::Found::no:
-      kind = wish.empty() ? keychainKindForNewUser(&result.first_look) : wish;
-      break;
-  }
-  result.kind = kind;
-  result.service = std::make_unique<RememberedKeychain>(defaults, kind, makeKeychain(kind));
+  result.error = choice.error;
+  if (!choice.error.empty()) return result;
+  result.kind = choice.kind;
+  result.remembered = choice.remembered;
+  result.service = std::make_unique<ChosenKeychain>(defaults, choice);
   return result;
 }
 
-std::unique_ptr<KeychainService> makeUserKeychain(UserDefaults& defaults) {
-  return std::make_unique<LazyKeychain>(defaults);
+std::unique_ptr<KeychainService> makeLazyUserKeychain(UserDefaults& defaults) {
+  return std::make_unique<ChosenKeychain>(defaults);
 }
 
 }  // namespace talvane

@@ -29,8 +29,7 @@ struct UserKeychain {
   std::unique_ptr<KeychainService> service;  // null: see `error`
   std::string kind;
   bool remembered = false;
-  std::string error;                               // for the user, with what to do
-  KeychainStatus first_look = KeychainStatus::ok;  // what choosing it for a new user came to
+  std::string error;  // for the user, with what to do
 };
 
 /// `wish` is a kind, or empty; one that contradicts what is remembered is refused. The result
@@ -38,7 +37,7 @@ struct UserKeychain {
 UserKeychain openUserKeychain(UserDefaults& defaults, const std::string& wish);
 
 /// The user's keychain, opened when first used; one that cannot be had answers not_available, with
-/// the reason as its message, and is tried anew by the next call. Borrows `defaults`.
-std::unique_ptr<KeychainService> makeUserKeychain(UserDefaults& defaults);
+/// the reason as its message, and is tried again by the next call. Borrows `defaults`.
+std::unique_ptr<KeychainService> makeLazyUserKeychain(UserDefaults& defaults);
 
 }  // namespace talvane

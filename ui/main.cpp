@@ -72,7 +72,7 @@ int run(int argc, char** argv) {
 
   const auto defaults = systemUserDefaults();
   const auto identifiers = systemDeviceIdentifiers();
-  const auto keychain = makeUserKeychain(*defaults);
+  const auto keychain = makeLazyUserKeychain(*defaults);
   Ini ini(*defaults);
   Tray* tray = nullptr;
   AppParts parts;
