@@ -6,7 +6,7 @@
 #include "cli/failure.h"
 #include "cli/json.h"
 #include "cli/terminal.h"
-#include "config/start_trace.h"
+#include "config/read_settings.h"
 #include "enrol/clock_trouble.h"
 #include "platform/folders.h"
 #include "platform/url_loading.h"

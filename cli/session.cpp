@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "cli/failure.h"
-#include "config/start_trace.h"
+#include "config/read_settings.h"
 
 namespace talvane {
 namespace {

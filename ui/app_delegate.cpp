@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "config/start_trace.h"
+#include "config/read_settings.h"
 #include "ui/alert.h"
 
 namespace talvane {

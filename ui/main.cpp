@@ -9,7 +9,7 @@
 #include <functional>
 #include <string>
 
-#include "config/start_trace.h"
+#include "config/read_settings.h"
 #include "platform/keychains.h"
 #include "ui/app_delegate.h"
 #include "ui/display.h"

@@ -1,4 +1,4 @@
-#include "config/start_trace.h"
+#include "config/read_settings.h"
 
 #include <string>
 

@@ -1,4 +1,4 @@
-#include "config/start_trace.h"
+#include "config/read_settings.h"
 
 #include <gtest/gtest.h>
 
@@ -20,9 +20,9 @@ using Texts = std::vector<std::string>;
 const std::string dashes = "----------------------------------------------------------------";
 const Texts banner{dashes, "Debug started", dashes};
 
-class StartTraceTest : public testing::Test {
+class ReadSettingsTest : public testing::Test {
  protected:
-  ~StartTraceTest() override { talibobjc_Trace::traceOn(false); }
+  ~ReadSettingsTest() override { talibobjc_Trace::traceOn(false); }
 
   [[nodiscard]] std::string path() const { return places.root() + "/softtoken.txt"; }
   [[nodiscard]] Texts texts() const { return textsOf(readFile(path())); }
@@ -54,11 +54,11 @@ class StartTraceTest : public testing::Test {
   Ini ini{defaults, places.folders()};
 };
 
-TEST_F(StartTraceTest, BannerIs64DashesTwice) {
+TEST_F(ReadSettingsTest, BannerIs64DashesTwice) {
   EXPECT_EQ(dashes, std::string(64, '-'));
 }
 
-TEST_F(StartTraceTest, WithoutDebugOnlyTheReadersLinesAreTracedAtEveryStart) {
+TEST_F(ReadSettingsTest, WithoutDebugOnlyTheReadersLinesAreTracedAtEveryStart) {
   writeFile(places.home(), "# nothing\n");
   const Texts once = readersLines("using default: FALSE");
   start();
@@ -69,7 +69,7 @@ TEST_F(StartTraceTest, WithoutDebugOnlyTheReadersLinesAreTracedAtEveryStart) {
   EXPECT_EQ(texts(), joined(once, once));
 }
 
-TEST_F(StartTraceTest, WithDebugTheBannerFollowsAndTracingStaysOn) {
+TEST_F(ReadSettingsTest, WithDebugTheBannerFollowsAndTracingStaysOn) {
   writeFile(places.home(), "Debug=yes\n");
   start();
   EXPECT_TRUE(ini.bDebug);
@@ -81,13 +81,13 @@ TEST_F(StartTraceTest, WithDebugTheBannerFollowsAndTracingStaysOn) {
   EXPECT_EQ(texts(), joined(joined(expected, banner), {"APP: more"}));
 }
 
-TEST_F(StartTraceTest, DebugInTheSystemsFileCountsWhenThereIsNoHomeFile) {
+TEST_F(ReadSettingsTest, DebugInTheSystemsFileCountsWhenThereIsNoHomeFile) {
   writeFile(places.system(), "Debug=yes\n");
   start();
   EXPECT_TRUE(talibobjc_Trace::isOn());
 }
 
-TEST_F(StartTraceTest, DebugInTheSystemsFileHasNoEffectWhenThereIsAHomeFile) {
+TEST_F(ReadSettingsTest, DebugInTheSystemsFileHasNoEffectWhenThereIsAHomeFile) {
   writeFile(places.system(), "Debug=yes\n");
   writeFile(places.home(), "");
   start();
@@ -96,7 +96,7 @@ TEST_F(StartTraceTest, DebugInTheSystemsFileHasNoEffectWhenThereIsAHomeFile) {
   EXPECT_EQ(texts(), readersLines("using default: FALSE"));
 }
 
-TEST_F(StartTraceTest, WithoutSettingsFileTheAttemptsAreTraced) {
+TEST_F(ReadSettingsTest, WithoutSettingsFileTheAttemptsAreTraced) {
   start();
   const Texts written = texts();
   ASSERT_EQ(written.size(), 6U + 10U);
@@ -107,7 +107,7 @@ TEST_F(StartTraceTest, WithoutSettingsFileTheAttemptsAreTraced) {
   EXPECT_FALSE(talibobjc_Trace::isOn());
 }
 
-TEST_F(StartTraceTest, QuietStartTracesNothingWithoutDebug) {
+TEST_F(ReadSettingsTest, QuietStartTracesNothingWithoutDebug) {
   writeFile(places.home(), "StrUsername=read\n");
   startQuietly();
   EXPECT_EQ(ini.StrUsername, "read");
@@ -115,7 +115,7 @@ TEST_F(StartTraceTest, QuietStartTracesNothingWithoutDebug) {
   EXPECT_FALSE(exists(path()));
 }
 
-TEST_F(StartTraceTest, QuietStartTracesFromTheBannerOnWithDebug) {
+TEST_F(ReadSettingsTest, QuietStartTracesFromTheBannerOnWithDebug) {
   writeFile(places.home(), "Debug=1\n");
   startQuietly();
   EXPECT_TRUE(talibobjc_Trace::isOn());
@@ -123,7 +123,7 @@ TEST_F(StartTraceTest, QuietStartTracesFromTheBannerOnWithDebug) {
   EXPECT_EQ(texts(), joined(banner, {"APP: more"}));
 }
 
-TEST_F(StartTraceTest, QuietStartSwitchesOffWhatWasOn) {
+TEST_F(ReadSettingsTest, QuietStartSwitchesOffWhatWasOn) {
   writeFile(places.home(), "");
   talibobjc_Trace::traceSet(path());
   talibobjc_Trace::traceOn(true);
@@ -132,14 +132,14 @@ TEST_F(StartTraceTest, QuietStartSwitchesOffWhatWasOn) {
   EXPECT_FALSE(exists(path()));
 }
 
-TEST_F(StartTraceTest, TraceThatCannotBeWrittenDoesNotHinderTheSettings) {
+TEST_F(ReadSettingsTest, TraceThatCannotBeWrittenDoesNotHinderTheSettings) {
   writeFile(places.home(), "StrUsername=read\nDebug=yes\n");
   readSettingsWithTrace(ini, places.root() + "/missing/softtoken.txt");
   EXPECT_EQ(ini.StrUsername, "read");
   EXPECT_TRUE(talibobjc_Trace::isOn());
 }
 
-TEST_F(StartTraceTest, TraceLiesInTheHome) {
+TEST_F(ReadSettingsTest, TraceLiesInTheHome) {
   const PrivateHome home;
   EXPECT_EQ(std::string(trace_path), "~/softtoken.txt");
   writeFile(places.home(), "");
