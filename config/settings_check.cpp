@@ -3,19 +3,14 @@
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <array>
 #include <map>
 
 #include "config/ini.h"
+#include "config/settings_text.h"
 #include "engine/text.h"
 
 namespace talvane {
 namespace {
-
-bool readsAsFlag(std::string_view value) {
-  constexpr std::array<std::string_view, 6> flags{"1", "true", "yes", "0", "false", "no"};
-  return std::find(flags.begin(), flags.end(), lowerCase(value)) != flags.end();
-}
 
 bool isInteger(std::string_view value) {
   if (value.starts_with('-') || value.starts_with('+')) value.remove_prefix(1);
@@ -31,7 +26,7 @@ std::string problemWithValue(const Ini::Key& key, std::string_view value) {
   if (value.empty()) {
     return fmt::format("{} is empty and reads as its default, {}", key.name, key.default_value);
   }
-  if (key.kind == Ini::Key::Kind::flag && !readsAsFlag(value)) {
+  if (key.kind == Ini::Key::Kind::flag && !settingsFlag(value)) {
     return fmt::format("{}={} is neither true nor false and reads as its default, {}", key.name,
                        value, key.default_value);
   }
@@ -49,40 +44,33 @@ std::vector<SettingsFinding> checkSettings(std::string_view text) {
   if (!isUtf8(text)) return {{1, "The file is not UTF-8 and counts as unreadable"}};
   const auto keys = Ini::keys();
   std::map<std::string, std::size_t> seen;
-  std::size_t number = 0;
-  for (const std::string_view piece : split(text, '\n')) {
-    ++number;
-    const auto report = [&](std::string words) { findings.push_back({number, std::move(words)}); };
-    std::string_view line = withoutLineEnds(piece);
-    if (constexpr std::string_view mark = "\xEF\xBB\xBF"; number == 1 && line.starts_with(mark)) {
-      line.remove_prefix(mark.size());
-    }
-    if (line.empty() || line.front() == '#' || line.front() == '[') continue;
-    const std::size_t equals = line.find('=');
-    if (equals == std::string_view::npos) {
+  for (const SettingsLine& line : settingsLines(text)) {
+    const auto report = [&](std::string words) {
+      findings.push_back({line.number, std::move(words)});
+    };
+    if (!line.has_equals) {
       report("No \"=\": the reading ends here, and what follows does not count");
       continue;
     }
-    const std::string_view name = line.substr(0, equals);
-    const std::string_view value = line.substr(equals + 1);
     const auto known = std::find_if(keys.begin(), keys.end(), [&](const Ini::Key& key) {
-      return lowerCase(key.name) == lowerCase(withoutBlanks(name));
+      return lowerCase(key.name) == lowerCase(withoutBlanks(line.key));
     });
-    if (hasBlankAtEnd(name)) {
+    if (hasBlankAtEnd(line.key)) {
       report(fmt::format("The blanks around \"{}\" are part of the key, which is unknown so",
-                         withoutBlanks(name)));
+                         withoutBlanks(line.key)));
     } else if (known == keys.end()) {
-      report(fmt::format("Unknown key \"{}\"", name));
+      report(fmt::format("Unknown key \"{}\"", line.key));
     }
-    if (hasBlankAtEnd(value)) {
-      report(fmt::format("The blanks around \"{}\" are part of the value", withoutBlanks(value)));
+    if (hasBlankAtEnd(line.value)) {
+      report(
+          fmt::format("The blanks around \"{}\" are part of the value", withoutBlanks(line.value)));
     }
-    if (known == keys.end() || hasBlankAtEnd(name)) continue;
-    if (const auto [first, is_new] = seen.emplace(lowerCase(name), number); !is_new) {
+    if (known == keys.end() || hasBlankAtEnd(line.key)) continue;
+    if (const auto [first, is_new] = seen.emplace(lowerCase(line.key), line.number); !is_new) {
       report(fmt::format("{} stands in line {} already; this line counts", known->name,
                          first->second));
     }
-    if (std::string problem = problemWithValue(*known, value); !problem.empty()) {
+    if (std::string problem = problemWithValue(*known, line.value); !problem.empty()) {
       report(std::move(problem));
     }
   }

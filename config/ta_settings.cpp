@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "config/settings_text.h"
 #include "engine/text.h"
 #include "platform/folders.h"
 #include "platform/regular_file.h"
@@ -13,7 +14,6 @@ namespace talvane {
 namespace {
 
 constexpr std::uint16_t all_locations = 255;
-constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 // The file's text; otherwise the error's number.
 int readText(const std::string& path, std::string* text) {
@@ -35,25 +35,19 @@ std::uint8_t TaSettings::readfile(const std::string& path) {
                                      std::strerror(error));
     return unreadable;
   }
-  std::string_view content = text;
-  if (content.starts_with(byte_order_mark)) content.remove_prefix(byte_order_mark.size());
-  return parse(content) ? read_whole : stopped_early;
+  return parse(text) ? read_whole : stopped_early;
 }
 
 bool TaSettings::parse(std::string_view text) {
-  for (const std::string_view piece : split(text, '\n')) {
-    const std::string_view line = withoutLineEnds(piece);
-    if (line.empty() || line.front() == '#' || line.front() == '[') continue;
-    talibobjc_Trace::traceWithFormat("TaSettings:readfile: trimmed line: '{}'", line);
-    const std::size_t equals = line.find('=');
-    if (equals == std::string_view::npos) {
+  for (const SettingsLine& line : settingsLines(text)) {
+    talibobjc_Trace::traceWithFormat("TaSettings:readfile: trimmed line: '{}'", line.text);
+    if (!line.has_equals) {
       talibobjc_Trace::traceWithFormat("TaSettings:readfile: error: '=' not found");
       return false;
     }
-    const std::string_view key = line.substr(0, equals);
-    const std::string_view value = line.substr(equals + 1);
-    talibobjc_Trace::traceWithFormat("TaSettings:readfile:   key:'{}' value:'{}'", key, value);
-    dict[lowerCase(key)] = value;
+    talibobjc_Trace::traceWithFormat("TaSettings:readfile:   key:'{}' value:'{}'", line.key,
+                                     line.value);
+    dict[lowerCase(line.key)] = line.value;
   }
   return true;
 }
@@ -91,10 +85,7 @@ bool TaSettings::readbool(std::string_view key, bool default_value) const {
                                      name(default_value));
     return default_value;
   }
-  const std::string lower = lowerCase(*found);
-  bool result = default_value;
-  if (lower == "1" || lower == "true" || lower == "yes") result = true;
-  if (lower == "0" || lower == "false" || lower == "no") result = false;
+  const bool result = settingsFlag(*found).value_or(default_value);
   talibobjc_Trace::traceWithFormat("TaSettings:readbool:   {} -> {}", key, name(result));
   return result;
 }

@@ -1,9 +1,8 @@
 #pragma once
 
-// One plain-text file of KEY=VALUE lines. Keys are the same in upper and lower case; values are
-// taken as they stand behind the first "=", blanks included. Lines that are empty or begin with "#"
-// or "[" are skipped. A line without "=" ends the reading: the keys above it count, those below it
-// do not.
+// One plain-text file of KEY=VALUE lines, as settings_text.h has them. Keys are the same in upper
+// and lower case. A line without "=" ends the reading: the keys above it count, those below it do
+// not.
 
 #include <cstdint>
 #include <string>
