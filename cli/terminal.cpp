@@ -17,22 +17,10 @@ namespace {
 
 constexpr std::string_view replacement = "\xEF\xBF\xBD";
 
-struct Character {
-  utf8proc_int32_t code_point = -1;  // negative: not UTF-8
-  std::size_t length = 1;
-};
-
-Character firstCharacter(std::string_view text) {
-  Character character;
-  const auto length =
-      utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                       static_cast<utf8proc_ssize_t>(text.size()), &character.code_point);
-  if (length > 0) character.length = static_cast<std::size_t>(length);
-  return character;
-}
-
-std::size_t width(utf8proc_int32_t code_point) {
-  return static_cast<std::size_t>(std::max(0, utf8proc_charwidth(code_point)));
+std::size_t width(const Character& character) {
+  if (!character.valid) return 1;
+  const int columns = utf8proc_charwidth(static_cast<utf8proc_int32_t>(character.code_point));
+  return static_cast<std::size_t>(std::max(0, columns));
 }
 
 // What a signal handler must know; written before the handlers stand.
@@ -73,7 +61,9 @@ void stopBySignal(int) {
   errno = error;
 }
 
-bool steersTerminal(utf8proc_int32_t code_point) {
+bool steersTerminal(const Character& character) {
+  if (!character.valid) return true;
+  const char32_t code_point = character.code_point;
   if (code_point < 0x20 || (code_point >= 0x7F && code_point < 0xA0)) return true;
   // Marks that turn the direction of what follows.
   if (code_point == 0x061C || code_point == 0x200E || code_point == 0x200F ||
@@ -81,7 +71,7 @@ bool steersTerminal(utf8proc_int32_t code_point) {
       (code_point >= 0x2066 && code_point <= 0x2069)) {
     return true;
   }
-  const auto category = utf8proc_category(code_point);
+  const auto category = utf8proc_category(static_cast<utf8proc_int32_t>(code_point));
   return category == UTF8PROC_CATEGORY_ZL || category == UTF8PROC_CATEGORY_ZP;
 }
 
@@ -91,7 +81,7 @@ std::string printable(std::string_view text) {
   std::string result;
   while (!text.empty()) {
     const Character character = firstCharacter(text);
-    result += steersTerminal(character.code_point) ? replacement : text.substr(0, character.length);
+    result += steersTerminal(character) ? replacement : text.substr(0, character.length);
     text.remove_prefix(character.length);
   }
   return result;
@@ -101,7 +91,7 @@ std::size_t columnsOf(std::string_view text) {
   std::size_t columns = 0;
   while (!text.empty()) {
     const Character character = firstCharacter(text);
-    columns += character.code_point < 0 ? 1 : width(character.code_point);
+    columns += width(character);
     text.remove_prefix(character.length);
   }
   return columns;
@@ -114,7 +104,7 @@ std::string inColumns(std::string_view text, std::size_t columns) {
   std::size_t used = 0;
   while (!text.empty()) {
     const Character character = firstCharacter(text);
-    const std::size_t next = character.code_point < 0 ? 1 : width(character.code_point);
+    const std::size_t next = width(character);
     if (used + next + 1 > columns) break;
     used += next;
     result += text.substr(0, character.length);

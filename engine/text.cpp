@@ -9,23 +9,6 @@
 namespace talvane {
 namespace {
 
-// One character of a text: a code point, or a byte that is not UTF-8.
-struct Character {
-  char32_t code_point;
-  std::size_t length;
-  bool valid;
-};
-
-Character firstCharacter(std::string_view text) {
-  const auto byte = static_cast<unsigned char>(text.front());
-  if (byte < 0x80) return {byte, 1, true};
-  utf8proc_int32_t code_point = 0;
-  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                       static_cast<utf8proc_ssize_t>(text.size()), &code_point);
-  if (length <= 0) return {byte, 1, false};
-  return {static_cast<char32_t>(code_point), static_cast<std::size_t>(length), true};
-}
-
 void append(std::string& text, char32_t code_point) {
   std::array<utf8proc_uint8_t, 4> bytes{};
   const auto length = utf8proc_encode_char(static_cast<utf8proc_int32_t>(code_point), bytes.data());
@@ -84,6 +67,16 @@ int hexDigit(char c) {
 }
 
 }  // namespace
+
+Character firstCharacter(std::string_view text) {
+  const auto byte = static_cast<unsigned char>(text.front());
+  if (byte < 0x80) return {byte, 1, true};
+  utf8proc_int32_t code_point = 0;
+  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                       static_cast<utf8proc_ssize_t>(text.size()), &code_point);
+  if (length <= 0) return {byte, 1, false};
+  return {static_cast<char32_t>(code_point), static_cast<std::size_t>(length), true};
+}
 
 std::string_view orNil(const std::optional<std::string>& text) {
   return text ? std::string_view(*text) : nil_text;

@@ -19,6 +19,15 @@ inline constexpr std::string_view nil_text = "(null)";
 /// The text, or `nil_text`.
 std::string_view orNil(const std::optional<std::string>& text);
 
+/// One character of a text: a code point, or a byte that is not UTF-8.
+struct Character {
+  char32_t code_point = 0;  // the byte's value when it is not valid
+  std::size_t length = 1;   // bytes
+  bool valid = false;
+};
+/// The first character of a text that is not empty.
+Character firstCharacter(std::string_view text);
+
 /// Number of UTF-16 code units.
 std::size_t utf16Length(std::string_view text);
 
