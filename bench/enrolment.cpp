@@ -136,6 +136,7 @@ void enrolment(benchmark::State& state, bool secure, bool fresh) {
   vaneinterface gateway(keychain, identifiers);
   gateway.setConsole(false);
   vane::SetInterface(&gateway);
+  TokenStore store(gateway, keychain);
   Ini ini(defaults, SettingsFolders{"/nonexistent", "/nonexistent", "/nonexistent"});
   ini.EnrolURL = server(secure).address();
   ini.bAllowHTTP = true;
@@ -144,7 +145,7 @@ void enrolment(benchmark::State& state, bool secure, bool fresh) {
   for (auto _ : state) {
     if (flow == nullptr || fresh) {
       flow = std::make_unique<EnrolFlow>(
-          EnrolFlow::Parts{&views, &ini, &gateway, &keychain,
+          EnrolFlow::Parts{&views, &ini, &store, &gateway,
                            [](std::string* error) { return makeUrlLoader(error); }});
     }
     views.home = false;

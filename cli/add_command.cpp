@@ -1,9 +1,9 @@
+#include "cli/add_token.h"
 #include "cli/command.h"
 #include "cli/failure.h"
 #include "cli/first_token.h"
-#include "cli/new_token.h"
 #include "cli/terminal.h"
-#include "platform/new_token.h"
+#include "store/new_token.h"
 
 namespace talvane {
 namespace {
@@ -26,10 +26,12 @@ class AddCommand final : public Command {
     session.gateway();
     SoftTokenInfo token;
     token.updateDescription(description_);
-    if (const auto problem = problemWithNames(token)) throw Failure(exit_usage, *problem);
+    if (const auto problem = problemWithNames(token)) {
+      throw failureOf(*problem, InputFrom::command_line);
+    }
     token.period = period_;
     token.seed32 = readLine("Seed (13 or 16 characters, not shown): ", true);
-    addNewToken(session, token, replace_);
+    addToken(session, token, replace_);
   }
 
  private:

@@ -22,7 +22,7 @@ class CodeCommand final : public Command {
   }
 
   void run(Session& session) override {
-    const Session::Tokens tokens = session.readTokens();
+    const StoredTokens tokens = session.readTokens();
     const std::size_t slot = Session::find(tokens, token_);
     const SoftTokenInfo& token = *tokens.list[slot];
     const std::int64_t now = session.now();

@@ -1,12 +1,12 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <array>
+#include <string>
+#include <vector>
 
 #include "cli/command.h"
 #include "cli/failure.h"
 #include "cli/terminal.h"
-#include "platform/token_deletion.h"
 
 namespace talvane {
 namespace {
@@ -26,53 +26,53 @@ class DeleteCommand final : public Command {
     if (!yes_ && isatty(STDIN_FILENO) == 0) {
       throw Failure(exit_usage, "Nobody can be asked here; give --yes to delete without asking");
     }
-    if (!yes_ && !confirmed(session)) {
+    if (yes_) {
+      session.changeTokens([this, &session](const StoredTokens& tokens) {
+        return remove(session, tokens, select(tokens));
+      });
+      return;
+    }
+    const StoredTokens tokens = session.readTokens();
+    const Selection selection = select(tokens);
+    if (!confirm(
+            fmt::format("Delete {}? It cannot be undone.", fmt::join(selection.names, ", ")))) {
       fmt::print("Nothing was deleted.\n");
       return;
     }
-    // Looked up again under the lock: the slots may have moved while the question stood.
-    SessionChange change(session);
-    const Selection selection = select(session);
-    if (!yes_ && selection.names != asked_) {
-      throw Failure(exit_failed, "The tokens have changed meanwhile; nothing was deleted");
-    }
-    if (const auto problem = deleteStoredTokens(session.gateway(), selection.flags)) {
-      throw Failure(exit_keychain, *problem);
-    }
-    change.finish();
-    for (const std::string& name : selection.names) fmt::print("Deleted {}.\n", name);
+    const auto removed = remove(session, tokens, selection);
+    if (!removed) throw failureOf(removed.error());
   }
 
  private:
   struct Selection {
-    std::array<std::uint8_t, vane::max_tokens> flags{};
+    TokenStore::Selection flags{};
     std::vector<std::string> names;
   };
 
-  Selection select(Session& session) const {
-    const Session::Tokens tokens = session.readTokensAndGaps();
+  [[nodiscard]] Selection select(const StoredTokens& tokens) const {
     Selection selection;
     for (const std::string& wanted : wanted_) {
-      // The record that hides all others has no name: it is deleted by its slot.
-      const bool unreadable =
-          !tokens.problem.empty() && wanted == std::to_string(tokens.problem_slot);
-      const std::size_t slot = unreadable ? tokens.problem_slot : Session::find(tokens, wanted);
+      // What hides tokens has no name: it is deleted by its slot.
+      const bool in_the_way = tokens.obstacle && wanted == std::to_string(tokens.obstacle->slot);
+      const std::size_t slot = in_the_way ? static_cast<std::size_t>(tokens.obstacle->slot)
+                                          : Session::find(tokens, wanted);
       if (selection.flags[slot] != 0) continue;
       selection.flags[slot] = 1;
       selection.names.push_back(
-          unreadable ? fmt::format("what is in the way in slot {}", slot)
+          in_the_way ? fmt::format("what is in the way in slot {}", slot)
                      : '"' + printable(tokens.list[slot]->currentDescription().value_or("")) + '"');
     }
     return selection;
   }
 
-  bool confirmed(Session& session) {
-    asked_ = select(session).names;
-    return confirm(fmt::format("Delete {}? It cannot be undone.", fmt::join(asked_, ", ")));
+  static Result<void> remove(Session& session, const StoredTokens& seen,
+                             const Selection& selection) {
+    return session.store().remove(selection.flags, seen).map([&selection] {
+      for (const std::string& name : selection.names) fmt::print("Deleted {}.\n", name);
+    });
   }
 
   std::vector<std::string> wanted_;
-  std::vector<std::string> asked_;
   bool yes_ = false;
 };
 

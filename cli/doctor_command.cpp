@@ -77,11 +77,10 @@ class DoctorCommand final : public Command {
       add("choice of keychain", true,
           keychain.remembered ? "remembered" : "made when the first token is stored");
       if (!good) return false;
-      const Session::Tokens tokens = session.readTokensAndGaps();
-      add("tokens", tokens.problem.empty(),
-          tokens.problem.empty()
-              ? fmt::format("{} readable", tokens.list.size())
-              : fmt::format("{} readable. {}", tokens.list.size(), tokens.problem));
+      const StoredTokens tokens = session.readTokens();
+      std::string text = fmt::format("{} readable", tokens.list.size());
+      if (tokens.obstacle) text += ". " + wordsFor(*tokens.obstacle);
+      add("tokens", !tokens.obstacle, text);
       return true;
     } catch (const Failure& failure) {
       add("keychain", false, failure.what());

@@ -14,7 +14,6 @@
 #include "enrol/clock_trouble.h"
 #include "enrol/enrol_flow.h"
 #include "enrol/enrol_layout.h"
-#include "platform/new_token.h"
 
 namespace talvane {
 namespace {
@@ -214,13 +213,9 @@ class EnrolCommand final : public Command {
       throw Failure(exit_failed, settings.StrErrNoEnrolURL + "; give the server's address");
     }
     // Asked for first: what the server hands out must have a place to go.
-    const Session::Tokens tokens = session.readTokens();
-    if (!tokens.problem.empty()) throw Failure(exit_keychain, tokens.problem);
-    if (tokens.list.size() == vane::max_tokens) {
-      throw Failure(exit_failed, all_slots_taken);
-    }
+    if (const auto room = session.store().checkRoom(); !room) throw failureOf(room.error());
     TerminalViews views(settings);
-    EnrolFlow flow({&views, &settings, &session.gateway(), session.keychain().service.get(),
+    EnrolFlow flow({&views, &settings, &session.store(), &session.gateway(),
                     [](std::string* error) { return makeUrlLoader(error); }});
     views.converse(flow);
     const auto& ending = flow.ending();

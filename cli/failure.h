@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/exit_codes.h"
+#include "store/token_store.h"
 
 namespace talvane {
 
@@ -16,5 +17,14 @@ class Failure : public std::runtime_error {
  private:
   ExitCode code_;
 };
+
+/// Where a refused name or seed came from; one on the command line is wrong usage.
+enum class InputFrom : std::uint8_t { command_line, elsewhere };
+
+/// The problem as the end of a command, with what to do here.
+Failure failureOf(const Problem& problem, InputFrom from = InputFrom::elsewhere);
+
+/// What keeps tokens from being read, with the command that ends it.
+std::string wordsFor(const Obstacle& obstacle);
 
 }  // namespace talvane

@@ -1,11 +1,11 @@
+#include "cli/add_token.h"
 #include "cli/command.h"
 #include "cli/failure.h"
 #include "cli/first_token.h"
-#include "cli/new_token.h"
 #include "cli/terminal.h"
 #include "engine/text.h"
-#include "platform/new_token.h"
 #include "platform/qr_image.h"
+#include "store/new_token.h"
 
 namespace talvane {
 namespace {
@@ -28,13 +28,9 @@ class ImportCommand final : public Command {
   void run(Session& session) override {
     requireManual(session.settings());
     session.gateway();
-    std::unique_ptr<SoftTokenInfo> token;
-    AuthUrlProblem problem = AuthUrlProblem::none;
-    if (!vane::ParseAuthUrl(url().get(), &token, &problem)) {
-      throw Failure(exit_failed, wordsFor(problem));
-    }
-    if (const auto wrong = problemWithNames(*token)) throw Failure(exit_failed, *wrong);
-    addNewToken(session, *token, replace_);
+    const auto token = tokenFromUrl(url().get());
+    if (!token) throw failureOf(token.error());
+    addToken(session, **token, replace_);
   }
 
  private:

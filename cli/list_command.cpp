@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "cli/command.h"
+#include "cli/failure.h"
 #include "cli/first_token.h"
 #include "cli/json.h"
 #include "cli/terminal.h"
@@ -21,15 +22,15 @@ class ListCommand final : public Command {
   }
 
   void run(Session& session) override {
-    const Session::Tokens tokens = session.readTokensAndGaps();
+    const StoredTokens tokens = session.readTokens();
     json_ ? printJson(tokens) : printTable(tokens, session);
-    if (!tokens.problem.empty()) fmt::print(stderr, "softtoken-cli: {}\n", tokens.problem);
+    if (tokens.obstacle) fmt::print(stderr, "softtoken-cli: {}\n", wordsFor(*tokens.obstacle));
   }
 
  private:
-  static void printTable(const Session::Tokens& tokens, Session& session) {
+  static void printTable(const StoredTokens& tokens, Session& session) {
     if (tokens.list.empty()) {
-      if (tokens.problem.empty()) std::cerr << firstTokenHelp(session.settings());
+      if (!tokens.obstacle) std::cerr << firstTokenHelp(session.settings());
       return;
     }
     fmt::print("SLOT  {}  PERIOD  CREATED AS\n", inColumns("NAME", name_columns));
@@ -41,7 +42,7 @@ class ListCommand final : public Command {
     }
   }
 
-  static void printJson(const Session::Tokens& tokens) {
+  static void printJson(const StoredTokens& tokens) {
     Json list = Json::array();
     for (std::size_t i = 0; i < tokens.list.size(); ++i) {
       const SoftTokenInfo& token = *tokens.list[i];

@@ -45,7 +45,7 @@ std::string textColour(const Colour& colour, ColourDepth depth) {
   return colour.red > 0 ? "\x1b[1;91m" : "\x1b[1m";
 }
 
-std::string bar(const Session::Tokens& tokens, std::int64_t now, std::size_t columns,
+std::string bar(const StoredTokens& tokens, std::int64_t now, std::size_t columns,
                 ColourDepth depth) {
   const std::int64_t period = vane::bAllTokensArePeriod60(tokens.list) ? 60 : 30;
   const std::int64_t elapsed = now % period;
@@ -72,7 +72,7 @@ ColourDepth colourDepth() {
   return wide == "truecolor" || wide == "24bit" ? ColourDepth::all : ColourDepth::sixteen;
 }
 
-std::string plainTable(const Session::Tokens& tokens, std::int64_t now) {
+std::string plainTable(const StoredTokens& tokens, std::int64_t now) {
   std::string text = fmt::format("SLOT  {}  PASSCODE  VALID\n", inColumns("NAME", widest_name));
   for (std::size_t i = 0; i < tokens.list.size(); ++i) {
     const SoftTokenInfo& token = *tokens.list[i];
@@ -83,7 +83,7 @@ std::string plainTable(const Session::Tokens& tokens, std::int64_t now) {
   return text;
 }
 
-std::string colouredTable(const Session::Tokens& tokens, std::int64_t now, std::size_t columns,
+std::string colouredTable(const StoredTokens& tokens, std::int64_t now, std::size_t columns,
                           ColourDepth depth) {
   const bool countdown_60 = vane::bAllTokensArePeriod60(tokens.list);
   const std::size_t name_columns =

@@ -3,7 +3,6 @@
 #include "cli/command.h"
 #include "cli/failure.h"
 #include "cli/terminal.h"
-#include "platform/new_token.h"
 
 namespace talvane {
 namespace {
@@ -21,32 +20,30 @@ class RenameCommand final : public Command {
   }
 
   void run(Session& session) override {
-    SessionChange change(session);
-    const Session::Tokens tokens = session.readTokens();
-    const std::size_t position = Session::find(tokens, token_);
-    SoftTokenInfo& token = *tokens.list[position];
-    const std::string before = token.currentDescription().value_or("");
-    if (before == name_) {
-      fmt::print("\"{}\" has that name already.\n", printable(before));
-      return;
-    }
-    const auto description = token.description;
-    token.updateDescription(name_);
-    if (token.description == description) {
-      throw Failure(exit_usage, "The new name is empty; give at least one other character than |");
-    }
-    if (const auto problem = problemWithNames(token)) throw Failure(exit_usage, *problem);
-    auto slot = static_cast<std::int32_t>(position);
-    const bool written = vane::WriteToken(&slot, token);
-    const auto& save = session.gateway().lastSave();
-    if (save.status != KeychainStatus::ok) throw Failure(exit_keychain, save.words());
-    if (!written) throw Failure(exit_failed, "The token cannot be sealed on this computer");
-    change.finish();
-    fmt::print("\"{}\" is now \"{}\".\n", printable(before),
-               printable(token.currentDescription().value_or("")));
+    session.changeTokens(
+        [this, &session](const StoredTokens& tokens) { return rename(session, tokens); },
+        InputFrom::command_line);
   }
 
  private:
+  [[nodiscard]] Result<void> rename(Session& session, const StoredTokens& tokens) const {
+    const std::size_t position = Session::find(tokens, token_);
+    const SoftTokenInfo& token = *tokens.list[position];
+    const std::string before = token.currentDescription().value_or("");
+    if (before == name_) {
+      fmt::print("\"{}\" has that name already.\n", printable(before));
+      return {};
+    }
+    const TokenStore::Rename wanted{static_cast<std::int32_t>(position), &token, name_};
+    return session.store().rename({&wanted, 1}).map([&] {
+      const EngineLog::Pause quiet;
+      SoftTokenInfo renamed = token;
+      renamed.updateDescription(name_);
+      fmt::print("\"{}\" is now \"{}\".\n", printable(before),
+                 printable(renamed.currentDescription().value_or("")));
+    });
+  }
+
   std::string token_;
   std::string name_;
 };

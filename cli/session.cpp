@@ -12,9 +12,8 @@
 namespace talvane {
 namespace {
 
-bool isMissing(const vaneinterface::Outcome& outcome) {
-  return outcome.status == KeychainStatus::item_not_found;
-}
+// Each is one change that another program got in.
+constexpr int most_tries = 100;
 
 std::optional<std::size_t> slotNumber(const std::string& text) {
   std::size_t slot = 0;
@@ -73,55 +72,29 @@ vaneinterface& Session::gateway() {
   return *gateway_;
 }
 
-void Session::describeProblem(Tokens& tokens, std::size_t slot) {
-  const auto& load = gateway().lastLoad();
-  if (load.status != KeychainStatus::ok && load.status != KeychainStatus::cannot_decode) {
-    throw Failure(exit_keychain, load.words());
-  }
-  tokens.problem_slot = slot;
-  tokens.problem = fmt::format(
-      "The record in slot {0} is {1} and hides those after it; delete it with: softtoken-cli "
-      "delete "
-      "{0}",
-      slot,
-      load.status == KeychainStatus::ok ? "of another computer or user, or was altered,"
-                                        : "damaged");
+TokenStore& Session::store() {
+  if (!store_) store_.emplace(gateway(), *keychain().service);
+  return *store_;
 }
 
-Session::Tokens Session::readTokens() {
-  gateway();
-  vane::TokenArray array;
-  const auto count = static_cast<std::size_t>(vane::ReadAllTokens(array));
-  Tokens tokens;
-  for (std::size_t i = 0; i < count; ++i) tokens.list.push_back(std::move(array[i]));
-  if (count < array.size() && !isMissing(gateway().lastLoad())) describeProblem(tokens, count);
-  return tokens;
+StoredTokens Session::readTokens() {
+  auto tokens = store().read();
+  if (!tokens) throw failureOf(tokens.error());
+  return std::move(*tokens);
 }
 
-Session::Tokens Session::readTokensAndGaps() {
-  Tokens tokens = readTokens();
-  if (!tokens.problem.empty()) return tokens;
-  const std::size_t gap = tokens.list.size();
-  const SlotReading reading(&gateway());
-  for (std::size_t slot = gap + 1; slot < vane::max_tokens; ++slot) {
-    const bool there = vane::ReadToken(static_cast<std::uint32_t>(slot), nullptr);
-    if (there) {
-      tokens.problem_slot = gap;
-      tokens.problem = fmt::format(
-          "Slot {0} is empty and hides those after it; close the gap with: softtoken-cli delete "
-          "{0}",
-          gap);
-      return tokens;
-    }
-    if (!isMissing(gateway().lastLoad())) {
-      describeProblem(tokens, slot);
-      return tokens;
+void Session::changeTokens(const std::function<Result<void>(const StoredTokens&)>& change,
+                           InputFrom from) {
+  for (int tries = most_tries; tries > 0; --tries) {
+    const auto changed = change(readTokens());
+    if (changed) return;
+    if (changed.error().next != Problem::Next::look_again || tries == 1) {
+      throw failureOf(changed.error(), from);
     }
   }
-  return tokens;
 }
 
-std::size_t Session::find(const Tokens& tokens, const std::string& wanted) {
+std::size_t Session::find(const StoredTokens& tokens, const std::string& wanted) {
   const auto& list = tokens.list;
   const auto current = [&](const SoftTokenInfo& t) { return t.currentDescription() == wanted; };
   const auto original = [&](const SoftTokenInfo& t) { return t.originalDescription() == wanted; };
@@ -139,22 +112,12 @@ std::size_t Session::find(const Tokens& tokens, const std::string& wanted) {
   const std::string hint = "see the names and slots with: softtoken-cli list";
   if (found.empty()) {
     throw Failure(exit_no_such_token,
-                  tokens.problem.empty()
-                      ? fmt::format("No token \"{}\"; {}", wanted, hint)
-                      : fmt::format("No token \"{}\". {}", wanted, tokens.problem));
+                  tokens.obstacle
+                      ? fmt::format("No token \"{}\". {}", wanted, wordsFor(*tokens.obstacle))
+                      : fmt::format("No token \"{}\"; {}", wanted, hint));
   }
   throw Failure(exit_no_such_token,
                 fmt::format("\"{}\" fits {} tokens; {}", wanted, found.size(), hint));
-}
-
-SessionChange::SessionChange(Session& session) : change_(*session.keychain().service) {
-  if (!change_.begun()) {
-    throw Failure(change_.busy() ? exit_failed : exit_keychain, change_.error());
-  }
-}
-
-void SessionChange::finish() {
-  if (!change_.finish()) throw Failure(exit_keychain, change_.error());
 }
 
 }  // namespace talvane

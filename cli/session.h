@@ -1,16 +1,18 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/failure.h"
 #include "config/ini.h"
 #include "engine/vane.h"
 #include "platform/keychains.h"
-#include "platform/store_change.h"
 #include "platform/vaneinterface.h"
+#include "store/token_store.h"
 
 namespace talvane {
 
@@ -41,40 +43,28 @@ class Session {
   /// Seconds since the epoch.
   std::int64_t now() { return gateway().CurrentTime(); }
 
-  /// The tokens from slot 0 on. What keeps those after them from being read, if anything does, is
-  /// in `problem`; a keychain that could not be read at all throws Failure.
-  struct Tokens {
-    std::vector<std::unique_ptr<SoftTokenInfo>> list;
-    std::string problem;
-    std::size_t problem_slot = 0;  // with a problem: what to delete, by slot, to be rid of it
-  };
-  Tokens readTokens();
-  /// As above, and looks behind the last token for others that a gap hides.
-  Tokens readTokensAndGaps();
+  TokenStore& store();
+
+  /// Throws Failure when the keychain cannot be read.
+  StoredTokens readTokens();
+
+  /// Reads the tokens and hands them to the change, again for as long as another program changed
+  /// them in between. Throws Failure when it comes to nothing.
+  void changeTokens(const std::function<Result<void>(const StoredTokens&)>& change,
+                    InputFrom from = InputFrom::elsewhere);
 
   /// The token with this name (the current one, else the one it was created with), slot number, or
   /// unique beginning of a name. Throws Failure when there is none, or more than one.
-  static std::size_t find(const Tokens& tokens, const std::string& wanted);
+  static std::size_t find(const StoredTokens& tokens, const std::string& wanted);
 
  private:
-  void describeProblem(Tokens& tokens, std::size_t slot);
-
   SessionOptions options_;
   std::unique_ptr<UserDefaults> defaults_;
   std::unique_ptr<DeviceIdentifiers> identifiers_;
   std::optional<Ini> settings_;
   UserKeychain keychain_;
   std::optional<vaneinterface> gateway_;
-};
-
-/// A change of the store that throws Failure when it cannot be begun or is not kept.
-class SessionChange {
- public:
-  explicit SessionChange(Session& session);
-  void finish();
-
- private:
-  StoreChange change_;
+  std::optional<TokenStore> store_;
 };
 
 }  // namespace talvane

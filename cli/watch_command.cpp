@@ -48,11 +48,11 @@ class WatchCommand final : public Command {
   }
 
   void run(Session& session) override {
-    Session::Tokens tokens = session.readTokens();
+    StoredTokens tokens = session.readTokens();
     const bool on_terminal = isatty(STDOUT_FILENO) == 1 && isatty(STDIN_FILENO) == 1;
     if (tokens.list.empty()) {
-      std::cerr << (tokens.problem.empty() ? firstTokenHelp(session.settings())
-                                           : tokens.problem + '\n');
+      std::cerr << (tokens.obstacle ? wordsFor(*tokens.obstacle) + '\n'
+                                    : firstTokenHelp(session.settings()));
       return;
     }
     if (on_terminal) {
@@ -60,11 +60,11 @@ class WatchCommand final : public Command {
     } else {
       std::cout << plainTable(tokens, session.now());
     }
-    if (!tokens.problem.empty()) fmt::print(stderr, "softtoken-cli: {}\n", tokens.problem);
+    if (tokens.obstacle) fmt::print(stderr, "softtoken-cli: {}\n", wordsFor(*tokens.obstacle));
   }
 
  private:
-  static void watch(Session& session, Session::Tokens& tokens) {
+  static void watch(Session& session, StoredTokens& tokens) {
     const TerminalState terminal(TerminalState::Mode::live_screen);
     const ColourDepth depth = colourDepth();
     std::string trouble;
@@ -85,10 +85,10 @@ class WatchCommand final : public Command {
     }
   }
 
-  static void reread(Session& session, Session::Tokens& tokens, std::string& trouble) {
+  static void reread(Session& session, StoredTokens& tokens, std::string& trouble) {
     try {
       tokens = session.readTokens();
-      trouble = tokens.problem;
+      trouble = tokens.obstacle ? wordsFor(*tokens.obstacle) : std::string();
     } catch (const Failure& failure) {
       trouble = failure.what();
     }

@@ -36,7 +36,8 @@ class Gateway {
   virtual bool inTrouble();
 
   /// Brackets loads that belong to one reading of the store. Between the two the gateway may answer
-  /// from one look at the keychain, taken after the begin. Calls pair up and do not nest.
+  /// from one look at the keychain, taken after the begin. Calls pair up; a pair within another
+  /// belongs to the outer one's reading.
   virtual void beginReadingSlots();
   virtual void endReadingSlots();
 

@@ -4,6 +4,7 @@ namespace talvane {
 namespace {
 
 Gateway* log_gateway = nullptr;
+thread_local int log_pauses = 0;
 
 }  // namespace
 
@@ -12,7 +13,15 @@ void EngineLog::setGateway(Gateway* gateway) {
 }
 
 bool EngineLog::isWanted() {
-  return log_gateway != nullptr && log_gateway->wantsLog();
+  return log_gateway != nullptr && log_pauses == 0 && log_gateway->wantsLog();
+}
+
+EngineLog::Pause::Pause() {
+  ++log_pauses;
+}
+
+EngineLog::Pause::~Pause() {
+  --log_pauses;
 }
 
 void EngineLog::write(std::string_view text) {

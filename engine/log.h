@@ -18,6 +18,16 @@ class EngineLog {
 
   static bool isWanted();
 
+  /// Keeps this thread's lines out of the log for the length of a scope: for a look whose reader is
+  /// not the user.
+  class Pause {
+   public:
+    Pause();
+    ~Pause();
+    Pause(const Pause&) = delete;
+    Pause& operator=(const Pause&) = delete;
+  };
+
   /// Hands a line to the gateway. Formats nothing when nobody listens.
   template <typename... Args>
   static void line(fmt::format_string<Args...> format, Args&&... args) {

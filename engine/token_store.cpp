@@ -13,10 +13,6 @@ constexpr std::size_t key_size = 16;
 constexpr std::size_t short_record = 13 + seed_hash_length;
 constexpr std::size_t long_record = 16 + seed_hash_length;
 
-std::string recordName(std::uint32_t index) {
-  return fmt::format("TalvaneSoftToken502{}", static_cast<std::int32_t>(index));
-}
-
 template <typename Value>
 const Value* valueOf(const Record& record, std::string_view key) {
   const auto found = record.find(key);
@@ -44,6 +40,10 @@ std::optional<std::string> seedHash(std::string_view seed, std::span<const std::
 }
 
 }  // namespace
+
+std::string vane::recordName(std::uint32_t index) {
+  return fmt::format("TalvaneSoftToken502{}", static_cast<std::int32_t>(index));
+}
 
 bool vane::readRecord(const Record& record, SoftTokenInfo* token) {
   if (const auto* description = valueOf<std::string>(record, "desc")) {

@@ -51,6 +51,9 @@ class vane {
 
   using TokenArray = std::array<std::unique_ptr<SoftTokenInfo>, max_tokens>;
 
+  /// The name of a slot's record in the keychain.
+  static std::string recordName(std::uint32_t index);
+
   /// Sets the gateway, which the caller keeps alive, and forgets the device identity. Null: no
   /// keychain, no identifiers, no log.
   static void SetInterface(Gateway* gateway);

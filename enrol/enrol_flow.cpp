@@ -6,8 +6,6 @@
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "enrol/pin_rules.h"
-#include "platform/new_token.h"
-#include "platform/store_change.h"
 
 namespace talvane {
 namespace {
@@ -293,12 +291,20 @@ void EnrolFlow::EnrolSubmit() {
     EndSession();
     return;
   }
+  // What the server would hand out must have a place to go.
+  if (const auto plan = parts_.store->plan(*client.SOFTTOKEN); !plan) {
+    tellStored(plan.error());
+    EndSession();
+    views_.goHome();
+    return;
+  }
   TaHttp& http = *session_->http;
   http.post(ini_.tidyEnrolURL(), client.post.value_or(""));
-  if (http.date()) ending_->server_ahead = *http.date() - parts_.gateway->CurrentTime();
+  if (http.date()) ending_->server_ahead = *http.date() - parts_.clock->CurrentTime();
   const std::string_view body = http.data() == nullptr ? "" : http.data();
   if (isUtf8(body) && body.starts_with("RESULT:OK,COMPLETE")) {
-    storeToken();
+    const auto added = parts_.store->addIssued(*client.SOFTTOKEN);
+    tellStored(added ? std::nullopt : std::optional(added.error()));
   } else {
     vane::log("EnrolSubmit: unexpected response: {}", http.data() == nullptr ? nil_text : body);
     ending_->problem = "The server did not complete the enrolment";
@@ -307,26 +313,10 @@ void EnrolFlow::EnrolSubmit() {
   views_.goHome();
 }
 
-void EnrolFlow::storeToken() {
-  StoreChange change(*parts_.keychain);
-  if (!change.begun()) {
-    ending_->problem = change.error();
-  } else {
-    std::int32_t slot = vane::slot_of_same_name;
-    parts_.gateway->forgetOutcomes();
-    const bool written = vane::WriteToken(&slot, *session_->client.SOFTTOKEN);
-    const auto& save = parts_.gateway->lastSave();
-    if (!written) {
-      ending_->problem = slot == vane::max_tokens ? all_slots_taken
-                                                  : "The token cannot be sealed on this computer";
-    } else if (save.status != KeychainStatus::ok) {
-      ending_->problem = save.words();
-    } else if (!change.finish()) {
-      ending_->problem = change.error();
-    }
-  }
+void EnrolFlow::tellStored(const std::optional<Problem>& problem) {
   ending_->name = session_->client.SOFTTOKEN->currentDescription().value_or("");
-  ending_->stored = ending_->problem.empty();
+  ending_->stored = !problem;
+  if (problem) ending_->problem = problem->words;
   vane::log("{}", ending_->stored ? "EnrolSubmit: write token success"
                                   : "EnrolSubmit: write token failed");
 }

@@ -17,8 +17,7 @@
 #include "config/ini.h"
 #include "enrol/ta_enrol_client.h"
 #include "enrol/ta_http.h"
-#include "platform/keychain_service.h"
-#include "platform/vaneinterface.h"
+#include "store/token_store.h"
 
 namespace talvane {
 
@@ -71,8 +70,8 @@ class EnrolFlow {
   struct Parts {
     EnrolViews* views = nullptr;
     Ini* ini = nullptr;
-    vaneinterface* gateway = nullptr;
-    KeychainService* keychain = nullptr;
+    TokenStore* store = nullptr;
+    Gateway* clock = nullptr;  // tells how far the server's is from this computer's
     std::function<std::unique_ptr<UrlLoader>(std::string* error)> make_loader;
   };
   explicit EnrolFlow(Parts parts);
@@ -138,7 +137,7 @@ class EnrolFlow {
   std::optional<std::string> submit();
   std::optional<std::string> actOnResult();
   void EnrolSubmit();
-  void storeToken();
+  void tellStored(const std::optional<Problem>& problem);
   void EndSession();
   void joinFinishedWorkers();
 

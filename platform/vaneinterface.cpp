@@ -17,49 +17,62 @@ bool isAnswer(KeychainStatus status) {
 
 }  // namespace
 
-bool vaneinterface::Outcome::answered() const {
-  return isAnswer(status) || status == KeychainStatus::cannot_decode;
+vaneinterface::Recording::Recording(vaneinterface& gateway) : gateway_(gateway) {
+  gateway_.recording_ = this;
 }
 
-std::string vaneinterface::Outcome::words() const {
-  return error.starts_with("ERR ") ? error.substr(4) : error;
+vaneinterface::Recording::~Recording() {
+  gateway_.recording_ = nullptr;
+}
+
+void vaneinterface::Recording::noteChange(const Answer& answer) {
+  if (answer.status != KeychainStatus::ok && !failed_change_) failed_change_ = answer;
 }
 
 vaneinterface::vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers)
     : keychain_(keychain), identifiers_(identifiers) {}
 
-vaneinterface::Outcome vaneinterface::failure(KeychainStatus status) {
-  return {status, fmt::format("ERR {} [{}]", keychain_.message(status), static_cast<int>(status))};
-}
-
-void vaneinterface::forgetOutcomes() {
-  has_saved_ = false;
-  last_save_ = {};
-  last_delete_ = {};
+vaneinterface::Answer vaneinterface::answer(KeychainStatus status) {
+  if (status == KeychainStatus::ok) return {};
+  return {status, fmt::format("{} [{}]", keychain_.message(status), static_cast<int>(status))};
 }
 
 bool vaneinterface::KeyChainSave(const std::string& name, const Record& data) {
-  has_saved_ = true;
+  const KeychainStatus status = save(name, data);
+  in_trouble_ = status != KeychainStatus::ok;
+  if (recording_ != nullptr) {
+    recording_->has_saved_ = true;
+    recording_->noteChange(answer(status));
+  }
+  return status == KeychainStatus::ok;
+}
+
+KeychainStatus vaneinterface::save(const std::string& name, const Record& data) {
   if (const auto failed = failed_loads_.find(name); failed != failed_loads_.end()) {
-    in_trouble_ = true;
-    last_save_ = failure(failed->second);
-    return false;
+    return failed->second;
+  }
+  const std::string account = identifiers_.loginName();
+  if (recording_ != nullptr && recording_->replaceable_.count(name) == 0) {
+    const KeychainStatus found = keychain_.find(name, account, nullptr);
+    if (found == KeychainStatus::ok) {
+      recording_->refused_ = true;
+      return KeychainStatus::duplicate_item;
+    }
+    if (found != KeychainStatus::item_not_found) return found;
   }
   Record with_identifiers = data;
   with_identifiers["fpsn"] = GetDeviceId_SN();
   with_identifiers["fphd"] = GetDeviceId_HDSN();
   with_identifiers["fpus"] = GetDeviceId_USER();
-  TaKeyChain item(keychain_, name, identifiers_.loginName());
-  const KeychainStatus status = item.storeDict(with_identifiers);
-  in_trouble_ = status != KeychainStatus::ok;
-  last_save_ = {status, item.error()};
-  return status == KeychainStatus::ok;
+  return TaKeyChain(keychain_, name, account).storeDict(with_identifiers);
 }
 
 bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
-  TaKeyChain item(keychain_, name, identifiers_.loginName());
-  const KeychainStatus status = item.getDict(data);
-  last_load_ = {status, item.error()};
+  const KeychainStatus status = TaKeyChain(keychain_, name, identifiers_.loginName()).getDict(data);
+  if (recording_ != nullptr) {
+    // A missing item is no trouble, and asked for often.
+    recording_->last_load_ = isAnswer(status) ? Answer{status, ""} : answer(status);
+  }
   in_trouble_ = !isAnswer(status);
   if (in_trouble_) {
     failed_loads_[name] = status;
@@ -72,21 +85,21 @@ bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
 bool vaneinterface::KeyChainDelete(const std::string& name) {
   TaKeyChain item(keychain_, name, identifiers_.loginName());
   const KeychainStatus status = item.remove();
-  in_trouble_ = status != KeychainStatus::ok || !isAnswer(item.lookup());
-  last_delete_ = isAnswer(item.lookup()) ? Outcome{status, item.error()} : failure(item.lookup());
+  const bool looked_up = isAnswer(item.lookup());
+  in_trouble_ = status != KeychainStatus::ok || !looked_up;
+  if (recording_ != nullptr) recording_->noteChange(answer(looked_up ? status : item.lookup()));
   // What is gone for certain need not be protected.
   if (!in_trouble_) failed_loads_.erase(name);
   return status == KeychainStatus::ok;
 }
 
 void vaneinterface::beginReadingSlots() {
-  keychain_.beginReading(identifiers_.loginName());
-  reading_slots_ = true;
+  if (readings_++ == 0) keychain_.beginReading(identifiers_.loginName());
 }
 
 void vaneinterface::endReadingSlots() {
+  if (--readings_ > 0) return;
   keychain_.endReading();
-  reading_slots_ = false;
   identity_.reset();
 }
 
@@ -103,7 +116,7 @@ std::string vaneinterface::GetDeviceId_USER() {
 }
 
 std::uint32_t vaneinterface::GetDeviceId() {
-  if (!reading_slots_) return Gateway::GetDeviceId();
+  if (readings_ == 0) return Gateway::GetDeviceId();
   if (!identity_) identity_ = Gateway::GetDeviceId();
   return *identity_;
 }

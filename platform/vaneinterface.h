@@ -2,6 +2,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -18,15 +19,41 @@ namespace talvane {
 /// written over.
 class vaneinterface final : public Gateway {
  public:
-  /// What the last keychain call came to, and the text that says so.
-  struct Outcome {
+  /// What a call of the keychain came to, with words for the user unless it was answered.
+  struct Answer {
     KeychainStatus status = KeychainStatus::ok;
-    std::string error = "OK";
+    std::string words;
+  };
 
-    /// Whether the keychain answered, be it with a damaged item.
-    [[nodiscard]] bool answered() const;
-    /// `error` as a sentence of its own, without the leading "ERR ".
-    [[nodiscard]] std::string words() const;
+  /// Notes what the keychain says to the calls in its scope, and keeps them from saving over
+  /// records that are there. One at a time.
+  class Recording {
+   public:
+    explicit Recording(vaneinterface& gateway);
+    ~Recording();
+    Recording(const Recording&) = delete;
+    Recording& operator=(const Recording&) = delete;
+
+    /// Lets the record of that name, and those named before, be saved over.
+    void mayReplace(const std::string& name) { replaceable_.insert(name); }
+
+    [[nodiscard]] const Answer& lastLoad() const { return last_load_; }
+    [[nodiscard]] bool hasSaved() const { return has_saved_; }
+    /// The first save or deletion that failed, be it in its look-up; nullopt: none.
+    [[nodiscard]] const std::optional<Answer>& failedChange() const { return failed_change_; }
+    /// A record was to be saved over one that was not to be replaced, and was not.
+    [[nodiscard]] bool refused() const { return refused_; }
+
+   private:
+    friend class vaneinterface;
+    void noteChange(const Answer& answer);
+
+    vaneinterface& gateway_;
+    std::set<std::string> replaceable_;
+    Answer last_load_;
+    std::optional<Answer> failed_change_;
+    bool has_saved_ = false;
+    bool refused_ = false;
   };
 
   vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers);
@@ -52,30 +79,18 @@ class vaneinterface final : public Gateway {
   /// Whether log lines go to the console too (standard error); on until switched off.
   void setConsole(bool on) { console_ = on; }
 
-  /// What calls before this came to no longer counts: `lastSave` and `lastDelete` are "OK" until
-  /// there is a new one.
-  void forgetOutcomes();
-  /// Whether there was a save since.
-  [[nodiscard]] bool hasSaved() const { return has_saved_; }
-  [[nodiscard]] const Outcome& lastLoad() const { return last_load_; }
-  [[nodiscard]] const Outcome& lastSave() const { return last_save_; }
-  /// Of a removal whose look-up failed, the failure, though the removal itself counts as done.
-  [[nodiscard]] const Outcome& lastDelete() const { return last_delete_; }
-
  private:
-  Outcome failure(KeychainStatus status);
+  Answer answer(KeychainStatus status);
+  KeychainStatus save(const std::string& name, const Record& data);
 
   KeychainService& keychain_;
   DeviceIdentifiers& identifiers_;
   bool console_ = true;
   std::map<std::string, KeychainStatus> failed_loads_;  // by record, while its last load failed
-  bool reading_slots_ = false;
-  std::optional<std::uint32_t> identity_;  // of the reading
   bool in_trouble_ = false;
-  bool has_saved_ = false;
-  Outcome last_load_;
-  Outcome last_save_;
-  Outcome last_delete_;
+  int readings_ = 0;  // begun and not ended
+  std::optional<std::uint32_t> identity_;  // of the reading under way
+  Recording* recording_ = nullptr;
 };
 
 }  // namespace talvane

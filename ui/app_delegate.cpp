@@ -32,7 +32,8 @@ SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
     : parts_(std::move(parts)),
       ini(*parts_.ini),
       gateway_(*parts_.keychain, *parts_.identifiers),
-      flow_({this, &ini, &gateway_, parts_.keychain, parts_.make_loader}) {
+      store_(gateway_, *parts_.keychain),
+      flow_({this, &ini, &store_, &gateway_, parts_.make_loader}) {
   gateway_.setConsole(parts_.console);
 }
 

@@ -18,8 +18,8 @@
 #include "enrol/enrol_flow.h"
 #include "platform/keychain_service.h"
 #include "platform/login_item.h"
-#include "platform/new_token.h"
 #include "platform/vaneinterface.h"
+#include "store/token_store.h"
 #include "ui/countdown.h"
 #include "ui/soft_token_window.h"
 #include "ui/view_kit.h"
@@ -183,7 +183,6 @@ class SoftTokenOSXAppDelegate : public QObject,
   // The panel's.
   SoftTokenWindow* makeWindow(int height, const std::function<void(QWidget*)>& fill);
   void readTokens();
-  [[nodiscard]] std::string readingTrouble(std::int32_t count) const;
   [[nodiscard]] int heightFor(const SoftTokenWindow* window);
   void initialise(const SoftTokenWindow* window);
   void positionToolbarCommon(QWidget* button, const Frame& frame);
@@ -231,15 +230,15 @@ class SoftTokenOSXAppDelegate : public QObject,
   bool focusRow(int step);
   void offerToken(const std::string& url);
   bool mayAddTokens();
-  NewTokenResult storeToken(const SoftTokenInfo& token);
   void createTypedToken();
   std::string deleteTokens(const std::array<std::uint8_t, vane::max_tokens>& selected);
-  void saveDescriptions();
+  std::string saveDescriptions();
   void showLoginItem();
 
   AppParts parts_;
   Ini& ini;
   vaneinterface gateway_;
+  TokenStore store_;
   EnrolFlow flow_;
   // Where the interface file puts the sign-in rows; the modes move the passcode onto one of them.
   std::array<QRect, 3> sign_in_labels_;

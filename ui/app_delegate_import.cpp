@@ -1,7 +1,7 @@
 #include <memory>
 
-#include "platform/new_token.h"
 #include "platform/qr_image.h"
+#include "store/new_token.h"
 #include "ui/alert.h"
 #include "ui/app_delegate.h"
 #include "ui/start.h"
@@ -47,39 +47,29 @@ bool SoftTokenOSXAppDelegate::mayAddTokens() {
 
 void SoftTokenOSXAppDelegate::offerToken(const std::string& url) {
   if (!mayAddTokens()) return;
-  std::unique_ptr<SoftTokenInfo> token;
-  AuthUrlProblem problem = AuthUrlProblem::none;
-  if (!vane::ParseAuthUrl(url, &token, &problem)) {
-    simpleMessageBox(QString::fromStdString(wordsFor(problem)));
+  const auto parsed = tokenFromUrl(url);
+  const auto plan = parsed.and_then([this](const auto& found) { return store_.plan(*found); });
+  if (!plan) {
+    simpleMessageBox(QString::fromStdString(plan.error().words));
     return;
   }
-  if (const auto wrong = problemWithNames(*token)) {
-    simpleMessageBox(QString::fromStdString(*wrong));
-    return;
-  }
-  vane::TokenArray stored;
-  const std::int32_t count = vane::ReadAllTokens(stored);
-  bool replaces = false;
-  for (std::int32_t i = 0; i < count; ++i) {
-    replaces = replaces || stored[static_cast<std::size_t>(i)]->originalDescription() ==
-                               token->originalDescription();
-  }
+  const SoftTokenInfo* token = parsed->get();
   const QString question =
       QStringLiteral("Add the token \"%1\", with a new passcode every %2 seconds?")
           .arg(QString::fromStdString(token->currentDescription().value_or("")))
           .arg(token->period);
   const QString warning = QStringLiteral("\n\nIt replaces the token of that name.");
-  if (Alert::ask(alertParent(), replaces ? question + warning : question) !=
+  if (Alert::ask(alertParent(), plan->replaces ? question + warning : question) !=
       Alert::Result::alternate_return) {
     return;
   }
-  const NewTokenResult result = storeToken(*token);
-  if (result.kind != NewTokenResult::Kind::stored) {
-    simpleMessageBox(QString::fromStdString(result.error));
+  const auto added = store_.add(*token, TokenStore::SameName::replace);
+  if (!added) {
+    simpleMessageBox(QString::fromStdString(added.error().words));
     return;
   }
-  if (result.response) rvcode->setText(QString::fromStdString(*result.response));
-  SoftTokenWindow* next = result.response ? rv : tv;
+  if (added->response) rvcode->setText(QString::fromStdString(*added->response));
+  SoftTokenWindow* next = added->response ? rv : tv;
   if (bOpen) {
     switchViewfrom(ow, next);
   } else {

@@ -1,22 +1,10 @@
 #include <algorithm>
 
 #include "engine/text.h"
-#include "platform/new_token.h"
-#include "platform/store_change.h"
-#include "platform/token_deletion.h"
 #include "ui/alert.h"
 #include "ui/app_delegate.h"
 
 namespace talvane {
-namespace {
-
-bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b) {
-  return a.originalDescription() == b.originalDescription() && a.seed32 && b.seed32 &&
-         a.seed32->get() == b.seed32->get();
-}
-
-}  // namespace
-
 void SoftTokenOSXAppDelegate::clearManagementRows() {
   cvdesc.clear();
   cvdelete.clear();
@@ -117,33 +105,17 @@ void SoftTokenOSXAppDelegate::cv_trashclicked() {
 // What went wrong, for the user, who is told when others may change the store again.
 std::string SoftTokenOSXAppDelegate::deleteTokens(
     const std::array<std::uint8_t, vane::max_tokens>& selected) {
-  StoreChange change(*parts_.keychain);
-  if (!change.begun()) return change.error();
-  // What was confirmed is what the user saw: another program may have moved the slots meanwhile.
-  vane::TokenArray stored;
-  const std::int32_t count = vane::ReadAllTokens(stored);
-  if (std::string trouble = readingTrouble(count); !trouble.empty()) return trouble;
+  StoredTokens seen;
   for (std::int32_t n = 0; n < TOKENS; ++n) {
-    const auto i = static_cast<std::size_t>(n);
-    if (n < count && isSameToken(*stored[i], *TOKEN[i])) continue;
-    return "The tokens have changed meanwhile; nothing was deleted";
+    seen.list.push_back(std::make_unique<SoftTokenInfo>(*TOKEN[static_cast<std::size_t>(n)]));
   }
-  if (auto problem = deleteStoredTokens(gateway_, selected)) return *problem;
-  return change.finish() ? std::string() : change.error();
+  const auto removed = store_.remove(selected, seen);
+  return removed ? std::string() : removed.error().words;
 }
 
 void SoftTokenOSXAppDelegate::cv_homeclicked() {
   vane::log("CV : homeclicked: begin");
-  std::string trouble;
-  {
-    StoreChange change(*parts_.keychain);
-    if (change.begun()) {
-      saveDescriptions();
-      static_cast<void>(change.finish());
-    } else {
-      trouble = change.error();
-    }
-  }
+  const std::string trouble = saveDescriptions();
   if (trouble.empty()) {
     switchViewfrom(cv, tv);
   } else {
@@ -153,27 +125,24 @@ void SoftTokenOSXAppDelegate::cv_homeclicked() {
   vane::log("CV : homeclicked: end");
 }
 
-void SoftTokenOSXAppDelegate::saveDescriptions() {
-  for (std::uint32_t n = 0; n < vane::max_tokens; ++n) {
-    std::unique_ptr<SoftTokenInfo> token;
-    if (!vane::ReadToken(n, &token)) {
-      vane::log("CV : homeclicked: [{}] not found", n);
-      return;
-    }
-    const bool shown = n < cvdesc.size() && TOKEN[n] != nullptr && isSameToken(*token, *TOKEN[n]);
-    const std::string text =
-        shown ? cvdesc[n]->text().toStdString() : token->currentDescription().value_or("");
-    // A name that another program gave meanwhile stays where the user typed none.
-    const bool typed = shown && TOKEN[n]->currentDescription().value_or("") != text;
-    if (!typed || token->currentDescription().value_or("") == text) {
+// What went wrong, for the user. A name that another program gave in the meantime stays where the
+// user typed none.
+std::string SoftTokenOSXAppDelegate::saveDescriptions() {
+  std::vector<TokenStore::Rename> renames;
+  for (std::int32_t n = 0; n < TOKENS; ++n) {
+    const auto i = static_cast<std::size_t>(n);
+    const std::string text = i < cvdesc.size() ? cvdesc[i]->text().toStdString() : std::string();
+    if (i >= cvdesc.size() || TOKEN[i]->currentDescription().value_or("") == text) {
       vane::log("CV : homeclicked: [{}] nothing to do", n);
       continue;
     }
     vane::log("CV : homeclicked: [{}] updating desc...", n);
-    token->updateDescription(text);
-    auto index = static_cast<std::int32_t>(n);
-    static_cast<void>(vane::WriteToken(&index, *token));
+    renames.push_back({n, TOKEN[i].get(), text});
   }
+  if (TOKENS < vane::max_tokens) vane::log("CV : homeclicked: [{}] not found", TOKENS);
+  if (renames.empty()) return {};
+  const auto renamed = store_.rename(renames);
+  return renamed ? std::string() : renamed.error().words;
 }
 
 void SoftTokenOSXAppDelegate::cv_addclicked() {
@@ -248,43 +217,26 @@ void SoftTokenOSXAppDelegate::createTypedToken() {
   token.digits = 6;
   token.period = 30;
   token.counter = -1;
-  const NewTokenResult result = storeToken(token);
-  if (result.kind != NewTokenResult::Kind::stored) {
-    vane::log("MV : okclicked: NewToken returned error: {}", result.error);
-    simpleMessageBox(QString::fromStdString(result.error));
+  const auto added = store_.add(token, TokenStore::SameName::replace);
+  if (!added) {
+    vane::log("MV : okclicked: NewToken returned error: {}", added.error().words);
+    simpleMessageBox(QString::fromStdString(added.error().words));
     return;
   }
   if (length == 13) {
-    if (!result.response) {
+    if (!added->response) {
       vane::log("MV : okclicked: response nil!");
       return;
     }
-    vane::log("MV : okclicked: response: {}", *result.response);
+    vane::log("MV : okclicked: response: {}", *added->response);
     forget(*mvseed);
-    rvcode->setText(QString::fromStdString(*result.response));
+    rvcode->setText(QString::fromStdString(*added->response));
     switchViewfrom(mv, rv);
     return;
   }
   vane::log("MV : okclicked: NewToken success: 16 digit seed, returning to tv");
   forget(*mvseed);
   switchViewfrom(mv, tv);
-}
-
-NewTokenResult SoftTokenOSXAppDelegate::storeToken(const SoftTokenInfo& token) {
-  NewTokenResult result;
-  if (const auto problem = problemWithNames(token)) {
-    result.kind = NewTokenResult::Kind::refused;
-    result.error = *problem;
-    return result;
-  }
-  StoreChange change(*parts_.keychain);
-  if (change.begun()) {
-    result = storeNewToken(gateway_, token);
-    if (result.kind != NewTokenResult::Kind::stored || change.finish()) return result;
-  }
-  result.kind = NewTokenResult::Kind::keychain;
-  result.error = change.error();
-  return result;
 }
 
 void SoftTokenOSXAppDelegate::mv_cancelclicked() {

@@ -36,20 +36,21 @@ void SoftTokenOSXAppDelegate::makeBackground(int height) {
 
 void SoftTokenOSXAppDelegate::readTokens() {
   vane::log("APP: openWindow: reading tokens...");
-  TOKENS = vane::ReadAllTokens(TOKEN);
+  auto stored = store_.read();
+  trouble_.clear();
+  TOKENS = 0;
+  if (!stored) {
+    trouble_ = stored.error().words;
+  } else {
+    for (auto& token : stored->list) TOKEN[static_cast<std::size_t>(TOKENS++)] = std::move(token);
+    if (TOKENS == 0 && stored->obstacle) trouble_ = stored->obstacle->words;
+  }
   vane::log("APP: openWindow: found {} tokens", TOKENS);
   for (std::int32_t i = 0; i < TOKENS; ++i) {
     const SoftTokenInfo& token = *TOKEN[static_cast<std::size_t>(i)];
     vane::log("APP: openWindow: token[{:02}] d:{} s:{}", i, orNil(token.currentDescription()),
               token.seed32 ? token.seed32->get() : std::string(nil_text));
   }
-  trouble_ = readingTrouble(TOKENS);
-}
-
-// Why nothing at all could be read, when that is so; empty otherwise.
-std::string SoftTokenOSXAppDelegate::readingTrouble(std::int32_t count) const {
-  const auto& load = gateway_.lastLoad();
-  return count == 0 && !load.answered() ? load.words() : std::string();
 }
 
 int SoftTokenOSXAppDelegate::heightFor(const SoftTokenWindow* window) {

@@ -110,7 +110,7 @@ FlowTest::~FlowTest() {
 
 void FlowTest::makeFlow() {
   flow = std::make_unique<EnrolFlow>(
-      EnrolFlow::Parts{&views, &ini, &gateway, &keychain,
+      EnrolFlow::Parts{&views, &ini, &store, &gateway,
                        [this](std::string* error) { return make_loader(error); }});
   views.flow = flow.get();
 }

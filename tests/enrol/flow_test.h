@@ -129,6 +129,7 @@ class FlowTest : public testing::Test {
   MemoryKeychain keychain;
   FakeDeviceIdentifiers identifiers;
   vaneinterface gateway{keychain, identifiers};
+  TokenStore store{gateway, keychain};
   RecordingGateway recorder{gateway};
   Script script;
   std::function<std::unique_ptr<UrlLoader>(std::string*)> make_loader;

@@ -144,9 +144,12 @@ class TokensSurviveTest : public testing::Test {
 
 TEST_F(TokensSurviveTest, ReadingWhileLockedShowsNoneAndKeepsAll) {
   keychain.memory.status = KeychainStatus::interaction_not_allowed;
-  EXPECT_EQ(readable(), 0U);
-  EXPECT_EQ(gateway->lastLoad().status, KeychainStatus::interaction_not_allowed);
-  EXPECT_EQ(gateway->lastLoad().error.substr(0, 4), "ERR ");
+  {
+    const vaneinterface::Recording recording(*gateway);
+    EXPECT_EQ(readable(), 0U);
+    EXPECT_EQ(recording.lastLoad().status, KeychainStatus::interaction_not_allowed);
+    EXPECT_EQ(recording.lastLoad().words, "words for -25308 [-25308]");
+  }
   keychain.memory.status = KeychainStatus::ok;
   EXPECT_EQ(readable(), 5U);
 }
@@ -156,16 +159,21 @@ TEST_F(TokensSurviveTest, WritingWhileLockedIsRefusedAndSaid) {
     reset();
     keychain.memory.status = KeychainStatus::interaction_not_allowed;
     std::int32_t index = wish;
-    EXPECT_TRUE(vane::WriteToken(&index, tokenOf(new_token))) << "only the gateway tells";
-    EXPECT_EQ(gateway->lastSave().status, KeychainStatus::interaction_not_allowed);
-    EXPECT_EQ(gateway->lastSave().error, "ERR words for -25308 [-25308]");
+    {
+      const vaneinterface::Recording recording(*gateway);
+      EXPECT_TRUE(vane::WriteToken(&index, tokenOf(new_token))) << "only the gateway tells";
+      ASSERT_TRUE(recording.failedChange().has_value());
+      EXPECT_EQ(recording.failedChange()->status, KeychainStatus::interaction_not_allowed);
+      EXPECT_EQ(recording.failedChange()->words, "words for -25308 [-25308]");
+    }
     keychain.memory.status = KeychainStatus::ok;
     EXPECT_EQ(stored(), std::set<Known>(all.begin(), all.end()));
     EXPECT_EQ(readable(), 5U);
     index = wish;
+    const vaneinterface::Recording recording(*gateway);
     EXPECT_TRUE(vane::WriteToken(&index, tokenOf(new_token)));
     EXPECT_EQ(index, 5);
-    EXPECT_EQ(gateway->lastSave().error, "OK");
+    EXPECT_FALSE(recording.failedChange().has_value());
     EXPECT_EQ(readable(), 6U);
   }
 }
@@ -174,8 +182,9 @@ TEST_F(TokensSurviveTest, UnlockedBetweenReadAndWriteTheFirstSlotIsNotWrittenOve
   // The first look-up fails, as the keychain is locked; it is unlocked when the token is saved.
   failCalls(0, 1, KeychainStatus::interaction_not_allowed);
   std::int32_t index = vane::first_free_slot;
+  const vaneinterface::Recording recording(*gateway);
   EXPECT_TRUE(vane::WriteToken(&index, tokenOf(new_token)));
-  EXPECT_NE(gateway->lastSave().status, KeychainStatus::ok);
+  EXPECT_TRUE(recording.failedChange().has_value());
   EXPECT_EQ(stored(), std::set<Known>(all.begin(), all.end()));
 }
 

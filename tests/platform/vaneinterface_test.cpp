@@ -67,8 +67,9 @@ TEST_F(VaneInterfaceTest, ItemsLieUnderTheLoginName) {
   EXPECT_EQ(keychain.memory.items.begin()->first, std::pair(slot_0, std::string("ada")));
   identifiers.account = "bob";
   Record read = recordNamed("untouched");
+  const vaneinterface::Recording recording(gateway);
   EXPECT_FALSE(gateway.KeyChainLoad(slot_0, &read));
-  EXPECT_EQ(gateway.lastLoad().status, KeychainStatus::item_not_found);
+  EXPECT_EQ(recording.lastLoad().status, KeychainStatus::item_not_found);
   EXPECT_EQ(read, recordNamed("untouched"));
   EXPECT_TRUE(gateway.KeyChainDelete(slot_0));
   EXPECT_EQ(keychain.memory.items.size(), 1U);
@@ -77,45 +78,94 @@ TEST_F(VaneInterfaceTest, ItemsLieUnderTheLoginName) {
 TEST_F(VaneInterfaceTest, DeletingRemovesOneRecord) {
   ASSERT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("zero")));
   ASSERT_TRUE(gateway.KeyChainSave(slot_1, recordNamed("one")));
+  const vaneinterface::Recording recording(gateway);
   EXPECT_TRUE(gateway.KeyChainDelete(slot_0));
-  EXPECT_EQ(gateway.lastDelete().status, KeychainStatus::ok);
-  EXPECT_EQ(gateway.lastDelete().error, "OK");
+  EXPECT_FALSE(recording.failedChange().has_value());
   Record read;
   EXPECT_FALSE(gateway.KeyChainLoad(slot_0, &read));
   EXPECT_TRUE(gateway.KeyChainLoad(slot_1, &read));
 }
 
 TEST_F(VaneInterfaceTest, DeletingWhatIsNotThereSucceeds) {
+  const vaneinterface::Recording recording(gateway);
   EXPECT_TRUE(gateway.KeyChainDelete(slot_0));
-  EXPECT_EQ(gateway.lastDelete().error, "OK");
+  EXPECT_FALSE(recording.failedChange().has_value());
 }
 
-TEST_F(VaneInterfaceTest, FailedDeletionIsReported) {
+TEST_F(VaneInterfaceTest, FailedDeletionIsRecorded) {
   ASSERT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("zero")));
   keychain.fault = [](FaultyKeychain::Call call, std::size_t) {
     return call == FaultyKeychain::Call::remove ? KeychainStatus::io_error : KeychainStatus::ok;
   };
+  const vaneinterface::Recording recording(gateway);
   EXPECT_FALSE(gateway.KeyChainDelete(slot_0));
-  EXPECT_EQ(gateway.lastDelete().status, KeychainStatus::io_error);
-  EXPECT_EQ(gateway.lastDelete().error, "ERR words for -36 [-36]");
+  ASSERT_TRUE(recording.failedChange().has_value());
+  EXPECT_EQ(recording.failedChange()->status, KeychainStatus::io_error);
+  EXPECT_EQ(recording.failedChange()->words, "words for -36 [-36]");
 }
 
-TEST_F(VaneInterfaceTest, OutcomesTellTheLastCallOfEachKind) {
-  EXPECT_EQ(gateway.lastLoad().error, "OK");
-  EXPECT_EQ(gateway.lastSave().error, "OK");
-  EXPECT_EQ(gateway.lastDelete().error, "OK");
+TEST_F(VaneInterfaceTest, DeletionWhoseLookUpFailedIsRecordedThoughItCountsAsDone) {
+  ASSERT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("zero")));
+  failWith(KeychainStatus::not_responding);
+  const vaneinterface::Recording recording(gateway);
+  EXPECT_TRUE(gateway.KeyChainDelete(slot_0));
+  ASSERT_TRUE(recording.failedChange().has_value());
+  EXPECT_EQ(recording.failedChange()->status, KeychainStatus::not_responding);
+}
+
+TEST_F(VaneInterfaceTest, RecordingTellsTheLastLoadAndTheFirstFailedChange) {
+  ASSERT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("before")));
   Record read;
-  ASSERT_FALSE(gateway.KeyChainLoad(slot_0, &read));
-  EXPECT_EQ(gateway.lastLoad().status, KeychainStatus::item_not_found);
-  EXPECT_EQ(gateway.lastLoad().error, "ERR words for -25300 [-25300]");
-  ASSERT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("one")));
-  EXPECT_EQ(gateway.lastSave().status, KeychainStatus::ok);
-  EXPECT_EQ(gateway.lastSave().error, "OK");
-  EXPECT_EQ(gateway.lastLoad().status, KeychainStatus::item_not_found);
-  failWith(KeychainStatus::disk_full);
-  ASSERT_FALSE(gateway.KeyChainSave(slot_0, recordNamed("two")));
-  EXPECT_EQ(gateway.lastSave().status, KeychainStatus::disk_full);
-  EXPECT_EQ(gateway.lastSave().error, "ERR words for -34 [-34]");
+  {
+    const vaneinterface::Recording recording(gateway);
+    EXPECT_FALSE(recording.hasSaved()) << "what was before does not count";
+    ASSERT_FALSE(gateway.KeyChainLoad(slot_1, &read));
+    EXPECT_EQ(recording.lastLoad().status, KeychainStatus::item_not_found);
+    ASSERT_TRUE(gateway.KeyChainLoad(slot_0, &read));
+    EXPECT_EQ(recording.lastLoad().status, KeychainStatus::ok);
+    ASSERT_TRUE(gateway.KeyChainSave(slot_1, recordNamed("one")));
+    EXPECT_TRUE(recording.hasSaved());
+    EXPECT_FALSE(recording.failedChange().has_value());
+    failWith(KeychainStatus::disk_full);
+    ASSERT_FALSE(gateway.KeyChainSave(slot_1, recordNamed("two")));
+    failWith(KeychainStatus::io_error);
+    ASSERT_FALSE(gateway.KeyChainSave(slot_1, recordNamed("three")));
+    recover();
+    ASSERT_TRUE(gateway.KeyChainDelete(slot_1));
+    ASSERT_TRUE(recording.failedChange().has_value());
+    EXPECT_EQ(recording.failedChange()->status, KeychainStatus::disk_full);
+    EXPECT_EQ(recording.failedChange()->words, "words for -34 [-34]");
+  }
+  const vaneinterface::Recording next(gateway);
+  EXPECT_FALSE(next.failedChange().has_value());
+}
+
+TEST_F(VaneInterfaceTest, RecordsThatAreThereAreNotSavedOverWhileRecording) {
+  ASSERT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("zero")));
+  const auto& item = keychain.memory.items.at({slot_0, "ada"});
+  const Bytes before = item.get();
+  {
+    vaneinterface::Recording recording(gateway);
+    EXPECT_FALSE(gateway.KeyChainSave(slot_0, recordNamed("intruder")));
+    EXPECT_TRUE(recording.refused());
+    EXPECT_EQ(item.get(), before);
+    EXPECT_TRUE(gateway.KeyChainSave(slot_1, recordNamed("one"))) << "there was none";
+    recording.mayReplace(slot_0);
+    EXPECT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("successor")));
+  }
+  EXPECT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("third"))) << "only while recording";
+}
+
+TEST_F(VaneInterfaceTest, NothingIsSavedWhileRecordingWhereTheLookUpFails) {
+  keychain.fault = [](FaultyKeychain::Call call, std::size_t number) {
+    return call == FaultyKeychain::Call::find && number == 0 ? KeychainStatus::not_responding
+                                                             : KeychainStatus::ok;
+  };
+  const vaneinterface::Recording recording(gateway);
+  EXPECT_FALSE(gateway.KeyChainSave(slot_0, recordNamed("zero")));
+  EXPECT_FALSE(recording.refused());
+  EXPECT_EQ(recording.failedChange()->status, KeychainStatus::not_responding);
+  EXPECT_TRUE(keychain.memory.items.empty());
 }
 
 TEST_F(VaneInterfaceTest, RecordThatCouldNotBeReadIsNotSavedOver) {
@@ -129,14 +179,18 @@ TEST_F(VaneInterfaceTest, RecordThatCouldNotBeReadIsNotSavedOver) {
     EXPECT_FALSE(gateway.KeyChainLoad(slot_0, &read));
     EXPECT_EQ(read, recordNamed("untouched"));
     recover();
-    EXPECT_FALSE(gateway.KeyChainSave(slot_0, recordNamed("intruder")));
-    EXPECT_EQ(gateway.lastSave().status, status);
-    EXPECT_EQ(gateway.lastSave().error,
-              "ERR words for " + std::to_string(number) + " [" + std::to_string(number) + "]");
+    {
+      vaneinterface::Recording recording(gateway);
+      recording.mayReplace(slot_0);
+      EXPECT_FALSE(gateway.KeyChainSave(slot_0, recordNamed("intruder")));
+      ASSERT_TRUE(recording.failedChange().has_value());
+      EXPECT_EQ(recording.failedChange()->status, status);
+      EXPECT_EQ(recording.failedChange()->words,
+                "words for " + std::to_string(number) + " [" + std::to_string(number) + "]");
+    }
     ASSERT_TRUE(gateway.KeyChainLoad(slot_0, &read));
     EXPECT_EQ(read["desc"], RecordValue(std::string("kept")));
     EXPECT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("successor"))) << "it was read meanwhile";
-    EXPECT_EQ(gateway.lastSave().error, "OK");
   }
 }
 
@@ -147,7 +201,6 @@ TEST_F(VaneInterfaceTest, RecordFoundMissingAfterAFailureIsSavedAgain) {
   recover();
   ASSERT_FALSE(gateway.KeyChainSave(slot_0, recordNamed("one")));
   ASSERT_FALSE(gateway.KeyChainLoad(slot_0, &read));
-  ASSERT_EQ(gateway.lastLoad().status, KeychainStatus::item_not_found);
   EXPECT_TRUE(gateway.KeyChainSave(slot_0, recordNamed("one")));
 }
 
@@ -173,6 +226,12 @@ TEST_F(VaneInterfaceTest, ReadingsOfSlotsArePassedOnWithTheLoginName) {
   EXPECT_EQ(keychain.readings, "begin ada;");
   gateway.endReadingSlots();
   EXPECT_EQ(keychain.readings, "begin ada;end;");
+  keychain.readings.clear();
+  {
+    const SlotReading outer(&gateway);
+    const SlotReading inner(&gateway);
+  }
+  EXPECT_EQ(keychain.readings, "begin ada;end;") << "one reading";
 }
 
 TEST_F(VaneInterfaceTest, AReadingHasOneIdentityAndTheNextItsOwn) {

@@ -1,4 +1,4 @@
-#include "platform/store_lock.h"
+#include "store/store_lock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

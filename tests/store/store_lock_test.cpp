@@ -1,4 +1,4 @@
-#include "platform/store_lock.h"
+#include "store/store_lock.h"
 
 #include <gtest/gtest.h>
 #include <spawn.h>

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <string>
+#include <optional>
 
 #include "platform/keychain_service.h"
-#include "platform/store_lock.h"
+#include "store/problem.h"
+#include "store/store_lock.h"
 
 namespace talvane {
 
@@ -18,21 +19,17 @@ class StoreChange {
   StoreChange(const StoreChange&) = delete;
   StoreChange& operator=(const StoreChange&) = delete;
 
-  /// False: nothing may be changed; `error` says why.
-  [[nodiscard]] bool begun() const { return open_; }
-  /// It is not begun because another program changes the store.
-  [[nodiscard]] bool busy() const { return lock_.busy(); }
-  /// For the user, with what to do.
-  [[nodiscard]] const std::string& error() const { return error_; }
+  /// Why it is not begun, and nothing may be changed; nullopt: it is.
+  [[nodiscard]] const std::optional<Problem>& problem() const { return problem_; }
 
-  /// Ends the change. False, with `error`: the keychain did not keep it.
-  [[nodiscard]] bool finish();
+  /// Ends the change. A Problem: the keychain did not keep it.
+  [[nodiscard]] Result<void> finish();
 
  private:
   StoreLock lock_;
   KeychainService& keychain_;
   bool open_ = false;
-  std::string error_;
+  std::optional<Problem> problem_;
 };
 
 }  // namespace talvane

@@ -1,0 +1,39 @@
+#include "cli/add_token.h"
+
+#include <fmt/core.h>
+
+#include "cli/failure.h"
+#include "cli/terminal.h"
+
+namespace talvane {
+namespace {
+
+std::string advice(const std::string& error) {
+  if (error == "Invalid seed length") return "; a seed has 13 or 16 characters";
+  if (error == "Invalid character in seed") return "; a seed has the letters A to Z and 2 to 7";
+  return "";
+}
+
+}  // namespace
+
+void addToken(Session& session, const SoftTokenInfo& token, bool replace) {
+  const auto added = session.store().add(
+      token, replace ? TokenStore::SameName::replace : TokenStore::SameName::refuse);
+  if (!added) {
+    Problem problem = added.error();
+    problem.words += advice(problem.words);
+    throw failureOf(problem);
+  }
+  fmt::print("Stored \"{}\" in slot {}.\n", printable(token.currentDescription().value_or("")),
+             added->slot);
+  if (added->response) {
+    fmt::print(
+        "Response code: {}\n"
+        "Give this code to your administrator, or enter it where you got the seed: the server "
+        "needs\n"
+        "it to complete the seed as this computer has, and accepts passcodes only after that.\n",
+        *added->response);
+  }
+}
+
+}  // namespace talvane

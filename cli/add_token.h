@@ -1,0 +1,12 @@
+#pragma once
+
+#include "cli/session.h"
+
+namespace talvane {
+
+/// Stores a new token and prints where it went and, for a 13-character seed, the response code. A
+/// token created under the same name is replaced only when `replace` is set. Throws Failure, and
+/// then nothing has changed.
+void addToken(Session& session, const SoftTokenInfo& token, bool replace);
+
+}  // namespace talvane

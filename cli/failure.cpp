@@ -1,0 +1,38 @@
+#include "cli/failure.h"
+
+#include <fmt/core.h>
+
+namespace talvane {
+namespace {
+
+std::string deletion(std::int32_t slot) {
+  return fmt::format(" with: softtoken-cli delete {}", slot);
+}
+
+}  // namespace
+
+Failure failureOf(const Problem& problem, InputFrom from) {
+  switch (problem.next) {
+    case Problem::Next::other_input:
+      return {from == InputFrom::command_line ? exit_usage : exit_failed, problem.words};
+    case Problem::Next::confirm:
+      return {exit_failed, problem.words + "; give another name, or --replace to replace it"};
+    case Problem::Next::make_room:
+    case Problem::Next::look_again:
+    case Problem::Next::try_again:
+      return {exit_failed, problem.words};
+    case Problem::Next::clear_slot:
+      return {exit_keychain, problem.words + (problem.slot ? deletion(*problem.slot) : "")};
+    case Problem::Next::check_keychain:
+      break;
+  }
+  return {exit_keychain, problem.words};
+}
+
+std::string wordsFor(const Obstacle& obstacle) {
+  return obstacle.words +
+         (obstacle.kind == Obstacle::Kind::gap ? "; close the gap" : "; delete it") +
+         deletion(obstacle.slot);
+}
+
+}  // namespace talvane

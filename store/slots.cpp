@@ -1,0 +1,106 @@
+#include "store/slots.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+
+#include "engine/log.h"
+
+namespace talvane {
+namespace {
+
+using State = Slots::State;
+
+std::int32_t numberOf(std::size_t slot) {
+  return static_cast<std::int32_t>(slot);
+}
+
+}  // namespace
+
+std::size_t Slots::count() const {
+  const auto end =
+      std::find_if(states.begin(), states.end(), [](State state) { return state != State::loads; });
+  return static_cast<std::size_t>(end - states.begin());
+}
+
+std::int32_t Slots::recordsBehind(std::size_t slot) const {
+  return static_cast<std::int32_t>(
+      std::count_if(states.begin() + static_cast<std::ptrdiff_t>(slot) + 1, states.end(),
+                    [](State state) { return state != State::empty; }));
+}
+
+Obstacle Slots::obstacleAt(std::size_t slot) const {
+  Obstacle obstacle;
+  obstacle.slot = numberOf(slot);
+  obstacle.hidden = recordsBehind(slot);
+  const char* hides = obstacle.hidden > 0 ? " and hides those after it" : "";
+  switch (states[slot]) {
+    case State::damaged:
+      obstacle.kind = Obstacle::Kind::damaged;
+      obstacle.words = fmt::format("The record in slot {} is damaged{}", slot, hides);
+      break;
+    case State::foreign:
+      obstacle.kind = Obstacle::Kind::foreign;
+      obstacle.words =
+          fmt::format("The record in slot {} is of another computer or user, or was altered{}{}",
+                      slot, obstacle.hidden > 0 ? "," : "", hides);
+      break;
+    case State::empty:
+    case State::loads:
+      obstacle.kind = Obstacle::Kind::gap;
+      obstacle.words = fmt::format("Slot {} is empty{}", slot, hides);
+      break;
+  }
+  return obstacle;
+}
+
+std::optional<Obstacle> Slots::obstacle() const {
+  const std::size_t end = count();
+  for (std::size_t slot = end; slot < states.size(); ++slot) {
+    if (states[slot] == State::empty) continue;
+    return obstacleAt(states[slot] == State::loads ? end : slot);
+  }
+  return std::nullopt;
+}
+
+std::optional<std::size_t> Slots::firstUnreadable(std::size_t from) const {
+  for (std::size_t slot = from; slot < states.size(); ++slot) {
+    if (states[slot] == State::damaged || states[slot] == State::foreign) return slot;
+  }
+  return std::nullopt;
+}
+
+Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording& recording,
+                          LookLog log) {
+  const SlotReading reading(&gateway);
+  Slots slots;
+  std::size_t slot = 0;
+  if (log == LookLog::on) {
+    slot = static_cast<std::size_t>(vane::ReadAllTokens(slots.tokens));
+    std::fill_n(slots.states.begin(), slot, State::loads);
+  }
+  const EngineLog::Pause quiet;
+  for (; slot < slots.states.size(); ++slot) {
+    const bool loads = vane::ReadToken(static_cast<std::uint32_t>(slot), &slots.tokens[slot]);
+    switch (recording.lastLoad().status) {
+      case KeychainStatus::ok:
+        slots.states[slot] = loads ? State::loads : State::foreign;
+        break;
+      case KeychainStatus::item_not_found:
+        slots.states[slot] = State::empty;
+        break;
+      case KeychainStatus::cannot_decode:
+        slots.states[slot] = State::damaged;
+        break;
+      default:
+        return tl::unexpected(keychainProblem(recording.lastLoad()));
+    }
+  }
+  return slots;
+}
+
+Problem keychainProblem(const vaneinterface::Answer& answer) {
+  return {Problem::Next::check_keychain, answer.words};
+}
+
+}  // namespace talvane

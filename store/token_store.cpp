@@ -1,0 +1,339 @@
+#include "engine/log.h"
+#include "store/token_store.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "store/new_token.h"
+#include "store/slots.h"
+#include "store/store_change.h"
+
+namespace talvane {
+namespace {
+
+using Next = Problem::Next;
+using State = Slots::State;
+using Recording = vaneinterface::Recording;
+
+constexpr const char* cannot_be_sealed =
+    "This seed cannot be sealed on this computer; ask for another one";
+
+// The token that the user saw: created under the same name, with the same seed. Another name given
+// to it since does not make it another.
+bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b) {
+  return a.originalDescription() == b.originalDescription() && a.seed32 && b.seed32 &&
+         a.seed32->get() == b.seed32->get();
+}
+
+Problem changedMeanwhile(std::string_view not_done) {
+  return {Next::look_again,
+          fmt::format("The tokens changed in the meantime; nothing was {}", not_done)};
+}
+
+Problem cutShort(std::string_view not_done) {
+  return {Next::try_again,
+          fmt::format("The keychain gave answers that contradict each other; nothing was {}. Try "
+                      "again",
+                      not_done)};
+}
+
+// `task` is what cannot be done before the slot is cleared.
+Problem inTheWay(std::string_view task, const Obstacle& obstacle) {
+  return {Next::clear_slot,
+          fmt::format("{}: {}; delete it first", task,
+                      // Within a sentence.
+                      obstacle.kind == Obstacle::Kind::gap ? "s" + obstacle.words.substr(1)
+                                                           : "t" + obstacle.words.substr(1)),
+          obstacle.slot};
+}
+
+// Nothing is thrown to the caller; what had been begun has been given up on the way here.
+template <typename Change>
+auto withoutThrowing(Change change) -> decltype(change()) {
+  try {
+    return change();
+  } catch (const std::bad_alloc&) {
+    return tl::unexpected(
+        Problem{Next::try_again, "There is not enough memory; close other programs and try again"});
+  }
+}
+
+// Where the engine puts the token, provided that nothing is lost or hidden by it.
+Result<TokenStore::Plan> placeFor(const SoftTokenInfo& token, const Slots& slots) {
+  const auto name = token.originalDescription();
+  const std::size_t count = slots.count();
+  TokenStore::Plan plan{static_cast<std::int32_t>(count), std::nullopt};
+  for (std::size_t slot = 0; slot < count && !plan.replaces; ++slot) {
+    if (slots.tokens[slot]->originalDescription() != name) continue;
+    plan = {static_cast<std::int32_t>(slot), slots.tokens[slot]->currentDescription().value_or("")};
+  }
+  constexpr const char* task = "The token could not be stored";
+  if (const auto unreadable = slots.firstUnreadable(count)) {
+    const bool in_its_place = !plan.replaces && *unreadable == count;
+    if (in_its_place || slots.recordsBehind(*unreadable) > 0) {
+      return tl::unexpected(inTheWay(task, *slots.obstacle()));
+    }
+  }
+  if (plan.replaces) return plan;
+  if (count == slots.states.size()) {
+    return tl::unexpected(Problem{Next::make_room, "All 32 slots hold tokens; delete one first"});
+  }
+  for (std::size_t slot = count; slot < slots.states.size(); ++slot) {
+    if (slots.tokens[slot] != nullptr && slots.tokens[slot]->originalDescription() == name) {
+      return tl::unexpected(inTheWay(task, *slots.obstacle()));
+    }
+  }
+  return plan;
+}
+
+// Whether the slot can be read and holds the token under these names.
+bool isStored(const SoftTokenInfo& token, std::int32_t slot) {
+  const EngineLog::Pause quiet;
+  std::unique_ptr<SoftTokenInfo> stored;
+  return vane::ReadToken(static_cast<std::uint32_t>(slot), &stored) &&
+         stored->description == token.description && isSameToken(*stored, token);
+}
+
+bool isAsSeen(const TokenStore::Selection& selected, const StoredTokens& seen, const Slots& now) {
+  const std::size_t count = now.count();
+  const auto obstacle = now.obstacle();
+  for (std::size_t slot = 0; slot < selected.size(); ++slot) {
+    if (selected[slot] == 0) continue;
+    if (slot < seen.list.size()) {
+      if (slot >= count || !isSameToken(*now.tokens[slot], *seen.list[slot])) return false;
+    } else if (!seen.obstacle || !obstacle || seen.obstacle->slot != obstacle->slot ||
+               seen.obstacle->kind != obstacle->kind ||
+               static_cast<std::size_t>(obstacle->slot) != slot) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// What must go first where a record that does not load has others behind it, and stays, while a
+// token goes: the engine could not move those behind without writing over it.
+std::optional<Obstacle> obstacleTo(const TokenStore::Selection& selected, const Slots& slots) {
+  const auto tokens_end = selected.begin() + static_cast<std::ptrdiff_t>(slots.count());
+  if (std::all_of(selected.begin(), tokens_end, [](auto flag) { return flag == 0; })) return {};
+  auto unreadable = slots.firstUnreadable(0);
+  while (unreadable && selected[*unreadable] != 0) {
+    unreadable = slots.firstUnreadable(*unreadable + 1);
+  }
+  if (!unreadable || slots.recordsBehind(*unreadable) == 0) return std::nullopt;
+  return slots.obstacle();
+}
+
+// A gap goes as a whole, or what it hides would stay hidden.
+TokenStore::Selection withWholeGap(TokenStore::Selection selected, const Slots& slots) {
+  for (std::size_t slot = 1; slot < selected.size() && slots.recordsBehind(slot) > 0; ++slot) {
+    if (slots.states[slot] == State::empty && slots.states[slot - 1] == State::empty &&
+        selected[slot - 1] != 0) {
+      selected[slot] = 1;
+    }
+  }
+  return selected;
+}
+
+void deleteSlots(const TokenStore::Selection& selected, const Slots& slots) {
+  if (!slots.firstUnreadable(0)) {
+    vane::DeleteTokens(selected);
+    return;
+  }
+  // The engine ends at a record that it cannot read: what goes first must lie behind what follows.
+  for (std::size_t slot = selected.size(); slot-- > 0;) {
+    if (selected[slot] == 0) continue;
+    TokenStore::Selection one{};
+    one[slot] = 1;
+    vane::DeleteTokens(one);
+  }
+}
+
+// Whether what was selected has gone, all else is there in the same order, and no token became
+// hidden.
+bool isDeleted(const TokenStore::Selection& selected, const Slots& before, const Slots& after) {
+  std::size_t kept = 0;
+  bool closes_gap = false;
+  std::size_t next = 0;  // where the next token may be by now
+  for (std::size_t slot = 0; slot < selected.size(); ++slot) {
+    const State state = before.states[slot];
+    if (selected[slot] != 0) {
+      closes_gap = closes_gap || state == State::empty;
+      continue;
+    }
+    if (state == State::damaged || state == State::foreign) {
+      if (after.states[slot] != state) return false;
+      continue;
+    }
+    if (state != State::loads) continue;
+    while (next < selected.size() && after.states[next] != State::loads) ++next;
+    if (next == selected.size()) return false;
+    const SoftTokenInfo& found = *after.tokens[next++];
+    if (!isSameToken(found, *before.tokens[slot]) ||
+        found.description != before.tokens[slot]->description) {
+      return false;
+    }
+    if (slot < before.count()) ++kept;
+  }
+  while (next < selected.size() && after.states[next] != State::loads) ++next;
+  return next == selected.size() && after.count() >= kept + (closes_gap ? 1 : 0);
+}
+
+}  // namespace
+
+TokenStore::TokenStore(vaneinterface& gateway, KeychainService& keychain)
+    : gateway_(gateway), keychain_(keychain) {}
+
+Result<StoredTokens> TokenStore::read() {
+  const Recording recording(gateway_);
+  return lookAtSlots(gateway_, recording, LookLog::on).map([](Slots&& slots) {
+    StoredTokens stored;
+    stored.obstacle = slots.obstacle();
+    const std::size_t count = slots.count();
+    for (std::size_t i = 0; i < count; ++i) stored.list.push_back(std::move(slots.tokens[i]));
+    return stored;
+  });
+}
+
+Result<TokenStore::Plan> TokenStore::plan(const SoftTokenInfo& token) {
+  if (auto problem = problemWithNames(token)) return tl::unexpected(std::move(*problem));
+  const EngineLog::Pause quiet;
+  std::optional<std::string> response;
+  if (auto refused = vane::NewToken(token, &response, nullptr, true)) {
+    return tl::unexpected(Problem{Next::other_input, std::move(*refused)});
+  }
+  const Recording recording(gateway_);
+  return lookAtSlots(gateway_, recording, LookLog::off).and_then([&](const Slots& slots) {
+    return placeFor(token, slots);
+  });
+}
+
+Result<void> TokenStore::checkRoom() {
+  const Recording recording(gateway_);
+  return lookAtSlots(gateway_, recording, LookLog::off)
+      .and_then([](const Slots& slots) { return placeFor(SoftTokenInfo(), slots); })
+      .map([](const Plan& /*plan*/) {});
+}
+
+Result<TokenStore::Added> TokenStore::add(const SoftTokenInfo& token, SameName same_name) {
+  return withoutThrowing([&] { return store(token, same_name, Creation::here); });
+}
+
+Result<TokenStore::Added> TokenStore::addIssued(const SoftTokenInfo& token) {
+  return withoutThrowing([&] { return store(token, SameName::replace, Creation::issued); });
+}
+
+Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName same_name,
+                                            Creation creation) {
+  if (auto problem = problemWithNames(token)) return tl::unexpected(std::move(*problem));
+  StoreChange change(keychain_);
+  if (change.problem()) return tl::unexpected(*change.problem());
+  Recording recording(gateway_);
+  const auto plan =
+      lookAtSlots(gateway_, recording, LookLog::off).and_then([&](const Slots& slots) {
+        return placeFor(token, slots);
+      });
+  if (!plan) return tl::unexpected(plan.error());
+  if (plan->replaces) {
+    if (same_name == SameName::refuse) {
+      return tl::unexpected(
+          Problem{Next::confirm,
+                  fmt::format("A token created as \"{}\" is in slot {} already",
+                              token.originalDescription().value_or(""), plan->slot),
+                  plan->slot});
+    }
+    recording.mayReplace(vane::recordName(static_cast<std::uint32_t>(plan->slot)));
+  }
+
+  Added added{vane::slot_of_same_name, std::nullopt};
+  if (creation == Creation::issued) {
+    static_cast<void>(vane::WriteToken(&added.slot, token));
+  } else if (auto refused = vane::NewToken(token, &added.response, &added.slot, false)) {
+    return tl::unexpected(Problem{Next::other_input, std::move(*refused)});
+  }
+  if (recording.refused()) return tl::unexpected(cutShort("stored"));
+  if (recording.failedChange()) return tl::unexpected(keychainProblem(*recording.failedChange()));
+  if (added.slot != plan->slot) return tl::unexpected(cutShort("stored"));
+  if (!recording.hasSaved()) return tl::unexpected(Problem{Next::other_input, cannot_be_sealed});
+  std::unique_ptr<SoftTokenInfo> stored;
+  static_cast<void>(vane::ReadToken(static_cast<std::uint32_t>(added.slot), &stored));
+  if (recording.lastLoad().status != KeychainStatus::ok) {
+    return tl::unexpected(recording.lastLoad().words.empty()
+                              ? cutShort("stored")
+                              : keychainProblem(recording.lastLoad()));
+  }
+  if (stored == nullptr || stored->description != token.description) {
+    return tl::unexpected(Problem{Next::other_input, cannot_be_sealed});
+  }
+  return change.finish().map([&] { return added; });
+}
+
+Result<void> TokenStore::rename(std::span<const Rename> renames) {
+  return withoutThrowing([&]() -> Result<void> {
+    StoreChange change(keychain_);
+    if (change.problem()) return tl::unexpected(*change.problem());
+    Recording recording(gateway_);
+    auto slots = lookAtSlots(gateway_, recording, LookLog::on);
+    if (!slots) return tl::unexpected(slots.error());
+
+    // All are checked before the first is written.
+    std::vector<std::int32_t> changed;
+    for (const Rename& wanted : renames) {
+      const auto slot = static_cast<std::size_t>(wanted.slot);
+      if (wanted.slot < 0 || slot >= slots->count() || wanted.seen == nullptr ||
+          !isSameToken(*slots->tokens[slot], *wanted.seen)) {
+        return tl::unexpected(changedMeanwhile("renamed"));
+      }
+      SoftTokenInfo& token = *slots->tokens[slot];
+      if (token.currentDescription() == wanted.name) continue;
+      const auto before = token.description;
+      token.updateDescription(wanted.name);
+      if (token.description == before) {
+        if (wanted.name.find_first_not_of('|') != std::string::npos) continue;
+        return tl::unexpected(Problem{
+            Next::other_input, "The new name is empty; give at least one other character than |"});
+      }
+      if (auto problem = problemWithNewName(token)) return tl::unexpected(std::move(*problem));
+      changed.push_back(wanted.slot);
+    }
+    if (changed.empty()) return {};
+
+    for (std::int32_t slot : changed) {
+      recording.mayReplace(vane::recordName(static_cast<std::uint32_t>(slot)));
+      const bool written = vane::WriteToken(&slot, *slots->tokens[static_cast<std::size_t>(slot)]);
+      if (recording.failedChange()) {
+        return tl::unexpected(keychainProblem(*recording.failedChange()));
+      }
+      const auto& renamed = *slots->tokens[static_cast<std::size_t>(slot)];
+      if (!written || !isStored(renamed, slot)) return tl::unexpected(cutShort("renamed"));
+    }
+    return change.finish();
+  });
+}
+
+Result<void> TokenStore::remove(const Selection& selected, const StoredTokens& seen) {
+  return withoutThrowing([&]() -> Result<void> {
+    StoreChange change(keychain_);
+    if (change.problem()) return tl::unexpected(*change.problem());
+    const Recording recording(gateway_);
+    const auto before = lookAtSlots(gateway_, recording, LookLog::off);
+    if (!before) return tl::unexpected(before.error());
+    if (!isAsSeen(selected, seen, *before)) return tl::unexpected(changedMeanwhile("deleted"));
+    if (const auto obstacle = obstacleTo(selected, *before)) {
+      return tl::unexpected(inTheWay("The tokens could not be deleted", *obstacle));
+    }
+    deleteSlots(withWholeGap(selected, *before), *before);
+    const auto after = lookAtSlots(gateway_, recording, LookLog::off);
+    if (!after) return tl::unexpected(after.error());
+    if (!isDeleted(selected, *before, *after)) {
+      return tl::unexpected(recording.failedChange() && !recording.refused()
+                                ? keychainProblem(*recording.failedChange())
+                                : cutShort("deleted"));
+    }
+    return change.finish();
+  });
+}
+
+}  // namespace talvane
