@@ -1,4 +1,3 @@
-#include "engine/log.h"
 #include "store/token_store.h"
 
 #include <fmt/core.h>
@@ -7,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "engine/log.h"
 #include "store/new_token.h"
 #include "store/slots.h"
 #include "store/store_change.h"

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "config/read_settings.h"
-#include "ui/alert.h"
+#include "ui/kit/alert.h"
 
 namespace talvane {
 namespace {

@@ -16,7 +16,7 @@ constexpr int most_questions = 1000;  // of one menu, whatever the server sends
 
 // A frame of the get-info view, given from its lower edge.
 QRect upwards(int y, int height, int view_height) {
-  return rectangle(turned({control_x, y, control_width, height}, view_height));
+  return rectangle(flipped({control_x, y, control_width, height}, view_height));
 }
 
 void place(QWidget* control, const std::optional<int>& y, int height, int view_height) {

@@ -1,7 +1,7 @@
 #include <QSocketNotifier>
 
 #include "ui/app_delegate.h"
-#include "ui/product.h"
+#include "ui/kit/product.h"
 
 namespace talvane {
 

@@ -2,8 +2,8 @@
 
 #include "platform/qr_image.h"
 #include "store/new_token.h"
-#include "ui/alert.h"
 #include "ui/app_delegate.h"
+#include "ui/kit/alert.h"
 #include "ui/start.h"
 
 namespace talvane {

@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "engine/text.h"
-#include "ui/alert.h"
 #include "ui/app_delegate.h"
+#include "ui/kit/alert.h"
 
 namespace talvane {
 void SoftTokenOSXAppDelegate::clearManagementRows() {

@@ -10,9 +10,9 @@
 #endif
 
 #include "engine/text.h"
-#include "ui/alert.h"
 #include "ui/app_delegate.h"
-#include "ui/window_hints.h"
+#include "ui/desktop/window_hints.h"
+#include "ui/kit/alert.h"
 
 namespace talvane {
 namespace {
@@ -27,11 +27,11 @@ int chunkOf(int height, std::int64_t steps) {
 
 void SoftTokenOSXAppDelegate::makeBackground(int height) {
   bg = new FlippedView({0, 0, panel_width, height});
-  bg_logo = new FlippedImageView(logoFrame(), picture(QStringLiteral("logo260x34.png"), *bg), bg);
+  bg_logo = new FlippedImageView(logoFrame(), artwork(QStringLiteral("logo260x34.png"), *bg), bg);
   bg_tile_view = new TiledImageView(tileFrame(height), bg);
-  bg_tile_view->setImage(picture(QStringLiteral("bgtile.png"), *bg));
+  bg_tile_view->setImage(artwork(QStringLiteral("bgtile.png"), *bg));
   bg_toolbar = new FlippedImageView(toolbarFrame(height),
-                                    picture(QStringLiteral("bluebar260x34.png"), *bg), bg);
+                                    artwork(QStringLiteral("bluebar260x34.png"), *bg), bg);
 }
 
 void SoftTokenOSXAppDelegate::readTokens() {

@@ -5,7 +5,7 @@
 
 #include "engine/text.h"
 #include "ui/app_delegate.h"
-#include "ui/pasteboard.h"
+#include "ui/desktop/pasteboard.h"
 
 namespace talvane {
 namespace {
@@ -92,7 +92,7 @@ void SoftTokenOSXAppDelegate::addTokenRow(int index) {
   const QString name = QString::fromStdString(
       TOKEN[static_cast<std::size_t>(index)]->currentDescription().value_or(""));
   auto* row =
-      new FlippedImageView(tokenRowFrame(index), picture(QStringLiteral("blue.png"), *tv), tvview);
+      new FlippedImageView(tokenRowFrame(index), artwork(QStringLiteral("blue.png"), *tv), tvview);
   tvtoken.push_back(row);
 
   auto* description = new TextLabel(row);

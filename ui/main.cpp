@@ -12,12 +12,13 @@
 #include "config/read_settings.h"
 #include "platform/keychains.h"
 #include "ui/app_delegate.h"
-#include "ui/display.h"
-#include "ui/instance_channel.h"
-#include "ui/product.h"
+#include "ui/desktop/display.h"
+#include "ui/desktop/instance_channel.h"
+#include "ui/desktop/tray.h"
+#include "ui/kit/icns.h"
+#include "ui/kit/look.h"
+#include "ui/kit/product.h"
 #include "ui/start.h"
-#include "ui/tray.h"
-#include "ui/view_kit.h"
 
 namespace talvane {
 namespace {
@@ -87,7 +88,7 @@ int run(int argc, char** argv) {
   parts.trace_path = trace_path;
   parts.console = options.console;
   SoftTokenOSXAppDelegate delegate(std::move(parts));
-  Tray status_item([&delegate] { delegate.iconClicked(); });
+  Tray status_item(statusIcon(), [&delegate] { delegate.iconClicked(); });
   tray = &status_item;
 
   application.opened = [&delegate](const QString& link) { delegate.importLink(link); };

@@ -3,7 +3,7 @@
 #include <QCommandLineParser>
 #include <QStringList>
 
-#include "ui/product.h"
+#include "ui/kit/product.h"
 
 namespace talvane {
 StartOptions readOptions(int argc, char** argv) {

@@ -5,7 +5,7 @@
 #include <regex>
 #include <thread>
 
-#include "ui/panel_geometry.h"
+#include "ui/panel/panel_geometry.h"
 
 namespace talvane::test {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "tests/desktop/desktop.h"
-#include "ui/panel_geometry.h"
+#include "ui/panel/panel_geometry.h"
 
 namespace talvane::test {
 namespace {

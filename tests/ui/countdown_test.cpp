@@ -1,4 +1,4 @@
-#include "ui/countdown.h"
+#include "ui/kit/countdown.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +7,7 @@
 
 #include "engine/vane.h"
 #include "tests/ui/painted_region.h"
+#include "ui/kit/countdown_geometry.h"
 
 namespace talvane {
 namespace {
@@ -124,6 +125,51 @@ TEST(CountdownBar, ANewColourPaintsAll) {
 TEST(CountdownBar, AValueBelowZeroPaintsAll) {
   EXPECT_EQ(paintedBetween(3, -1), QRect(0, 0, 12, 290));
   EXPECT_EQ(paintedBetween(-1, 3), QRect(0, 0, 12, 290));
+}
+
+TEST(CountdownGeometry, LastSecondReachesTheBottom) {
+  // value × (height ÷ (period − 1)) in single precision.
+  EXPECT_EQ(countdownSplit(59, 60, 59.0F), 59);
+  EXPECT_EQ(countdownSplit(59, 60, 60.0F), 60);
+  EXPECT_EQ(countdownSplit(29, 30, 204.0F), 204);
+}
+
+TEST(CountdownGeometry, SplitIsTruncated) {
+  EXPECT_EQ(countdownSplit(1, 30, 60.0F), 2);    // 2.068...
+  EXPECT_EQ(countdownSplit(14, 30, 60.0F), 28);  // 28.96...
+  EXPECT_EQ(countdownSplit(45, 60, 60.0F), 45);  // 45.76...
+  EXPECT_EQ(countdownSplit(30, 60, 132.0F), 67);
+}
+
+TEST(CountdownGeometry, SplitIsComputedInSinglePrecision) {
+  // 60 ÷ 29 as a float is 2.06896543502807617, and 29 of them 59.99999761..., whose nearest float
+  // is 59.9999962: one line short of the bottom. In double precision it would be 60.
+  EXPECT_EQ(countdownSplit(29, 30, 60.0F), 59);
+  EXPECT_EQ(countdownSplit(59, 60, 492.0F), 491);
+  EXPECT_EQ(countdownSplit(29, 30, 996.0F), 995);
+  // Here it is double precision that would come to 2003.
+  EXPECT_EQ(countdownSplit(29, 30, 2004.0F), 2004);
+}
+
+TEST(CountdownGeometry, ValueZeroSplitsAtTheTop) {
+  EXPECT_EQ(countdownSplit(0, 30, 60.0F), 0);
+  EXPECT_EQ(countdownSplit(0, 60, 204.0F), 0);
+}
+
+TEST(CountdownGeometry, ColourOfASixtySecondBarStartsAnewAtThirty) {
+  const std::pair<int, int> by_value[] = {{0, 0},  {10, 0},  {29, 0}, {30, 0},
+                                          {31, 1}, {45, 15}, {59, 29}};
+  for (const auto& [value, index] : by_value) {
+    EXPECT_EQ(countdownColourIndex(value, 60), index) << value;
+  }
+}
+
+TEST(CountdownGeometry, ColourOfAThirtySecondBarIsTheValue) {
+  for (const int value : {0, 10, 18, 29}) EXPECT_EQ(countdownColourIndex(value, 30), value);
+}
+
+TEST(CountdownGeometry, TheLineIsInTheMiddleOfTheBar) {
+  EXPECT_EQ(countdown_line_x, 6);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "ui/display.h"
+#include "ui/desktop/display.h"
 
 #include <gtest/gtest.h>
 

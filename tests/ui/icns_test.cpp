@@ -1,4 +1,4 @@
-#include "ui/icns.h"
+#include "ui/kit/icns.h"
 
 #include <gtest/gtest.h>
 
@@ -42,7 +42,7 @@ QByteArray ownFile() {
 
 std::vector<int> widths(const QByteArray& bytes) {
   std::vector<int> result;
-  for (const IcnsPicture& picture : icnsPictures(bytes)) result.push_back(picture.width);
+  for (const IcnsImage& picture : icnsImages(bytes)) result.push_back(picture.width);
   return result;
 }
 
@@ -117,15 +117,15 @@ TEST(Icns, EveryByteOfTheFirstEntriesMayBeWrong) {
   for (qsizetype at = 0; at < own.size(); ++at) {
     QByteArray bytes = own;
     bytes[at] = static_cast<char>(bytes[at] ^ 0xff);
-    ASSERT_LE(icnsPictures(bytes).size(), 3) << at;
+    ASSERT_LE(icnsImages(bytes).size(), 3) << at;
   }
 }
 
 TEST(Icns, PicturesOfTheOwnIconAreWhole) {
   const QByteArray own = ownFile();
-  for (const IcnsPicture& picture : icnsPictures(own)) {
-    const QImage image = QImage::fromData(picture.png, "PNG");
-    EXPECT_EQ(image.size(), QSize(picture.width, picture.width));
+  for (const IcnsImage& picture : icnsImages(own)) {
+    const QImage decoded = QImage::fromData(picture.png, "PNG");
+    EXPECT_EQ(decoded.size(), QSize(picture.width, picture.width));
   }
 }
 

@@ -1,6 +1,6 @@
 // Of another user's program nothing is tested: that takes two users.
 
-#include "ui/instance_channel.h"
+#include "ui/desktop/instance_channel.h"
 
 #include <gtest/gtest.h>
 #include <sys/file.h>

@@ -1,4 +1,4 @@
-#include "ui/panel_geometry.h"
+#include "ui/panel/panel_geometry.h"
 
 #include <gtest/gtest.h>
 
@@ -107,9 +107,9 @@ TEST(PanelFrames, ManagementRows) {
 }
 
 TEST(PanelFrames, TurnedIsItsOwnInverse) {
-  EXPECT_EQ(turned({5, 10, 80, 32}, 156), (Frame{5, 114, 80, 32}));
+  EXPECT_EQ(flipped({5, 10, 80, 32}, 156), (Frame{5, 114, 80, 32}));
   for (const Frame& frame : {Frame{5, 0, 80, 32}, Frame{-3, -7, 1, 0}, Frame{0, 800, 260, 2388}}) {
-    EXPECT_EQ(turned(turned(frame, 800), 800), frame);
+    EXPECT_EQ(flipped(flipped(frame, 800), 800), frame);
   }
 }
 
@@ -170,51 +170,6 @@ TEST(PanelRoll, HugeCountsOfStepsEndAllTheSame) {
   EXPECT_LE(closing.size(), 1'000'000U);
   EXPECT_EQ(opening.back(), (Place{5, 844}));
   EXPECT_EQ(closing.back(), (Place{5, 1000}));
-}
-
-TEST(Countdown, LastSecondReachesTheBottom) {
-  // value × (height ÷ (period − 1)) in single precision.
-  EXPECT_EQ(countdownSplit(59, 60, 59.0F), 59);
-  EXPECT_EQ(countdownSplit(59, 60, 60.0F), 60);
-  EXPECT_EQ(countdownSplit(29, 30, 204.0F), 204);
-}
-
-TEST(Countdown, SplitIsTruncated) {
-  EXPECT_EQ(countdownSplit(1, 30, 60.0F), 2);    // 2.068...
-  EXPECT_EQ(countdownSplit(14, 30, 60.0F), 28);  // 28.96...
-  EXPECT_EQ(countdownSplit(45, 60, 60.0F), 45);  // 45.76...
-  EXPECT_EQ(countdownSplit(30, 60, 132.0F), 67);
-}
-
-TEST(Countdown, SplitIsComputedInSinglePrecision) {
-  // 60 ÷ 29 as a float is 2.06896543502807617, and 29 of them 59.99999761..., whose nearest float
-  // is 59.9999962: one line short of the bottom. In double precision it would be 60.
-  EXPECT_EQ(countdownSplit(29, 30, 60.0F), 59);
-  EXPECT_EQ(countdownSplit(59, 60, 492.0F), 491);
-  EXPECT_EQ(countdownSplit(29, 30, 996.0F), 995);
-  // Here it is double precision that would come to 2003.
-  EXPECT_EQ(countdownSplit(29, 30, 2004.0F), 2004);
-}
-
-TEST(Countdown, ValueZeroSplitsAtTheTop) {
-  EXPECT_EQ(countdownSplit(0, 30, 60.0F), 0);
-  EXPECT_EQ(countdownSplit(0, 60, 204.0F), 0);
-}
-
-TEST(Countdown, ColourOfASixtySecondBarStartsAnewAtThirty) {
-  const std::pair<int, int> by_value[] = {{0, 0},  {10, 0},  {29, 0}, {30, 0},
-                                          {31, 1}, {45, 15}, {59, 29}};
-  for (const auto& [value, index] : by_value) {
-    EXPECT_EQ(countdownColourIndex(value, 60), index) << value;
-  }
-}
-
-TEST(Countdown, ColourOfAThirtySecondBarIsTheValue) {
-  for (const int value : {0, 10, 18, 29}) EXPECT_EQ(countdownColourIndex(value, 30), value);
-}
-
-TEST(Countdown, TheLineIsInTheMiddleOfTheBar) {
-  EXPECT_EQ(countdown_line_x, 6);
 }
 
 // A panel of 804 below 22 on a screen of 800: its upper edge may go up to -4.

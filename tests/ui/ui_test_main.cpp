@@ -6,7 +6,7 @@
 #include <QApplication>
 
 #include "tests/support/private_home.h"
-#include "ui/view_kit.h"
+#include "ui/kit/look.h"
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);

@@ -1,0 +1,9 @@
+#include "ui/desktop/display.h"
+
+namespace talvane {
+
+std::string prepareDisplay() {
+  return {};
+}
+
+}  // namespace talvane

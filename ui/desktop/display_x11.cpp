@@ -1,0 +1,39 @@
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+
+#include "ui/desktop/display.h"
+
+namespace talvane {
+namespace {
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && value[0] != '\0';
+}
+
+bool displayAnswers() {
+  xcb_connection_t* display = xcb_connect(nullptr, nullptr);
+  const bool answers = xcb_connection_has_error(display) == 0;
+  xcb_disconnect(display);
+  return answers;
+}
+
+}  // namespace
+
+std::string prepareDisplay() {
+  if (isSet("QT_QPA_PLATFORM")) return {};
+  const std::string advice = "; without a desktop, use softtoken-cli";
+  if (!isSet("DISPLAY")) {
+    return isSet("WAYLAND_DISPLAY") ? std::string()
+                                    : "There is no display to show the program on" + advice;
+  }
+  // The panel has to choose its place, which only X11 lets it do.
+  setenv("QT_QPA_PLATFORM", "xcb", 1);
+  if (!displayAnswers()) {
+    return "The display " + std::string(std::getenv("DISPLAY")) + " cannot be reached" + advice;
+  }
+  return {};
+}
+
+}  // namespace talvane

@@ -1,0 +1,194 @@
+#include "ui/desktop/instance_channel.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <QSocketNotifier>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/folders.h"
+
+namespace talvane {
+namespace {
+
+constexpr std::size_t longest_request = 65536;
+// What the first spends on one request, which blocks it; a later one waits for several of those.
+constexpr auto patience_with_request = std::chrono::milliseconds(500);
+constexpr auto patience_with_answer = std::chrono::milliseconds(3000);
+constexpr char taken = '+';
+
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  ~Descriptor() {
+    if (number_ >= 0) ::close(number_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  [[nodiscard]] int get() const { return number_; }
+
+ private:
+  int number_;
+};
+
+// Programs that we start do not inherit it.
+int keptToUs(int descriptor) {
+  if (descriptor >= 0) fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+  return descriptor;
+}
+
+std::string channelFolder() {
+  const char* folder = std::getenv("XDG_RUNTIME_DIR");
+  return (folder != nullptr && folder[0] == '/' ? std::string(folder) + "/softtoken"
+                                                : dataFolder() + "/run");
+}
+
+bool addressOf(const std::string& path, sockaddr_un* address) {
+  *address = {};
+  address->sun_family = AF_UNIX;
+  if (path.size() >= sizeof(address->sun_path)) return false;
+  std::memcpy(address->sun_path, path.c_str(), path.size() + 1);
+  return true;
+}
+
+const sockaddr* generic(const sockaddr_un& address) {
+  return reinterpret_cast<const sockaddr*>(&address);
+}
+
+// Up to the end of what the other side sends; empty when that does not come in time.
+QByteArray readWhole(int descriptor, std::chrono::milliseconds patience) {
+  using Clock = std::chrono::steady_clock;
+  const auto deadline = Clock::now() + patience;
+  QByteArray text;
+  std::array<char, 4096> piece{};
+  while (static_cast<std::size_t>(text.size()) < longest_request) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    pollfd waiting{descriptor, POLLIN, 0};
+    const int ready = left.count() <= 0 ? 0 : poll(&waiting, 1, static_cast<int>(left.count()));
+    if (ready < 0 && errno == EINTR) continue;
+    if (ready <= 0) return {};
+    const ssize_t length = read(descriptor, piece.data(), piece.size());
+    if (length < 0 && errno == EINTR) continue;
+    if (length < 0) return {};
+    if (length == 0) return text;
+    text.append(piece.data(), static_cast<qsizetype>(length));
+  }
+  return {};
+}
+
+}  // namespace
+
+std::string displayName() {
+  const char* display = std::getenv("DISPLAY");
+  if (display == nullptr || display[0] == '\0') display = std::getenv("WAYLAND_DISPLAY");
+  std::string name = display == nullptr ? "" : display;
+  // ":0" and ":0.0" are one display.
+  if (const auto colon = name.rfind(':'); colon != std::string::npos) {
+    name = name.substr(0, name.find('.', colon));
+  }
+  for (char& letter : name) {
+    if (letter == '/') letter = '_';
+  }
+  return name;
+}
+
+InstanceChannel::InstanceChannel(const std::string& display)
+    : lock_path_(channelFolder() + "/instance" + display + ".lock"),
+      socket_path_(channelFolder() + "/instance" + display + ".socket") {}
+
+InstanceChannel::~InstanceChannel() {
+  notifier_.reset();
+  if (listening_ >= 0) {
+    unlink(socket_path_.c_str());
+    ::close(listening_);
+  }
+  if (lock_ >= 0) ::close(lock_);
+}
+
+bool InstanceChannel::becomeFirst() {
+  sockaddr_un address{};
+  if (!makePrivateFolder(channelFolder())) {
+    error_ = "The folder " + channelFolder() + " cannot be made: " + std::strerror(errno);
+    return false;
+  }
+  if (!addressOf(socket_path_, &address)) {
+    error_ = "The path " + socket_path_ + " is too long";
+    return false;
+  }
+  lock_ = open(lock_path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  if (lock_ < 0) {
+    error_ = "The file " + lock_path_ + " cannot be opened: " + std::strerror(errno);
+    return false;
+  }
+  if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
+    ::close(lock_);
+    lock_ = -1;
+    return false;
+  }
+  // What a program that died has left.
+  unlink(socket_path_.c_str());
+  listening_ = keptToUs(socket(AF_UNIX, SOCK_STREAM, 0));
+  const mode_t mask = umask(0077);
+  const bool listens = listening_ >= 0 &&
+                       bind(listening_, generic(address), sizeof(address)) == 0 &&
+                       ::listen(listening_, SOMAXCONN) == 0;
+  umask(mask);
+  if (!listens) {
+    // Alone it can work all the same.
+    if (listening_ >= 0) ::close(listening_);
+    listening_ = -1;
+  }
+  return true;
+}
+
+void InstanceChannel::listen() {
+  if (listening_ < 0) return;
+  notifier_ = std::make_unique<QSocketNotifier>(listening_, QSocketNotifier::Read);
+  connect(notifier_.get(), &QSocketNotifier::activated, this, [this] { accept(); });
+}
+
+void InstanceChannel::accept() {
+  const QByteArray request = takeRequest();
+  if (!request.isEmpty() && received) received(QString::fromUtf8(request));
+}
+
+// The other side is let go before the request is performed, which may take a user's answer.
+QByteArray InstanceChannel::takeRequest() const {
+  const Descriptor other(keptToUs(::accept(listening_, nullptr, nullptr)));
+  if (other.get() < 0) return {};
+  const QByteArray request = readWhole(other.get(), patience_with_request);
+  if (request.isEmpty()) return {};
+  static_cast<void>(::send(other.get(), &taken, 1, 0));
+  return request;
+}
+
+bool InstanceChannel::send(const QString& request) const {
+  sockaddr_un address{};
+  if (!addressOf(socket_path_, &address)) return false;
+  const Descriptor other(keptToUs(socket(AF_UNIX, SOCK_STREAM, 0)));
+  if (other.get() < 0) return false;
+  // One that has just started may hold the lock and not listen yet.
+  for (int attempt = 0; ::connect(other.get(), generic(address), sizeof(address)) != 0; ++attempt) {
+    if (attempt == 20) return false;
+    usleep(50'000);
+  }
+  const QByteArray text = request.toUtf8();
+  if (::send(other.get(), text.constData(), static_cast<std::size_t>(text.size()), 0) !=
+      text.size()) {
+    return false;
+  }
+  shutdown(other.get(), SHUT_WR);
+  return readWhole(other.get(), patience_with_answer) == QByteArray(1, taken);
+}
+
+}  // namespace talvane

@@ -1,0 +1,16 @@
+#include "ui/desktop/pasteboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMimeData>
+
+namespace talvane {
+
+void copySecret(const QString& text) {
+  auto* content = new QMimeData;  // the clipboard takes it over
+  content->setText(text);
+  content->setData(QStringLiteral("x-kde-passwordManagerHint"), "secret");
+  QGuiApplication::clipboard()->setMimeData(content, QClipboard::Clipboard);
+}
+
+}  // namespace talvane

@@ -1,0 +1,97 @@
+#include <xcb/xcb.h>
+
+#include <QAbstractNativeEventFilter>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QGuiApplication>
+#include <QObject>
+#include <utility>
+
+#include "ui/desktop/bus_signal.h"
+#include "ui/desktop/status_area.h"
+#include "ui/desktop/xcb_atom.h"
+
+namespace talvane {
+namespace {
+
+constexpr const char* watcher_service = "org.kde.StatusNotifierWatcher";
+constexpr const char* watcher_path = "/StatusNotifierWatcher";
+constexpr int patience_milliseconds = 500;
+
+// Null where the toolkit does not show itself by X11.
+xcb_connection_t* connection() {
+  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  return x11 == nullptr ? nullptr : x11->connection();
+}
+
+// A status area that takes embedded windows (System Tray Protocol: the owner of this selection).
+bool hasEmbeddingTray(xcb_connection_t* display) {
+  const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+      display, xcb_get_selection_owner(display, atomNamed(display, "_NET_SYSTEM_TRAY_S0")),
+      nullptr));
+  return reply != nullptr && reply->owner != XCB_WINDOW_NONE;
+}
+
+// A status area that takes StatusNotifierItems.
+bool hasNotifierHost() {
+  const QDBusConnection bus = QDBusConnection::sessionBus();
+  if (!bus.isConnected() || !bus.interface()->isServiceRegistered(QLatin1String(watcher_service))) {
+    return false;
+  }
+  QDBusMessage question = QDBusMessage::createMethodCall(
+      QLatin1String(watcher_service), QLatin1String(watcher_path),
+      QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+  question.setArguments(
+      {QLatin1String(watcher_service), QStringLiteral("IsStatusNotifierHostRegistered")});
+  const QDBusReply<QDBusVariant> answer = bus.call(question, QDBus::Block, patience_milliseconds);
+  return answer.isValid() && answer.value().variant().toBool();
+}
+
+class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilter {
+ public:
+  ~X11StatusArea() override { qGuiApp->removeNativeEventFilter(this); }
+
+  bool isThere() override {
+    xcb_connection_t* display = connection();
+    return display == nullptr || hasNotifierHost() || hasEmbeddingTray(display);
+  }
+
+  void watch(std::function<void()> appeared) override {
+    signal_ = std::make_unique<BusSignal>(std::move(appeared));
+    qGuiApp->installNativeEventFilter(this);
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    // The host may come after its watcher, which says so. From whom it comes is not asked: who owns
+    // the watcher's name may not be known here yet.
+    bus.connect(QString(), QLatin1String(watcher_path), QLatin1String(watcher_service),
+                QStringLiteral("StatusNotifierHostRegistered"), signal_.get(), SLOT(arrive()));
+    bus.connect(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
+                {QLatin1String(watcher_service)}, QString(), signal_.get(), SLOT(arrive()));
+  }
+
+ private:
+  // The owner of the tray's selection announces itself to everybody.
+  bool nativeEventFilter(const QByteArray& type, void* message, qintptr* /*result*/) override {
+    if (type != "xcb_generic_event_t") return false;
+    const auto* event = static_cast<const xcb_generic_event_t*>(message);
+    if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE) return false;
+    const auto* client = reinterpret_cast<const xcb_client_message_event_t*>(event);
+    if (client->type == atomNamed(connection(), "MANAGER")) {
+      QMetaObject::invokeMethod(
+          signal_.get(), [signal = signal_.get()] { signal->arrive(); }, Qt::QueuedConnection);
+    }
+    return false;
+  }
+
+  std::unique_ptr<BusSignal> signal_;
+};
+
+}  // namespace
+
+std::unique_ptr<StatusArea> systemStatusArea() {
+  return std::make_unique<X11StatusArea>();
+}
+
+}  // namespace talvane

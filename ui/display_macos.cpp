@@ -1,9 +1,0 @@
-#include "ui/display.h"
-
-namespace talvane {
-
-std::string prepareDisplay() {
-  return {};
-}
-
-}  // namespace talvane

@@ -1,0 +1,136 @@
+#include "ui/kit/buttons.h"
+
+#include <QKeyEvent>
+#include <QPainter>
+
+#include "ui/kit/focus_ring.h"
+#include "ui/kit/look.h"
+
+namespace talvane {
+namespace {
+
+struct ButtonColours {
+  QColor ground;
+  QColor edge;
+  QColor text;
+};
+
+ButtonColours toolbarColours(const QAbstractButton& button) {
+  if (!button.isEnabled()) return {Qt::transparent, Qt::transparent, paint::quiet_text};
+  if (button.isDown()) return {QColor(0, 0, 0, 70), Qt::transparent, paint::text};
+  if (button.underMouse()) return {QColor(0, 0, 0, 38), QColor(255, 255, 255, 70), paint::text};
+  return {Qt::transparent, Qt::transparent, paint::text};
+}
+
+ButtonColours lightColours(const QAbstractButton& button) {
+  if (button.isDown())
+    return {QColor(0xc3, 0xd2, 0xe8), QColor(0x6f, 0x8c, 0xb8), paint::dark_text};
+  if (button.underMouse()) {
+    return {QColor(0xd8, 0xe3, 0xf3), QColor(0x7f, 0x9a, 0xc2), paint::dark_text};
+  }
+  return {QColor(0xe9, 0xee, 0xf6), QColor(0x9f, 0xb2, 0xcf), paint::dark_text};
+}
+
+ButtonColours tileColours(const QAbstractButton& button) {
+  const QColor edge(255, 255, 255, 60);
+  if (button.isDown()) return {QColor(0x22, 0x3c, 0x66), edge, paint::text};
+  if (button.underMouse()) return {QColor(0x2f, 0x55, 0x92), edge, paint::text};
+  return {QColor(0x27, 0x46, 0x79), edge, paint::text};
+}
+
+ButtonColours coloursOf(const QAbstractButton& button, PanelButton::Dress dress) {
+  switch (dress) {
+    case PanelButton::Dress::light:
+      return lightColours(button);
+    case PanelButton::Dress::tile:
+      return tileColours(button);
+    case PanelButton::Dress::toolbar:
+      break;
+  }
+  return toolbarColours(button);
+}
+
+}  // namespace
+
+KeyedButton::KeyedButton(QWidget* parent) : QAbstractButton(parent) {
+  setAttribute(Qt::WA_Hover);
+}
+
+void KeyedButton::keyPressEvent(QKeyEvent* event) {
+  switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      click();
+      return;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+      // Where the arrows lead is the panel's affair.
+      event->ignore();
+      return;
+    default:
+      QAbstractButton::keyPressEvent(event);
+  }
+}
+
+bool KeyedButton::event(QEvent* event) {
+  // Hover changes how it looks, though nothing else of it.
+  if (event->type() == QEvent::HoverEnter || event->type() == QEvent::HoverLeave) update();
+  return QAbstractButton::event(event);
+}
+
+PanelButton::PanelButton(QWidget* parent) : KeyedButton(parent) {
+  setFont(panelFont(12));
+  setFocusPolicy(Qt::StrongFocus);
+}
+
+void PanelButton::setDress(Dress dress) {
+  dress_ = dress;
+  update();
+}
+
+void PanelButton::paintEvent(QPaintEvent* /*event*/) {
+  const ButtonColours colours = coloursOf(*this, dress_);
+  const qreal radius = dress_ == Dress::light ? 3 : 5;
+  const QRectF area = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(colours.edge);
+  painter.setBrush(colours.ground);
+  painter.drawRoundedRect(area, radius, radius);
+  if (hasFocus()) {
+    drawFocusRing(painter, rect(), radius,
+                  dress_ == Dress::light ? paint::focus_on_light : paint::focus);
+  }
+  painter.setPen(colours.text);
+  painter.setFont(font());
+  painter.drawText(rect(), Qt::AlignCenter,
+                   fontMetrics().elidedText(text(), Qt::ElideRight, width() - 4));
+}
+
+bool PanelButton::event(QEvent* event) {
+  if (event->type() == QEvent::ToolTip) {
+    setToolTip(fontMetrics().horizontalAdvance(text()) > width() - 4 ? text().toHtmlEscaped()
+                                                                     : QString());
+  }
+  return KeyedButton::event(event);
+}
+
+CloseButton::CloseButton(QWidget* parent) : KeyedButton(parent) {
+  setFocusPolicy(Qt::TabFocus);
+}
+
+void CloseButton::paintEvent(QPaintEvent* /*event*/) {
+  const bool lit = underMouse() || isDown() || hasFocus();
+  QPainter painter(this);
+  painter.drawPixmap(
+      rect(),
+      artwork(lit ? QStringLiteral("close-hover.png") : QStringLiteral("close.png"), *this));
+  if (!hasFocus()) return;
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(QPen(paint::focus, 1.5));
+  painter.drawEllipse(QRectF(rect()).adjusted(1, 1, -1, -1));
+}
+
+}  // namespace talvane

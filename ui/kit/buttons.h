@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <cstdint>
+
+namespace talvane {
+
+/// A push button. Return and Enter press it too; the arrow keys are left to the panel.
+class KeyedButton : public QAbstractButton {
+ public:
+  explicit KeyedButton(QWidget* parent = nullptr);
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+  bool event(QEvent* event) override;
+};
+
+/// A push button in one of the panel's dresses, by what it lies on.
+class PanelButton : public KeyedButton {
+ public:
+  enum class Dress : std::uint8_t { toolbar, tile, light /* on a row */ };
+  explicit PanelButton(QWidget* parent = nullptr);
+  void setDress(Dress dress);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  bool event(QEvent* event) override;
+
+ private:
+  Dress dress_ = Dress::toolbar;
+};
+
+/// The small round button that closes the panel.
+class CloseButton : public KeyedButton {
+ public:
+  explicit CloseButton(QWidget* parent = nullptr);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+}  // namespace talvane

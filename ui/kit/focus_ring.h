@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QColor>
+#include <QPainter>
+#include <QRectF>
+
+#include "ui/kit/look.h"
+
+namespace talvane {
+
+/// What shows where the keyboard is, within `around`.
+inline void drawFocusRing(QPainter& painter, const QRectF& around, qreal radius,
+                          const QColor& colour = paint::focus) {
+  painter.setPen(QPen(colour, 2));
+  painter.setBrush(Qt::NoBrush);
+  painter.drawRoundedRect(around.adjusted(1, 1, -1, -1), radius, radius);
+}
+
+}  // namespace talvane

@@ -1,0 +1,42 @@
+#pragma once
+
+// The one look of the program: colours, fonts, images.
+
+#include <QColor>
+#include <QFont>
+#include <QPixmap>
+#include <QRect>
+#include <QString>
+#include <QWidget>
+
+#include "engine/vane.h"
+#include "ui/kit/frame.h"
+
+namespace talvane {
+
+QRect rectangle(const Frame& frame);
+Frame frameOf(const QRect& rectangle);
+QColor colour(const Colour& colour);
+
+/// The image of this name from the program's own, in the sharpness that the widget's screen
+/// needs. One that is missing is empty.
+QPixmap artwork(const QString& name, const QWidget& shown_on);
+
+/// The panel's colours.
+namespace paint {
+inline const QColor text{0xff, 0xff, 0xff};
+inline const QColor quiet_text{0xc3, 0xcb, 0xd8};  // also of what cannot be pressed now
+inline const QColor dark_text{0x16, 0x34, 0x5f};
+inline const QColor error{0xff, 0x8a, 0x80};
+inline const QColor tile{0x2b, 0x2e, 0x33};
+inline const QColor focus{0x8f, 0xc0, 0xff};
+inline const QColor focus_on_light{0x1f, 0x5f, 0xbf};
+}  // namespace paint
+
+/// Gives the whole program its one look.
+void applyLook();
+
+/// Bold or plain font of the panel at this size in points.
+QFont panelFont(int size, bool bold = false);
+
+}  // namespace talvane

@@ -1,0 +1,55 @@
+#include "ui/kit/text_label.h"
+
+#include <QPainter>
+#include <QTextOption>
+
+namespace talvane {
+namespace {
+
+constexpr int longest_text = 2000;  // UTF-16 units
+
+}  // namespace
+
+TextLabel::TextLabel(QWidget* parent) : QLabel(parent) {
+  setTextFormat(Qt::PlainText);
+  setFont(panelFont(12));
+}
+
+void TextLabel::setTextColour(const QColor& colour) {
+  if (colour == colour_) return;
+  colour_ = colour;
+  update();
+}
+
+void TextLabel::setFontSize(int size, bool bold) {
+  setFont(panelFont(size, bold));
+}
+
+void TextLabel::showText(const QString& whole) {
+  // A server says what it likes; more than this nobody reads, nor can it be laid out in time.
+  const QString text =
+      whole.size() > longest_text ? whole.left(longest_text) + QChar(0x2026) : whole;
+  if (text == this->text()) return;
+  setText(text);
+  const QRect room = contentsRect();
+  const bool cut =
+      wordWrap() ? fontMetrics().boundingRect(room, Qt::TextWordWrap, text).height() > room.height()
+                 : fontMetrics().horizontalAdvance(text) > room.width();
+  setToolTip(cut ? text.toHtmlEscaped() : QString());
+}
+
+void TextLabel::paintEvent(QPaintEvent* /*event*/) {
+  QPainter painter(this);
+  painter.setPen(colour_);
+  painter.setFont(font());
+  if (wordWrap()) {
+    QTextOption option(alignment());
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    painter.drawText(QRectF(contentsRect()), text(), option);
+    return;
+  }
+  painter.drawText(contentsRect(), static_cast<int>(alignment()) | Qt::TextSingleLine,
+                   fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width()));
+}
+
+}  // namespace talvane
