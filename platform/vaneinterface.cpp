@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <cstdio>
+#include <utility>
 
 #include "platform/ta_keychain.h"
 #include "platform/trace.h"
@@ -29,8 +30,8 @@ void vaneinterface::Recording::noteChange(const Answer& answer) {
   if (answer.status != KeychainStatus::ok && !failed_change_) failed_change_ = answer;
 }
 
-vaneinterface::vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers)
-    : keychain_(keychain), identifiers_(identifiers) {}
+vaneinterface::vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers, Clock clock)
+    : keychain_(keychain), identifiers_(identifiers), clock_(std::move(clock)) {}
 
 vaneinterface::Answer vaneinterface::answer(KeychainStatus status) {
   if (status == KeychainStatus::ok) return {};
@@ -119,6 +120,10 @@ std::uint32_t vaneinterface::GetDeviceId() {
   if (readings_ == 0) return Gateway::GetDeviceId();
   if (!identity_) identity_ = Gateway::GetDeviceId();
   return *identity_;
+}
+
+std::int64_t vaneinterface::CurrentTime() {
+  return clock_ ? clock_() : Gateway::CurrentTime();
 }
 
 bool vaneinterface::wantsLog() {

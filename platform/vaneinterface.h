@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -56,7 +58,10 @@ class vaneinterface final : public Gateway {
     bool refused_ = false;
   };
 
-  vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers);
+  /// Seconds since the Unix epoch.
+  using Clock = std::function<std::int64_t()>;
+  /// Without a clock, by the system's.
+  vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers, Clock clock = {});
 
   /// Adds the three device identifiers to the stored record, as "fpsn", "fphd" and "fpus".
   bool KeyChainSave(const std::string& name, const Record& data) override;
@@ -76,6 +81,8 @@ class vaneinterface final : public Gateway {
   /// Writes to the trace log and, unless switched off, to the system console.
   void log(std::string_view text) override;
 
+  std::int64_t CurrentTime() override;
+
   /// Whether log lines go to the console too (standard error); on until switched off.
   void setConsole(bool on) { console_ = on; }
 
@@ -85,6 +92,7 @@ class vaneinterface final : public Gateway {
 
   KeychainService& keychain_;
   DeviceIdentifiers& identifiers_;
+  Clock clock_;
   bool console_ = true;
   std::map<std::string, KeychainStatus> failed_loads_;  // by record, while its last load failed
   bool in_trouble_ = false;
