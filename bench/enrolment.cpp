@@ -92,7 +92,6 @@ class QuickViews final : public EnrolViews {
   bool showsAuthentication() override { return true; }
   void eva_layout() override {}
   void setAuthenticationMessage(const std::string& /*text*/) override {}
-  void whitenAuthenticationMessage() override {}
   void enableAuthenticationSubmit(bool /*enabled*/) override {}
   std::string input(Field field) override { return field == Field::userid ? "anna" : "ABCD"; }
   void clear(Field /*field*/) override {}
@@ -101,7 +100,7 @@ class QuickViews final : public EnrolViews {
   std::string addressInput() override { return {}; }
   void setAddressMessage(const std::string& /*text*/) override {}
   void simpleMessageBox(const std::string& /*text*/) override {}
-  void performOnMainThread(std::function<void()> work) override {
+  void performOnMainThread(std::function<void()> work) {
     const std::lock_guard guard(mutex_);
     work_.push_back(std::move(work));
     arrived_.notify_one();
@@ -144,9 +143,9 @@ void enrolment(benchmark::State& state, bool secure, bool fresh) {
   std::unique_ptr<EnrolFlow> flow;
   for (auto _ : state) {
     if (flow == nullptr || fresh) {
-      flow = std::make_unique<EnrolFlow>(
-          EnrolFlow::Parts{&views, &ini, &store, &gateway,
-                           [](std::string* error) { return makeUrlLoader(error); }});
+      flow = std::make_unique<EnrolFlow>(EnrolFlow::Parts{
+          &views, &ini, &store, &gateway, [](std::string* error) { return makeUrlLoader(error); },
+          [&views](std::function<void()> work) { views.performOnMainThread(std::move(work)); }});
     }
     views.home = false;
     flow->eva_init();

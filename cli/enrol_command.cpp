@@ -52,7 +52,6 @@ class TerminalViews final : public EnrolViews {
   bool showsAuthentication() override { return view_ == View::eva; }
   void eva_layout() override {}
   void setAuthenticationMessage(const std::string& text) override { message_ = text; }
-  void whitenAuthenticationMessage() override {}
   void enableAuthenticationSubmit(bool /*enabled*/) override {}
   std::string input(Field field) override { return inputs_[field].get(); }
   void clear(Field field) override { inputs_[field] = std::string(); }
@@ -62,7 +61,7 @@ class TerminalViews final : public EnrolViews {
   void setAddressMessage(const std::string& text) override { address_message_ = text; }
   void simpleMessageBox(const std::string& text) override { complain(text); }
 
-  void performOnMainThread(std::function<void()> work) override {
+  void performOnMainThread(std::function<void()> work) {
     const std::lock_guard guard(mutex_);
     work_.push_back(std::move(work));
     arrived_.notify_one();
@@ -215,8 +214,10 @@ class EnrolCommand final : public Command {
     // Asked for first: what the server hands out must have a place to go.
     if (const auto room = session.store().checkRoom(); !room) throw failureOf(room.error());
     TerminalViews views(settings);
-    EnrolFlow flow({&views, &settings, &session.store(), &session.gateway(),
-                    [](std::string* error) { return makeUrlLoader(error); }});
+    EnrolFlow flow(
+        {&views, &settings, &session.store(), &session.gateway(),
+         [](std::string* error) { return makeUrlLoader(error); },
+         [&views](std::function<void()> work) { views.performOnMainThread(std::move(work)); }});
     views.converse(flow);
     const auto& ending = flow.ending();
     if (!ending || !ending->stored) {

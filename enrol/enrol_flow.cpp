@@ -81,7 +81,7 @@ void EnrolFlow::eva_threadstart(const std::shared_ptr<Session>& session) {
   worker.thread = std::thread([this, session, done, http = session->http, url = ini_.tidyEnrolURL(),
                                allow_http = ini_.bAllowHTTP] {
     const std::optional<std::string> error = threadStart(*http, url, allow_http);
-    views_.performOnMainThread([this, session, error] { eva_threadfinished(session, error); });
+    parts_.run_on_main_thread([this, session, error] { eva_threadfinished(session, error); });
     *done = true;
   });
   workers_.push_back(std::move(worker));
@@ -224,7 +224,6 @@ std::optional<std::string> EnrolFlow::actOnResult() {
     case TaEnrolClient::Result::challenge:
       views_.clear(Field::passcode);
       views_.eva_layout();
-      views_.whitenAuthenticationMessage();
       return std::nullopt;
     case TaEnrolClient::Result::error:
       return "ERR Unexpected authentication error";

@@ -43,7 +43,6 @@ class EnrolViews {
 
   virtual void eva_layout() = 0;
   virtual void setAuthenticationMessage(const std::string& text) = 0;
-  virtual void whitenAuthenticationMessage() = 0;
   virtual void enableAuthenticationSubmit(bool enabled) = 0;
   virtual std::string input(Field field) = 0;
   virtual void clear(Field field) = 0;
@@ -55,10 +54,6 @@ class EnrolViews {
   virtual void setAddressMessage(const std::string& text) = 0;
 
   virtual void simpleMessageBox(const std::string& text) = 0;
-
-  /// Runs it on the main thread, later, without waiting. Any thread. Drops it once the views are
-  /// gone.
-  virtual void performOnMainThread(std::function<void()> work) = 0;
 };
 
 /// Why the server's address cannot be used; nullopt: it can. Tells "http" from "HTTP".
@@ -66,13 +61,16 @@ std::optional<std::string> problemWithAddress(const std::string& url, bool allow
 
 class EnrolFlow {
  public:
-  /// Borrows all but the loader; `make_loader` is called when the first session starts.
+  /// Borrows all but the functions; `make_loader` is called when the first session starts.
   struct Parts {
     EnrolViews* views = nullptr;
     Ini* ini = nullptr;
     TokenStore* store = nullptr;
     Gateway* clock = nullptr;  // tells how far the server's is from this computer's
     std::function<std::unique_ptr<UrlLoader>(std::string* error)> make_loader;
+    /// Runs the work on the main thread, later, without waiting. Called on any thread. Drops it
+    /// once the flow is gone.
+    std::function<void(std::function<void()> work)> run_on_main_thread;
   };
   explicit EnrolFlow(Parts parts);
   ~EnrolFlow() { end(); }

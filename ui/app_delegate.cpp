@@ -1,45 +1,49 @@
 #include "ui/app_delegate.h"
 
 #include <QApplication>
-#include <QSocketNotifier>
-#include <algorithm>
+#include <QFontMetrics>
+#include <QUrl>
 #include <utility>
 
 #include "config/read_settings.h"
+#include "engine/vane.h"
+#include "platform/qr_image.h"
+#include "store/new_token.h"
 #include "ui/kit/alert.h"
+#include "ui/kit/look.h"
+#include "ui/start.h"
+#include "ui/views/add_view.h"
+#include "ui/views/address_view.h"
+#include "ui/views/authentication_view.h"
+#include "ui/views/help_view.h"
+#include "ui/views/management_view.h"
+#include "ui/views/manual_view.h"
+#include "ui/views/questions_view.h"
+#include "ui/views/token_view.h"
 
 namespace talvane {
 namespace {
 
 constexpr const char* prompt_done_key = "LoginItemPromptDone";
 
-// Labels that the enrolment form's three rows begin with.
-constexpr int label_room = 17;
-constexpr int field_distance = 34;
-constexpr int field_room = 51;
-
-int widestText(const QFontMetrics& metrics, std::initializer_list<const std::string*> texts) {
-  int widest = 0;
-  for (const std::string* text : texts) {
-    widest = std::max(widest, metrics.horizontalAdvance(QString::fromStdString(*text)));
-  }
-  return widest;
-}
-
 }  // namespace
 
 SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
     : parts_(std::move(parts)),
       ini(*parts_.ini),
-      gateway_(*parts_.keychain, *parts_.identifiers),
+      gateway_(*parts_.keychain, *parts_.identifiers, parts_.clock),
       store_(gateway_, *parts_.keychain),
-      flow_({this, &ini, &store_, &gateway_, parts_.make_loader}) {
+      panel_(ini, store_),
+      enrolment_views_(panel_, *this),
+      flow_({&enrolment_views_, &ini, &store_, &gateway_, parts_.make_loader,
+             [this](std::function<void()> work) {
+               QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
+             }}) {
   gateway_.setConsole(parts_.console);
+  panel_.dropped = [this](const QMimeData& content) { takeDropped(content); };
 }
 
 SoftTokenOSXAppDelegate::~SoftTokenOSXAppDelegate() {
-  timer.reset();
-  windows_.clear();
   // Its worker still writes to the log.
   flow_.end();
   vane::SetInterface(nullptr);
@@ -52,6 +56,23 @@ void SoftTokenOSXAppDelegate::applicationDidFinishLaunching() {
   readSettingsWithTrace(ini, parts_.trace_path);
   parts_.show_status_item();
   promptForLoginItem();
+}
+
+void SoftTokenOSXAppDelegate::loadInterface() {
+  if (response_ != nullptr) return;
+  response_ = &panel_.add(std::make_unique<ResponseView>(panel_));
+  panel_.add(std::make_unique<TokenView>(panel_, *this, ini, gateway_));
+  panel_.add(std::make_unique<ManagementView>(panel_, *this, ini, store_));
+  panel_.add(std::make_unique<AddView>(panel_));
+  panel_.add(std::make_unique<ManualView>(panel_, *this, ini, store_, *response_));
+  panel_.add(std::make_unique<HelpView>(panel_, *this, ini,
+                                        HelpView::Parts{parts_.make_login_item, parts_.open_url}));
+  auto& evgu = panel_.add(std::make_unique<AddressView>(panel_, ini, flow_));
+  auto& eva = panel_.add(std::make_unique<AuthenticationView>(panel_, *this, ini, flow_, evgu));
+  auto& evgi = panel_.add(std::make_unique<QuestionsView>(panel_, *this, ini, flow_));
+  enrolment_views_.join(eva, evgi, evgu);
+  // What the first showing would otherwise wait for: the fonts.
+  for (const int size : {12, 13, 24}) QFontMetrics(panelFont(size)).horizontalAdvance('0');
 }
 
 void SoftTokenOSXAppDelegate::promptForLoginItem() {
@@ -92,12 +113,12 @@ void SoftTokenOSXAppDelegate::iconClicked() {
 void SoftTokenOSXAppDelegate::iconClicked2() {
   if (Alert::isOpen()) return;
   loadInterface();
-  if (!bOpen) {
-    openWindow(tv, -1, -1, true);
-  } else if (ow == nullptr) {
+  if (!panel_.isOpen()) {
+    panel_.openWindow(panel_.window("tv"), -1, -1, true);
+  } else if (panel_.openPanel() == nullptr) {
     vane::log("APP: Icon clicked: Unexpected ow Nil");
   } else {
-    closeWindow(ow, true);
+    panel_.closeWindow(panel_.openPanel(), true);
   }
 }
 
@@ -107,140 +128,111 @@ void SoftTokenOSXAppDelegate::menuExit() {
 
 void SoftTokenOSXAppDelegate::addclicked(SoftTokenWindow* fromWindow) {
   if (ini.bAllowManual) {
-    switchViewfrom(fromWindow, ini.bAllowTaEnrol ? av : mv);
+    panel_.switchViewfrom(fromWindow, panel_.window(ini.bAllowTaEnrol ? "av" : "mv"));
   } else if (ini.bAllowTaEnrol) {
-    switchViewfrom(fromWindow, eva);
+    panel_.switchViewfrom(fromWindow, panel_.window("eva"));
   } else {
     vane::log("APP: addclicked: unexpected");
   }
 }
 
 void SoftTokenOSXAppDelegate::simpleMessageBox(const QString& text) {
-  Alert::tell(alertParent(), text);
+  Alert::tell(panel_.openPanel(), text);
 }
 
-QWidget* SoftTokenOSXAppDelegate::alertParent() const {
-  return ow;
-}
-
-SoftTokenWindow* SoftTokenOSXAppDelegate::window(const std::string& prefix) const {
-  const std::pair<const char*, SoftTokenWindow*> by_prefix[] = {
-      {"tv", tv}, {"cv", cv},   {"av", av},     {"mv", mv},    {"rv", rv},
-      {"hv", hv}, {"eva", eva}, {"evgi", evgi}, {"evgu", evgu}};
-  for (const auto& [name, view] : by_prefix) {
-    if (prefix == name) return view;
-  }
-  return nullptr;
-}
-
-SoftTokenWindow* SoftTokenOSXAppDelegate::makeWindow(int height,
-                                                     const std::function<void(QWidget*)>& fill) {
-  windows_.push_back(std::make_unique<SoftTokenWindow>(Frame{0, 0, panel_width, height}));
-  SoftTokenWindow* window = windows_.back().get();
-  fill(window->contentView());
-  window->setContentView(window->contentView());
-  window->key_pressed = [this, window](QKeyEvent& event) { return keyPressed(window, event); };
-  window->closed_by_user = [this, window] { closeWindow(window, false); };
-  window->wheel_turned = [this](int points) { scrollPanel(points); };
-  window->dropped = [this](const QMimeData& what) { takeDropped(what); };
-  return window;
-}
-
-void SoftTokenOSXAppDelegate::loadInterface() {
-  if (interface_loaded_) return;
-  interface_loaded_ = true;
-  tv = makeWindow(tokenViewHeight(0), [this](QWidget* view) { TokenView::setupUi(view); });
-  cv =
-      makeWindow(managementViewHeight(0), [this](QWidget* view) { ManagementView::setupUi(view); });
-  av = makeWindow(add_view_height, [this](QWidget* view) { AddView::setupUi(view); });
-  mv = makeWindow(manual_view_height, [this](QWidget* view) { ManualView::setupUi(view); });
-  rv = makeWindow(response_view_height, [this](QWidget* view) { ResponseView::setupUi(view); });
-  hv = makeWindow(help_view_height, [this](QWidget* view) { HelpView::setupUi(view); });
-  eva = makeWindow(authentication_view_height,
-                   [this](QWidget* view) { AuthenticationView::setupUi(view); });
-  evgi = makeWindow(other_view_height, [this](QWidget* view) { QuestionsView::setupUi(view); });
-  evgu = makeWindow(address_view_height, [this](QWidget* view) { AddressView::setupUi(view); });
-  close = new CloseButton(nullptr);
-  close->setParent(tv);
-  close->hide();
-  close->setAccessibleName(QStringLiteral("Close"));
-  close->setToolTip(QStringLiteral("Close"));
-  setTexts();
-  connectControls();
-  layOutSignIn();
-  connectEnrolment();
-  connect(qApp, &QApplication::focusChanged, this,
-          [this](QWidget* /*before*/, QWidget* now) { bringIntoView(now); });
-  // What the first showing would otherwise wait for: the fonts.
-  for (const int size : {12, 13, 24}) QFontMetrics(panelFont(size)).horizontalAdvance('0');
-}
-
-void SoftTokenOSXAppDelegate::setTexts() {
-  for (PanelButton* button : {avenrol, avmanual, hvgs, hvmanage, hvabout, hvlaunch, hvexit}) {
-    button->setDress(PanelButton::Dress::tile);
-  }
-  mvdesc->setAccessibleName(QString::fromStdString(ini.StrManualDesc));
-  mvseed->setAccessibleName(QString::fromStdString(ini.StrManualSeed));
-  rvcode->setAccessibleName(rvprompt->text());
-  eva_userid->setAccessibleName(QString::fromStdString(ini.StrUsername));
-  eva_password->setAccessibleName(QString::fromStdString(ini.StrPassword));
-  eva_passcode->setAccessibleName(QString::fromStdString(ini.StrPasscode));
-  evgu_url->setAccessibleName(QString::fromStdString(ini.StrGetURL));
-  QFont digits = panelFont(22);
-  digits.setLetterSpacing(QFont::AbsoluteSpacing, 1);
-  rvcode->setFont(digits);
-}
-
-void SoftTokenOSXAppDelegate::connectControls() {
-  using Delegate = SoftTokenOSXAppDelegate;
-  const std::pair<QAbstractButton*, void (Delegate::*)()> actions[] = {
-      {close, &Delegate::closeclicked},
-      {tvconfig, &Delegate::tv_editclicked},
-      {tvhelp, &Delegate::tv_helpclicked},
-      {tvadd, &Delegate::tv_addclicked},
-      {cvtrash, &Delegate::cv_trashclicked},
-      {cvhome, &Delegate::cv_homeclicked},
-      {cvadd, &Delegate::cv_addclicked},
-      {avenrol, &Delegate::av_enrolclicked},
-      {avmanual, &Delegate::av_manualclicked},
-      {avcancel, &Delegate::av_cancelclicked},
-      {mvok, &Delegate::mv_okclicked},
-      {mvcancel, &Delegate::mv_cancelclicked},
-      {rvok, &Delegate::rv_okclicked},
-      {hvgs, &Delegate::hv_gsclicked},
-      {hvmanage, &Delegate::hv_manageclicked},
-      {hvabout, &Delegate::hv_aboutclicked},
-      {hvlaunch, &Delegate::hv_launchclicked},
-      {hvexit, &Delegate::hv_exitclicked},
-      {hvhome, &Delegate::hv_homeclicked},
-      {eva_submit, &Delegate::eva_submitclicked},
-      {eva_cancel, &Delegate::eva_cancelclicked},
-      {evgi_submit, &Delegate::evgi_submitclicked},
-      {evgu_submit, &Delegate::evgu_submitclicked},
-      {evgi_cancel, &Delegate::evgi_cancelclicked},
-      {evgu_cancel, &Delegate::evgu_cancelclicked},
-  };
-  for (const auto& [button, action] : actions) {
-    // A click that waited while the program worked may be for a view that is open no more.
-    connect(button, &QAbstractButton::clicked, this, [this, pressed = button, act = action] {
-      if (pressed->window() == ow) (this->*act)();
-    });
+void SoftTokenOSXAppDelegate::perform(const QString& request) {
+  const QLatin1String open(request::open);
+  if (request == QLatin1String(request::quit)) {
+    menuExit();
+  } else if (request.startsWith(open)) {
+    importLink(request.mid(open.size()));
+  } else {
+    iconClicked();
   }
 }
 
-void SoftTokenOSXAppDelegate::layOutSignIn() {
-  const int widest = widestText(eva_useridlabel->fontMetrics(),
-                                {&ini.StrUsername, &ini.StrPassword, &ini.StrPasscode});
-  for (QWidget* label : {eva_useridlabel, eva_passwordlabel, eva_passcodelabel}) {
-    label->resize(widest + label_room, label->height());
+void SoftTokenOSXAppDelegate::importLink(const QString& link) {
+  if (Alert::isOpen()) return;
+  loadInterface();
+  if (mayAddTokens()) offerToken(link.trimmed().toStdString());
+}
+
+void SoftTokenOSXAppDelegate::importImage(const QString& path) {
+  if (Alert::isOpen()) return;
+  loadInterface();
+  if (!mayAddTokens()) return;
+  const QrImage image = readQrImage(path.toStdString());
+  if (!image.error.empty()) {
+    simpleMessageBox(QString::fromStdString(image.error));
+    return;
   }
-  for (QWidget* field : {eva_userid, eva_password, eva_passcode}) {
-    field->setGeometry(widest + field_distance, field->y(), eva->width() - field_room - widest,
-                       field->height());
+  offerToken(image.text.get());
+}
+
+void SoftTokenOSXAppDelegate::takeDropped(const QMimeData& content) {
+  QString link;
+  QString file;
+  for (const QUrl& url : content.urls()) {
+    if (url.isLocalFile()) file = url.toLocalFile();
   }
-  sign_in_labels_ = {eva_useridlabel->geometry(), eva_passwordlabel->geometry(),
-                     eva_passcodelabel->geometry()};
-  sign_in_fields_ = {eva_userid->geometry(), eva_password->geometry(), eva_passcode->geometry()};
+  const QString text = content.text().trimmed();
+  if (text.startsWith(QLatin1String("otpauth://"), Qt::CaseInsensitive)) link = text;
+  // The drag is over before the question is asked.
+  QMetaObject::invokeMethod(
+      this,
+      [this, link, file] {
+        if (!link.isEmpty()) {
+          importLink(link);
+        } else if (!file.isEmpty()) {
+          importImage(file);
+        } else {
+          simpleMessageBox(QStringLiteral(
+              "Drop an otpauth:// link or a picture of its QR code (PNG or JPEG) here"));
+        }
+      },
+      Qt::QueuedConnection);
+}
+
+bool SoftTokenOSXAppDelegate::mayAddTokens() {
+  if (ini.bAllowManual) return true;
+  simpleMessageBox(
+      QStringLiteral("Tokens may not be added this way here: the setting AllowManual is off. Your "
+                     "administrator can tell you how to get a token"));
+  return false;
+}
+
+void SoftTokenOSXAppDelegate::offerToken(const std::string& url) {
+  const auto parsed = tokenFromUrl(url);
+  const auto plan = parsed.and_then([this](const auto& found) { return store_.plan(*found); });
+  if (!plan) {
+    simpleMessageBox(QString::fromStdString(plan.error().words));
+    return;
+  }
+  const SoftTokenInfo& token = **parsed;
+  const QString question =
+      QStringLiteral("Add the token \"%1\", with a new passcode every %2 seconds?")
+          .arg(QString::fromStdString(token.currentDescription().value_or("")))
+          .arg(token.period);
+  const QString warning = QStringLiteral("\n\nIt replaces the token of that name.");
+  if (Alert::ask(panel_.openPanel(), plan->replaces ? question + warning : question) !=
+      Alert::Result::alternate_return) {
+    return;
+  }
+  if (const auto added = store_.add(token, TokenStore::SameName::replace)) {
+    showAdded(*added);
+  } else {
+    simpleMessageBox(QString::fromStdString(added.error().words));
+  }
+}
+
+void SoftTokenOSXAppDelegate::showAdded(const TokenStore::Added& added) {
+  if (added.response) response_->setCode(*added.response);
+  SoftTokenWindow* next = panel_.window(added.response ? "rv" : "tv");
+  if (panel_.isOpen()) {
+    panel_.switchViewfrom(panel_.openPanel(), next);
+  } else {
+    panel_.openWindow(next, -1, -1, true);
+  }
 }
 
 }  // namespace talvane

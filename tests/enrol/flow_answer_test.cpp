@@ -102,7 +102,7 @@ TEST_F(FlowAnswerTest, PasswordStaysAskedFor) {
 TEST_F(FlowAnswerTest, ChallengeIsShownAndAnswered) {
   startFilledIn(with_password);
   submit("RESULT:OK,CHALLENGE\r\nPROMPT:Next code\r\nPASSCODE:True\r\nINPUT:STATE=7\r\n");
-  EXPECT_EQ(views.calls, (Lines{"disable", "layout busy", "layout", "whiten"}));
+  EXPECT_EQ(views.calls, (Lines{"disable", "layout busy", "layout"}));
   EXPECT_EQ(views.message, "");
   EXPECT_EQ(views.fields[Field::passcode], "");
   EXPECT_EQ(views.fields[Field::password], "P");

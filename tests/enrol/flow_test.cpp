@@ -109,9 +109,9 @@ FlowTest::~FlowTest() {
 }
 
 void FlowTest::makeFlow() {
-  flow = std::make_unique<EnrolFlow>(
-      EnrolFlow::Parts{&views, &ini, &store, &gateway,
-                       [this](std::string* error) { return make_loader(error); }});
+  flow = std::make_unique<EnrolFlow>(EnrolFlow::Parts{
+      &views, &ini, &store, &gateway, [this](std::string* error) { return make_loader(error); },
+      [this](std::function<void()> work) { views.performOnMainThread(std::move(work)); }});
   views.flow = flow.get();
 }
 

@@ -50,7 +50,6 @@ class FakeViews final : public EnrolViews {
   bool showsAuthentication() override { return open == View::eva; }
   void eva_layout() override;
   void setAuthenticationMessage(const std::string& text) override;
-  void whitenAuthenticationMessage() override { calls.emplace_back("whiten"); }
   void enableAuthenticationSubmit(bool enabled) override;
   std::string input(Field field) override { return fields[field]; }
   void clear(Field field) override { fields[field].clear(); }
@@ -59,7 +58,7 @@ class FakeViews final : public EnrolViews {
   std::string addressInput() override { return address; }
   void setAddressMessage(const std::string& text) override { address_message = text; }
   void simpleMessageBox(const std::string& text) override { boxes.push_back(text); }
-  void performOnMainThread(std::function<void()> work) override;
+  void performOnMainThread(std::function<void()> work);
 
  private:
   std::mutex mutex_;

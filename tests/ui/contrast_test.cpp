@@ -9,7 +9,10 @@
 #include <cstdio>
 #include <functional>
 
-#include "tests/ui/delegate_test.h"
+#include "engine/vane.h"
+#include "tests/ui/app_test.h"
+#include "ui/kit/look.h"
+#include "ui/kit/text_label.h"
 
 namespace talvane {
 namespace {
@@ -81,7 +84,7 @@ TEST(ContrastRatio, OfATextOnATwoColouredGround) {
   EXPECT_EQ(textContrast(ground, ground), 0);
 }
 
-class ContrastTest : public DelegateTest {
+class ContrastTest : public AppTest {
  protected:
   ContrastTest() {
     setSettings("AllowManual=1\nEnrolURL=https://srv\n");
@@ -127,10 +130,9 @@ class ContrastTest : public DelegateTest {
 
   /// Lets the server answer to a sign-in so.
   void answerSignIn(const std::string& reply) {
-    find<QLineEdit>("eva_userid")->setText(QStringLiteral("ada"));
+    type("eva_userid", "ada");
     network.answer(reply);
-    app().eva_submitclicked();
-    turnEventLoop();
+    click("eva_submit");
   }
 
   /// The sign-in view after the server's first answer.
@@ -208,10 +210,9 @@ TEST_F(ContrastTest, PasscodesInEveryColourOfTheTable) {
   store("Mail");
   show("tv");
   for (int second = 0; second < 30; ++second) {
-    test::clock_time = second;
-    app().tv_update();
-    ASSERT_EQ(passcodes()[0]->textColour(), colour(vane::ColorForValue2(second)));
-    measure(passcodes()[0], "passcode at second " + std::to_string(second));
+    tick(second);
+    ASSERT_EQ(colourOf("tvpasscode"), colour(vane::ColorForValue2(second)));
+    measure(find<QLabel>("tvpasscode"), "passcode at second " + std::to_string(second));
   }
 }
 
@@ -219,9 +220,10 @@ TEST_F(ContrastTest, EveryDigitOfAPasscode) {
   store("Mail");
   show("tv");
   for (const char* digits : {"000000", "888888", "123456", "777777"}) {
-    passcodes()[0]->setText(QString::fromLatin1(digits));
-    passcodes()[0]->setTextColour(colour(vane::ColorForValue2(29)));
-    measure(passcodes()[0], digits);
+    auto* passcode = dynamic_cast<TextLabel*>(find<QLabel>("tvpasscode"));
+    passcode->setText(QString::fromLatin1(digits));
+    passcode->setTextColour(colour(vane::ColorForValue2(29)));
+    measure(passcode, digits);
   }
 }
 
@@ -250,8 +252,7 @@ TEST_F(ContrastTest, ManualView) {
 }
 
 TEST_F(ContrastTest, ResponseView) {
-  show("rv");
-  find<QLineEdit>("rvcode")->setText(QStringLiteral("ERYLAECA"));
+  showResponse();
   measureAll("rv");
 }
 
@@ -287,15 +288,15 @@ TEST_F(ContrastTest, PinAndQuestions) {
 }
 
 TEST_F(ContrastTest, AddressView) {
+  setSettings("AllowManual=1\n");
   show("evgu");
-  find<QLabel>("evgu_message")->setText(QStringLiteral("No enrol URL configured"));
   measureAll("evgu");
 }
 
 TEST_F(ContrastTest, Alerts) {
   store("Mail");
   show("cv");
-  checkboxes()[0]->setChecked(true);
+  find<QAbstractButton>("cvdelete")->setChecked(true);
   const auto measureAlert = [this](QMessageBox& box) {
     measureAll(box, "alert");
     AlertUser::pressEscape(box);

@@ -2,19 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
+#include "tests/ui/frames.h"
 
 namespace talvane {
-
-// For messages.
-std::ostream& operator<<(std::ostream& out, const Frame& frame) {
-  return out << '(' << frame.x << ", " << frame.y << ", " << frame.width << ", " << frame.height
-             << ')';
-}
-
-std::ostream& operator<<(std::ostream& out, const Place& place) {
-  return out << '(' << place.x << ", " << place.y << ')';
-}
 
 namespace {
 
@@ -25,6 +15,16 @@ TEST(PanelHeight, TokenView) {
   for (const auto& [tokens, height] : by_tokens) {
     EXPECT_EQ(tokenViewHeight(tokens), height) << tokens;
   }
+}
+
+TEST(PanelHeight, WordsUnderTheRowsMakeTheTokenViewHigher) {
+  EXPECT_EQ(tokenViewHeight(1, 30), 156 + 30 + 8);
+  EXPECT_EQ(tokenViewHeight(32, 1), 2388 + 1 + 8);
+}
+
+TEST(PanelHeight, WordsInPlaceOfRowsHave16PointsAboveAndBelow) {
+  EXPECT_EQ(tokenViewHeight(0, 200), 34 + 16 + 200 + 16 + 34);
+  EXPECT_EQ(tokenViewHeight(0, 15), 128);
 }
 
 TEST(PanelHeight, ManagementView) {
@@ -99,6 +99,23 @@ TEST(PanelFrames, TheBarSpansFromTheFirstRowToTheLast) {
   }
 }
 
+TEST(PanelFrames, WordsInPlaceOfRowsFillTheRoomBetweenTheBands) {
+  EXPECT_EQ(noticeFrame(0, 15), (Frame{12, 34, 236, 60}));
+  EXPECT_EQ(noticeFrame(0, 200), (Frame{12, 34, 236, 232}));
+}
+
+TEST(PanelFrames, WordsUnderTheRowsAre12PointsFromThemAndFromTheToolbar) {
+  for (const int tokens : {1, 2, 31}) {
+    const Frame last = tokenRowFrame(tokens - 1);
+    const Frame words = noticeFrame(tokens, 30);
+    EXPECT_EQ(words.y, band_height + last.y + last.height + 12) << tokens;
+    EXPECT_EQ(words.y + words.height + 12, toolbarFrame(tokenViewHeight(tokens, 30)).y) << tokens;
+    EXPECT_EQ(words.x, 12);
+    EXPECT_EQ(words.width, 236);
+    EXPECT_EQ(words.height, 30);
+  }
+}
+
 TEST(PanelFrames, ManagementRows) {
   EXPECT_EQ(managementFieldFrame(0), (Frame{20, 12, 180, 20}));
   EXPECT_EQ(managementFieldFrame(2), (Frame{20, 72, 180, 20}));
@@ -138,6 +155,13 @@ TEST(PanelRoll, ClosingCarriesTheRestInTheLastOfTenSteps) {
   const Places expected{{1650, 917}, {1650, 932},  {1650, 947},  {1650, 962},  {1650, 977},
                         {1650, 992}, {1650, 1007}, {1650, 1022}, {1650, 1037}, {1650, 1058}};
   EXPECT_EQ(closingRoll({1650, 902}, 156, 10), expected);
+}
+
+TEST(PanelRoll, ChunkIsTheHeightByTheSteps) {
+  EXPECT_EQ(rollChunk(156, 10), 15);
+  EXPECT_EQ(rollChunk(156, 157), 0);
+  EXPECT_EQ(rollChunk(156, -10), -15);
+  EXPECT_EQ(rollChunk(156, 0), 0);
 }
 
 TEST(PanelRoll, NoSteps) {

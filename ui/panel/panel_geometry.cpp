@@ -9,6 +9,9 @@ constexpr int token_row_distance = 72;
 constexpr int management_row_distance = 30;
 constexpr int first_row_y = 12;
 constexpr int least_list_height = 128;
+constexpr int notice_margin = 16;  // above and below words that stand alone
+constexpr int notice_gap = 8;      // that words under the rows add to the panel
+constexpr int notice_x = 12;
 
 // A count of steps that no screen has room for is as good as one a pixel.
 constexpr std::int64_t most_steps = 100'000;
@@ -43,8 +46,12 @@ Frame withoutBands(const Frame& frame) {
   return {frame.x, frame.y + band_height, frame.width, frame.height - 2 * band_height};
 }
 
-int tokenViewHeight(int tokens) {
-  return std::max(token_row_distance * tokens + 84, least_list_height);
+int tokenViewHeight(int tokens, int notice_height) {
+  const int height = std::max(token_row_distance * tokens + 84, least_list_height);
+  if (notice_height == 0) return height;
+  // Without rows the words have the panel to themselves.
+  return tokens == 0 ? std::max(height, notice_height + 2 * (band_height + notice_margin))
+                     : height + notice_height + notice_gap;
 }
 
 int managementViewHeight(int tokens) {
@@ -57,6 +64,15 @@ Frame tokenRowFrame(int index) {
 
 Frame countdownFrame(int tokens) {
   return {12, first_row_y, 12, tokens * token_row_distance - 12};
+}
+
+Frame noticeFrame(int tokens, int height) {
+  const int width = panel_width - 2 * notice_x;
+  if (tokens == 0) {
+    return {notice_x, band_height, width, tokenViewHeight(0, height) - 2 * band_height};
+  }
+  const int rows_end = band_height + token_row_distance * tokens;
+  return {notice_x, rows_end + first_row_y, width, height};
 }
 
 Frame managementFieldFrame(int index) {
@@ -76,10 +92,14 @@ Place defaultPlace(const ScreenSize& screen, int height, bool roll) {
           screen.full_height - menu_bar_height - (roll ? 0 : height)};
 }
 
+int rollChunk(int height, std::int64_t steps) {
+  return steps == 0 ? 0 : static_cast<int>(height / steps);
+}
+
 std::vector<Place> openingRoll(Place start, int height, std::int64_t steps) {
   std::vector<Place> places;
   if (steps > 0) {
-    const int chunk = static_cast<int>(height / steps);
+    const int chunk = rollChunk(height, steps);
     Place place = start;
     for (std::int64_t step = 0; step < std::min(steps, most_steps); ++step) {
       place.y -= chunk;
@@ -93,7 +113,7 @@ std::vector<Place> openingRoll(Place start, int height, std::int64_t steps) {
 std::vector<Place> closingRoll(Place start, int height, std::int64_t steps) {
   std::vector<Place> places;
   if (steps <= 0) return places;
-  const int chunk = static_cast<int>(height / steps);
+  const int chunk = rollChunk(height, steps);
   const std::int64_t moves = std::min(steps, most_steps);
   Place place = start;
   for (std::int64_t step = 0; step < moves; ++step) {

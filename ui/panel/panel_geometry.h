@@ -36,7 +36,8 @@ Frame withoutBands(const Frame& frame);
 
 // Heights of the views.
 
-int tokenViewHeight(int tokens);
+/// `notice_height`: of the words about what could not be read; 0: there are none.
+int tokenViewHeight(int tokens, int notice_height = 0);
 int managementViewHeight(int tokens);
 inline constexpr int add_view_height = 160;
 inline constexpr int manual_view_height = 200;
@@ -53,6 +54,9 @@ inline constexpr Frame description_frame{0, 5, 212, 20};
 inline constexpr Frame passcode_frame{0, 30, 212, 40};
 inline constexpr Frame copy_button_frame{159, 35, 48, 20};
 Frame countdownFrame(int tokens);
+/// Within the panel, under the rows or in their place: words about what could not be read, `height`
+/// high.
+Frame noticeFrame(int tokens, int height);
 
 // Rows of the management view, within it.
 
@@ -67,6 +71,9 @@ Frame flipped(const Frame& frame, int height);
 
 /// Under the menu bar at the right of the screen; with `roll` still above its place.
 Place defaultPlace(const ScreenSize& screen, int height, bool roll);
+
+/// What one of `steps` moves; 0 when there are none.
+int rollChunk(int height, std::int64_t steps);
 
 /// Every place the window is moved to, in order: `steps` intermediate ones, then the exact end. A
 /// count of 0 or less: the end alone.

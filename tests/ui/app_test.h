@@ -1,10 +1,12 @@
 #pragma once
 
-// The real controller over things in memory: a keychain, login items, user defaults, identifiers
-// that come to the device identity 0, a home of its own, and a clock that stands.
+// The real application over things in memory: a keychain, login items, user defaults, identifiers
+// that come to the device identity 0, a home of its own, and a clock that stands. Tests use it as
+// its user does.
 
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QMessageBox>
 #include <QPointer>
 #include <QTest>
@@ -22,14 +24,10 @@
 #include "tests/platform/faulty_keychain.h"
 #include "tests/support/memory_user_defaults.h"
 #include "tests/support/private_home.h"
-#include "tests/ui/clock.h"
+#include "tests/ui/frames.h"
 #include "ui/app_delegate.h"
 
 namespace talvane {
-
-// For messages.
-std::ostream& operator<<(std::ostream& out, const Frame& frame);
-std::ostream& operator<<(std::ostream& out, const Place& place);
 
 namespace test {
 
@@ -90,46 +88,74 @@ class AlertUser {
 
 }  // namespace test
 
-class DelegateTest : public testing::Test {
+class AppTest : public testing::Test {
  protected:
-  DelegateTest();
-  ~DelegateTest() override;
+  AppTest();
+  ~AppTest() override;
 
   /// The settings file's text; before `launch`. The trace is on.
   void setSettings(const std::string& text);
   /// Starts the program. The question about the login items is answered already unless a test has
   /// changed `defaults`.
   void launch();
-  /// The delegate, launched with its views made.
+  /// The program, launched with its views made.
   SoftTokenOSXAppDelegate& app();
 
-  /// Opens the view with this prefix without the roll.
-  void open(const std::string& prefix);
-  /// The same, and waits until it has the keyboard.
-  void show(const std::string& prefix);
+  /// Opens the panel, anew if it is open, goes to the view of this name as a user does, and waits
+  /// until it has the keyboard. The settings, and for "cv" the tokens, have to allow it.
+  void show(const std::string& name);
+  /// The response view, by a token "Response" typed by hand.
+  void showResponse();
+  void clickIcon();
   void click(const std::string& button);
+  /// Replaces what is in the field.
+  static void type(QLineEdit* field, const std::string& text);
+  void type(const std::string& field, const std::string& text);
   /// Lets everything happen that is queued.
   static void turnEventLoop();
 
+  /// The open panel; null: none is open.
+  [[nodiscard]] static SoftTokenWindow* panel();
+  /// The name of the open view; empty: the panel is closed.
+  [[nodiscard]] static std::string openView();
+  /// All that have the name, open or not; in the order in which they were made.
   template <typename Widget>
-  [[nodiscard]] Widget* find(const std::string& name) {
-    const QString wanted = QString::fromStdString(name);
+  [[nodiscard]] static std::vector<Widget*> all(const std::string& name) {
+    std::vector<Widget*> result;
     for (QWidget* window : QApplication::topLevelWidgets()) {
-      if (auto* found = window->findChild<Widget*>(wanted)) return found;
+      for (Widget* found : window->findChildren<Widget*>(QString::fromStdString(name))) {
+        result.push_back(found);
+      }
     }
-    ADD_FAILURE() << "no " << name;
+    return result;
+  }
+  /// The one that has the name.
+  template <typename Widget>
+  [[nodiscard]] static Widget* find(const std::string& name) {
+    const auto found = all<Widget>(name);
+    if (found.size() == 1) return found.front();
+    ADD_FAILURE() << found.size() << " are called " << name;
     return nullptr;
   }
-  [[nodiscard]] QAbstractButton* button(const std::string& name) {
+  [[nodiscard]] static QAbstractButton* button(const std::string& name) {
     return find<QAbstractButton>(name);
   }
-  [[nodiscard]] std::string caption(const std::string& name) {
+  [[nodiscard]] static std::string caption(const std::string& name) {
     return button(name)->text().toStdString();
   }
+  [[nodiscard]] static std::string textOf(const std::string& label) {
+    return find<QLabel>(label)->text().toStdString();
+  }
+  /// Of a label of the panel's own kind.
+  [[nodiscard]] static QColor colourOf(const std::string& label);
   /// The widget's frame within the open panel.
-  [[nodiscard]] Frame frameInPanel(const QWidget* widget);
+  [[nodiscard]] static Frame frameInPanel(const QWidget* widget);
+  /// The passcodes that the token view shows, from the top.
+  [[nodiscard]] static test::Lines codes();
+  /// Moves the clock, and lets the token view's second pass.
+  void tick(std::int64_t time);
 
-  // Tokens of another program: through the same keychain, past the delegate.
+  // Tokens of another program: through the same keychain, past the application.
 
   /// Stores a token in the first free slot.
   void store(const std::string& name, const std::string& seed = seed1, int period = 30);
@@ -144,31 +170,6 @@ class DelegateTest : public testing::Test {
   [[nodiscard]] test::Lines traced(const test::Lines& beginnings);
   void clearTrace();
 
-  // What is the delegate's own.
-
-  std::vector<FlippedImageView*>& rows() { return delegate_->tvtoken; }
-  std::vector<TextLabel*>& descriptions() { return delegate_->tvdesc; }
-  std::vector<TextLabel*>& passcodes() { return delegate_->tvpasscode; }
-  std::vector<PanelButton*>& copyButtons() { return delegate_->tvcopy; }
-  std::vector<PanelField*>& fields() { return delegate_->cvdesc; }
-  std::vector<PanelCheckbox*>& checkboxes() { return delegate_->cvdelete; }
-  Countdown* countdown() { return delegate_->tvcountdown; }
-  FlippedView* tokenList() { return delegate_->tvview; }
-  FlippedView* managementList() { return delegate_->cvview; }
-  FlippedView* background() { return delegate_->bg; }
-  FlippedImageView* logo() { return delegate_->bg_logo; }
-  TiledImageView* tile() { return delegate_->bg_tile_view; }
-  FlippedImageView* toolbar() { return delegate_->bg_toolbar; }
-  CloseButton* closeButton() { return delegate_->close; }
-  QWidget* savedContent() { return delegate_->content; }
-  QTimer* timer() { return delegate_->timer.get(); }
-  std::int32_t tokens() { return delegate_->TOKENS; }
-  const SoftTokenInfo* token(std::size_t index) { return delegate_->TOKEN[index].get(); }
-  void setOpenPanel(SoftTokenWindow* window) { delegate_->ow = window; }
-  SoftTokenWindow* panel() { return delegate_->ow; }
-  /// The prefix of the open view; empty when none is open.
-  std::string openView();
-
   static constexpr const char* seed1 = "GEZDGNBVGY3TQOJQ";
   static constexpr const char* seed2 = "JBSWY3DPEHPK3PXP";
 
@@ -182,7 +183,9 @@ class DelegateTest : public testing::Test {
   test::AlertUser alerts;
   test::Lines opened_pages;
   int status_items_shown = 0;
-  /// Asked before every call of the delegate's to the keychain; ok: it goes through.
+  /// What the clock shows, in seconds since the Unix epoch. It stands until it is set.
+  std::int64_t clock = 0;
+  /// Asked before every call of the application's to the keychain; ok: it goes through.
   std::function<KeychainStatus(test::FaultyKeychain::Call)> fault;
 
  private:
@@ -190,7 +193,7 @@ class DelegateTest : public testing::Test {
 
   std::size_t writes_ = 0;
   std::unique_ptr<Ini> ini_;
-  std::unique_ptr<SoftTokenOSXAppDelegate> delegate_;
+  std::unique_ptr<SoftTokenOSXAppDelegate> app_;
 };
 
 }  // namespace talvane

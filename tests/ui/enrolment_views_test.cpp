@@ -5,7 +5,7 @@
 #include <optional>
 #include <utility>
 
-#include "tests/ui/delegate_test.h"
+#include "tests/ui/app_test.h"
 
 namespace talvane {
 namespace {
@@ -19,7 +19,7 @@ constexpr const char* two_lists =
 constexpr const char* third_list = "QUESTIONS3:Pet,Street,Song\r\n";
 constexpr const char* pin_lines = "INPUT:USERCREATEPIN=True\r\nPINLENGTH:4\r\n";
 
-class EnrolmentTest : public DelegateTest {
+class EnrolmentTest : public AppTest {
  protected:
   EnrolmentTest() { setSettings("AllowManual=1\nEnrolURL=https://srv\n"); }
 
@@ -42,12 +42,6 @@ class EnrolmentTest : public DelegateTest {
     ASSERT_EQ(openView(), "evgi");
   }
 
-  void type(const std::string& field, const std::string& text) {
-    auto* widget = find<QLineEdit>(field);
-    widget->clear();
-    QTest::keyClicks(widget, QString::fromStdString(text));
-    turnEventLoop();
-  }
   std::string message() { return find<QLabel>("eva_message")->text().toStdString(); }
   Frame place(const std::string& name) { return frameOf(find<QWidget>(name)->geometry()); }
   bool shows(const std::string& name) { return find<QWidget>(name)->isVisible(); }
@@ -60,9 +54,6 @@ class EnrolmentTest : public DelegateTest {
       if (shows(field)) rows.emplace_back(name);
     }
     return rows;
-  }
-  QColor colourOf(const std::string& label) {
-    return dynamic_cast<TextLabel*>(find<QLabel>(label))->textColour();
   }
   /// Picks the item as a user does.
   void pick(int menu, int item) {
@@ -188,15 +179,25 @@ TEST_F(EnrolmentTest, RefusalStandsInRedInPlaceOfThePrompt) {
   EXPECT_EQ(alerts.texts(), Lines());
 }
 
-TEST_F(EnrolmentTest, LabelsAreAsWideAsTheWidestTextNeeds) {
-  setSettings("EnrolURL=https://srv\nStrPassword=A rather long name:\n");
-  signIn("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
-  const QFontMetrics metrics(find<QLabel>("eva_useridlabel")->font());
-  const int widest = metrics.horizontalAdvance(QStringLiteral("A rather long name:"));
-  for (const char* row : {"eva_userid", "eva_password", "eva_passcode"}) {
-    EXPECT_NEAR(place(row + std::string("label")).width, widest + 17, 1) << row;
-    EXPECT_NEAR(place(row).x, widest + 34, 1) << row;
-    EXPECT_NEAR(place(row).width, 260 - 51 - widest, 1) << row;
+TEST_F(EnrolmentTest, SignInFormMakesRoomForItsWidestLabel) {
+  const std::pair<const char*, std::string> rows[] = {
+      {"", "Microsoft Password"},
+      {"StrUsername=The name of your account\n", "The name of your account"},
+      {"StrPassword=p\nStrPasscode=code\nStrUsername=u\n", "code"}};
+  for (const auto& [settings, widest] : rows) {
+    setSettings(settings);
+    launch();
+    app();
+    const QFontMetrics metrics(find<QLabel>("eva_useridlabel")->font());
+    const int width = metrics.horizontalAdvance(QString::fromStdString(widest));
+    const int y[] = {102, 134, 166};
+    const char* labels[] = {"eva_useridlabel", "eva_passwordlabel", "eva_passcodelabel"};
+    const char* entries[] = {"eva_userid", "eva_password", "eva_passcode"};
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_EQ(frameOf(find<QLabel>(labels[i])->geometry()), (Frame{10, y[i], width + 17, 22}));
+      EXPECT_EQ(frameOf(find<QLineEdit>(entries[i])->geometry()),
+                (Frame{width + 34, y[i], 260 - 51 - width, 22}));
+    }
   }
 }
 
@@ -407,8 +408,9 @@ TEST_F(EnrolmentTest, AnswersLeadToTheTokenInTheTokenView) {
 
 TEST_F(EnrolmentTest, AddressThatCannotBeReachedIsShownForCorrection) {
   network.answer(UrlResponse{0, std::nullopt, UrlResponse::Error{"Nobody there", 7}, std::nullopt});
-  open("eva");
-  ASSERT_TRUE(QTest::qWaitFor([this] { return openView() == "evgu"; }));
+  show("av");
+  click("avenrol");
+  ASSERT_TRUE(QTest::qWaitFor([] { return openView() == "evgu"; }));
   EXPECT_EQ(find<QLabel>("evgu_message")->text(), QStringLiteral("Error: [http] Nobody there [7]"));
   EXPECT_GT(colourOf("evgu_message").red(), 240);
   EXPECT_LT(colourOf("evgu_message").green(), 160);
@@ -428,30 +430,51 @@ TEST_F(EnrolmentTest, AddressThatCannotBeReachedIsShownForCorrection) {
   EXPECT_EQ(network.requests().back().url, "https://other/taenrol/enrol.exe?SoftTokenMode=7200");
 }
 
+TEST_F(EnrolmentTest, WithoutAnAddressItIsAskedFor) {
+  setSettings("AllowManual=1\n");
+  show("evgu");
+  EXPECT_EQ(textOf("evgu_message"), "No enrol URL configured");
+  EXPECT_TRUE(shows("evgu_message"));
+  EXPECT_EQ(panel()->height(), 270);
+}
+
+TEST_F(EnrolmentTest, MessageAboutTheAddressHasTheTextOfTheSettings) {
+  setSettings("AllowManual=1\nStrErrNoEnrolURL=Ask your administrator\n");
+  show("evgu");
+  EXPECT_EQ(textOf("evgu_message"), "Ask your administrator");
+}
+
 TEST_F(EnrolmentTest, CancelInTheAddressViewGoesToTheAddViewOrHome) {
+  setSettings("AllowManual=1\n");
   show("evgu");
   click("evgu_cancel");
   EXPECT_EQ(openView(), "av");
-  setSettings("EnrolURL=https://srv\n");
+  setSettings("AllowManual=0\n");
   launch();
   show("evgu");
   click("evgu_cancel");
   EXPECT_EQ(openView(), "tv");
 }
 
-TEST_F(EnrolmentTest, CancelOfTheFirstRequestLeavesTheLaterSessionAlone) {
+TEST_F(EnrolmentTest, AnswerToASessionThatWasCancelledIsPassedOver) {
+  const auto answered = [this](std::size_t count) {
+    return QTest::qWaitFor(
+        [&] { return traced({"EVA: threadstart: http result"}).size() == count; });
+  };
+  network.hold(0);
+  network.answer("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
   show("eva");
   network.awaitRequests(1);
   click("eva_cancel");
   EXPECT_EQ(openView(), "av");
-  show("eva");
-  network.awaitRequests(2);
-  // Both answers arrive; the first belongs to a session that is gone.
-  network.answer("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
-  network.answer("RESULT:OK\r\nVERSION:7200\r\n");
-  ASSERT_TRUE(QTest::qWaitFor([this] { return message() != "Please wait..."; }));
+  signIn("RESULT:OK\r\nVERSION:7200\r\n");
+  ASSERT_TRUE(answered(1));
+  EXPECT_EQ(signInRows(), Lines{"userid"});
+  network.letGo(0);
+  ASSERT_TRUE(answered(2));
+  turnEventLoop();
   EXPECT_EQ(openView(), "eva");
-  EXPECT_TRUE(shows("eva_userid"));
+  EXPECT_EQ(signInRows(), Lines{"userid"});
 }
 
 }  // namespace

@@ -1,22 +1,15 @@
-#include "tests/ui/delegate_test.h"
+#include "tests/ui/app_test.h"
 
 #include <QApplication>
 #include <QPushButton>
 #include <algorithm>
+#include <map>
 #include <utility>
 
 #include "platform/trace.h"
+#include "ui/kit/look.h"
 
 namespace talvane {
-
-std::ostream& operator<<(std::ostream& out, const Frame& frame) {
-  return out << '(' << frame.x << ", " << frame.y << ", " << frame.width << ", " << frame.height
-             << ')';
-}
-
-std::ostream& operator<<(std::ostream& out, const Place& place) {
-  return out << '(' << place.x << ", " << place.y << ')';
-}
 
 namespace test {
 
@@ -127,8 +120,7 @@ std::function<void(QMessageBox&)> AlertUser::press(const std::string& button) {
 
 }  // namespace test
 
-DelegateTest::DelegateTest() {
-  test::clock_time = 0;
+AppTest::AppTest() {
   defaults.values["LoginItemPromptDone"] = "YES";
   keychain.fault = [this](test::FaultyKeychain::Call call, std::size_t /*number*/) {
     using Call = test::FaultyKeychain::Call;
@@ -139,27 +131,28 @@ DelegateTest::DelegateTest() {
   setSettings("AllowManual=1\n");
 }
 
-DelegateTest::~DelegateTest() {
-  delegate_.reset();
+AppTest::~AppTest() {
+  app_.reset();
   turnEventLoop();
 }
 
-void DelegateTest::setSettings(const std::string& text) {
+void AppTest::setSettings(const std::string& text) {
   test::writeFile(home.home() + "/tasofttoken.ini", "Debug=yes\n" + text);
 }
 
-void DelegateTest::launch() {
+void AppTest::launch() {
   SettingsFolders folders;
   folders.home = home.home();
   folders.system = home.root() + "/none";
   folders.bundle = home.root() + "/none";
-  delegate_.reset();
+  app_.reset();
   ini_ = std::make_unique<Ini>(defaults, folders);
   AppParts parts;
   parts.keychain = &keychain;
   parts.identifiers = &identifiers;
   parts.defaults = &defaults;
   parts.ini = ini_.get();
+  parts.clock = [this] { return clock; };
   parts.make_login_item = [this] { return login_items.makeItem(); };
   parts.make_loader = [this](std::string* /*error*/) { return network.makeLoader(); };
   parts.show_status_item = [this] { ++status_items_shown; };
@@ -168,28 +161,50 @@ void DelegateTest::launch() {
   };
   parts.trace_path = home.home() + "/softtoken.txt";
   parts.console = false;
-  delegate_ = std::make_unique<SoftTokenOSXAppDelegate>(std::move(parts));
-  delegate_->applicationDidFinishLaunching();
+  app_ = std::make_unique<SoftTokenOSXAppDelegate>(std::move(parts));
+  app_->applicationDidFinishLaunching();
 }
 
-SoftTokenOSXAppDelegate& DelegateTest::app() {
-  if (delegate_ == nullptr) launch();
-  delegate_->loadInterface();
-  return *delegate_;
+SoftTokenOSXAppDelegate& AppTest::app() {
+  if (app_ == nullptr) launch();
+  app_->loadInterface();
+  return *app_;
 }
 
-void DelegateTest::open(const std::string& prefix) {
-  SoftTokenOSXAppDelegate& delegate = app();
-  if (delegate.isOpen()) delegate.closeWindow(delegate.openPanel(), false);
-  delegate.openWindow(delegate.window(prefix), -1, -1, false);
-}
-
-void DelegateTest::show(const std::string& prefix) {
-  open(prefix);
+void AppTest::show(const std::string& name) {
+  static const std::map<std::string, test::Lines> ways{{"tv", {}},
+                                                       {"cv", {"tvconfig"}},
+                                                       {"av", {"tvadd"}},
+                                                       {"hv", {"tvhelp"}},
+                                                       {"mv", {"tvadd", "avmanual"}},
+                                                       {"eva", {"tvadd", "avenrol"}},
+                                                       {"evgu", {"tvadd", "avenrol"}}};
+  app();
+  if (panel() != nullptr) clickIcon();
+  clickIcon();
+  for (const std::string& step : ways.at(name)) {
+    // Where there is one way only to add a token, the choice is left out.
+    if (openView() != name) click(step);
+  }
+  ASSERT_EQ(openView(), name);
   EXPECT_TRUE(QTest::qWaitForWindowActive(panel()));
 }
 
-void DelegateTest::click(const std::string& name) {
+void AppTest::showResponse() {
+  show("mv");
+  type("mvdesc", "Response");
+  type("mvseed", "UH7XKZFDVCTPT");
+  click("mvok");
+  ASSERT_EQ(openView(), "rv");
+  EXPECT_TRUE(QTest::qWaitForWindowActive(panel()));
+}
+
+void AppTest::clickIcon() {
+  app().iconClicked();
+  turnEventLoop();
+}
+
+void AppTest::click(const std::string& name) {
   QAbstractButton* pressed = button(name);
   ASSERT_NE(pressed, nullptr);
   ASSERT_TRUE(pressed->isVisible()) << name;
@@ -197,26 +212,58 @@ void DelegateTest::click(const std::string& name) {
   turnEventLoop();
 }
 
-void DelegateTest::turnEventLoop() {
+void AppTest::type(QLineEdit* field, const std::string& text) {
+  field->clear();
+  QTest::keyClicks(field, QString::fromStdString(text));
+  turnEventLoop();
+}
+
+void AppTest::type(const std::string& field, const std::string& text) {
+  type(find<QLineEdit>(field), text);
+}
+
+void AppTest::turnEventLoop() {
   QCoreApplication::processEvents();
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   QCoreApplication::processEvents();
 }
 
-Frame DelegateTest::frameInPanel(const QWidget* widget) {
+SoftTokenWindow* AppTest::panel() {
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    auto* panel = dynamic_cast<SoftTokenWindow*>(window);
+    if (panel != nullptr && panel->isVisible()) return panel;
+  }
+  return nullptr;
+}
+
+std::string AppTest::openView() {
+  return panel() == nullptr ? std::string() : panel()->objectName().toStdString();
+}
+
+QColor AppTest::colourOf(const std::string& label) {
+  return dynamic_cast<TextLabel&>(*find<QLabel>(label)).textColour();
+}
+
+Frame AppTest::frameInPanel(const QWidget* widget) {
   return frameOf(
       QRect(widget->mapTo(static_cast<QWidget*>(panel()), QPoint(0, 0)), widget->size()));
 }
 
-std::string DelegateTest::openView() {
-  if (!delegate_->isOpen()) return {};
-  for (const char* prefix : {"tv", "cv", "av", "mv", "rv", "hv", "eva", "evgi", "evgu"}) {
-    if (delegate_->window(prefix) == delegate_->openPanel()) return prefix;
+test::Lines AppTest::codes() {
+  test::Lines result;
+  for (const QLabel* label : all<QLabel>("tvpasscode")) {
+    result.push_back(label->text().toStdString());
   }
-  return "unknown";
+  return result;
 }
 
-void DelegateTest::asAnotherProgram(const std::function<void()>& work) {
+void AppTest::tick(std::int64_t time) {
+  clock = time;
+  QMetaObject::invokeMethod(find<QTimer>("timer"), "timeout");
+  turnEventLoop();
+}
+
+void AppTest::asAnotherProgram(const std::function<void()>& work) {
   Gateway* before = vane::interface();
   vaneinterface gateway(keychain.memory, identifiers);
   gateway.setConsole(false);
@@ -228,7 +275,7 @@ void DelegateTest::asAnotherProgram(const std::function<void()>& work) {
   talibobjc_Trace::traceOn(tracing);
 }
 
-void DelegateTest::store(const std::string& name, const std::string& seed, int period) {
+void AppTest::store(const std::string& name, const std::string& seed, int period) {
   asAnotherProgram([&] {
     SoftTokenInfo token;
     token.description = name;
@@ -239,11 +286,11 @@ void DelegateTest::store(const std::string& name, const std::string& seed, int p
   });
 }
 
-void DelegateTest::storeMany(int count) {
+void AppTest::storeMany(int count) {
   for (int i = 0; i < count; ++i) store("Token " + std::to_string(i));
 }
 
-test::Lines DelegateTest::storedNames() {
+test::Lines AppTest::storedNames() {
   test::Lines names;
   asAnotherProgram([&] {
     vane::TokenArray tokens;
@@ -255,7 +302,7 @@ test::Lines DelegateTest::storedNames() {
   return names;
 }
 
-void DelegateTest::deleteStored(std::uint32_t slot) {
+void AppTest::deleteStored(std::uint32_t slot) {
   asAnotherProgram([slot] {
     std::array<std::uint8_t, vane::max_tokens> selected{};
     selected[slot] = 1;
@@ -263,7 +310,7 @@ void DelegateTest::deleteStored(std::uint32_t slot) {
   });
 }
 
-void DelegateTest::renameStored(std::uint32_t slot, const std::string& name) {
+void AppTest::renameStored(std::uint32_t slot, const std::string& name) {
   asAnotherProgram([&] {
     std::unique_ptr<SoftTokenInfo> token;
     ASSERT_TRUE(vane::ReadToken(slot, &token));
@@ -273,7 +320,7 @@ void DelegateTest::renameStored(std::uint32_t slot, const std::string& name) {
   });
 }
 
-test::Lines DelegateTest::traced(const test::Lines& beginnings) {
+test::Lines AppTest::traced(const test::Lines& beginnings) {
   test::Lines result;
   const std::string trace = test::readFile(home.home() + "/softtoken.txt");
   std::size_t begin = 0;
@@ -296,7 +343,7 @@ test::Lines DelegateTest::traced(const test::Lines& beginnings) {
   return result;
 }
 
-void DelegateTest::clearTrace() {
+void AppTest::clearTrace() {
   test::writeFile(home.home() + "/softtoken.txt", "");
 }
 

@@ -2,14 +2,14 @@
 
 #include <QEventLoop>
 
-#include "tests/ui/delegate_test.h"
+#include "tests/ui/app_test.h"
 
 namespace talvane {
 namespace {
 
 using test::Lines;
 
-class HelpTest : public DelegateTest {
+class HelpTest : public AppTest {
  protected:
   using Targets = std::vector<std::optional<std::string>>;
 };

@@ -1,6 +1,10 @@
 // The management view: deleting and renaming.
 
-#include "tests/ui/delegate_test.h"
+#include <QCheckBox>
+#include <QLineEdit>
+
+#include "tests/ui/app_test.h"
+#include "ui/kit/look.h"
 
 namespace talvane {
 namespace {
@@ -8,20 +12,19 @@ namespace {
 using test::AlertUser;
 using test::Lines;
 
-class ManagementTest : public DelegateTest {
+class ManagementTest : public AppTest {
  protected:
-  void check(std::size_t index) { QTest::keyClick(checkboxes()[index], Qt::Key_Space); }
-  void type(std::size_t index, const std::string& text) {
-    fields()[index]->selectAll();
-    QTest::keyClicks(fields()[index], QString::fromStdString(text));
-  }
+  static std::vector<QLineEdit*> fields() { return all<QLineEdit>("cvdesc"); }
+  static std::vector<QCheckBox*> checkboxes() { return all<QCheckBox>("cvdelete"); }
+  static void check(std::size_t index) { QTest::keyClick(checkboxes().at(index), Qt::Key_Space); }
+  static void rename(std::size_t index, const std::string& text) { type(fields().at(index), text); }
   void deleteAndAnswer(const std::string& answer) {
     alerts.answers.push_back(AlertUser::press(answer));
     click("cvtrash");
   }
-  Lines shownNames() {
+  static Lines shownNames() {
     Lines names;
-    for (const PanelField* field : fields()) names.push_back(field->text().toStdString());
+    for (const QLineEdit* field : fields()) names.push_back(field->text().toStdString());
     return names;
   }
   void failOn(test::FaultyKeychain::Call failing, KeychainStatus status) {
@@ -34,21 +37,40 @@ class ManagementTest : public DelegateTest {
   }
 };
 
-TEST_F(ManagementTest, FramesOfTheRows) {
+TEST_F(ManagementTest, RowsStandWhereTheyShould) {
   storeMany(3);
   show("cv");
-  EXPECT_EQ(frameInPanel(managementList()), (Frame{0, 34, 260, 176 - 68}));
+  const auto* list = find<QWidget>("cvview");
+  EXPECT_EQ(frameInPanel(list), withoutBands({0, 0, 260, managementViewHeight(3)}));
   ASSERT_EQ(fields().size(), 3U);
   ASSERT_EQ(checkboxes().size(), 3U);
-  const int y[] = {12, 42, 72};
-  for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(frameOf(fields()[i]->geometry()), (Frame{20, y[i], 180, 20}));
-    EXPECT_EQ(frameOf(checkboxes()[i]->geometry()), (Frame{212, y[i], 180, 20}));
-    EXPECT_EQ(fields()[i]->parentWidget(), managementList());
-    EXPECT_EQ(checkboxes()[i]->parentWidget(), managementList());
+  for (int row = 0; row < 3; ++row) {
+    const auto i = static_cast<std::size_t>(row);
+    EXPECT_EQ(frameOf(fields()[i]->geometry()), managementFieldFrame(row));
+    EXPECT_EQ(frameOf(checkboxes()[i]->geometry()), managementCheckboxFrame(row));
+    EXPECT_EQ(fields()[i]->parentWidget(), list);
+    EXPECT_EQ(checkboxes()[i]->parentWidget(), list);
     EXPECT_TRUE(fields()[i]->isVisible());
     EXPECT_TRUE(checkboxes()[i]->isVisible());
   }
+}
+
+TEST_F(ManagementTest, OpeningIsTraced) {
+  storeMany(2);
+  show("tv");
+  clearTrace();
+  click("tvconfig");
+  const Place place = defaultPlace(mainScreenSize(), 146, false);
+  EXPECT_EQ(traced({"APP: openWindow", "CV : "}),
+            (Lines{"APP: openWindow: begin (x:-1 y:-1 roll:0)",
+                   "APP: openWindow: reading tokens...", "APP: openWindow: found 2 tokens",
+                   "APP: openWindow: token[00] d:Token 0 s:GEZDGNBVGY3TQOJQ",
+                   "APP: openWindow: token[01] d:Token 1 s:GEZDGNBVGY3TQOJQ",
+                   "APP: openWindow: calculated cv height: 146",
+                   "APP: openWindow: calculated x:" + std::to_string(place.x) +
+                       " y:" + std::to_string(place.y),
+                   "CV : init: begin", "CV : init: loop start [0]", "CV : init: loop start [1]",
+                   "CV : init: end", "APP: openWindow: end"}));
 }
 
 TEST_F(ManagementTest, RowsShowTheCurrentNamesAndNothingChecked) {
@@ -79,13 +101,6 @@ TEST_F(ManagementTest, TitlesOfTheSettings) {
   EXPECT_EQ(caption("cvtrash"), "D");
   EXPECT_EQ(caption("cvhome"), "H");
   EXPECT_EQ(caption("cvadd"), "A");
-}
-
-TEST_F(ManagementTest, WithoutTokensItReturnsAtOnce) {
-  open("cv");
-  EXPECT_EQ(openView(), "cv");
-  turnEventLoop();
-  EXPECT_EQ(openView(), "tv");
 }
 
 TEST_F(ManagementTest, DeletingNothingAsksForAChoiceAndForNothingElse) {
@@ -192,7 +207,7 @@ TEST_F(ManagementTest, DeletingTheLastTokenLeadsHome) {
 TEST_F(ManagementTest, AllOf32CanBeDeletedAtOnce) {
   storeMany(32);
   show("cv");
-  for (PanelCheckbox* checkbox : checkboxes()) checkbox->setChecked(true);
+  for (QCheckBox* checkbox : checkboxes()) checkbox->setChecked(true);
   deleteAndAnswer("YES");
   turnEventLoop();
   EXPECT_EQ(keychain.memory.items.size(), 0U);
@@ -210,7 +225,7 @@ TEST_F(ManagementTest, NothingIsDeletedWhenAnotherProgramMovedTheTokens) {
   click("cvtrash");
   EXPECT_EQ(storedNames(), (Lines{"Token 1", "Token 2"}));
   EXPECT_EQ(alerts.texts(), (Lines{"Are you sure you want to delete these tokens?",
-                                   "The tokens have changed meanwhile; nothing was deleted"}));
+                                   "The tokens changed in the meantime; nothing was deleted"}));
   EXPECT_EQ(shownNames(), (Lines{"Token 1", "Token 2"}));
 }
 
@@ -266,11 +281,11 @@ TEST_F(ManagementTest, HomeSavesNewNamesBesideTheFirstOnes) {
   storeMany(2);
   show("cv");
   clearTrace();
-  type(1, "Bank");
+  rename(1, "Bank");
   click("cvhome");
   EXPECT_EQ(openView(), "tv");
   EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 1|Bank"}));
-  EXPECT_EQ(descriptions()[1]->text(), QStringLiteral("Bank"));
+  EXPECT_EQ(all<QLabel>("tvdesc").at(1)->text(), QStringLiteral("Bank"));
   EXPECT_EQ(writes(), 1U);
   EXPECT_EQ(traced({"CV : "}),
             (Lines{"CV : homeclicked: begin", "CV : homeclicked: [0] nothing to do",
@@ -281,7 +296,7 @@ TEST_F(ManagementTest, HomeSavesNewNamesBesideTheFirstOnes) {
 TEST_F(ManagementTest, SecondRenameReplacesTheFirst) {
   store("Mail|Work");
   show("cv");
-  type(0, "Post");
+  rename(0, "Post");
   click("cvhome");
   EXPECT_EQ(storedNames(), (Lines{"Mail|Post"}));
 }
@@ -289,7 +304,7 @@ TEST_F(ManagementTest, SecondRenameReplacesTheFirst) {
 TEST_F(ManagementTest, RenamingToTheSameTextWritesNothing) {
   store("Mail|Work");
   show("cv");
-  type(0, "Work");
+  rename(0, "Work");
   click("cvhome");
   EXPECT_EQ(openView(), "tv");
   EXPECT_EQ(writes(), 0U);
@@ -298,13 +313,11 @@ TEST_F(ManagementTest, RenamingToTheSameTextWritesNothing) {
 
 TEST_F(ManagementTest, RenamedTokenKeepsItsSeedAndPeriod) {
   store("Mail", seed1, 60);
-  test::clock_time = 65;
+  clock = 65;
   show("cv");
-  type(0, "Post");
+  rename(0, "Post");
   click("cvhome");
-  ASSERT_NE(token(0), nullptr);
-  EXPECT_EQ(token(0)->period, 60);
-  EXPECT_EQ(passcodes()[0]->text(), QStringLiteral("263420"));
+  EXPECT_EQ(codes(), (Lines{"263420"}));
 }
 
 TEST_F(ManagementTest, NameGivenElsewhereMeanwhileIsNotUndone) {
@@ -320,7 +333,7 @@ TEST_F(ManagementTest, NameTypedHereCountsAgainstOneGivenElsewhere) {
   store("Mail");
   show("cv");
   renameStored(0, "Elsewhere");
-  type(0, "Here");
+  rename(0, "Here");
   click("cvhome");
   EXPECT_EQ(storedNames(), (Lines{"Mail|Here"}));
 }
@@ -328,10 +341,38 @@ TEST_F(ManagementTest, NameTypedHereCountsAgainstOneGivenElsewhere) {
 TEST_F(ManagementTest, NameIsNotGivenToATokenThatMovedIntoTheSlot) {
   storeMany(2);
   show("cv");
-  type(0, "Bank");
+  rename(0, "Bank");
   deleteStored(0);
   click("cvhome");
+  EXPECT_EQ(alerts.texts(), (Lines{"The tokens changed in the meantime; nothing was renamed"}));
   EXPECT_EQ(storedNames(), (Lines{"Token 1"}));
+  EXPECT_EQ(openView(), "cv");
+  EXPECT_EQ(shownNames(), (Lines{"Token 1"}));
+}
+
+TEST_F(ManagementTest, NameThatCannotBeGivenIsToldAndStaysInItsField) {
+  storeMany(2);
+  show("cv");
+  rename(0, "Bank");
+  rename(1, "");
+  click("cvhome");
+  ASSERT_EQ(alerts.seen.size(), 1U);
+  EXPECT_EQ(openView(), "cv");
+  EXPECT_EQ(shownNames(), (Lines{"Bank", ""}));
+  EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 1"}));
+}
+
+TEST_F(ManagementTest, KeychainThatRefusesANameIsToldAndTheTextStays) {
+  store("Mail");
+  show("cv");
+  rename(0, "Bank");
+  failOn(test::FaultyKeychain::Call::add, KeychainStatus::disk_full);
+  click("cvhome");
+  fault = nullptr;
+  EXPECT_EQ(alerts.texts(), (Lines{"words for -34 [-34]"}));
+  EXPECT_EQ(openView(), "cv");
+  EXPECT_EQ(shownNames(), (Lines{"Bank"}));
+  EXPECT_EQ(storedNames(), (Lines{"Mail"}));
 }
 
 TEST_F(ManagementTest, StoreThatCannotBeChangedKeepsTheViewAndTheText) {
@@ -340,7 +381,7 @@ TEST_F(ManagementTest, StoreThatCannotBeChangedKeepsTheViewAndTheText) {
   const std::string file = home.root() + "/file";
   test::writeFile(file, "");
   home.environment.set("XDG_DATA_HOME", file);
-  type(0, "Bank");
+  rename(0, "Bank");
   click("cvhome");
   EXPECT_EQ(openView(), "cv");
   EXPECT_EQ(shownNames(), (Lines{"Bank"}));

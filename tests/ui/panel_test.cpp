@@ -1,0 +1,545 @@
+// The panel by itself, with views of the test's own.
+
+#include "ui/panel/panel.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDragEnterEvent>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QScreen>
+#include <QTest>
+#include <QWheelEvent>
+#include <array>
+#include <optional>
+#include <string>
+
+#include "engine/vane.h"
+#include "platform/memory/memory_keychain.h"
+#include "tests/platform/fake_device_identifiers.h"
+#include "tests/support/fake_gateway.h"
+#include "tests/support/memory_user_defaults.h"
+#include "tests/support/private_home.h"
+#include "tests/ui/frames.h"
+#include "tests/ui/on_event.h"
+#include "ui/kit/look.h"
+
+namespace talvane {
+namespace {
+
+using Lines = std::vector<std::string>;
+using Places = std::vector<Place>;
+
+constexpr int height_of_test_views = 156;
+
+// A field, two rows to walk through, and two buttons.
+class TestView final : public View {
+ public:
+  TestView(Panel& panel, const char* name, int height = height_of_test_views)
+      : View(name, height), panel_(panel) {
+    QWidget* content = window()->contentView();
+    field = new QLineEdit(content);
+    field->setGeometry(10, 40, 100, 20);
+    for (PanelButton*& button : buttons) button = new PanelButton(content);
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+      rows_[i] = new PanelButton(content);
+      rows_[i]->setGeometry(10, 60 + 20 * static_cast<int>(i), 100, 20);
+    }
+    onClick(buttons[0], [this] { ++accepted; });
+    onClick(buttons[1], [this] { ++cancelled; });
+  }
+
+  void init() override {
+    ++inits;
+    panel_.positionToolbarLeft(buttons[0]);
+    panel_.positionToolbarCentre(buttons[1]);
+    panel_.positionToolbarRight(buttons[2]);
+    field->setFocus();
+  }
+  void closed() override { ++closes; }
+  void released() override { ++releases; }
+  View* standIn() override { return stand_in; }
+  [[nodiscard]] QAbstractButton* accepting() const override { return buttons[0]; }
+  [[nodiscard]] QAbstractButton* cancelling() const override {
+    return can_cancel ? buttons[1] : nullptr;
+  }
+  [[nodiscard]] std::vector<QWidget*> rows() const override { return {rows_[0], rows_[1]}; }
+  bool keyPressed(const QKeyEvent& event) override {
+    keys.push_back(event.key());
+    return true;
+  }
+
+  QLineEdit* field = nullptr;
+  std::array<PanelButton*, 3> buttons{};
+  std::array<PanelButton*, 2> rows_{};
+  View* stand_in = nullptr;
+  bool can_cancel = true;
+  int inits = 0;
+  int closes = 0;
+  int releases = 0;
+  int accepted = 0;
+  int cancelled = 0;
+  std::vector<int> keys;
+
+ private:
+  Panel& panel_;
+};
+
+class PanelTest : public testing::Test {
+ protected:
+  PanelTest() { vane::SetInterface(&log); }
+  ~PanelTest() override { vane::SetInterface(nullptr); }
+
+  void watch(const TestView& view) {
+    view.window()->moved = [this](Place place) { places.push_back(place); };
+  }
+  void open(const TestView& view, bool roll = false) {
+    panel.openWindow(view.window(), -1, -1, roll);
+  }
+  /// And waits until it has the keyboard.
+  void show(const TestView& view) {
+    open(view);
+    EXPECT_TRUE(QTest::qWaitForWindowActive(view.window()));
+  }
+  static void press(QWidget* widget, Qt::Key key) { QTest::keyClick(widget, key); }
+  /// The upper edge of a window, from the screen's.
+  static int top(const QWidget* window) { return window->y() - screen().y(); }
+  static QRect screen() { return QGuiApplication::primaryScreen()->geometry(); }
+  template <typename Widget = QWidget>
+  Widget* part(const char* name) {
+    return panel.openPanel()->findChild<Widget*>(QLatin1String(name));
+  }
+  [[nodiscard]] Frame frameInPanel(const QWidget* widget) {
+    return frameOf(QRect(widget->mapTo(static_cast<QWidget*>(panel.openPanel()), QPoint(0, 0)),
+                         widget->size()));
+  }
+  /// Where the panel is after it has been opened with the roll, and closed with it.
+  void expectOpensAndCloses() {
+    open(first, true);
+    EXPECT_EQ(top(first.window()), menu_bar_height);
+    panel.closeclicked();
+    EXPECT_FALSE(first.window()->isVisible());
+    EXPECT_FALSE(panel.isOpen());
+  }
+
+  test::FakeGateway log;
+  test::PrivateHome home;
+  test::MemoryUserDefaults defaults;
+  Ini ini{defaults, SettingsFolders{home.home(), home.home(), home.home()}};
+  MemoryKeychain keychain;
+  test::FakeDeviceIdentifiers identifiers;
+  vaneinterface gateway{keychain, identifiers};
+  TokenStore store{gateway, keychain};
+  Panel panel{ini, store};
+  TestView& first = panel.add(std::make_unique<TestView>(panel, "first"));
+  TestView& second = panel.add(std::make_unique<TestView>(panel, "second", 246));
+  Places places;
+};
+
+// Opening, closing, changing.
+
+TEST_F(PanelTest, WindowsAreFoundByTheirNames) {
+  EXPECT_EQ(panel.window("first"), first.window());
+  EXPECT_EQ(panel.window("second"), second.window());
+  EXPECT_EQ(panel.window("third"), nullptr);
+}
+
+TEST_F(PanelTest, NothingIsOpenAtFirst) {
+  EXPECT_FALSE(panel.isOpen());
+  EXPECT_EQ(panel.openPanel(), nullptr);
+  EXPECT_EQ(first.inits, 0);
+}
+
+TEST_F(PanelTest, OpensOneViewInItsHeight) {
+  open(first);
+  EXPECT_TRUE(panel.isOpen());
+  EXPECT_EQ(panel.openPanel(), first.window());
+  EXPECT_TRUE(first.window()->isVisible());
+  EXPECT_EQ(first.window()->size(), QSize(260, height_of_test_views));
+  EXPECT_EQ(first.inits, 1);
+  EXPECT_EQ(second.inits, 0);
+}
+
+TEST_F(PanelTest, StandInOpensInItsPlace) {
+  first.stand_in = &second;
+  open(first);
+  EXPECT_EQ(panel.openPanel(), second.window());
+  EXPECT_FALSE(first.window()->isVisible());
+  EXPECT_EQ(second.window()->height(), 246);
+  EXPECT_EQ(first.inits, 0);
+  EXPECT_EQ(second.inits, 1);
+}
+
+TEST_F(PanelTest, WindowThatIsNoViewsIs500High) {
+  SoftTokenWindow other({0, 0, 260, 10});
+  panel.openWindow(&other, 30, 40, false);
+  EXPECT_EQ(other.height(), 500);
+  EXPECT_EQ(other.frameOrigin(), (Place{30, 40}));
+  EXPECT_EQ(panel.openPanel(), &other);
+  panel.switchViewfrom(&other, first.window());  // takes the close button along
+}
+
+TEST_F(PanelTest, SwitchingClosesTheOneAndOpensTheOther) {
+  open(first);
+  watch(first);
+  watch(second);
+  panel.switchViewfrom(first.window(), second.window());
+  EXPECT_EQ(panel.openPanel(), second.window());
+  EXPECT_FALSE(first.window()->isVisible());
+  EXPECT_EQ(first.closes, 1);
+  EXPECT_EQ(places, (Places{defaultPlace(mainScreenSize(), 246, false)}));
+}
+
+TEST_F(PanelTest, WhatIsNotOpenIsNeitherClosedNorLeft) {
+  open(first);
+  panel.closeWindow(second.window(), true);
+  panel.switchViewfrom(second.window(), second.window());
+  panel.switchViewfrom(nullptr, second.window());
+  EXPECT_EQ(panel.openPanel(), first.window());
+  EXPECT_EQ(first.closes, 0);
+  EXPECT_EQ(second.inits, 0);
+}
+
+TEST_F(PanelTest, RefreshingFillsTheViewAnewWithoutUnmappingIt) {
+  show(first);
+  int hidden = 0;
+  test::OnEvent watching(*first.window(), QEvent::Hide, [&hidden](QEvent& /*event*/) { ++hidden; });
+  panel.refreshView(first.window());
+  EXPECT_EQ(hidden, 0);
+  EXPECT_TRUE(first.window()->isVisible());
+  EXPECT_EQ(first.closes, 1);
+  EXPECT_EQ(first.inits, 2);
+  EXPECT_TRUE(first.field->hasFocus());
+}
+
+TEST_F(PanelTest, ManagementViewLeadsToTheTokenViewOnlyWhileItIsOpen) {
+  auto& cv = panel.add(std::make_unique<TestView>(panel, "cv"));
+  auto& tv = panel.add(std::make_unique<TestView>(panel, "tv"));
+  open(first);
+  panel.cvtv();
+  EXPECT_EQ(panel.openPanel(), first.window());
+  panel.switchViewfrom(first.window(), cv.window());
+  panel.cvtv();
+  EXPECT_EQ(panel.openPanel(), tv.window());
+}
+
+TEST_F(PanelTest, ViewsAreReleasedAfterTheClosingAndNotBetweenTwoViews) {
+  open(first);
+  panel.switchViewfrom(first.window(), second.window());
+  QCoreApplication::processEvents();
+  EXPECT_EQ(first.releases, 0);
+  panel.closeclicked();
+  EXPECT_EQ(first.releases, 0) << "what was clicked is still at work";
+  QCoreApplication::processEvents();
+  EXPECT_EQ(first.releases, 1);
+  EXPECT_EQ(second.releases, 1);
+}
+
+TEST_F(PanelTest, WindowManagerThatClosesItClosesThePanel) {
+  open(first);
+  EXPECT_TRUE(first.window()->close());
+  EXPECT_FALSE(panel.isOpen());
+  EXPECT_EQ(first.closes, 1);
+  open(first);
+  EXPECT_TRUE(first.window()->isVisible());
+}
+
+TEST_F(PanelTest, EveryViewCanBeShownAgainAndAgain) {
+  for (int round = 0; round < 3; ++round) {
+    for (const TestView* view : {&first, &second}) {
+      open(*view);
+      QCoreApplication::processEvents();
+      EXPECT_TRUE(view->window()->isVisible());
+      EXPECT_TRUE(part("close")->isVisible());
+      panel.closeclicked();
+    }
+  }
+}
+
+// Place and roll.
+
+TEST_F(PanelTest, OpeningRollsDownAndEndsExactly) {
+  watch(first);
+  open(first, true);
+  const Place start = defaultPlace(mainScreenSize(), height_of_test_views, true);
+  Places expected = openingRoll(start, height_of_test_views, 10);
+  expected.insert(expected.begin(), start);
+  EXPECT_EQ(places, expected);
+  EXPECT_EQ(top(first.window()), menu_bar_height);
+}
+
+TEST_F(PanelTest, ClosingRollsUp) {
+  open(first);
+  watch(first);
+  panel.closeclicked();
+  EXPECT_EQ(places, closingRoll(defaultPlace(mainScreenSize(), height_of_test_views, false),
+                                height_of_test_views, 10));
+}
+
+TEST_F(PanelTest, PlaceThatIsGivenIsTaken) {
+  panel.openWindow(first.window(), 0, 100, false);
+  EXPECT_EQ(first.window()->frameOrigin(), (Place{0, 100}));
+  EXPECT_EQ(top(first.window()), screen().height() - 100 - height_of_test_views);
+}
+
+TEST_F(PanelTest, EveryNumberOfStepsEndsWhereItShould) {
+  for (const std::int64_t steps : {0, -3, 1, 2000, 2147483647}) {
+    ini.RollupSteps = steps;
+    expectOpensAndCloses();
+  }
+}
+
+TEST_F(PanelTest, TraceOfOpeningAndClosing) {
+  open(first, true);
+  panel.closeclicked();
+  const Place start = defaultPlace(mainScreenSize(), height_of_test_views, true);
+  EXPECT_EQ(log.lines,
+            (Lines{"APP: openWindow: begin (x:-1 y:-1 roll:1)",
+                   "APP: openWindow: calculated x:" + std::to_string(start.x) +
+                       " y:" + std::to_string(start.y),
+                   "APP: openWindow: rolling (steps:10 chunk:15)...", "APP: openWindow: end",
+                   "APP: closeWindow: begin (roll:1)",
+                   "APP: closeWindow: rolling (steps:10 chunk:15)...", "APP: closeWindow: end"}));
+}
+
+TEST_F(PanelTest, TraceOfAPlaceThatIsGiven) {
+  panel.openWindow(first.window(), 5, 6, false);
+  EXPECT_EQ(log.lines, (Lines{"APP: openWindow: begin (x:5 y:6 roll:0)", "APP: openWindow: end"}));
+}
+
+// Background, close button, toolbar.
+
+TEST_F(PanelTest, DressOfThePanel) {
+  QWidget* content = first.window()->contentView();
+  open(first);
+  const auto* bg = part("bg");
+  EXPECT_EQ(first.window()->contentView(), bg);
+  EXPECT_EQ(frameInPanel(bg), (Frame{0, 0, 260, height_of_test_views}));
+  EXPECT_EQ(frameInPanel(part("bg_logo")), logoFrame());
+  EXPECT_EQ(frameInPanel(part("bg_tile_view")), tileFrame(height_of_test_views));
+  EXPECT_EQ(frameInPanel(part("bg_toolbar")), toolbarFrame(height_of_test_views));
+  EXPECT_EQ(frameInPanel(part("close")), close_button_frame);
+  EXPECT_EQ(frameInPanel(content), (Frame{0, 0, 260, height_of_test_views}));
+}
+
+TEST_F(PanelTest, PartsOfTheBackgroundLieInTheirOrder) {
+  QWidget* content = first.window()->contentView();
+  open(first);
+  // Children that come later are drawn above.
+  const QObjectList parts = part("bg")->children();
+  EXPECT_LT(parts.indexOf(part("bg_logo")), parts.indexOf(part("bg_tile_view")));
+  EXPECT_LT(parts.indexOf(part("bg_tile_view")), parts.indexOf(part("bg_toolbar")));
+  EXPECT_LT(parts.indexOf(part("bg_toolbar")), parts.indexOf(content));
+  EXPECT_LT(parts.indexOf(content), parts.indexOf(part("close")));
+}
+
+TEST_F(PanelTest, ClosedWindowHasItsOwnContentBack) {
+  QWidget* content = first.window()->contentView();
+  open(first);
+  const QWidget* close = part("close");
+  panel.closeWindow(first.window(), false);
+  EXPECT_EQ(first.window()->contentView(), content);
+  EXPECT_EQ(content->parentWidget(), first.window());
+  EXPECT_EQ(first.window()->findChild<QWidget*>(QStringLiteral("bg")), nullptr);
+  EXPECT_FALSE(first.window()->isVisible());
+  EXPECT_FALSE(close->isVisible());
+}
+
+TEST_F(PanelTest, CloseButtonClosesWithTheRollAndIsReachedAboveTheContent) {
+  open(first);
+  EXPECT_EQ(first.window()->childAt(250, 13), part("close"));
+  watch(first);
+  QTest::mouseClick(part("close"), Qt::LeftButton);
+  EXPECT_FALSE(panel.isOpen());
+  EXPECT_EQ(places.size(), 10U);
+}
+
+TEST_F(PanelTest, ToolbarButtonsStandInTheirSlots) {
+  open(first);
+  const ToolbarSlot slots_in_order[] = {ToolbarSlot::left, ToolbarSlot::centre, ToolbarSlot::right};
+  for (std::size_t i = 0; i < 3; ++i) {
+    Frame expected = toolbarButtonFrame(slots_in_order[i]);
+    expected.y += toolbarFrame(height_of_test_views).y;
+    EXPECT_EQ(frameInPanel(first.buttons[i]), expected);
+    EXPECT_EQ(first.buttons[i]->font().pixelSize(), 12);
+  }
+}
+
+TEST_F(PanelTest, ToolbarFontHasTheSizeOfTheSettingsWhereItCan) {
+  const std::pair<std::int64_t, int> sizes[] = {{15, 15}, {0, 1}, {-5, 1}, {2000000000, 32}};
+  for (const auto& [size, shown] : sizes) {
+    ini.iButtonFontSize = size;
+    open(first);
+    EXPECT_EQ(first.buttons[0]->font().pixelSize(), shown) << size;
+    panel.closeWindow(first.window(), false);
+  }
+}
+
+// Keys and clicks.
+
+TEST_F(PanelTest, ReturnInAFieldAccepts) {
+  show(first);
+  press(first.field, Qt::Key_Return);
+  EXPECT_EQ(first.accepted, 1);
+  press(first.field, Qt::Key_Enter);
+  EXPECT_EQ(first.accepted, 2);
+}
+
+TEST_F(PanelTest, EscapeCancelsOrCloses) {
+  show(first);
+  press(first.field, Qt::Key_Escape);
+  EXPECT_EQ(first.cancelled, 1);
+  EXPECT_TRUE(panel.isOpen());
+  first.can_cancel = false;
+  press(first.field, Qt::Key_Escape);
+  EXPECT_EQ(first.cancelled, 1);
+  EXPECT_FALSE(panel.isOpen());
+}
+
+TEST_F(PanelTest, ArrowsGoFromRowToRowAndStayAtTheEnds) {
+  show(first);
+  press(first.window(), Qt::Key_Up);
+  EXPECT_TRUE(first.rows_[1]->hasFocus()) << "from outside the rows";
+  press(first.rows_[1], Qt::Key_Down);
+  EXPECT_TRUE(first.rows_[1]->hasFocus());
+  press(first.rows_[1], Qt::Key_Up);
+  press(first.rows_[0], Qt::Key_Up);
+  EXPECT_TRUE(first.rows_[0]->hasFocus());
+  press(first.rows_[0], Qt::Key_Down);
+  EXPECT_TRUE(first.rows_[1]->hasFocus());
+}
+
+TEST_F(PanelTest, OtherKeysAreTheViews) {
+  show(first);
+  press(first.window(), Qt::Key_7);
+  EXPECT_EQ(first.keys, (std::vector<int>{Qt::Key_7}));
+}
+
+TEST_F(PanelTest, ClicksThatComeAfterTheViewHasChangedAreDropped) {
+  open(first);
+  panel.switchViewfrom(first.window(), second.window());
+  first.buttons[0]->click();
+  EXPECT_EQ(first.accepted, 0);
+}
+
+TEST_F(PanelTest, KeysThatComeAfterThePanelHasClosedAreDropped) {
+  show(first);
+  first.can_cancel = false;
+  for (int i = 0; i < 3; ++i) {
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QApplication::sendEvent(first.window(), &escape);
+  }
+  EXPECT_EQ(first.closes, 1);
+  panel.closeclicked();
+  EXPECT_EQ(first.closes, 1);
+}
+
+TEST_F(PanelTest, WhatIsDroppedIsHandedOn) {
+  QString text;
+  panel.dropped = [&text](const QMimeData& content) { text = content.text(); };
+  open(first);
+  QMimeData content;
+  content.setText(QStringLiteral("otpauth://totp/a"));
+  first.window()->dropped(content);
+  EXPECT_EQ(text, QStringLiteral("otpauth://totp/a"));
+}
+
+// Scrolling.
+
+class HighPanelTest : public PanelTest {
+ protected:
+  static constexpr int height = 2388;
+
+  void turnWheel(int notches) {
+    QWheelEvent event(QPointF(130, 100), QPointF(130, 100), QPoint(), QPoint(0, 120 * notches),
+                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(high.window(), &event);
+  }
+
+  TestView& high = panel.add(std::make_unique<TestView>(panel, "high", height));
+};
+
+TEST_F(HighPanelTest, PageKeysScrollToItsEndAndBack) {
+  show(high);
+  EXPECT_EQ(top(high.window()), menu_bar_height);
+  for (int i = 0; i < 10; ++i) press(high.window(), Qt::Key_PageDown);
+  EXPECT_EQ(top(high.window()), screen().height() - height);
+  for (int i = 0; i < 10; ++i) press(high.window(), Qt::Key_PageUp);
+  EXPECT_EQ(top(high.window()), menu_bar_height);
+}
+
+TEST_F(HighPanelTest, WheelScrollsARowANotch) {
+  show(high);
+  turnWheel(-1);
+  EXPECT_EQ(top(high.window()), menu_bar_height - 72);
+  turnWheel(1);
+  EXPECT_EQ(top(high.window()), menu_bar_height);
+}
+
+TEST_F(HighPanelTest, WhatGetsTheFocusComesOntoTheScreen) {
+  show(high);
+  high.rows_[1]->move(10, height - 100);
+  high.rows_[1]->setFocus();
+  const Frame row = frameInPanel(high.rows_[1]);
+  EXPECT_EQ(top(high.window()) + row.y + row.height, screen().height());
+}
+
+TEST_F(PanelTest, PanelThatFitsDoesNotScroll) {
+  show(first);
+  press(first.window(), Qt::Key_PageDown);
+  EXPECT_EQ(top(first.window()), menu_bar_height);
+}
+
+// The window.
+
+TEST(SoftTokenWindowTest, IsBorderlessAndAboveOthers) {
+  const SoftTokenWindow window({0, 0, 260, 100});
+  EXPECT_TRUE(window.windowFlags().testFlag(Qt::FramelessWindowHint));
+  EXPECT_TRUE(window.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+}
+
+TEST(SoftTokenWindowTest, TakesTheKeyboard) {
+  SoftTokenWindow window({0, 0, 260, 100});
+  window.show();
+  window.activateWindow();
+  EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
+}
+
+TEST(SoftTokenWindowTest, CannotBeDragged) {
+  SoftTokenWindow window({0, 0, 260, 100});
+  window.show();
+  const QPoint before = window.pos();
+  QTest::mousePress(&window, Qt::LeftButton, Qt::NoModifier, QPoint(60, 10));
+  EXPECT_EQ(window.initialLocation(), QPointF(60, 10));
+  QTest::mouseMove(&window, QPoint(100, 60));
+  QTest::mouseRelease(&window, Qt::LeftButton, Qt::NoModifier, QPoint(100, 60));
+  EXPECT_EQ(window.pos(), before);
+  EXPECT_EQ(window.initialLocation(), QPointF(60, 10));
+}
+
+TEST(SoftTokenWindowTest, InitialLocationCanBeSet) {
+  SoftTokenWindow window({0, 0, 260, 100});
+  EXPECT_EQ(window.initialLocation(), QPointF(0, 0));
+  window.setInitialLocation(QPointF(3, 4));
+  EXPECT_EQ(window.initialLocation(), QPointF(3, 4));
+}
+
+TEST(SoftTokenWindowTest, OriginIsTheLowerLeftCornerFromTheScreensLowerEdge) {
+  const QRect screen = QGuiApplication::primaryScreen()->geometry();
+  SoftTokenWindow window({0, 0, 260, 100});
+  window.setFrameOrigin({30, 40});
+  EXPECT_EQ(window.pos(), screen.topLeft() + QPoint(30, screen.height() - 40 - 100));
+  EXPECT_EQ(window.frameOrigin(), (Place{30, 40}));
+}
+
+TEST(ClearViewArrayTest, DeletesWhatIsInIt) {
+  QWidget parent;
+  std::vector<QWidget*> array{new QWidget(&parent), new QWidget(&parent)};
+  Panel::ClearViewArray(array);
+  EXPECT_TRUE(array.empty());
+  EXPECT_TRUE(parent.children().isEmpty());
+}
+
+}  // namespace
+}  // namespace talvane

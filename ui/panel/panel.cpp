@@ -1,0 +1,286 @@
+#include "ui/panel/panel.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <algorithm>
+
+#include "engine/vane.h"
+#include "platform/memory_release.h"
+#include "ui/desktop/window_hints.h"
+#include "ui/kit/look.h"
+#include "ui/panel/panel_background.h"
+
+namespace talvane {
+namespace {
+
+constexpr int row_step = 72;
+
+}  // namespace
+
+Panel::Panel(const Ini& ini, TokenStore& store) : ini_(ini), tokens_(store) {
+  connect(qApp, &QApplication::focusChanged, this,
+          [this](QWidget* /*before*/, QWidget* now) { bringIntoView(now); });
+}
+
+Panel::~Panel() {
+  ow = nullptr;
+  views_.clear();
+}
+
+void Panel::take(std::unique_ptr<View> view) {
+  SoftTokenWindow* window = view->window();
+  window->key_pressed = [this, window](QKeyEvent& event) { return keyPressed(window, event); };
+  window->closed_by_user = [this, window] { closeWindow(window, false); };
+  window->wheel_turned = [this](int points) { scroll(points); };
+  window->dropped = [this](const QMimeData& what) {
+    if (dropped) dropped(what);
+  };
+  if (close == nullptr) makeCloseButton(window);
+  views_.push_back(std::move(view));
+}
+
+void Panel::makeCloseButton(QWidget* parent) {
+  close = new CloseButton(parent);
+  close->setObjectName(QStringLiteral("close"));
+  close->setAccessibleName(QStringLiteral("Close"));
+  close->setToolTip(QStringLiteral("Close"));
+  close->hide();
+  connect(close, &QAbstractButton::clicked, this, [this] {
+    if (close->window() == ow) closeclicked();
+  });
+}
+
+SoftTokenWindow* Panel::window(const char* name) const {
+  for (const auto& view : views_) {
+    if (view->window()->objectName() == QLatin1String(name)) return view->window();
+  }
+  return nullptr;
+}
+
+View* Panel::viewOf(const SoftTokenWindow* window) const {
+  for (const auto& view : views_) {
+    if (view->window() == window) return view.get();
+  }
+  return nullptr;
+}
+
+int Panel::heightOf(View* view) {
+  if (view == nullptr) return other_view_height;
+  const int height = view->height();
+  if (view->showsTokens()) {
+    vane::log("APP: openWindow: calculated {} height: {}",
+              view->window()->objectName().toStdString(), height);
+  }
+  return height;
+}
+
+void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
+  vane::log("APP: openWindow: begin (x:{} y:{} roll:{})", x, y, roll_down ? 1 : 0);
+  tokens_.clear();
+  View* view = viewOf(window);
+  if (view != nullptr && view->showsTokens()) tokens_.read();
+  if (View* other = view == nullptr ? nullptr : view->standIn()) {
+    view = other;
+    window = other->window();
+  }
+  const int height = heightOf(view);
+  window->setFixedSize(window->width(), height);
+  Place place{x, y};
+  if (x < 0) {
+    place = defaultPlace(mainScreenSize(), height, roll_down);
+    vane::log("APP: openWindow: calculated x:{} y:{}", place.x, place.y);
+  }
+  dress(window, height);
+  if (view != nullptr) view->init();
+  window->setFrameOrigin(place);
+  show(window);
+  if (roll_down) roll(window, "openWindow", openingRoll(place, height, ini_.RollupSteps));
+  bOpen = true;
+  ow = window;
+  vane::log("APP: openWindow: end");
+}
+
+void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
+  if (window == nullptr || window != ow) return;
+  vane::log("APP: closeWindow: begin (roll:{})", roll_up ? 1 : 0);
+  if (roll_up) {
+    roll(window, "closeWindow",
+         closingRoll(window->frameOrigin(), window->height(), ini_.RollupSteps));
+  }
+  // One that is shown again at once is not unmapped: window managers may lose its place by that.
+  if (!refreshing_) window->hide();
+  bOpen = false;
+  ow = nullptr;
+  if (View* view = viewOf(window)) view->closed();
+  undress(window);
+  // After what is under way in the view that has closed.
+  QMetaObject::invokeMethod(
+      this, [this] { releaseClosedPanel(); }, Qt::QueuedConnection);
+  vane::log("APP: closeWindow: end");
+}
+
+void Panel::makeBackground(int height) {
+  bg = new PanelBackground(height);
+}
+
+void Panel::dress(SoftTokenWindow* window, int height) {
+  makeBackground(height);
+  content = window->setContentView(bg);
+  close->setParent(bg);
+  close->setGeometry(rectangle(close_button_frame));
+  content->setParent(bg);
+  content->setGeometry(bg->rect());
+  content->show();
+  // Above the content, which would take its clicks.
+  close->raise();
+  close->show();
+}
+
+void Panel::undress(SoftTokenWindow* window) {
+  close->hide();
+  close->setParent(window);
+  window->setContentView(content);
+  delete bg;
+  bg = nullptr;
+  content = nullptr;
+}
+
+void Panel::show(SoftTokenWindow* window) {
+  keepOutOfTaskBars(*window);
+  window->show();
+  window->raise();
+  window->activateWindow();
+  if (QWidget* focus = window->focusWidget()) focus->setFocus();
+}
+
+void Panel::roll(SoftTokenWindow* window, const char* operation,
+                 const std::vector<Place>& places) const {
+  vane::log("APP: {}: rolling (steps:{} chunk:{})...", operation, ini_.RollupSteps,
+            rollChunk(window->height(), ini_.RollupSteps));
+  for (const Place place : places) window->setFrameOrigin(place);
+}
+
+void Panel::releaseClosedPanel() {
+  if (bOpen) return;
+  tokens_.clear();
+  for (const auto& view : views_) {
+    view->released();
+    view->window()->releaseSystemWindow();
+  }
+  releaseFreedMemory();
+}
+
+void Panel::switchViewfrom(SoftTokenWindow* from, SoftTokenWindow* to) {
+  if (from == nullptr || from != ow) return;
+  closeWindow(from, false);
+  openWindow(to, -1, -1, false);
+}
+
+void Panel::refreshView(SoftTokenWindow* window) {
+  refreshing_ = true;
+  switchViewfrom(window, window);
+  refreshing_ = false;
+}
+
+void Panel::cvtv() {
+  switchViewfrom(window("cv"), window("tv"));
+}
+
+void Panel::closeclicked() {
+  closeWindow(ow, true);
+}
+
+void Panel::positionToolbarLeft(QWidget* button) {
+  positionToolbarCommon(button, toolbarButtonFrame(ToolbarSlot::left));
+}
+
+void Panel::positionToolbarCentre(QWidget* button) {
+  positionToolbarCommon(button, toolbarButtonFrame(ToolbarSlot::centre));
+}
+
+void Panel::positionToolbarRight(QWidget* button) {
+  positionToolbarCommon(button, toolbarButtonFrame(ToolbarSlot::right));
+}
+
+void Panel::positionToolbarCommon(QWidget* button, const Frame& frame) {
+  const Frame toolbar = toolbarFrame(bg->height());
+  button->setGeometry(toolbar.x + frame.x, toolbar.y + frame.y, frame.width, frame.height);
+  const auto size = std::clamp<std::int64_t>(ini_.iButtonFontSize, 1, frame.height);
+  button->setFont(panelFont(static_cast<int>(size)));
+}
+
+bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
+  // Pressed while the program worked, and the panel has closed or changed since.
+  if (window != ow) return true;
+  const int page = mainScreen().height() - menu_bar_height - row_step;
+  switch (event.key()) {
+    case Qt::Key_Escape:
+      cancel();
+      return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      accept();
+      return true;
+    case Qt::Key_Up:
+      return focusRow(-1);
+    case Qt::Key_Down:
+      return focusRow(1);
+    case Qt::Key_PageUp:
+      scroll(page);
+      return true;
+    case Qt::Key_PageDown:
+      scroll(-page);
+      return true;
+    default:
+      break;
+  }
+  View* view = viewOf(ow);
+  return view != nullptr && view->keyPressed(event);
+}
+
+// Return in a field, or where nothing to press has the focus.
+void Panel::accept() {
+  const View* view = viewOf(ow);
+  if (QAbstractButton* button = view == nullptr ? nullptr : view->accepting()) button->click();
+}
+
+void Panel::cancel() {
+  const View* view = viewOf(ow);
+  if (QAbstractButton* button = view == nullptr ? nullptr : view->cancelling()) {
+    button->click();
+  } else {
+    closeclicked();
+  }
+}
+
+bool Panel::focusRow(int step) {
+  const View* view = viewOf(ow);
+  const std::vector<QWidget*> rows = view == nullptr ? std::vector<QWidget*>() : view->rows();
+  if (rows.empty()) return false;
+  const auto here = std::find(rows.begin(), rows.end(), QApplication::focusWidget());
+  const auto last = static_cast<int>(rows.size()) - 1;
+  const int position =
+      here == rows.end() ? (step > 0 ? -1 : last + 1) : static_cast<int>(here - rows.begin());
+  rows[static_cast<std::size_t>(std::clamp(position + step, 0, last))]->setFocus(
+      Qt::TabFocusReason);
+  return true;
+}
+
+void Panel::scroll(int movement) {
+  if (ow == nullptr) return;
+  ow->setTopOnScreen(scrolledTop(ow->topOnScreen(), movement, menu_bar_height, ow->height(),
+                                 mainScreen().height()));
+  if (View* view = viewOf(ow)) view->scrolled();
+}
+
+void Panel::bringIntoView(const QWidget* widget) {
+  if (widget == nullptr || ow == nullptr || widget->window() != ow) return;
+  // What lies on an image comes with the whole of it: a row.
+  const QWidget* row = dynamic_cast<const FlippedImageView*>(widget->parentWidget());
+  if (row == nullptr) row = widget;
+  const int first = row->mapTo(static_cast<QWidget*>(ow), QPoint(0, 0)).y();
+  scroll(movementToShow(first, first + row->height(), ow->topOnScreen(), menu_bar_height,
+                        mainScreen().height()));
+}
+
+}  // namespace talvane

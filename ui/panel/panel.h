@@ -1,0 +1,101 @@
+#pragma once
+
+// The panel: one view at a time on a common background, under the menu bar. Main thread only.
+
+#include <QMimeData>
+#include <QObject>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "config/ini.h"
+#include "ui/kit/buttons.h"
+#include "ui/kit/flipped_view.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/shown_tokens.h"
+#include "ui/panel/view.h"
+
+namespace talvane {
+
+class Panel : public QObject {
+ public:
+  /// Borrows both.
+  Panel(const Ini& ini, TokenStore& store);
+  ~Panel() override;
+
+  /// Takes the view over; its name is its own.
+  template <typename Added>
+  Added& add(std::unique_ptr<Added> view) {
+    Added& added = *view;
+    take(std::move(view));
+    return added;
+  }
+  /// The window of the view of this name; null: there is none.
+  [[nodiscard]] SoftTokenWindow* window(const char* name) const;
+
+  [[nodiscard]] bool isOpen() const { return bOpen; }
+  /// The window that is open; null: none is.
+  [[nodiscard]] SoftTokenWindow* openPanel() const { return ow; }
+  [[nodiscard]] const ShownTokens& tokens() const { return tokens_; }
+  /// The last in the order of Tab. There is one once a view was added.
+  [[nodiscard]] QWidget* closeButton() const { return close; }
+
+  /// x < 0: at the default place. y grows upwards, the origin is the lower left corner. A window
+  /// that is no view's is 500 high and not filled.
+  void openWindow(SoftTokenWindow* window, int x, int y, bool roll);
+  /// Does nothing unless this one is open.
+  void closeWindow(SoftTokenWindow* window, bool roll);
+  /// Does nothing unless `from` is open.
+  void switchViewfrom(SoftTokenWindow* from, SoftTokenWindow* to);
+  /// Fills the open view anew.
+  void refreshView(SoftTokenWindow* window);
+  /// From the management view to the token view.
+  void cvtv();
+  void closeclicked();
+  void makeBackground(int height);
+  void positionToolbarLeft(QWidget* button);
+  void positionToolbarCentre(QWidget* button);
+  void positionToolbarRight(QWidget* button);
+
+  template <typename Widget>
+  static void ClearViewArray(std::vector<Widget*>& array) {
+    for (Widget* widget : array) delete widget;
+    array.clear();
+  }
+
+  /// Something was dropped on the panel. The drag lasts until this returns.
+  std::function<void(const QMimeData&)> dropped;
+
+ private:
+  void take(std::unique_ptr<View> view);
+  void makeCloseButton(QWidget* parent);
+  [[nodiscard]] View* viewOf(const SoftTokenWindow* window) const;
+  [[nodiscard]] static int heightOf(View* view);
+  void dress(SoftTokenWindow* window, int height);
+  void undress(SoftTokenWindow* window);
+  static void show(SoftTokenWindow* window);
+  void roll(SoftTokenWindow* window, const char* operation, const std::vector<Place>& places) const;
+  void positionToolbarCommon(QWidget* button, const Frame& frame);
+  void releaseClosedPanel();
+  bool keyPressed(const SoftTokenWindow* window, const QKeyEvent& event);
+  void accept();
+  void cancel();
+  bool focusRow(int step);
+  /// Upwards is negative, in points.
+  void scroll(int movement);
+  void bringIntoView(const QWidget* widget);
+
+  const Ini& ini_;
+  ShownTokens tokens_;
+  std::vector<std::unique_ptr<View>> views_;
+  SoftTokenWindow* ow = nullptr;
+  bool bOpen = false;
+  bool refreshing_ = false;
+  QWidget* content = nullptr;  // the open window's own
+  CloseButton* close = nullptr;
+  FlippedView* bg = nullptr;
+};
+
+}  // namespace talvane

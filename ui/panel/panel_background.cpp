@@ -1,0 +1,21 @@
+#include "ui/panel/panel_background.h"
+
+#include "ui/kit/look.h"
+#include "ui/panel/panel_geometry.h"
+
+namespace talvane {
+
+PanelBackground::PanelBackground(int height) : FlippedView({0, 0, panel_width, height}) {
+  setObjectName(QStringLiteral("bg"));
+  auto* logo =
+      new FlippedImageView(logoFrame(), artwork(QStringLiteral("logo260x34.png"), *this), this);
+  logo->setObjectName(QStringLiteral("bg_logo"));
+  auto* tiles = new TiledImageView(tileFrame(height), this);
+  tiles->setImage(artwork(QStringLiteral("bgtile.png"), *this));
+  tiles->setObjectName(QStringLiteral("bg_tile_view"));
+  auto* toolbar = new FlippedImageView(toolbarFrame(height),
+                                       artwork(QStringLiteral("bluebar260x34.png"), *this), this);
+  toolbar->setObjectName(QStringLiteral("bg_toolbar"));
+}
+
+}  // namespace talvane

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "ui/kit/flipped_view.h"
+
+namespace talvane {
+
+/// What every view stands on: the logo band at the top, the toolbar band at the bottom, and tiles
+/// between them. The view's content comes above.
+class PanelBackground : public FlippedView {
+ public:
+  explicit PanelBackground(int height);
+};
+
+}  // namespace talvane

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "enrol/enrol_flow.h"
+#include "ui/views/shell.h"
+
+namespace talvane {
+
+/// After a request that may have been the last: tells the user when this computer's clock is so
+/// wrong that the new passcodes will be too.
+void tellClockTrouble(const EnrolFlow& flow, Shell& shell);
+
+}  // namespace talvane

@@ -1,0 +1,50 @@
+#include "ui/views/enrolment_views.h"
+
+namespace talvane {
+namespace {
+
+const char* nameOf(EnrolViews::View view) {
+  switch (view) {
+    case EnrolViews::View::av:
+      return "av";
+    case EnrolViews::View::eva:
+      return "eva";
+    case EnrolViews::View::evgi:
+      return "evgi";
+    case EnrolViews::View::evgu:
+      return "evgu";
+    case EnrolViews::View::tv:
+      break;
+  }
+  return "tv";
+}
+
+}  // namespace
+
+void EnrolmentViews::join(AuthenticationView& eva, QuestionsView& evgi, AddressView& evgu) {
+  eva_ = &eva;
+  evgi_ = &evgi;
+  evgu_ = &evgu;
+}
+
+void EnrolmentViews::switchView(View from, View to) {
+  panel_.switchViewfrom(panel_.window(nameOf(from)), panel_.window(nameOf(to)));
+}
+
+void EnrolmentViews::goHome() {
+  panel_.switchViewfrom(panel_.openPanel(), panel_.window("tv"));
+}
+
+void EnrolmentViews::refreshAuthentication() {
+  panel_.refreshView(eva_->window());
+}
+
+bool EnrolmentViews::showsAuthentication() {
+  return panel_.openPanel() == eva_->window();
+}
+
+void EnrolmentViews::simpleMessageBox(const std::string& text) {
+  shell_.simpleMessageBox(QString::fromStdString(text));
+}
+
+}  // namespace talvane

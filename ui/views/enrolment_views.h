@@ -1,0 +1,45 @@
+#pragma once
+
+#include "enrol/enrol_flow.h"
+#include "ui/panel/panel.h"
+#include "ui/views/address_view.h"
+#include "ui/views/authentication_view.h"
+#include "ui/views/questions_view.h"
+#include "ui/views/shell.h"
+
+namespace talvane {
+
+/// The three views of an enrolment, as its flow sees them. The flow comes before the views, which
+/// are made when they are first needed: nothing is asked of them before that.
+class EnrolmentViews final : public EnrolViews {
+ public:
+  /// Borrows both.
+  EnrolmentViews(Panel& panel, Shell& shell) : panel_(panel), shell_(shell) {}
+
+  /// Borrows them.
+  void join(AuthenticationView& eva, QuestionsView& evgi, AddressView& evgu);
+
+  void switchView(View from, View to) override;
+  void goHome() override;
+  void refreshAuthentication() override;
+  bool showsAuthentication() override;
+  void eva_layout() override { eva_->eva_layout(); }
+  void setAuthenticationMessage(const std::string& text) override { eva_->setMessage(text); }
+  void enableAuthenticationSubmit(bool enabled) override { eva_->enableSubmit(enabled); }
+  std::string input(Field field) override { return eva_->input(field); }
+  void clear(Field field) override { eva_->clear(field); }
+  GetInfoInput getInfoInput() override { return evgi_->input(); }
+  void enableGetInfoSubmit(bool enabled) override { evgi_->enableSubmit(enabled); }
+  std::string addressInput() override { return evgu_->input(); }
+  void setAddressMessage(const std::string& text) override { evgu_->setMessage(text); }
+  void simpleMessageBox(const std::string& text) override;
+
+ private:
+  Panel& panel_;
+  Shell& shell_;
+  AuthenticationView* eva_ = nullptr;
+  QuestionsView* evgi_ = nullptr;
+  AddressView* evgu_ = nullptr;
+};
+
+}  // namespace talvane

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QSocketNotifier>
+#include <QString>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "config/ini.h"
+#include "platform/login_item.h"
+#include "ui/panel/panel.h"
+#include "ui/views/shell.h"
+#include "ui_help_view.h"
+
+namespace talvane {
+
+/// Help, the program's version, launch at login, and the way out.
+class HelpView final : public View {
+ public:
+  struct Parts {
+    std::function<std::unique_ptr<talibobjc_LoginItem>()> make_login_item;
+    /// Opens a web page.
+    std::function<void(const QString& address)> open_url;
+  };
+  /// Borrows all but the parts.
+  HelpView(Panel& panel, Shell& shell, const Ini& ini, Parts parts);
+
+  void hv_init();
+  void hv_gsclicked();
+  void hv_manageclicked();
+  void hv_aboutclicked();
+  void hv_launchclicked();
+  void hv_exitclicked();
+  void hv_homeclicked();
+
+  void init() override { hv_init(); }
+  void closed() override;
+  [[nodiscard]] std::vector<QWidget*> rows() const override;
+
+ private:
+  void showLoginItem();
+  void followLoginItems();
+
+  Panel& panel_;
+  Shell& shell_;
+  const Ini& ini_;
+  Parts parts_;
+  Ui::HelpView form_;
+  std::unique_ptr<talibobjc_LoginItem> watched_login_item_;  // while the view shows its state
+  std::unique_ptr<QSocketNotifier> login_items_notifier_;
+};
+
+}  // namespace talvane

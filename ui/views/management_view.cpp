@@ -1,0 +1,189 @@
+#include "ui/views/management_view.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/vane.h"
+#include "ui/kit/alert.h"
+#include "ui/kit/look.h"
+
+namespace talvane {
+
+ManagementView::ManagementView(Panel& panel, Shell& shell, const Ini& ini, TokenStore& store)
+    : View("cv", managementViewHeight(0)), panel_(panel), shell_(shell), ini_(ini), store_(store) {
+  load(form_);
+  onClick(form_.cvtrash, [this] { cv_trashclicked(); });
+  onClick(form_.cvhome, [this] { cv_homeclicked(); });
+  onClick(form_.cvadd, [this] { cv_addclicked(); });
+}
+
+int ManagementView::height() {
+  return managementViewHeight(panel_.tokens().count());
+}
+
+std::vector<QWidget*> ManagementView::rows() const {
+  return {cvdesc.begin(), cvdesc.end()};
+}
+
+void ManagementView::clearRows() {
+  Panel::ClearViewArray(cvdesc);
+  Panel::ClearViewArray(cvdelete);
+  delete std::exchange(cvview, nullptr);
+}
+
+void ManagementView::cv_init() {
+  vane::log("CV : init: begin");
+  clearRows();
+  QWidget* room = window()->contentView();
+  cvview = new FlippedView(withoutBands(frameOf(room->geometry())), room);
+  cvview->setObjectName(QStringLiteral("cvview"));
+  const int count = panel_.tokens().count();
+  if (count == 0) {
+    QMetaObject::invokeMethod(
+        &panel_, [this] { panel_.cvtv(); }, Qt::QueuedConnection);
+    return;
+  }
+  for (int i = 0; i < count; ++i) addRow(i);
+  cvview->show();
+  form_.cvtrash->setText(QString::fromStdString(ini_.StrButtonDelete));
+  form_.cvhome->setText(QString::fromStdString(ini_.StrButtonHome));
+  form_.cvadd->setText(QString::fromStdString(ini_.StrButtonAdd));
+  panel_.positionToolbarLeft(form_.cvtrash);
+  panel_.positionToolbarCentre(form_.cvhome);
+  panel_.positionToolbarRight(form_.cvadd);
+  setTabOrder();
+  cvdesc.front()->setFocus();
+  vane::log("CV : init: end");
+}
+
+void ManagementView::addRow(int index) {
+  vane::log("CV : init: loop start [{}]", index);
+  const SoftTokenInfo& token = *panel_.tokens().stored().list[static_cast<std::size_t>(index)];
+  const QString name = QString::fromStdString(token.currentDescription().value_or(""));
+  auto* field = new PanelField(cvview);
+  field->setObjectName(QStringLiteral("cvdesc"));
+  field->setText(name);
+  field->setGeometry(rectangle(managementFieldFrame(index)));
+  field->setAlignment(Qt::AlignCenter);
+  field->setAccessibleName(QStringLiteral("Description: ") + name);
+  field->setCursorPosition(0);
+  cvdesc.push_back(field);
+
+  auto* checkbox = new PanelCheckbox(cvview);
+  checkbox->setObjectName(QStringLiteral("cvdelete"));
+  checkbox->setGeometry(rectangle(managementCheckboxFrame(index)));
+  checkbox->setAccessibleName(QString::fromStdString(ini_.StrButtonDelete) + QStringLiteral(": ") +
+                              name);
+  checkbox->setToolTip(checkbox->accessibleName().toHtmlEscaped());
+  cvdelete.push_back(checkbox);
+}
+
+void ManagementView::setTabOrder() {
+  QWidget* before = panel_.closeButton();
+  const auto follow = [&before](QWidget* next) {
+    QWidget::setTabOrder(before, next);
+    before = next;
+  };
+  for (std::size_t i = 0; i < cvdesc.size(); ++i) {
+    follow(cvdesc[i]);
+    follow(cvdelete[i]);
+  }
+  follow(form_.cvtrash);
+}
+
+TokenStore::Selection ManagementView::selection() const {
+  TokenStore::Selection selected{};
+  for (std::size_t i = 0; i < cvdelete.size() && i < selected.size(); ++i) {
+    switch (cvdelete[i]->checkState()) {
+      case Qt::Checked:
+        selected[i] = 1;
+        vane::log("CV : trashclicked: [{:02}] on\n", i);
+        break;
+      case Qt::Unchecked:
+        vane::log("CV : trashclicked: [{:02}] off\n", i);
+        break;
+      case Qt::PartiallyChecked:
+        vane::log("CV : trashclicked: [{:02}] unknown state\n", i);
+        break;
+    }
+  }
+  return selected;
+}
+
+void ManagementView::cv_trashclicked() {
+  vane::log("CV : trashclicked: begin");
+  vane::log("CV : trashclicked: cvdelete item count:{}", cvdelete.size());
+  const TokenStore::Selection selected = selection();
+  if (std::count(selected.begin(), selected.end(), 1) == 0) {
+    shell_.simpleMessageBox(QString::fromStdString(ini_.StrDeletePleaseSelect));
+    vane::log("CV : trashclicked: end");
+    return;
+  }
+  const Alert::Result result =
+      Alert::ask(window(), QString::fromStdString(ini_.StrDeleteAreYouSure));
+  if (result == Alert::Result::alternate_return) {
+    vane::log("CV : trashclicked: delete tokens confirmation returned YES");
+    const auto deleted = store_.remove(selected, panel_.tokens().stored());
+    if (!deleted) tell(deleted.error());
+    refreshLater();
+  } else if (result == Alert::Result::default_return) {
+    vane::log("CV : trashclicked: delete tokens confirmation returned NO");
+  } else {
+    vane::log("CV : trashclicked: delete tokens confirmation returned unexpected value:{}",
+              static_cast<int>(result));
+  }
+  vane::log("CV : trashclicked: end");
+}
+
+void ManagementView::cv_homeclicked() {
+  vane::log("CV : homeclicked: begin");
+  const std::vector<TokenStore::Rename> renames = typedNames();
+  const auto renamed = renames.empty() ? Result<void>() : store_.rename(renames);
+  if (renamed) {
+    panel_.switchViewfrom(window(), panel_.window("tv"));
+  } else {
+    // What was typed stays in the fields, unless they are another token's by now.
+    tell(renamed.error());
+    if (renamed.error().next == Problem::Next::look_again) refreshLater();
+  }
+  vane::log("CV : homeclicked: end");
+}
+
+std::vector<TokenStore::Rename> ManagementView::typedNames() const {
+  std::vector<TokenStore::Rename> renames;
+  const auto& tokens = panel_.tokens().stored().list;
+  for (std::size_t n = 0; n < cvdesc.size() && n < tokens.size(); ++n) {
+    const std::string text = cvdesc[n]->text().toStdString();
+    if (text == tokens[n]->currentDescription().value_or("")) {
+      vane::log("CV : homeclicked: [{}] nothing to do", n);
+      continue;
+    }
+    vane::log("CV : homeclicked: [{}] updating desc...", n);
+    renames.push_back({static_cast<std::int32_t>(n), tokens[n].get(), text});
+  }
+  if (cvdesc.size() < vane::max_tokens) {
+    vane::log("CV : homeclicked: [{}] not found", cvdesc.size());
+  }
+  return renames;
+}
+
+void ManagementView::refreshLater() {
+  QMetaObject::invokeMethod(
+      window(),
+      [this] {
+        if (panel_.openPanel() == window()) panel_.refreshView(window());
+      },
+      Qt::QueuedConnection);
+}
+
+void ManagementView::tell(const Problem& problem) {
+  shell_.simpleMessageBox(QString::fromStdString(problem.words));
+}
+
+void ManagementView::cv_addclicked() {
+  vane::log("CV : addclicked: begin");
+  shell_.addclicked(window());
+  vane::log("CV : addclicked: end");
+}
+
+}  // namespace talvane

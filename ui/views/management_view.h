@@ -1,0 +1,53 @@
+#pragma once
+
+#include <vector>
+
+#include "config/ini.h"
+#include "store/token_store.h"
+#include "ui/kit/fields.h"
+#include "ui/kit/flipped_view.h"
+#include "ui/panel/panel.h"
+#include "ui/views/shell.h"
+#include "ui_management_view.h"
+
+namespace talvane {
+
+/// The stored tokens, each with a name to change and a box to check for deletion.
+class ManagementView final : public View {
+ public:
+  /// Borrows all.
+  ManagementView(Panel& panel, Shell& shell, const Ini& ini, TokenStore& store);
+
+  void cv_init();
+  void cv_trashclicked();
+  void cv_homeclicked();
+  void cv_addclicked();
+
+  [[nodiscard]] bool showsTokens() const override { return true; }
+  [[nodiscard]] int height() override;
+  void init() override { cv_init(); }
+  void closed() override { takeOff(cvview); }
+  void released() override { clearRows(); }
+  [[nodiscard]] QAbstractButton* accepting() const override { return form_.cvhome; }
+  [[nodiscard]] std::vector<QWidget*> rows() const override;
+
+ private:
+  void clearRows();
+  void addRow(int index);
+  void setTabOrder();
+  [[nodiscard]] TokenStore::Selection selection() const;
+  [[nodiscard]] std::vector<TokenStore::Rename> typedNames() const;
+  void refreshLater();
+  void tell(const Problem& problem);
+
+  Panel& panel_;
+  Shell& shell_;
+  const Ini& ini_;
+  TokenStore& store_;
+  Ui::ManagementView form_;
+  FlippedView* cvview = nullptr;
+  std::vector<PanelField*> cvdesc;
+  std::vector<PanelCheckbox*> cvdelete;
+};
+
+}  // namespace talvane

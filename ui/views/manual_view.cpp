@@ -1,0 +1,102 @@
+#include "ui/views/manual_view.h"
+
+#include "engine/text.h"
+#include "engine/vane.h"
+
+namespace talvane {
+namespace {
+
+constexpr std::size_t short_seed_length = 13;  // the server completes it by the response code
+constexpr std::size_t whole_seed_length = 16;
+
+SoftTokenInfo typedToken(const std::string& description, const Cleared<std::string>& seed) {
+  SoftTokenInfo token;
+  token.updateDescription(description);
+  token.seed32 = seed;
+  token.type = 1;
+  token.digits = 6;
+  token.period = 30;
+  token.counter = -1;
+  return token;
+}
+
+}  // namespace
+
+ManualView::ManualView(Panel& panel, Shell& shell, const Ini& ini, TokenStore& store,
+                       ResponseView& response)
+    : View("mv", manual_view_height),
+      panel_(panel),
+      shell_(shell),
+      ini_(ini),
+      store_(store),
+      response_(response) {
+  load(form_);
+  form_.mvdesc->setAccessibleName(QString::fromStdString(ini_.StrManualDesc));
+  form_.mvseed->setAccessibleName(QString::fromStdString(ini_.StrManualSeed));
+  onClick(form_.mvok, [this] { mv_okclicked(); });
+  onClick(form_.mvcancel, [this] { mv_cancelclicked(); });
+}
+
+void ManualView::mv_init() {
+  vane::log("MV : init: begin");
+  form_.mvdesclabel->showText(QString::fromStdString(ini_.StrManualDesc));
+  form_.mvseedlabel->showText(QString::fromStdString(ini_.StrManualSeed));
+  form_.mvdesclabel->setTextColour(Qt::white);
+  form_.mvseedlabel->setTextColour(Qt::white);
+  forget(*form_.mvdesc);
+  forget(*form_.mvseed);
+  panel_.positionToolbarLeft(form_.mvcancel);
+  panel_.positionToolbarRight(form_.mvok);
+  form_.mvdesc->setFocus();
+  vane::log("MV : init: end");
+}
+
+void ManualView::mv_okclicked() {
+  vane::log("MV : okclicked: begin");
+  createToken();
+  vane::log("MV : okclicked: end");
+}
+
+void ManualView::createToken() {
+  const std::string description = form_.mvdesc->text().toStdString();
+  const Cleared<std::string> seed = form_.mvseed->text().toStdString();
+  if (description.empty()) {
+    vane::log("MV : okclicked: aborted :desc empty");
+    shell_.simpleMessageBox(QString::fromStdString(ini_.StrManualDesc));
+    return;
+  }
+  const std::size_t length = utf16Length(seed.get());
+  if (length != short_seed_length && length != whole_seed_length) {
+    vane::log("MV : okclicked: aborted :seed length wrong: ({})", length);
+    shell_.simpleMessageBox(QString::fromStdString(ini_.StrManualSeed));
+    return;
+  }
+  const auto added = store_.add(typedToken(description, seed), TokenStore::SameName::replace);
+  if (!added) {
+    vane::log("MV : okclicked: NewToken returned error: {}", added.error().words);
+    shell_.simpleMessageBox(QString::fromStdString(added.error().words));
+    return;
+  }
+  if (length == whole_seed_length) {
+    vane::log("MV : okclicked: NewToken success: 16 digit seed, returning to tv");
+    forget(*form_.mvseed);
+    panel_.switchViewfrom(window(), panel_.window("tv"));
+    return;
+  }
+  if (!added->response) {
+    vane::log("MV : okclicked: response nil!");
+    return;
+  }
+  vane::log("MV : okclicked: response: {}", *added->response);
+  forget(*form_.mvseed);
+  response_.setCode(*added->response);
+  panel_.switchViewfrom(window(), response_.window());
+}
+
+void ManualView::mv_cancelclicked() {
+  vane::log("MV : cancelclicked: begin");
+  panel_.switchViewfrom(window(), panel_.window(ini_.bAllowTaEnrol ? "av" : "tv"));
+  vane::log("MV : cancelclicked: end");
+}
+
+}  // namespace talvane

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "config/ini.h"
+#include "store/token_store.h"
+#include "ui/panel/panel.h"
+#include "ui/views/response_view.h"
+#include "ui/views/shell.h"
+#include "ui_manual_view.h"
+
+namespace talvane {
+
+/// A description and a seed, typed by hand.
+class ManualView final : public View {
+ public:
+  /// Borrows all; `response` shows the response code of a 13-character seed.
+  ManualView(Panel& panel, Shell& shell, const Ini& ini, TokenStore& store, ResponseView& response);
+
+  void mv_init();
+  void mv_okclicked();
+  void mv_cancelclicked();
+
+  void init() override { mv_init(); }
+  [[nodiscard]] QAbstractButton* accepting() const override { return form_.mvok; }
+  [[nodiscard]] QAbstractButton* cancelling() const override { return form_.mvcancel; }
+
+ private:
+  void createToken();
+
+  Panel& panel_;
+  Shell& shell_;
+  const Ini& ini_;
+  TokenStore& store_;
+  ResponseView& response_;
+  Ui::ManualView form_;
+};
+
+}  // namespace talvane

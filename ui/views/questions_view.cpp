@@ -1,0 +1,201 @@
+#include "ui/views/questions_view.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "engine/vane.h"
+#include "enrol/pin_rules.h"
+#include "ui/kit/look.h"
+#include "ui/views/enrolment_ending.h"
+
+namespace talvane {
+namespace {
+
+constexpr int control_x = 10;
+constexpr int control_width = 240;
+constexpr int control_height = 20;
+constexpr int most_questions = 1000;  // of one menu, whatever the server sends
+
+// `y` is of the lower edge, from the view's lower edge; nullopt: not shown.
+void place(QWidget* control, const std::optional<int>& y, int height, int view_height) {
+  control->setVisible(y.has_value());
+  if (!y) return;
+  control->setGeometry(rectangle(flipped({control_x, *y, control_width, height}, view_height)));
+}
+
+}  // namespace
+
+QuestionsView::QuestionsView(Panel& panel, Shell& shell, const Ini& ini, EnrolFlow& flow)
+    : View("evgi", other_view_height), panel_(panel), shell_(shell), ini_(ini), flow_(flow) {
+  load(form_);
+  // Only what the user types counts as a change.
+  QObject::connect(form_.evgi_pin, &QLineEdit::textEdited, window(),
+                   [this] { flow_.controlTextDidChange(EnrolFlow::Changed::pin); });
+  for (QComboBox* menu : menus()) {
+    QObject::connect(menu, &QComboBox::activated, window(),
+                     [this, menu] { evgi_questionselected(menu); });
+  }
+  onClick(form_.evgi_submit, [this] { evgi_submitclicked(); });
+  onClick(form_.evgi_cancel, [this] { evgi_cancelclicked(); });
+}
+
+std::array<QComboBox*, 3> QuestionsView::menus() const {
+  return {form_.evgi_question1, form_.evgi_question2, form_.evgi_question3};
+}
+
+std::array<QLineEdit*, 3> QuestionsView::answers() const {
+  return {form_.evgi_answer1, form_.evgi_answer2, form_.evgi_answer3};
+}
+
+EnrolViews::GetInfoInput QuestionsView::input() const {
+  EnrolViews::GetInfoInput result;
+  result.pin = form_.evgi_pin->text().toStdString();
+  for (std::size_t i = 0; i < result.questions.size(); ++i) {
+    result.questions[i] = menus()[i]->currentText().toStdString();
+    result.answers[i] = answers()[i]->text().toStdString();
+  }
+  return result;
+}
+
+int QuestionsView::evgi_height() {
+  const TaEnrolClient* client = flow_.taenrol();
+  return client == nullptr ? other_view_height : getInfoHeight(*client);
+}
+
+void QuestionsView::evgi_init() {
+  vane::log("EVGI: init: begin");
+  panel_.positionToolbarLeft(form_.evgi_cancel);
+  panel_.positionToolbarRight(form_.evgi_submit);
+  const TaEnrolClient* client = flow_.taenrol();
+  if (client == nullptr) return;
+  const int height = evgi_height();
+  fill(*client);
+  vane::log("EVGI: init: height:{}", height);
+  layOut(*client, height);
+  showEarlierAnswers(*client);
+  if (getInfoState(*client) == GetInfoState::questions_only) {
+    form_.evgi_answer1->setFocus();
+  } else {
+    form_.evgi_pin->setFocus();
+  }
+  vane::log("EVGI: init: end");
+}
+
+void QuestionsView::fill(const TaEnrolClient& client) {
+  const QString prompt = QString::fromStdString(pinPrompt(client));
+  form_.evgi_pinlabel->showText(prompt);
+  forget(*form_.evgi_pin);
+  form_.evgi_pin->setAccessibleName(prompt);
+  form_.evgi_questionlabel->showText(QString::fromStdString(ini_.StrSecretQuestions));
+  form_.evgi_pinlabel->setTextColour(Qt::white);
+  form_.evgi_questionlabel->setTextColour(Qt::white);
+  fillMenu(0, client.QUESTIONS1);
+  fillMenu(1, client.QUESTIONS2);
+  fillMenu(2, client.QUESTIONS3);
+}
+
+void QuestionsView::fillMenu(std::size_t index,
+                             const std::optional<TaEnrolClient::Questions>& titles) {
+  QComboBox* menu = menus()[index];
+  QLineEdit* answer = answers()[index];
+  menu->clear();
+  forget(*answer);
+  answer->setAccessibleName(QStringLiteral("Answer %1").arg(index + 1));
+  menu->setAccessibleName(form_.evgi_questionlabel->text() + QStringLiteral(" %1").arg(index + 1));
+  if (!titles) return;
+  for (const std::string& title : *titles) {
+    if (menu->count() == most_questions) break;
+    menu->addItem(QString::fromStdString(title));
+  }
+  menu->setCurrentIndex(std::min(static_cast<int>(index), menu->count() - 1));
+}
+
+void QuestionsView::layOut(const TaEnrolClient& client, int height) {
+  form_.evgi_pinlabel->show();
+  form_.evgi_pin->show();
+  form_.evgi_questionlabel->show();
+  for (std::size_t i = 0; i < menus().size(); ++i) {
+    const bool asked = i < 2 || client.QUESTIONS3;
+    menus()[i]->setVisible(asked);
+    answers()[i]->setVisible(asked);
+  }
+  const GetInfoState state = getInfoState(client);
+  if (state == GetInfoState::nothing) {
+    vane::log("EVGI: unexpected state: bUSERCREATEPIN and bENROL false");
+    return;
+  }
+  vane::log("EVGI: init: {}", nameOf(state));
+  const GetInfoPlaces places = getInfoPlaces(client, height);
+  if (places.questions[2]) vane::log("EVGI: init: 3 questions");
+  place(form_.evgi_pinlabel, places.pin_label, pinPromptHeight(client), height);
+  place(form_.evgi_pin, places.pin, control_height, height);
+  place(form_.evgi_questionlabel, places.question_label, control_height, height);
+  for (std::size_t i = 0; i < menus().size(); ++i) {
+    place(menus()[i], places.questions[i], control_height, height);
+    place(answers()[i], places.answers[i], control_height, height);
+  }
+  if (state != GetInfoState::questions_only) form_.evgi_submit->setEnabled(pinIsGood());
+}
+
+bool QuestionsView::pinIsGood() const {
+  const TaEnrolClient* client = flow_.taenrol();
+  return client != nullptr && checkPIN(*client, form_.evgi_pin->text().toStdString());
+}
+
+void QuestionsView::showEarlierAnswers(const TaEnrolClient& client) {
+  if (!hasEarlierAnswers(client)) return;
+  struct Earlier {
+    const std::optional<TaEnrolClient::Questions>& titles;
+    const std::string& question;
+    const std::string& answer;
+  };
+  const Earlier all[] = {{client.QUESTIONS1, client.QUESTION1, client.ANSWER1},
+                         {client.QUESTIONS2, client.QUESTION2, client.ANSWER2},
+                         {client.QUESTIONS3, client.QUESTION3, client.ANSWER3}};
+  for (std::size_t i = 0; i < menus().size(); ++i) {
+    const Earlier& earlier = all[i];
+    if (!earlier.titles || earlier.question.empty()) continue;
+    const auto item = earlierQuestion(*earlier.titles, earlier.question);
+    if (!item) continue;
+    menus()[i]->setCurrentIndex(static_cast<int>(*item));
+    answers()[i]->setText(QString::fromStdString(earlier.answer));
+  }
+}
+
+void QuestionsView::evgi_questionselected(const QComboBox* sender) {
+  vane::log("EVGI: questionselected: begin: {}", sender->currentText().toStdString());
+  const TaEnrolClient* client = flow_.taenrol();
+  std::vector<TaEnrolClient::Questions> lists;
+  std::vector<std::size_t> selected;
+  std::size_t changed = 0;
+  const std::size_t count = client != nullptr && client->QUESTIONS3 ? 3 : 2;
+  for (std::size_t i = 0; i < count; ++i) {
+    const QComboBox* menu = menus()[i];
+    if (menu == sender) changed = i;
+    TaEnrolClient::Questions titles;
+    for (int item = 0; item < menu->count(); ++item) {
+      titles.push_back(menu->itemText(item).toStdString());
+    }
+    lists.push_back(std::move(titles));
+    selected.push_back(static_cast<std::size_t>(std::max(0, menu->currentIndex())));
+  }
+  menus()[changed]->setCurrentIndex(static_cast<int>(distinctQuestion(lists, selected, changed)));
+  vane::log("EVGI: questionselected: end");
+}
+
+void QuestionsView::evgi_submitclicked() {
+  vane::log("EVGI: submitclicked: begin");
+  flow_.evgi_submitclicked();
+  tellClockTrouble(flow_, shell_);
+  vane::log("EVGI: submitclicked: end");
+}
+
+void QuestionsView::evgi_cancelclicked() {
+  vane::log("EVGI: cancelclicked: begin");
+  flow_.evgi_cancelclicked();
+  vane::log("EVGI: cancelclicked: end");
+}
+
+}  // namespace talvane

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <array>
+
+#include "config/ini.h"
+#include "enrol/enrol_flow.h"
+#include "enrol/enrol_layout.h"
+#include "ui/panel/panel.h"
+#include "ui/views/shell.h"
+#include "ui_questions_view.h"
+
+namespace talvane {
+
+/// Asks for what the server wants to know before it hands out the token: a new PIN, answers to
+/// secret questions, or both.
+class QuestionsView final : public View {
+ public:
+  /// Borrows all.
+  QuestionsView(Panel& panel, Shell& shell, const Ini& ini, EnrolFlow& flow);
+
+  [[nodiscard]] int evgi_height();
+  void evgi_init();
+  void evgi_questionselected(const QComboBox* sender);
+  void evgi_submitclicked();
+  void evgi_cancelclicked();
+
+  [[nodiscard]] EnrolViews::GetInfoInput input() const;
+  void enableSubmit(bool enabled) { form_.evgi_submit->setEnabled(enabled); }
+
+  [[nodiscard]] int height() override { return evgi_height(); }
+  void init() override { evgi_init(); }
+  [[nodiscard]] QAbstractButton* accepting() const override { return form_.evgi_submit; }
+  [[nodiscard]] QAbstractButton* cancelling() const override { return form_.evgi_cancel; }
+
+ private:
+  void fill(const TaEnrolClient& client);
+  void fillMenu(std::size_t index, const std::optional<TaEnrolClient::Questions>& titles);
+  void layOut(const TaEnrolClient& client, int height);
+  void showEarlierAnswers(const TaEnrolClient& client);
+  [[nodiscard]] bool pinIsGood() const;
+  [[nodiscard]] std::array<QComboBox*, 3> menus() const;
+  [[nodiscard]] std::array<QLineEdit*, 3> answers() const;
+
+  Panel& panel_;
+  Shell& shell_;
+  const Ini& ini_;
+  EnrolFlow& flow_;
+  Ui::QuestionsView form_;
+};
+
+}  // namespace talvane

@@ -1,0 +1,39 @@
+#include "ui/views/response_view.h"
+
+#include "engine/vane.h"
+#include "ui/kit/look.h"
+
+namespace talvane {
+namespace {
+
+constexpr int code_font_size = 22;
+
+}  // namespace
+
+ResponseView::ResponseView(Panel& panel) : View("rv", response_view_height), panel_(panel) {
+  load(form_);
+  QFont digits = panelFont(code_font_size);
+  digits.setLetterSpacing(QFont::AbsoluteSpacing, 1);
+  form_.rvcode->setFont(digits);
+  form_.rvcode->setAccessibleName(form_.rvprompt->text());
+  onClick(form_.rvok, [this] { rv_okclicked(); });
+}
+
+void ResponseView::setCode(const std::string& code) {
+  form_.rvcode->setText(QString::fromStdString(code));
+}
+
+void ResponseView::rv_init() {
+  vane::log("RV : init: begin");
+  panel_.positionToolbarLeft(form_.rvok);
+  form_.rvok->setFocus();
+  vane::log("RV : init: end");
+}
+
+void ResponseView::rv_okclicked() {
+  vane::log("RV : okclicked: begin");
+  panel_.switchViewfrom(window(), panel_.window("tv"));
+  vane::log("RV : okclicked: end");
+}
+
+}  // namespace talvane

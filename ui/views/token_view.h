@@ -1,0 +1,67 @@
+#pragma once
+
+#include <QTimer>
+#include <memory>
+#include <vector>
+
+#include "config/ini.h"
+#include "engine/gateway.h"
+#include "ui/kit/buttons.h"
+#include "ui/kit/countdown.h"
+#include "ui/kit/flipped_view.h"
+#include "ui/kit/text_label.h"
+#include "ui/panel/panel.h"
+#include "ui/views/shell.h"
+#include "ui_token_view.h"
+
+namespace talvane {
+
+/// The home view: a row for each token with the passcode that is valid now, and the bar that shows
+/// how long it still is. Code, bar and colour come from one reading of the clock.
+class TokenView final : public View {
+ public:
+  /// Borrows all; the gateway has the clock.
+  TokenView(Panel& panel, Shell& shell, const Ini& ini, Gateway& gateway);
+
+  void tv_init();
+  void tv_timer();
+  void tv_update();
+  void tv_copyclicked(const QAbstractButton* sender);
+  void tv_editclicked();
+  void tv_helpclicked();
+  void tv_addclicked();
+
+  [[nodiscard]] bool showsTokens() const override { return true; }
+  [[nodiscard]] int height() override;
+  void init() override { tv_init(); }
+  void scrolled() override { paintWhatShows(); }
+  void closed() override;
+  void released() override { clearRows(); }
+  [[nodiscard]] std::vector<QWidget*> rows() const override;
+  /// A digit copies the passcode of the row of that number.
+  bool keyPressed(const QKeyEvent& event) override;
+
+ private:
+  [[nodiscard]] int troubleHeight() const;
+  void showTrouble();
+  void clearRows();
+  void addTokenRow(int index);
+  void startCountdown();
+  void setTabOrder();
+  void paintWhatShows();
+
+  Panel& panel_;
+  Shell& shell_;
+  const Ini& ini_;
+  Gateway& gateway_;
+  Ui::TokenView form_;
+  FlippedView* tvview = nullptr;
+  Countdown* tvcountdown = nullptr;
+  std::vector<FlippedImageView*> tvtoken;
+  std::vector<TextLabel*> tvdesc;
+  std::vector<TextLabel*> tvpasscode;
+  std::vector<PanelButton*> tvcopy;
+  QTimer* timer = nullptr;
+};
+
+}  // namespace talvane
