@@ -40,30 +40,20 @@ class Application final : public QApplication {
   }
 };
 
-int run(int argc, char** argv) {
-  const StartOptions options = readOptions(argc, argv);
-  if (!options.output.empty()) {
-    std::fputs(options.output.c_str(), options.failed ? stderr : stdout);
-    return options.failed ? exit_usage : 0;
-  }
-  // Who goes away while we talk to them does not end us.
-  std::signal(SIGPIPE, SIG_IGN);
-  InstanceChannel channel(displayName());
-  if (!channel.becomeFirst()) {
-    std::string error = channel.error();
-    if (error.empty() && !channel.send(options.request)) {
-      error = "Another start of the program holds its place but does not answer";
-    }
-    if (error.empty()) return 0;
-    std::fprintf(stderr, "softtoken: %s\n", error.c_str());
-    return exit_failed;
-  }
-  if (options.request == QLatin1String(request::quit)) return 0;
-  if (const std::string error = prepareDisplay(); !error.empty()) {
-    std::fprintf(stderr, "softtoken: %s\n", error.c_str());
-    return exit_failed;
-  }
+int fail(const std::string& error) {
+  std::fprintf(stderr, "softtoken: %s\n", error.c_str());
+  return exit_failed;
+}
 
+/// Hands the request to the program that runs already. Returns the exit status.
+int handOver(const InstanceChannel& channel, const QString& request) {
+  if (!channel.error().empty()) return fail(channel.error());
+  if (channel.send(request)) return 0;
+  return fail("Another start of the program holds its place but does not answer");
+}
+
+/// The first program: shows itself until it is told to end.
+int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& channel) {
   Application application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Talvane Soft Token"));
   QApplication::setApplicationVersion(QLatin1String(product::version));
@@ -102,6 +92,21 @@ int run(int argc, char** argv) {
     if (options.request != QLatin1String(request::start)) delegate.perform(options.request);
   });
   return QApplication::exec();
+}
+
+int run(int argc, char** argv) {
+  const StartOptions options = readOptions(argc, argv);
+  if (!options.output.empty()) {
+    std::fputs(options.output.c_str(), options.failed ? stderr : stdout);
+    return options.failed ? exit_usage : 0;
+  }
+  // Who goes away while we talk to them does not end us.
+  std::signal(SIGPIPE, SIG_IGN);
+  InstanceChannel channel(displayName());
+  if (!channel.becomeFirst()) return handOver(channel, options.request);
+  if (options.request == QLatin1String(request::quit)) return 0;
+  if (const std::string error = prepareDisplay(); !error.empty()) return fail(error);
+  return stay(argc, argv, options, channel);
 }
 
 }  // namespace
