@@ -1,6 +1,5 @@
 #include "enrol/enrol_flow.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "engine/text.h"
@@ -23,6 +22,16 @@ std::string withHttps(const std::string& url) {
   return head == http ? "https://" + url.substr(http.size()) : url;
 }
 
+// On the worker: touches nothing but what it is given.
+std::optional<std::string> firstRequest(TaHttp& http, const std::string& url, bool allow_http) {
+  if (auto problem = problemWithAddress(url, allow_http)) return problem;
+  vane::log("EVA: threadstart: doing initial GET...");
+  http.get(url);
+  vane::log("EVA: threadstart: http result: {}", http.status());
+  vane::log("EVA: threadstart: http error: {}", orNil(http.error()));
+  return std::nullopt;
+}
+
 }  // namespace
 
 std::optional<std::string> problemWithAddress(const std::string& url, bool allow_http) {
@@ -38,8 +47,7 @@ EnrolFlow::EnrolFlow(Parts parts)
 
 void EnrolFlow::end() {
   if (loader_ != nullptr) loader_->stop();
-  for (Worker& worker : workers_) worker.thread.join();
-  workers_.clear();
+  workers_.join();
 }
 
 void EnrolFlow::eva_init() {
@@ -54,7 +62,6 @@ void EnrolFlow::eva_init() {
   if (loader_ == nullptr) loader_ = parts_.make_loader(&unavailable);
   session_.reset();
   views_.eva_layout();
-  eva_thread_result_ = "ERR Unknown";
   auto session = std::make_shared<Session>();
   session->http = std::make_shared<TaHttp>(loader_, unavailable);
   session->http->clearcookies(ini_.tidyEnrolURL());
@@ -62,41 +69,17 @@ void EnrolFlow::eva_init() {
   eva_threadstart(session);
 }
 
-// On the worker: touches nothing but what it is given.
-std::optional<std::string> EnrolFlow::threadStart(TaHttp& http, const std::string& url,
-                                                  bool allow_http) {
-  if (auto problem = problemWithAddress(url, allow_http)) return problem;
-  vane::log("EVA: threadstart: doing initial GET...");
-  http.get(url);
-  vane::log("EVA: threadstart: http result: {}", http.status());
-  vane::log("EVA: threadstart: http error: {}", orNil(http.error()));
-  return std::nullopt;
-}
-
 void EnrolFlow::eva_threadstart(const std::shared_ptr<Session>& session) {
-  joinFinishedWorkers();
   eva_thread_ = true;
-  auto done = std::make_shared<std::atomic<bool>>(false);
-  Worker worker{session, done, {}};
-  worker.thread = std::thread([this, session, done, http = session->http, url = ini_.tidyEnrolURL(),
-                               allow_http = ini_.bAllowHTTP] {
-    const std::optional<std::string> error = threadStart(*http, url, allow_http);
+  workers_.start([this, session, url = ini_.tidyEnrolURL(), allow_http = ini_.bAllowHTTP] {
+    const std::optional<std::string> error = firstRequest(*session->http, url, allow_http);
     parts_.run_on_main_thread([this, session, error] { eva_threadfinished(session, error); });
-    *done = true;
   });
-  workers_.push_back(std::move(worker));
-}
-
-void EnrolFlow::joinFinishedWorkers() {
-  const auto running = std::partition(workers_.begin(), workers_.end(),
-                                      [](const Worker& worker) { return !*worker.done; });
-  std::for_each(running, workers_.end(), [](Worker& worker) { worker.thread.join(); });
-  workers_.erase(running, workers_.end());
 }
 
 void EnrolFlow::eva_threadfinished(const std::shared_ptr<Session>& session,
                                    const std::optional<std::string>& error) {
-  joinFinishedWorkers();
+  workers_.joinFinished();
   // What an earlier session's server says is no business of the one after it.
   if (session != session_) return;
   eva_thread_ = false;

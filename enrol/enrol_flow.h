@@ -5,18 +5,16 @@
 // performs and hands back without waiting.
 
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "config/ini.h"
 #include "enrol/ta_enrol_client.h"
 #include "enrol/ta_http.h"
+#include "enrol/workers.h"
 #include "store/token_store.h"
 
 namespace talvane {
@@ -74,8 +72,6 @@ class EnrolFlow {
   };
   explicit EnrolFlow(Parts parts);
   ~EnrolFlow() { end(); }
-  EnrolFlow(const EnrolFlow&) = delete;
-  EnrolFlow& operator=(const EnrolFlow&) = delete;
 
   /// Ends the requests under way and waits for the workers; there are no sessions after it.
   void end();
@@ -101,7 +97,6 @@ class EnrolFlow {
   /// The session's client; null outside a session.
   [[nodiscard]] TaEnrolClient* taenrol() { return session_ ? &session_->client : nullptr; }
   [[nodiscard]] bool pleasewait() const { return eva_pleasewait_; }
-  [[nodiscard]] const std::string& threadResult() const { return eva_thread_result_; }
 
   /// How the last session that came to its final request ended.
   struct Ending {
@@ -118,14 +113,7 @@ class EnrolFlow {
     std::shared_ptr<TaHttp> http;
     TaEnrolClient client;
   };
-  struct Worker {
-    std::shared_ptr<Session> session;
-    std::shared_ptr<std::atomic<bool>> done;
-    std::thread thread;
-  };
 
-  static std::optional<std::string> threadStart(TaHttp& http, const std::string& url,
-                                                bool allow_http);
   void eva_threadstart(const std::shared_ptr<Session>& session);
   void eva_threadfinished(const std::shared_ptr<Session>& session,
                           const std::optional<std::string>& error);
@@ -137,17 +125,15 @@ class EnrolFlow {
   void EnrolSubmit();
   void tellStored(const std::optional<Problem>& problem);
   void EndSession();
-  void joinFinishedWorkers();
 
   Parts parts_;
   EnrolViews& views_;
   Ini& ini_;
   std::shared_ptr<UrlLoader> loader_;
   std::shared_ptr<Session> session_;
-  std::vector<Worker> workers_;
+  Workers workers_;
   bool eva_thread_ = false;
   bool eva_pleasewait_ = false;
-  std::string eva_thread_result_;
   std::optional<Ending> ending_;
 };
 
