@@ -8,12 +8,50 @@
 #include "platform/memory_release.h"
 #include "ui/desktop/window_hints.h"
 #include "ui/kit/look.h"
-#include "ui/panel/panel_background.h"
 
 namespace talvane {
 namespace {
 
 constexpr int row_step = 72;
+
+CloseButton* makeCloseButton(QWidget* parent) {
+  auto* button = new CloseButton(parent);
+  button->setObjectName(QStringLiteral("close"));
+  button->setAccessibleName(QStringLiteral("Close"));
+  button->setToolTip(QStringLiteral("Close"));
+  button->hide();
+  return button;
+}
+
+int heightOf(View* view) {
+  if (view == nullptr) return other_view_height;
+  const int height = view->height();
+  if (view->showsTokens()) {
+    vane::log("APP: openWindow: calculated {} height: {}",
+              view->window()->objectName().toStdString(), height);
+  }
+  return height;
+}
+
+void bringToFront(SoftTokenWindow* window) {
+  keepOutOfTaskBars(*window);
+  window->show();
+  window->raise();
+  window->activateWindow();
+  if (QWidget* focus = window->focusWidget()) focus->setFocus();
+}
+
+// `step` rows on from the one that has the focus.
+bool focusRow(const std::vector<QWidget*>& rows, int step) {
+  if (rows.empty()) return false;
+  const auto here = std::find(rows.begin(), rows.end(), QApplication::focusWidget());
+  const auto last = static_cast<int>(rows.size()) - 1;
+  const int position =
+      here == rows.end() ? (step > 0 ? -1 : last + 1) : static_cast<int>(here - rows.begin());
+  rows[static_cast<std::size_t>(std::clamp(position + step, 0, last))]->setFocus(
+      Qt::TabFocusReason);
+  return true;
+}
 
 }  // namespace
 
@@ -35,19 +73,13 @@ void Panel::take(std::unique_ptr<View> view) {
   window->dropped = [this](const QMimeData& what) {
     if (dropped) dropped(what);
   };
-  if (close == nullptr) makeCloseButton(window);
+  if (close == nullptr) {
+    close = makeCloseButton(window);
+    connect(close, &QAbstractButton::clicked, this, [this] {
+      if (close->window() == ow) closeclicked();
+    });
+  }
   views_.push_back(std::move(view));
-}
-
-void Panel::makeCloseButton(QWidget* parent) {
-  close = new CloseButton(parent);
-  close->setObjectName(QStringLiteral("close"));
-  close->setAccessibleName(QStringLiteral("Close"));
-  close->setToolTip(QStringLiteral("Close"));
-  close->hide();
-  connect(close, &QAbstractButton::clicked, this, [this] {
-    if (close->window() == ow) closeclicked();
-  });
 }
 
 SoftTokenWindow* Panel::window(const char* name) const {
@@ -62,16 +94,6 @@ View* Panel::viewOf(const SoftTokenWindow* window) const {
     if (view->window() == window) return view.get();
   }
   return nullptr;
-}
-
-int Panel::heightOf(View* view) {
-  if (view == nullptr) return other_view_height;
-  const int height = view->height();
-  if (view->showsTokens()) {
-    vane::log("APP: openWindow: calculated {} height: {}",
-              view->window()->objectName().toStdString(), height);
-  }
-  return height;
 }
 
 void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
@@ -90,10 +112,12 @@ void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
     place = defaultPlace(mainScreenSize(), height, roll_down);
     vane::log("APP: openWindow: calculated x:{} y:{}", place.x, place.y);
   }
-  dress(window, height);
+  makeBackground(height);
+  content = window->setContentView(bg);
+  bg->hold(content, close);
   if (view != nullptr) view->init();
   window->setFrameOrigin(place);
-  show(window);
+  bringToFront(window);
   if (roll_down) roll(window, "openWindow", openingRoll(place, height, ini_.RollupSteps));
   bOpen = true;
   ow = window;
@@ -112,7 +136,11 @@ void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
   bOpen = false;
   ow = nullptr;
   if (View* view = viewOf(window)) view->closed();
-  undress(window);
+  close->hide();
+  close->setParent(window);
+  window->setContentView(content);
+  delete std::exchange(bg, nullptr);
+  content = nullptr;
   // After what is under way in the view that has closed.
   QMetaObject::invokeMethod(
       this, [this] { releaseClosedPanel(); }, Qt::QueuedConnection);
@@ -121,36 +149,6 @@ void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
 
 void Panel::makeBackground(int height) {
   bg = new PanelBackground(height);
-}
-
-void Panel::dress(SoftTokenWindow* window, int height) {
-  makeBackground(height);
-  content = window->setContentView(bg);
-  close->setParent(bg);
-  close->setGeometry(rectangle(close_button_frame));
-  content->setParent(bg);
-  content->setGeometry(bg->rect());
-  content->show();
-  // Above the content, which would take its clicks.
-  close->raise();
-  close->show();
-}
-
-void Panel::undress(SoftTokenWindow* window) {
-  close->hide();
-  close->setParent(window);
-  window->setContentView(content);
-  delete bg;
-  bg = nullptr;
-  content = nullptr;
-}
-
-void Panel::show(SoftTokenWindow* window) {
-  keepOutOfTaskBars(*window);
-  window->show();
-  window->raise();
-  window->activateWindow();
-  if (QWidget* focus = window->focusWidget()) focus->setFocus();
 }
 
 void Panel::roll(SoftTokenWindow* window, const char* operation,
@@ -213,18 +211,24 @@ bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
   // Pressed while the program worked, and the panel has closed or changed since.
   if (window != ow) return true;
   const int page = mainScreen().height() - menu_bar_height - row_step;
+  View* view = viewOf(window);
   switch (event.key()) {
     case Qt::Key_Escape:
-      cancel();
+      if (QAbstractButton* cancelling = view->cancelling()) {
+        cancelling->click();
+      } else {
+        closeclicked();
+      }
       return true;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-      accept();
+      // In a field, or where nothing to press has the focus.
+      if (QAbstractButton* accepting = view->accepting()) accepting->click();
       return true;
     case Qt::Key_Up:
-      return focusRow(-1);
+      return focusRow(view->rows(), -1);
     case Qt::Key_Down:
-      return focusRow(1);
+      return focusRow(view->rows(), 1);
     case Qt::Key_PageUp:
       scroll(page);
       return true;
@@ -232,38 +236,8 @@ bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
       scroll(-page);
       return true;
     default:
-      break;
+      return view->keyPressed(event);
   }
-  View* view = viewOf(ow);
-  return view != nullptr && view->keyPressed(event);
-}
-
-// Return in a field, or where nothing to press has the focus.
-void Panel::accept() {
-  const View* view = viewOf(ow);
-  if (QAbstractButton* button = view == nullptr ? nullptr : view->accepting()) button->click();
-}
-
-void Panel::cancel() {
-  const View* view = viewOf(ow);
-  if (QAbstractButton* button = view == nullptr ? nullptr : view->cancelling()) {
-    button->click();
-  } else {
-    closeclicked();
-  }
-}
-
-bool Panel::focusRow(int step) {
-  const View* view = viewOf(ow);
-  const std::vector<QWidget*> rows = view == nullptr ? std::vector<QWidget*>() : view->rows();
-  if (rows.empty()) return false;
-  const auto here = std::find(rows.begin(), rows.end(), QApplication::focusWidget());
-  const auto last = static_cast<int>(rows.size()) - 1;
-  const int position =
-      here == rows.end() ? (step > 0 ? -1 : last + 1) : static_cast<int>(here - rows.begin());
-  rows[static_cast<std::size_t>(std::clamp(position + step, 0, last))]->setFocus(
-      Qt::TabFocusReason);
-  return true;
 }
 
 void Panel::scroll(int movement) {

@@ -12,7 +12,7 @@
 
 #include "config/ini.h"
 #include "ui/kit/buttons.h"
-#include "ui/kit/flipped_view.h"
+#include "ui/panel/panel_background.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/shown_tokens.h"
 #include "ui/panel/view.h"
@@ -70,19 +70,11 @@ class Panel : public QObject {
 
  private:
   void take(std::unique_ptr<View> view);
-  void makeCloseButton(QWidget* parent);
   [[nodiscard]] View* viewOf(const SoftTokenWindow* window) const;
-  [[nodiscard]] static int heightOf(View* view);
-  void dress(SoftTokenWindow* window, int height);
-  void undress(SoftTokenWindow* window);
-  static void show(SoftTokenWindow* window);
   void roll(SoftTokenWindow* window, const char* operation, const std::vector<Place>& places) const;
   void positionToolbarCommon(QWidget* button, const Frame& frame);
   void releaseClosedPanel();
   bool keyPressed(const SoftTokenWindow* window, const QKeyEvent& event);
-  void accept();
-  void cancel();
-  bool focusRow(int step);
   /// Upwards is negative, in points.
   void scroll(int movement);
   void bringIntoView(const QWidget* widget);
@@ -95,7 +87,7 @@ class Panel : public QObject {
   bool refreshing_ = false;
   QWidget* content = nullptr;  // the open window's own
   CloseButton* close = nullptr;
-  FlippedView* bg = nullptr;
+  PanelBackground* bg = nullptr;
 };
 
 }  // namespace talvane

@@ -18,4 +18,14 @@ PanelBackground::PanelBackground(int height) : FlippedView({0, 0, panel_width, h
   toolbar->setObjectName(QStringLiteral("bg_toolbar"));
 }
 
+void PanelBackground::hold(QWidget* content, QWidget* close) {
+  close->setParent(this);
+  close->setGeometry(rectangle(close_button_frame));
+  content->setParent(this);
+  content->setGeometry(rect());
+  content->show();
+  close->raise();
+  close->show();
+}
+
 }  // namespace talvane

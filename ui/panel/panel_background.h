@@ -9,6 +9,9 @@ namespace talvane {
 class PanelBackground : public FlippedView {
  public:
   explicit PanelBackground(int height);
+
+  /// Takes the view's content, and above it, as it would take its clicks, the close button.
+  void hold(QWidget* content, QWidget* close);
 };
 
 }  // namespace talvane
