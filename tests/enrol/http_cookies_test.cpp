@@ -7,7 +7,6 @@
 
 #include "tests/enrol/http_test.h"
 #include "tests/enrol/https_server.h"
-#include "tests/enrol/trusted_certificate.h"
 
 namespace talvane::test {
 namespace {
@@ -201,7 +200,7 @@ TEST_F(HttpCookiesTest, SecureOneIsClearedForHttpsAlone) {
     came = cookies;
     return HttpsReply{200, "", path == "/set" ? "a=1; Path=/; Secure" : "", ""};
   });
-  trustCertificate(certificate.file);
+  trust(certificate.file);
   EXPECT_EQ(got(secure.url("/set", "app.localhost")).status(), 200);
   EXPECT_EQ(got(secure.url("/", "app.localhost")).status(), 200);
   EXPECT_EQ(came, "a=1");
@@ -212,7 +211,6 @@ TEST_F(HttpCookiesTest, SecureOneIsClearedForHttpsAlone) {
   client().clearcookies("https://app.localhost/");
   EXPECT_EQ(got(secure.url("/", "app.localhost")).status(), 200);
   EXPECT_EQ(came, "");
-  trustCertificate("");
 }
 
 // libcurl takes the loopback host for secure whatever the scheme.

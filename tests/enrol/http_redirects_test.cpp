@@ -8,7 +8,6 @@
 
 #include "tests/enrol/http_test.h"
 #include "tests/enrol/https_server.h"
-#include "tests/enrol/trusted_certificate.h"
 
 namespace talvane::test {
 namespace {
@@ -151,9 +150,8 @@ TEST_F(HttpRedirectsTest, ToOtherSchemesIsRefused) {
 class HttpsRedirectsTest : public HttpTest {
  protected:
   HttpsRedirectsTest() : certificate(makeCertificate(folder.path(), "IP:127.0.0.1")) {
-    trustCertificate(certificate.file);
+    trust(certificate.file);
   }
-  ~HttpsRedirectsTest() override { trustCertificate(""); }
 
   TemporaryFolder folder;
   Certificate certificate;

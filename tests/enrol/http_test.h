@@ -13,12 +13,12 @@
 
 namespace talvane::test {
 
-/// The real loader, without the proxies of whoever runs the tests.
+/// The real loader, without the proxies and the trust store of whoever runs the tests.
 class HttpTest : public testing::Test {
  protected:
   HttpTest() {
-    for (const char* name :
-         {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY", "no_proxy"}) {
+    for (const char* name : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY",
+                             "no_proxy", "SSL_CERT_FILE"}) {
       home.environment.unset(name);
     }
     useLimits({});
@@ -29,6 +29,9 @@ class HttpTest : public testing::Test {
     loader = makeUrlLoader(&error, limits);
     ASSERT_NE(loader, nullptr) << error;
   }
+
+  /// Makes the certificate the one that requests trust, in place of the system's.
+  void trust(const std::string& certificate) { home.environment.set("SSL_CERT_FILE", certificate); }
 
   static UrlLoaderLimits silenceOf(std::chrono::milliseconds silence) {
     UrlLoaderLimits limits;
@@ -73,6 +76,7 @@ inline constexpr int cannot_resolve = 6;
 inline constexpr int cannot_connect = 7;
 inline constexpr int partial_file = 18;
 inline constexpr int timed_out = 28;
+inline constexpr int cannot_secure = 35;
 inline constexpr int aborted = 42;
 inline constexpr int too_many_redirects = 47;
 inline constexpr int got_nothing = 52;

@@ -22,14 +22,14 @@ void run(const std::string& command) {
 Certificate makeCertificate(const std::string& folder, const std::string& names,
                             Validity validity) {
   Certificate made{folder + "/certificate.pem", folder + "/key.pem"};
-  const std::string extensions = folder + "/extensions";
-  const std::string request = folder + "/request.pem";
-  writeFile(extensions, "subjectAltName=" + names + "\nbasicConstraints=critical,CA:TRUE\n");
-  run("openssl req -new -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=test "
-      "-keyout " +
-      made.key + " -out " + request);
-  run("openssl x509 -req -in " + request + " -signkey " + made.key + " -extfile " + extensions +
-      " -days " + (validity == Validity::now ? "2" : "-1") + " -out " + made.file);
+  run("openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=test "
+      "-addext subjectAltName=" +
+      names + " -days 2 -keyout " + made.key + " -out " + made.file);
+  if (validity == Validity::past) {
+    const std::string past = folder + "/past.pem";
+    run("openssl x509 -in " + made.file + " -signkey " + made.key + " -days -1 -out " + past);
+    made.file = past;
+  }
   return made;
 }
 
@@ -54,7 +54,7 @@ HttpsServer::HttpsServer(const Certificate& certificate, Handler handler)
   };
   server.Get(".*", serve);
   server.Post(".*", serve);
-  server.set_keep_alive_timeout(1);
+  server.set_keep_alive_max_count(1);  // its end waits for connections that are kept
   running_->port = server.bind_to_any_port("127.0.0.1");
   EXPECT_GT(running_->port, 0);
   running_->thread = std::thread([&server] { server.listen_after_bind(); });

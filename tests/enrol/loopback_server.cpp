@@ -2,6 +2,7 @@
 
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -13,8 +14,6 @@
 
 namespace talvane::test {
 namespace {
-
-constexpr int tick = 20;  // milliseconds
 
 int listenOn(bool version_6, std::uint16_t* port) {
   const int listener = socket(version_6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -37,21 +36,25 @@ int listenOn(bool version_6, std::uint16_t* port) {
   return listener;
 }
 
-bool readable(int socket, const std::atomic<bool>& stopping) {
-  pollfd waiting{socket, POLLIN, 0};
-  while (!stopping) {
-    if (poll(&waiting, 1, tick) > 0) return true;
-  }
-  return false;
+/// Waits for the socket or the stop, and tells what of the two is there.
+std::array<bool, 2> waitFor(int socket, short events, int stop) {
+  std::array<pollfd, 2> waiting{{{socket, events, 0}, {stop, POLLIN, 0}}};
+  poll(waiting.data(), waiting.size(), -1);
+  return {waiting[0].revents != 0, waiting[1].revents != 0};
+}
+
+/// False once the server stops and nothing is left to read.
+bool readable(int socket, int stop) {
+  return waitFor(socket, POLLIN, stop)[0];
 }
 
 }  // namespace
 
 bool LoopbackServer::Connection::send(std::string_view bytes) {
   while (!bytes.empty()) {
-    pollfd waiting{socket_, POLLOUT, 0};
-    if (stopping_) return false;
-    if (poll(&waiting, 1, tick) <= 0) continue;
+    const auto [writable, stopping] = waitFor(socket_, POLLOUT, stop_);
+    if (stopping) return false;
+    if (!writable) continue;
     const ssize_t sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent <= 0) return false;
     bytes.remove_prefix(static_cast<std::size_t>(sent));
@@ -60,8 +63,8 @@ bool LoopbackServer::Connection::send(std::string_view bytes) {
 }
 
 bool LoopbackServer::Connection::readSome(std::string* bytes) {
-  std::array<char, 4096> buffer{};
-  if (!readable(socket_, stopping_)) return false;
+  std::array<char, 16384> buffer;
+  if (!readable(socket_, stop_)) return false;
   const ssize_t count = recv(socket_, buffer.data(), buffer.size(), 0);
   if (count <= 0) return false;
   bytes->append(buffer.data(), static_cast<std::size_t>(count));
@@ -83,7 +86,7 @@ std::string LoopbackServer::Connection::readRequest() {
   std::string request;
   std::size_t head = std::string::npos;
   while ((head = request.find("\r\n\r\n")) == std::string::npos) {
-    if (!readSome(&request)) return request;
+    if (!readSome(&request) || request[0] < 'A' || request[0] > 'Z') return request;
   }
   const std::string length = headerOf(request, "content-length");
   const std::size_t body = length == "(none)" ? 0 : std::stoul(length);
@@ -102,7 +105,9 @@ std::string LoopbackServer::Connection::readRest() {
 }
 
 LoopbackServer::LoopbackServer(Handler handler, bool version_6)
-    : handler_(std::move(handler)), listener_(listenOn(version_6, &port_)) {
+    : handler_(std::move(handler)),
+      stop_(eventfd(0, EFD_CLOEXEC)),
+      listener_(listenOn(version_6, &port_)) {
   if (running()) acceptor_ = std::thread([this] { accept(); });
 }
 
@@ -113,6 +118,7 @@ LoopbackServer::LoopbackServer(std::string answer)
 
 LoopbackServer::~LoopbackServer() {
   finish();
+  close(stop_);
 }
 
 std::string LoopbackServer::url(const std::string& path, const std::string& host) const {
@@ -126,7 +132,7 @@ std::vector<std::string> LoopbackServer::requests() const {
 
 std::vector<std::string> LoopbackServer::finish() {
   if (acceptor_.joinable()) {
-    stopping_ = true;
+    eventfd_write(stop_, 1);
     acceptor_.join();
     for (std::thread& connection : connections_) connection.join();
     close(listener_);
@@ -135,14 +141,14 @@ std::vector<std::string> LoopbackServer::finish() {
 }
 
 void LoopbackServer::accept() {
-  while (readable(listener_, stopping_)) {
+  while (readable(listener_, stop_)) {
     const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (socket >= 0) connections_.emplace_back([this, socket] { serve(socket); });
   }
 }
 
 void LoopbackServer::serve(int socket) {
-  Connection connection(socket, stopping_);
+  Connection connection(socket, stop_);
   const std::string request = connection.readRequest();
   if (!request.empty()) {
     std::size_t place = 0;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -17,21 +16,21 @@ class LoopbackServer {
  public:
   class Connection {
    public:
-    explicit Connection(int socket, const std::atomic<bool>& stopping)
-        : socket_(socket), stopping_(stopping) {}
+    Connection(int socket, int stop) : socket_(socket), stop_(stop) {}
     /// False when the other side is gone.
     bool send(std::string_view bytes);
     /// Says nothing more until the other side goes or the server stops.
     void hang();
     /// Closes as a program does that dies with unread data: the other side sees a reset.
     void reset();
+    /// Bytes that do not begin as a request are taken as they come.
     std::string readRequest();
     std::string readRest();
 
    private:
     bool readSome(std::string* bytes);
     int socket_;
-    const std::atomic<bool>& stopping_;
+    int stop_;
   };
   /// Called on a thread of the connection's own with the request (head and body).
   using Handler = std::function<void(Connection& connection, const std::string& request)>;
@@ -60,8 +59,8 @@ class LoopbackServer {
 
   Handler handler_;
   std::uint16_t port_ = 0;
-  int listener_ = -1;
-  std::atomic<bool> stopping_ = false;
+  int stop_;  // readable once the server stops
+  int listener_;
   mutable std::mutex mutex_;
   std::vector<std::string> requests_;
   std::vector<std::thread> connections_;
