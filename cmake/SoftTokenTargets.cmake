@@ -45,16 +45,35 @@ function(softtoken_module name)
   install(TARGETS softtoken_${name} LIBRARY DESTINATION lib/softtoken)
 endfunction()
 
-# softtoken_test(NAME SOURCES... [LIBRARIES targets...] [TIMEOUT seconds]): one suite, one CTest entry.
-function(softtoken_test name)
-  cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
-  if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 120)
+# softtoken_tests(FOLDER [PROGRAM name] [SUITES sources...] [WITHOUT sources...] [HELPERS sources...]
+#   [LIBRARIES targets...] [DEFINITIONS words...] [ENVIRONMENT variables...] [MAIN target]
+#   [TIMEOUT seconds] [COST number])
+#
+# The test program of a folder, FOLDER_tests unless PROGRAM names it. Its suites are SUITES, or else
+# all *_test.cpp of the folder but those WITHOUT and HELPERS. Each has a CTest entry of its own:
+# FOLDER/NAME for NAME_test.cpp. Entries of a higher COST start first.
+function(softtoken_tests folder)
+  cmake_parse_arguments(arg "" "PROGRAM;MAIN;TIMEOUT;COST"
+    "SUITES;WITHOUT;HELPERS;LIBRARIES;DEFINITIONS;ENVIRONMENT" ${ARGN})
+  foreach(default "PROGRAM ${folder}_tests" "MAIN softtoken_test_main" "TIMEOUT 120" "COST 1")
+    separate_arguments(default)
+    list(GET default 0 name)
+    if(NOT DEFINED arg_${name})
+      list(GET default 1 arg_${name})
+    endif()
+  endforeach()
+  if(NOT arg_SUITES)
+    file(GLOB arg_SUITES CONFIGURE_DEPENDS RELATIVE "${CMAKE_CURRENT_SOURCE_DIR}" *_test.cpp)
+    list(REMOVE_ITEM arg_SUITES ${arg_WITHOUT} ${arg_HELPERS})
   endif()
-  add_executable(${name} ${arg_SOURCES})
-  target_link_libraries(${name} PRIVATE softtoken_options ${arg_LIBRARIES} GTest::gtest GTest::gtest_main)
-  target_compile_definitions(${name} PRIVATE
-    TEST_VECTORS="${PROJECT_SOURCE_DIR}/tests/vectors")
-  add_test(NAME ${name} COMMAND ${name})
-  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+  add_executable(${arg_PROGRAM} ${arg_SUITES} ${arg_HELPERS})
+  target_link_libraries(${arg_PROGRAM} PRIVATE ${arg_MAIN} ${arg_LIBRARIES})
+  target_compile_definitions(${arg_PROGRAM} PRIVATE ${arg_DEFINITIONS})
+  target_precompile_headers(${arg_PROGRAM} REUSE_FROM ${arg_MAIN})
+  foreach(source ${arg_SUITES})
+    string(REGEX REPLACE "_test\\.cpp$" "" suite "${source}")
+    add_test(NAME ${folder}/${suite} COMMAND ${arg_PROGRAM} --suite=${suite})
+    set_tests_properties(${folder}/${suite} PROPERTIES
+      TIMEOUT ${arg_TIMEOUT} COST ${arg_COST} ENVIRONMENT "${arg_ENVIRONMENT}")
+  endforeach()
 endfunction()

@@ -147,26 +147,26 @@ TEST_F(FoldersTest, LookingCreatesNothing) {
 
 TEST(ProgramFoldersTest, ExecutableFolderIsTheProgramsOwn) {
   const InstalledCopy copy;
-  EXPECT_EQ(copy.outputOf("--say executable"), copy.root() + "/bin");
+  EXPECT_EQ(copy.outputOf("say executable"), copy.root() + "/bin");
 }
 
 TEST(ProgramFoldersTest, ModulesLieBesideTheExecutablesFolder) {
   const InstalledCopy copy;
-  EXPECT_EQ(copy.outputOf("--say modules"), copy.root() + "/lib/softtoken");
+  EXPECT_EQ(copy.outputOf("say modules"), copy.root() + "/lib/softtoken");
 }
 
 TEST(ProgramFoldersTest, BundleIsTheSharedFolderWhenThereIsOne) {
   const InstalledCopy copy;
   std::filesystem::create_directories(copy.root() + "/share/softtoken");
-  EXPECT_EQ(copy.outputOf("--say bundle"), copy.root() + "/share/softtoken");
+  EXPECT_EQ(copy.outputOf("say bundle"), copy.root() + "/share/softtoken");
 }
 
 TEST(ProgramFoldersTest, WithoutSharedFolderTheBundleIsTheExecutablesFolder) {
   const InstalledCopy copy;
-  EXPECT_EQ(copy.outputOf("--say bundle"), copy.root() + "/bin");
+  EXPECT_EQ(copy.outputOf("say bundle"), copy.root() + "/bin");
   std::filesystem::create_directories(copy.root() + "/share");
   writeFile(copy.root() + "/share/softtoken", "a file, not a folder");
-  EXPECT_EQ(copy.outputOf("--say bundle"), copy.root() + "/bin");
+  EXPECT_EQ(copy.outputOf("say bundle"), copy.root() + "/bin");
 }
 
 TEST(ProgramFoldersTest, LinkedProgramIsWhereItsFileIs) {
@@ -174,23 +174,8 @@ TEST(ProgramFoldersTest, LinkedProgramIsWhereItsFileIs) {
   std::filesystem::create_directory(copy.root() + "/elsewhere");
   const std::string link = copy.root() + "/elsewhere/link";
   ASSERT_EQ(symlink(copy.program().c_str(), link.c_str()), 0);
-  EXPECT_EQ(copy.outputOf("--exec '" + link + "'"), copy.root() + "/bin");
+  EXPECT_EQ(copy.outputOf("exec '" + link + "'"), copy.root() + "/bin");
 }
 
 }  // namespace
 }  // namespace talvane::test
-
-int main(int argc, char** argv) {
-  const std::string option = argc == 3 ? argv[1] : "";
-  const std::string what = argc == 3 ? argv[2] : "";
-  if (option == "--exec") return execl(what.c_str(), what.c_str(), "--say", "executable", nullptr);
-  if (option == "--say") {
-    const std::string folder = what == "executable" ? talvane::executableFolder()
-                               : what == "modules"  ? talvane::moduleFolder()
-                                                    : talvane::bundleFolder();
-    std::fputs(folder.c_str(), stdout);
-    return 0;
-  }
-  testing::InitGoogleTest(&argc, argv);
-  return RUN_ALL_TESTS();
-}

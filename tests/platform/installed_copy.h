@@ -12,13 +12,13 @@
 
 namespace talvane::test {
 
-/// A copy of the running program in a folder tree of its own, as installed: ROOT/bin/NAME.
+/// A copy of the probe (probe.cpp) in a folder tree of its own, as installed: ROOT/bin/NAME.
 class InstalledCopy {
  public:
   explicit InstalledCopy(std::string name = "probe") : name_(std::move(name)) {
     std::error_code error;
     std::filesystem::create_directory(folder_ / "bin", error);
-    std::filesystem::copy_file(std::filesystem::read_symlink("/proc/self/exe"), program(), error);
+    std::filesystem::copy_file(PLATFORM_PROBE, program(), error);
     EXPECT_FALSE(error) << error.message();
   }
 

@@ -292,7 +292,7 @@ TEST_F(KeychainsTest, TokensStayFoundOverTimeWithTheSystemsDefaults) {
 
 TEST_F(KeychainsTest, DesktopKeychainWhosePartIsMissingIsNotAvailable) {
   const InstalledCopy copy;
-  const std::string said = copy.outputOf("--look");
+  const std::string said = copy.outputOf("look");
   EXPECT_EQ(said.substr(0, said.find('\n')), "-25291 -25291 vault");
   EXPECT_NE(said.find("install"), std::string::npos) << said;
 }
@@ -301,22 +301,9 @@ TEST_F(KeychainsTest, DesktopKeychainWhosePartIsSomethingElseIsNotAvailable) {
   const InstalledCopy copy;
   std::filesystem::create_directories(copy.root() + "/lib/softtoken");
   writeFile(copy.root() + "/lib/softtoken/secret-service.so", "not a library");
-  const std::string said = copy.outputOf("--look");
+  const std::string said = copy.outputOf("look");
   EXPECT_EQ(said.substr(0, said.find('\n')), "-25291 -25291 vault");
 }
 
 }  // namespace
 }  // namespace talvane::test
-
-int main(int argc, char** argv) {
-  if (argc == 2 && std::string(argv[1]) == "--look") {
-    const auto keychain = talvane::makeKeychain("secret-service");
-    std::printf("%d %d %s\n%s\n", static_cast<int>(keychain->find("s", "a", nullptr)),
-                static_cast<int>(keychain->describe().status),
-                talvane::keychainKindForNewUser().c_str(),
-                keychain->message(talvane::KeychainStatus::not_available).c_str());
-    return 0;
-  }
-  testing::InitGoogleTest(&argc, argv);
-  return RUN_ALL_TESTS();
-}

@@ -213,20 +213,10 @@ TEST_F(QrImageTest, UnreadableFileIsRefused) {
 
 TEST_F(QrImageTest, WithoutThePartThatReadsPicturesItSaysWhatToInstall) {
   const InstalledCopy copy;
-  const std::string said = copy.outputOf("--read '" + picture("one.png") + "'");
+  const std::string said = copy.outputOf("read '" + picture("one.png") + "'");
   EXPECT_NE(said.find("install"), std::string::npos) << said;
   EXPECT_EQ(said.find(ada), std::string::npos) << said;
 }
 
 }  // namespace
 }  // namespace talvane::test
-
-int main(int argc, char** argv) {
-  if (argc == 3 && std::string(argv[1]) == "--read") {
-    const talvane::QrImage image = talvane::readQrImage(argv[2]);
-    std::printf("%s|%s", image.text->c_str(), image.error.c_str());
-    return 0;
-  }
-  testing::InitGoogleTest(&argc, argv);
-  return RUN_ALL_TESTS();
-}

@@ -6,6 +6,7 @@
 #include <QApplication>
 
 #include "tests/support/private_home.h"
+#include "tests/support/suite.h"
 #include "ui/kit/look.h"
 
 int main(int argc, char** argv) {
@@ -19,5 +20,5 @@ int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
   talvane::applyLook();
-  return RUN_ALL_TESTS();
+  return talvane::test::runTests(argc, argv);
 }
