@@ -1,9 +1,44 @@
 #include "platform/record_archive_plist.h"
 
+#include <cstdint>
 #include <cstdlib>
+#include <string>
+#include <vector>
 
 namespace talvane {
 namespace {
+
+// Whole numbers of the binary form are signed. libplist learned to tell that in 2.3; its unsigned
+// numbers are wider since then.
+#ifdef SOFTTOKEN_PLIST_TELLS_SIGNS
+plist_t newNumber(std::int64_t number) {
+  return plist_new_int(number);
+}
+
+std::int64_t valueOf(plist_t node) {
+  std::int64_t number = 0;
+  plist_get_int_val(node, &number);
+  return number;
+}
+
+void freeMemory(void* memory) {
+  plist_mem_free(memory);
+}
+#else
+plist_t newNumber(std::int64_t number) {
+  return plist_new_uint(static_cast<std::uint64_t>(number));
+}
+
+std::int64_t valueOf(plist_t node) {
+  std::uint64_t number = 0;
+  plist_get_uint_val(node, &number);
+  return static_cast<std::int64_t>(number);
+}
+
+void freeMemory(void* memory) {
+  std::free(memory);
+}
+#endif
 
 void clearContent(plist_t node) {
   switch (plist_get_node_type(node)) {
@@ -27,7 +62,7 @@ void clearContent(plist_t node) {
            plist_array_next_item(node, iterator, &item)) {
         clearContent(item);
       }
-      std::free(iterator);
+      freeMemory(iterator);
       break;
     }
     case PLIST_DICT: {
@@ -38,7 +73,7 @@ void clearContent(plist_t node) {
            plist_dict_next_item(node, iterator, nullptr, &item)) {
         clearContent(item);
       }
-      std::free(iterator);
+      freeMemory(iterator);
       break;
     }
     default:
@@ -73,9 +108,8 @@ Plist plistData(const Bytes& data) {
   return Plist(plist_new_data(reinterpret_cast<const char*>(data.data()), data.size()));
 }
 
-// Eight bytes of the binary form are a signed number.
 Plist plistNumber(std::int64_t number) {
-  return Plist(plist_new_uint(static_cast<std::uint64_t>(number)));
+  return Plist(newNumber(number));
 }
 
 Plist plistUid(std::size_t number) {
@@ -100,9 +134,7 @@ std::optional<Bytes> dataOf(plist_t node) {
 
 std::optional<std::int64_t> numberOf(plist_t node) {
   if (!isOf(node, PLIST_UINT)) return {};
-  std::uint64_t number = 0;
-  plist_get_uint_val(node, &number);
-  return static_cast<std::int64_t>(number);
+  return valueOf(node);
 }
 
 std::optional<std::size_t> uidOf(plist_t node) {
@@ -131,7 +163,7 @@ std::optional<std::vector<plist_t>> plistItems(plist_t node) {
        plist_array_next_item(node, iterator, &item)) {
     items.push_back(item);
   }
-  std::free(iterator);
+  freeMemory(iterator);
   return items;
 }
 
@@ -142,7 +174,7 @@ SecretBytes plistBytes(const Plist& plist) {
   if (bytes == nullptr) return {};
   SecretBytes result(Bytes(bytes, bytes + size));
   clearMemory(bytes, size);
-  plist_to_bin_free(bytes);
+  freeMemory(bytes);
   return result;
 }
 
