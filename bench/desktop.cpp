@@ -192,6 +192,7 @@ class Program {
     _exit(127);
   }
   ~Program() {
+    if (id_ <= 0) return;
     kill(id_, SIGTERM);
     waitpid(id_, nullptr, 0);
   }

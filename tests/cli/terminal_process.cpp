@@ -70,6 +70,7 @@ bool TerminalProcess::readMore(milliseconds patience) {
 }
 
 bool TerminalProcess::await(std::string_view text, std::chrono::seconds patience) {
+  if (child_ <= 0) return false;
   const auto deadline = Clock::now() + patience;
   for (;;) {
     if (const std::size_t place = shown_.find(text, seen_); place != std::string::npos) {
@@ -92,6 +93,7 @@ bool TerminalProcess::awaitUnseen() {
 }
 
 bool TerminalProcess::awaitStopped() {
+  if (child_ <= 0) return false;
   const auto deadline = Clock::now() + std::chrono::seconds(5);
   siginfo_t state{};
   do {
@@ -106,7 +108,9 @@ void TerminalProcess::type(std::string_view text) const {
 }
 
 void TerminalProcess::sendSignal(int signal) const {
-  EXPECT_EQ(kill(child_, signal), 0);
+  EXPECT_GT(child_, 0) << "no program to signal";
+  // −1 would be every process of the user.
+  EXPECT_EQ(child_ > 0 ? kill(child_, signal) : 0, 0);
 }
 
 void TerminalProcess::resize(unsigned short rows, unsigned short columns) const {
@@ -116,6 +120,7 @@ void TerminalProcess::resize(unsigned short rows, unsigned short columns) const 
 
 Ended TerminalProcess::finish(std::chrono::seconds patience) {
   Ended ended;
+  if (child_ <= 0) return ended;
   const auto deadline = Clock::now() + patience;
   int status = 0;
   while (waitpid(child_, &status, WNOHANG) != child_) {

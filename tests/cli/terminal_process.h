@@ -12,7 +12,7 @@
 namespace talvane::test {
 
 /// A program on a terminal of its own, which the test types on and reads. Its end kills the
-/// program.
+/// program. Where no terminal can be made the test fails, and there is no program.
 class TerminalProcess {
  public:
   TerminalProcess(const std::vector<std::string>& command,

@@ -33,6 +33,7 @@ DemoServer::DemoServer(const TemporaryFolder& folder) : certificate_(folder / "c
 }
 
 DemoServer::~DemoServer() {
+  if (child_ <= 0) return;
   kill(child_, SIGKILL);
   waitpid(child_, nullptr, 0);
 }

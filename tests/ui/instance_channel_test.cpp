@@ -151,6 +151,7 @@ TEST_F(InstanceChannelTest, WhatAKilledProgramLeftIsTakenOver) {
     static_cast<void>(write(ready[1], &answer, 1));
     for (;;) pause();
   }
+  ASSERT_GT(child, 0);
   close(ready[1]);
   char answer = 0;
   ASSERT_EQ(read(ready[0], &answer, 1), 1);
