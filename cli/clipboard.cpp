@@ -13,6 +13,9 @@
 
 #include "cli/failure.h"
 
+// POSIX leaves the declaration to its users.
+extern char** environ;
+
 namespace talvane {
 namespace {
 
@@ -32,10 +35,17 @@ std::vector<std::vector<const char*>> clipboardTools() {
   return tools;
 }
 
+// A pipe that no program inherits, though one started by another thread at this moment would.
+bool makePipe(std::array<int, 2>* ends) {
+  if (pipe(ends->data()) != 0) return false;
+  for (const int end : *ends) fcntl(end, F_SETFD, FD_CLOEXEC);
+  return true;
+}
+
 // Runs the tool with the text on its standard input. False: it is not there or failed.
 bool feed(std::vector<const char*> arguments, const std::string& text) {
   std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) return false;
+  if (!makePipe(&ends)) return false;
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
