@@ -21,8 +21,9 @@ struct Setting {
   std::variant<std::string_view, bool, std::int32_t> default_value;
 };
 
+// CMake names the system: each has a page of its own.
 constexpr std::string_view getting_started =
-    "https://softtoken.talvane.example/getting-started/linux";
+    "https://softtoken.talvane.example/getting-started/" SOFTTOKEN_SYSTEM;
 
 // In the order in which they are read, which shows in the trace.
 constexpr auto settings_table = std::to_array<Setting>({

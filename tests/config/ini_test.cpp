@@ -1,9 +1,11 @@
 #include "config/ini.h"
 
 #include <gtest/gtest.h>
+#include <sys/utsname.h>
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -101,6 +103,11 @@ class IniTest : public testing::Test {
       EXPECT_EQ(ini.*setting.property, setting.default_value) << setting.key;
     EXPECT_EQ(ini.EnrolURL, "");
     EXPECT_TRUE(ini.GettingStartedURL.starts_with("https://")) << ini.GettingStartedURL;
+    utsname system{};
+    ASSERT_EQ(uname(&system), 0);
+    const bool is_macos = std::string_view(system.sysname) == "Darwin";
+    EXPECT_TRUE(ini.GettingStartedURL.ends_with(is_macos ? "/macos" : "/linux"))
+        << ini.GettingStartedURL;
   }
 
   SettingsPlaces places;
