@@ -37,6 +37,8 @@ SoftTokenWindow::SoftTokenWindow(const Frame& content_rectangle)
   setGeometry(rectangle(content_rectangle));
   // Showing or closing the panel never ends the program.
   setAttribute(Qt::WA_QuitOnClose, false);
+  // macOS hides tool windows while another program is active.
+  setAttribute(Qt::WA_MacAlwaysShowToolWindow);
   setAcceptDrops(true);
   setWindowTitle(QStringLiteral("Talvane Soft Token"));
   content_view_ = new FlippedView({0, 0, content_rectangle.width, content_rectangle.height}, this);
