@@ -3,11 +3,17 @@
 #include <fmt/core.h>
 
 #include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
+#include <vector>
 
+#include "config/ta_settings.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "platform/user_defaults.h"
 
 namespace talvane {
 namespace {

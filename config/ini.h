@@ -6,7 +6,6 @@
 // may replace.
 
 #include <cstdint>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>

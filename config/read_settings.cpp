@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "config/ini.h"
 #include "platform/trace.h"
 
 namespace talvane {

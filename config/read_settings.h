@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string_view>
 #include "config/ini.h"
 
 namespace talvane {

@@ -1,8 +1,10 @@
 #include "config/ta_settings.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
-#include <utility>
+#include <string>
+#include <string_view>
 
 #include "config/settings_text.h"
 #include "engine/text.h"

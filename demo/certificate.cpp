@@ -1,11 +1,16 @@
 #include "demo/certificate.h"
 
+#include <openssl/asn1.h>
+#include <openssl/ec.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
+#include <openssl/types.h>
+#include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
 #include <cstdio>
 #include <stdexcept>
+#include <string>
 
 namespace talvane::demo {
 namespace {

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <openssl/x509.h>
+#include <openssl/types.h>
 
-#include <memory>
 #include <string>
 
 namespace talvane::demo {

@@ -5,8 +5,20 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <map>
+#include <mutex>
+#include <optional>
 #include <random>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
+#include "demo/users.h"
 #include "engine/base32.h"
 #include "engine/text.h"
 #include "engine/vane.h"

@@ -1,13 +1,14 @@
 #include "demo/front.h"
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <array>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <thread>
 #include <utility>

@@ -4,16 +4,20 @@
 
 #include <CLI/CLI.hpp>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <iterator>
-#include <memory>
+#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "demo/certificate.h"
 #include "demo/enrolment.h"
 #include "demo/front.h"
+#include "demo/users.h"
 
 namespace talvane::demo {
 namespace {

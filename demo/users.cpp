@@ -2,8 +2,13 @@
 
 #include <algorithm>
 #include <charconv>
-#include <functional>
+#include <cstddef>
+#include <map>
+#include <optional>
 #include <sstream>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 namespace talvane::demo {
 namespace {

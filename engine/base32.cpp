@@ -1,7 +1,13 @@
 #include "engine/base32.h"
 
-#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace talvane {
 namespace {

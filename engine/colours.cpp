@@ -1,5 +1,11 @@
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
 
+#include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 

@@ -1,6 +1,9 @@
 #include "engine/gateway.h"
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
 
 #include "engine/text.h"
 

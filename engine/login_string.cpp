@@ -1,3 +1,7 @@
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
 #include "engine/vane.h"
 
 namespace talvane {

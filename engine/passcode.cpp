@@ -1,4 +1,12 @@
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
 #include "engine/base32.h"
+#include "engine/cleared.h"
 #include "engine/hmac_sha1.h"
 #include "engine/text.h"
 #include "engine/vane.h"

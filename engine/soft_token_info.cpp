@@ -1,6 +1,12 @@
 #include "engine/soft_token_info.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "engine/log.h"
 #include "engine/text.h"

@@ -2,9 +2,14 @@
 
 #include <utf8proc.h>
 
-#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace talvane {
 namespace {

@@ -1,6 +1,9 @@
 #include "engine/url.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <string>
+#include <string_view>
 
 #include "engine/text.h"
 

@@ -19,6 +19,7 @@
 #include <string_view>
 #include <utility>
 
+#include "engine/cleared.h"
 #include "engine/gateway.h"
 #include "engine/log.h"
 #include "engine/soft_token_info.h"

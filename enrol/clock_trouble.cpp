@@ -3,6 +3,9 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
 
 namespace talvane {
 namespace {

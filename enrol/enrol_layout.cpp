@@ -3,8 +3,15 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
 
+#include "config/ini.h"
 #include "engine/vane.h"
+#include "enrol/ta_enrol_client.h"
 
 namespace talvane {
 namespace {

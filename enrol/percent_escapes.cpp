@@ -1,6 +1,8 @@
 #include "enrol/percent_escapes.h"
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 namespace talvane {
 

@@ -3,10 +3,15 @@
 #include <utf8proc.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string>
 
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "enrol/ta_enrol_client.h"
 
 namespace talvane {
 namespace {

@@ -1,6 +1,11 @@
+#include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "engine/cleared.h"
+#include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "enrol/percent_escapes.h"

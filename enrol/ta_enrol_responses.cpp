@@ -1,5 +1,10 @@
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "engine/text.h"

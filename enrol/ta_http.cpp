@@ -3,9 +3,13 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <memory>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "engine/text.h"
+#include "platform/url_loading.h"
 
 namespace talvane {
 
