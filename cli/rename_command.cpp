@@ -30,12 +30,12 @@ class RenameCommand final : public Command {
     const std::size_t position = Session::find(tokens, token_);
     const SoftTokenInfo& token = *tokens.list[position];
     const std::string before = token.currentDescription().value_or("");
-    if (before == name_) {
-      fmt::print("\"{}\" has that name already.\n", printable(before));
-      return {};
-    }
     const TokenStore::Rename wanted{static_cast<std::int32_t>(position), &token, name_};
     return session.store().rename({&wanted, 1}).map([&] {
+      if (before == name_) {
+        fmt::print("\"{}\" has that name already.\n", printable(before));
+        return;
+      }
       const EngineLog::Pause quiet;
       SoftTokenInfo renamed = token;
       renamed.updateDescription(name_);

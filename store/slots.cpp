@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "engine/log.h"
 
@@ -70,21 +71,29 @@ std::optional<std::size_t> Slots::firstUnreadable(std::size_t from) const {
   return std::nullopt;
 }
 
+void forgetIdentity() {
+  vane::SetInterface(vane::interface());
+}
+
 Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording& recording,
                           LookLog log) {
   const SlotReading reading(&gateway);
+  forgetIdentity();
   Slots slots;
   std::size_t slot = 0;
+  bool is_read = false;  // what ended the engine's reading is not asked for again
   if (log == LookLog::on) {
     slot = static_cast<std::size_t>(vane::ReadAllTokens(slots.tokens));
     std::fill_n(slots.states.begin(), slot, State::loads);
+    is_read = true;
   }
   const EngineLog::Pause quiet;
   for (; slot < slots.states.size(); ++slot) {
-    const bool loads = vane::ReadToken(static_cast<std::uint32_t>(slot), &slots.tokens[slot]);
+    std::unique_ptr<SoftTokenInfo>& token = slots.tokens[slot];
+    if (!std::exchange(is_read, false)) vane::ReadToken(static_cast<std::uint32_t>(slot), &token);
     switch (recording.lastLoad().status) {
       case KeychainStatus::ok:
-        slots.states[slot] = loads ? State::loads : State::foreign;
+        slots.states[slot] = token != nullptr ? State::loads : State::foreign;
         break;
       case KeychainStatus::item_not_found:
         slots.states[slot] = State::empty;

@@ -14,7 +14,8 @@ Problem keychainProblem(KeychainService& keychain, KeychainStatus status) {
 
 }  // namespace
 
-StoreChange::StoreChange(KeychainService& keychain) : lock_(dataFolder()), keychain_(keychain) {
+StoreChange::StoreChange(KeychainService& keychain, std::chrono::milliseconds patience)
+    : lock_(dataFolder(), patience), keychain_(keychain) {
   if (!lock_.held()) {
     problem_ = Problem{lock_.busy() ? Problem::Next::try_again : Problem::Next::check_keychain,
                        lock_.error()};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 
 #include "platform/keychain_service.h"
@@ -13,8 +14,8 @@ namespace talvane {
 /// undone where the keychain can.
 class StoreChange {
  public:
-  /// Borrows the keychain.
-  explicit StoreChange(KeychainService& keychain);
+  /// Borrows the keychain. Waits so long for a change of another program.
+  StoreChange(KeychainService& keychain, std::chrono::milliseconds patience);
   ~StoreChange();
   StoreChange(const StoreChange&) = delete;
   StoreChange& operator=(const StoreChange&) = delete;

@@ -89,8 +89,9 @@ Result<TokenStore::Plan> placeFor(const SoftTokenInfo& token, const Slots& slots
   return plan;
 }
 
-// Whether the slot can be read and holds the token under these names.
+// Whether the slot can be read, with the identity as it is now, and holds the token.
 bool isStored(const SoftTokenInfo& token, std::int32_t slot) {
+  forgetIdentity();
   const EngineLog::Pause quiet;
   std::unique_ptr<SoftTokenInfo> stored;
   return vane::ReadToken(static_cast<std::uint32_t>(slot), &stored) &&
@@ -183,8 +184,9 @@ bool isDeleted(const TokenStore::Selection& selected, const Slots& before, const
 
 }  // namespace
 
-TokenStore::TokenStore(vaneinterface& gateway, KeychainService& keychain)
-    : gateway_(gateway), keychain_(keychain) {}
+TokenStore::TokenStore(vaneinterface& gateway, KeychainService& keychain,
+                       std::chrono::milliseconds patience)
+    : gateway_(gateway), keychain_(keychain), patience_(patience) {}
 
 Result<StoredTokens> TokenStore::read() {
   const Recording recording(gateway_);
@@ -228,7 +230,7 @@ Result<TokenStore::Added> TokenStore::addIssued(const SoftTokenInfo& token) {
 Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName same_name,
                                             Creation creation) {
   if (auto problem = problemWithNames(token)) return tl::unexpected(std::move(*problem));
-  StoreChange change(keychain_);
+  StoreChange change(keychain_, patience_);
   if (change.problem()) return tl::unexpected(*change.problem());
   Recording recording(gateway_);
   const auto plan =
@@ -257,6 +259,7 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
   if (recording.failedChange()) return tl::unexpected(keychainProblem(*recording.failedChange()));
   if (added.slot != plan->slot) return tl::unexpected(cutShort("stored"));
   if (!recording.hasSaved()) return tl::unexpected(Problem{Next::other_input, cannot_be_sealed});
+  forgetIdentity();
   std::unique_ptr<SoftTokenInfo> stored;
   static_cast<void>(vane::ReadToken(static_cast<std::uint32_t>(added.slot), &stored));
   if (recording.lastLoad().status != KeychainStatus::ok) {
@@ -272,7 +275,7 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
 
 Result<void> TokenStore::rename(std::span<const Rename> renames) {
   return withoutThrowing([&]() -> Result<void> {
-    StoreChange change(keychain_);
+    StoreChange change(keychain_, patience_);
     if (change.problem()) return tl::unexpected(*change.problem());
     Recording recording(gateway_);
     auto slots = lookAtSlots(gateway_, recording, LookLog::on);
@@ -315,7 +318,7 @@ Result<void> TokenStore::rename(std::span<const Rename> renames) {
 
 Result<void> TokenStore::remove(const Selection& selected, const StoredTokens& seen) {
   return withoutThrowing([&]() -> Result<void> {
-    StoreChange change(keychain_);
+    StoreChange change(keychain_, patience_);
     if (change.problem()) return tl::unexpected(*change.problem());
     const Recording recording(gateway_);
     const auto before = lookAtSlots(gateway_, recording, LookLog::off);

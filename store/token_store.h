@@ -10,6 +10,7 @@
 // Main thread only. No call waits longer than the keychain and the lock allow.
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -48,7 +49,9 @@ struct StoredTokens {
 class TokenStore {
  public:
   /// Borrows both. `gateway` is the engine's (vane::SetInterface), and works on `keychain`.
-  TokenStore(vaneinterface& gateway, KeychainService& keychain);
+  /// `patience`: how long a change waits for that of another program.
+  TokenStore(vaneinterface& gateway, KeychainService& keychain,
+             std::chrono::milliseconds patience = std::chrono::seconds(10));
 
   /// Reads the tokens and looks behind the last one. A keychain that does not answer is a Problem,
   /// never an empty list.
@@ -99,6 +102,7 @@ class TokenStore {
 
   vaneinterface& gateway_;
   KeychainService& keychain_;
+  std::chrono::milliseconds patience_;
 };
 
 }  // namespace talvane

@@ -272,6 +272,9 @@ TEST(Add, NamesThatCannotBeStoredAreRefusedBeforeAnythingIsWritten) {
   expectRefused(home, "a%00b", seed_16, 2, "");
   expectRefused(home, "not UTF-8: \xFF\xFE", seed_16, 2, "");
   expectRefused(home, "cut off: \xE2\x82", seed_16, 2, "");
+  for (const char* name : {"a\nb", "\x1b[31mred", "a\u200Bb", "a\u202Eb", "a%E2%80%8Db"}) {
+    expectRefused(home, name, seed_16, 2, "do not show");
+  }
 }
 
 TEST(Add, RefusalLeavesAnUntouchedHomeAsItWas) {
@@ -304,6 +307,29 @@ TEST(Add, RecordThatHidesOthersIsNotOverwritten) {
   const Ended ended = home.run({"add", "D"}, std::string(seed_16) + '\n');
   expectFailure(ended, 4, "softtoken-cli delete 1");
   EXPECT_EQ(home.changedSince(before), Strings{});
+}
+
+TEST(Add, RecordOfAnotherComputerIsNotOverwritten) {
+  const CliHome home;
+  home.plantForeign("A", 0);
+  const auto before = home.files();
+  constexpr const char* words =
+      "the record in slot 0 is of another computer or user, or was altered; delete it first with: "
+      "softtoken-cli delete 0";
+  for (const Strings& options : {Strings{}, Strings{"--replace"}}) {
+    for (const char* name : {"A", "B"}) {
+      Strings arguments = {"add", name};
+      arguments.insert(arguments.end(), options.begin(), options.end());
+      expectFailure(home.run(arguments, std::string(seed_16) + '\n'), 4, words);
+    }
+    Strings arguments = {"import", "otpauth://totp/C?secret=JBSWY3DPEHPK3PXP"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    expectFailure(home.run(arguments), 4, words);
+  }
+  EXPECT_EQ(home.changedSince(before), Strings{});
+  expectSuccess(home.run({"delete", "--yes", "0"}));
+  home.add("B");
+  EXPECT_EQ(home.names(), Strings{"B"});
 }
 
 TEST(Add, SeedIsNowhereOnDiskInPlainText) {

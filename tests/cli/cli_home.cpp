@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "engine/vane.h"
 #include "platform/device_identifiers.h"
 #include "platform/linux/vault/keychain.h"
+#include "platform/vaneinterface.h"
 
 namespace talvane::test {
 namespace {
@@ -18,12 +20,23 @@ void passOn(const char* variable, Strings* environment) {
 }
 
 std::string recordOf(int slot) {
-  return "TalvaneSoftToken502" + std::to_string(slot);
+  return vane::recordName(static_cast<std::uint32_t>(slot));
 }
 
 std::string loginName() {
   return systemDeviceIdentifiers()->loginName();
 }
+
+class OtherComputer final : public DeviceIdentifiers {
+ public:
+  std::string serialNumber() override { return "of another computer"; }
+  std::string volumeUuid() override { return here_->volumeUuid(); }
+  std::string user() override { return here_->user(); }
+  std::string loginName() override { return here_->loginName(); }
+
+ private:
+  std::unique_ptr<DeviceIdentifiers> here_ = systemDeviceIdentifiers();
+};
 
 }  // namespace
 
@@ -73,6 +86,28 @@ std::string CliHome::add(const std::string& name, const std::string& seed, int p
   const Ended ended = run({"add", "--period", std::to_string(period), "--", name}, seed + '\n');
   expectSuccess(ended);
   return ended.out;
+}
+
+void CliHome::plant(const std::string& name, std::int32_t slot) const {
+  plant(name, slot, *systemDeviceIdentifiers());
+}
+
+void CliHome::plantForeign(const std::string& name, std::int32_t slot) const {
+  OtherComputer identifiers;
+  plant(name, slot, identifiers);
+}
+
+void CliHome::plant(const std::string& name, std::int32_t slot,
+                    DeviceIdentifiers& identifiers) const {
+  const auto vault = makeVaultKeychain(dataFolder());
+  vaneinterface gateway(*vault, identifiers);
+  gateway.setConsole(false);
+  vane::SetInterface(&gateway);
+  SoftTokenInfo token;
+  token.description = name;
+  token.seed32 = Cleared<std::string>(seed_16);
+  EXPECT_TRUE(vane::WriteToken(&slot, token));
+  vane::SetInterface(nullptr);
 }
 
 nlohmann::json CliHome::list() const {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/device_identifiers.h"
 #include "tests/cli/process.h"
 #include "tests/cli/terminal_process.h"
 #include "tests/support/temporary_folder.h"
@@ -42,6 +43,10 @@ class CliHome {
   /// Adds a token and expects that to work. Returns what was printed.
   std::string add(const std::string& name, const std::string& seed = seed_16,
                   int period = 30) const;
+  /// Puts a token into the slot, also of a name that `add` would refuse.
+  void plant(const std::string& name, std::int32_t slot) const;
+  /// The same as another computer does it, which this one cannot read.
+  void plantForeign(const std::string& name, std::int32_t slot) const;
   /// `list --json`; expects it to work without a word on standard error.
   [[nodiscard]] nlohmann::json list() const;
   /// The names in it, in the order of their slots.
@@ -76,6 +81,8 @@ class CliHome {
   std::string keychain = "vault";  // as --keychain says; empty: not said
 
  private:
+  void plant(const std::string& name, std::int32_t slot, DeviceIdentifiers& identifiers) const;
+
   TemporaryFolder folder_;
 };
 

@@ -196,6 +196,8 @@ TEST(Code, TokenBehindADamagedRecordNamesTheRecord) {
   for (const char* name : {"A", "B", "C"}) home.add(name);
   home.damage(1);
   expectFailure(home.run({"code", "C"}), 3, "softtoken-cli delete 1");
+  home.remove(1);
+  expectFailure(home.run({"code", "C"}), 3, "Slot 1 is empty and hides those after it");
   expectToken(home, "A", seed_16);
 }
 

@@ -59,7 +59,7 @@ class Completion : public testing::Test {
     for (const std::string& name : tokens) home.add(name);
     // These two are not offered: one would be taken for an option, one cannot be typed.
     home.add("-dash");
-    home.add("new\nline");
+    home.plant("new\nline", static_cast<std::int32_t>(tokens.size()) + 1);
   }
 
   [[nodiscard]] Ended shell(const Strings& command) const {

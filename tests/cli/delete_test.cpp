@@ -201,7 +201,7 @@ TEST(Delete, TokenBeforeADamagedRecordLosesNoOther) {
 
 TEST(Delete, NamesInItsReportDoNotSteerTheTerminal) {
   const CliHome home;
-  home.add("\x1b[2Jwiped\nsecond");
+  home.plant("\x1b[2Jwiped\nsecond", 0);
   const Ended ended = home.run({"delete", "--yes", "0"});
   expectSuccess(ended);
   EXPECT_EQ(std::count(ended.out.begin(), ended.out.end(), '\n'), 1);

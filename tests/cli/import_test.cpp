@@ -30,6 +30,16 @@ void expectPasscode(const CliHome& home, const std::string& name, const std::str
   EXPECT_EQ(ended.out, oathPasscode(seed, period, time) + '\n') << name;
 }
 
+TEST(Import, NamesThatDoNotShowAreRefused) {
+  const CliHome home;
+  const std::string secret = "?secret=JBSWY3DPEHPK3PXP";
+  for (const std::string& url :
+       {"otpauth://totp/a%E2%80%AEb" + secret, "otpauth://totp/a" + secret + "&display=x%0Ay"}) {
+    expectFailure(home.run({"import", url}), 1, "do not show");
+  }
+  EXPECT_EQ(home.names(), Strings{});
+}
+
 TEST(Import, UrlFromAnArgument) {
   const CliHome home;
   const Ended ended = home.run({"import", url("Work%20mail?secret=JBSWY3DPEHPK3PXP&period=60")});

@@ -75,15 +75,17 @@ TEST(List, JsonIsValidForNamesOfAnyCharacters) {
   const CliHome home;
   const Strings names = {"\"quoted\"",   "back\\slash", "line\nend",       "\x1b[31mred",
                          "\xC3\x84rger", "日本語",      "\xF0\x9F\x94\x91"};
-  for (const std::string& name : names) home.add(name);
+  std::int32_t slot = 0;
+  for (const std::string& name : names) home.plant(name, slot++);
   EXPECT_EQ(home.names(), names);
 }
 
 TEST(List, NamesDoNotSteerTheTerminal) {
   const CliHome home;
-  home.add(
+  home.plant(
       "\x1b]0;title\x07\x1b[2Jwiped\rover\nline\xC2\x9B"
-      "31m");
+      "31m",
+      0);
   const Ended ended = home.run({"list"});
   expectSuccess(ended);
   EXPECT_EQ(lines(ended.out), 2U);

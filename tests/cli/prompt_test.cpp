@@ -199,7 +199,7 @@ TEST_F(DeleteQuestion, AnswerCountsOnlyForTheTokensThatItNamed) {
 }
 
 TEST_F(DeleteQuestion, NamesInItDoNotSteerTheTerminal) {
-  home.add("\x1b[2Jwiped\x07");
+  home.plant("\x1b[2Jwiped\x07", 3);
   const Ended ended = answer({"3"}, "n\n");
   EXPECT_EQ(ended.out.find("\x1b["), std::string::npos);
   EXPECT_EQ(ended.out.find('\x07'), std::string::npos);

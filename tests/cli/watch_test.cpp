@@ -144,7 +144,7 @@ TEST(Watch, StopKeyGivesTheTerminalBackAndComesBack) {
 TEST(Watch, NamesDoNotSteerTheTerminal) {
   const CliHome home;
   home.add("Mail");
-  home.add("\x1b]0;owned\x07\x1b[31mred\nsecond\u009Bthird");
+  home.plant("\x1b]0;owned\x07\x1b[31mred\nsecond\u009Bthird", 1);
   const auto terminal = home.runOnTerminal({"watch"});
   expectLive(*terminal);
   EXPECT_TRUE(terminal->await("q quits"));

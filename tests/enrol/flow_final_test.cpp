@@ -204,7 +204,9 @@ TEST_F(FlowFinalTest, FullStore) {
   const auto before = storedNames();
   ASSERT_EQ(before.size(), 32U);
   startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  const std::size_t requests = script.requests().size();
   submitGetInfo(complete);
+  EXPECT_EQ(script.requests().size(), requests) << "known before the last request";
   EXPECT_EQ(logged({"EnrolSubmit:", "EndSession"}),
             (Lines{"EnrolSubmit: write token failed", "EndSession================"}));
   EXPECT_EQ(views.calls, Lines{"home"});
@@ -212,6 +214,38 @@ TEST_F(FlowFinalTest, FullStore) {
   EXPECT_FALSE(flow->ending()->stored);
   EXPECT_NE(flow->ending()->problem.find("32"), std::string::npos);
   EXPECT_EQ(storedNames(), before);
+}
+
+TEST_F(FlowFinalTest, RecordOfAnotherComputerIsNotWrittenOver) {
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  submitGetInfo(complete);
+  ASSERT_EQ(storedNames(), Lines{"Work"});
+  const Bytes kept = keychain.items.begin()->second.get();
+  identifiers.serial = "of another machine";
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  const std::size_t requests = script.requests().size();
+  submitGetInfo(complete);
+  EXPECT_EQ(script.requests().size(), requests);
+  EXPECT_FALSE(flow->ending()->stored);
+  EXPECT_NE(flow->ending()->problem.find("slot 0"), std::string::npos);
+  ASSERT_EQ(keychain.items.size(), 1U);
+  EXPECT_EQ(keychain.items.begin()->second.get(), kept);
+}
+
+TEST_F(FlowFinalTest, NamesThatCannotBeStoredEndItBeforeTheLastRequest) {
+  for (const char* label : {"", "a%E2%80%AEb"}) {
+    startFilledIn();
+    submit(std::string("RESULT:OK,GETINFO\r\nINPUT:GETMBNUMBER=True\r\n"
+                       "INPUT:SOFTTOKENURL=otpauth://totp/") +
+           label + "?secret=GEZDGNBVGY3TQOJQ");
+    const std::size_t requests = script.requests().size();
+    flow->evgi_submitclicked();
+    EXPECT_EQ(script.requests().size(), requests);
+    ASSERT_TRUE(flow->ending().has_value());
+    EXPECT_NE(flow->ending()->problem.find("name"), std::string::npos);
+    views.open = View::eva;
+  }
+  EXPECT_EQ(storedNames(), Lines{});
 }
 
 TEST_F(FlowFinalTest, LockedKeychain) {

@@ -8,7 +8,8 @@
 
 namespace talvane::test {
 
-/// A keychain in memory that is asked before every call whether it fails, and how.
+/// A keychain in memory that is asked before every call whether it fails, and how. With `undoes`
+/// set, changes that are not ended well are undone.
 class FaultyKeychain final : public KeychainService {
  public:
   enum class Call { find, add, replace, remove };
@@ -17,6 +18,9 @@ class FaultyKeychain final : public KeychainService {
   /// Given the call and its number, from 0 on; ok: the call goes through.
   std::function<KeychainStatus(Call, std::size_t)> fault;
   std::size_t calls = 0;
+  bool undoes = false;
+  KeychainStatus begin_status = KeychainStatus::ok;
+  KeychainStatus end_status = KeychainStatus::ok;
   /// What beginReading and endReading were told, in order.
   std::string readings;
 
@@ -45,8 +49,21 @@ class FaultyKeychain final : public KeychainService {
   KeychainDescription describe() override { return memory.describe(); }
   void beginReading(const std::string& account) override { readings += "begin " + account + ";"; }
   void endReading() override { readings += "end;"; }
+  KeychainStatus beginChange() override {
+    if (begin_status == KeychainStatus::ok) before_ = memory.items;
+    return begin_status;
+  }
+  KeychainStatus endChange() override {
+    if (end_status != KeychainStatus::ok) abandonChange();
+    return end_status;
+  }
+  void abandonChange() override {
+    if (undoes) memory.items = before_;
+  }
 
  private:
+  decltype(MemoryKeychain::items) before_;
+
   KeychainStatus ask(Call call) {
     const std::size_t number = calls++;
     return fault ? fault(call, number) : KeychainStatus::ok;

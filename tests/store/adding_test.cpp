@@ -1,0 +1,290 @@
+// Planning and adding tokens.
+
+#include "platform/folders.h"
+#include "store/store_lock.h"
+#include "tests/store/store_test.h"
+
+namespace talvane::test {
+namespace {
+
+class AddingTest : public StoreTest {
+ protected:
+  auto adding(const SoftTokenInfo& wanted, SameName same_name = SameName::replace) {
+    return [this, wanted, same_name] { return store.add(wanted, same_name); };
+  }
+  /// All ways to add the token are refused so.
+  void expectNotAdded(const SoftTokenInfo& wanted, Next next, std::string_view words,
+                      std::int32_t slot = -1) {
+    expectRefused(adding(wanted, SameName::replace), next, words);
+    expectRefused(adding(wanted, SameName::refuse), next, words);
+    expectRefused([&] { return store.addIssued(wanted); }, next, words);
+    expectRefused([&] { return store.plan(wanted); }, next, words);
+    EXPECT_EQ(store.plan(wanted).error().slot.value_or(-1), slot);
+  }
+};
+
+TEST_F(AddingTest, GoesIntoTheFirstEmptySlot) {
+  for (const std::int32_t slot : {0, 1, 2}) {
+    const SoftTokenInfo wanted = token("T" + std::to_string(slot));
+    ASSERT_EQ(store.plan(wanted)->slot, slot);
+    EXPECT_FALSE(store.plan(wanted)->replaces.has_value());
+    const auto added = store.add(wanted, SameName::refuse);
+    ASSERT_TRUE(added.has_value());
+    EXPECT_EQ(added->slot, slot);
+    EXPECT_FALSE(added->response.has_value());
+  }
+  EXPECT_EQ(names(), (Names{"T0", "T1", "T2"}));
+  EXPECT_EQ(read().list[1]->seed32->get(), seed_16);
+}
+
+TEST_F(AddingTest, PlanningChangesNothing) {
+  fill({"A"});
+  const Items before = items();
+  ASSERT_TRUE(store.plan(token("B")).has_value());
+  ASSERT_TRUE(store.plan(token("A", other_seed_16)).has_value());
+  ASSERT_TRUE(store.checkRoom().has_value());
+  EXPECT_EQ(items(), before);
+}
+
+TEST_F(AddingTest, PlanningWritesNoLog) {
+  fill({"A"});
+  LoggingGateway logging(gateway);
+  vane::SetInterface(&logging);
+  ASSERT_TRUE(store.plan(token("B", seed_13)).has_value());
+  ASSERT_TRUE(store.checkRoom().has_value());
+  EXPECT_EQ(logging.lines, Names{});
+}
+
+TEST_F(AddingTest, LogIsThatOfTheEngine) {
+  fill({"A", "", "C"});
+  LoggingGateway logging(gateway);
+  vane::SetInterface(&logging);
+  std::int32_t slot = 0;
+  std::optional<std::string> response;
+  ASSERT_FALSE(vane::NewToken(token("B"), &response, &slot, false).has_value());
+  ASSERT_TRUE(vane::ReadToken(1, nullptr));
+  Names plain = std::exchange(logging.lines, {});
+  plain.pop_back();  // of reading back without a token
+  vane::DeleteToken(1);
+  logging.lines.clear();
+  ASSERT_TRUE(store.add(token("B"), SameName::refuse).has_value());
+  ASSERT_GE(logging.lines.size(), plain.size());
+  logging.lines.resize(plain.size());
+  EXPECT_EQ(logging.lines, plain);
+}
+
+TEST_F(AddingTest, SameCreationNameAsksFirst) {
+  fill({"A", "B|Bee", "C"});
+  const SoftTokenInfo wanted = token("B", other_seed_16);
+  expectRefused(adding(wanted, SameName::refuse), Next::confirm, "created as \"B\" is in slot 1");
+  EXPECT_EQ(store.add(wanted, SameName::refuse).error().slot, 1);
+  EXPECT_EQ(store.plan(wanted)->slot, 1);
+  EXPECT_EQ(store.plan(wanted)->replaces, "Bee");
+}
+
+TEST_F(AddingTest, SameCreationNameIsReplacedInItsSlot) {
+  fill({"A", "B|Bee", "C"});
+  const auto added = store.add(token("B", other_seed_16), SameName::replace);
+  ASSERT_TRUE(added.has_value());
+  EXPECT_EQ(added->slot, 1);
+  EXPECT_EQ(names(), (Names{"A", "B", "C"}));
+  EXPECT_EQ(read().list[1]->seed32->get(), other_seed_16);
+}
+
+TEST_F(AddingTest, PresentNameIsNoReasonToReplace) {
+  fill({"A|B"});
+  ASSERT_TRUE(store.add(token("B"), SameName::refuse).has_value());
+  EXPECT_EQ(names(), (Names{"A|B", "B"}));
+}
+
+TEST_F(AddingTest, ThirteenCharactersYieldTheResponseCode) {
+  const auto added = store.add(token("A", seed_13), SameName::refuse);
+  ASSERT_TRUE(added.has_value());
+  ASSERT_TRUE(added->response.has_value());
+  EXPECT_EQ(added->response->size(), 8U);
+  EXPECT_EQ(read().list[0]->seed32->get().size(), 16U);
+  // The second half is the completion of the seed.
+  EXPECT_EQ(read().list[0]->seed32->get().substr(12), added->response->substr(4));
+}
+
+TEST_F(AddingTest, IssuedTokenHasNoResponseCode) {
+  fill({"A"});
+  const auto added = store.addIssued(token("B", seed_13));
+  ASSERT_TRUE(added.has_value());
+  EXPECT_EQ(added->slot, 1);
+  EXPECT_FALSE(added->response.has_value());
+  ASSERT_TRUE(store.addIssued(token("A", other_seed_16)).has_value()) << "replaces";
+  EXPECT_EQ(names(), (Names{"A", "B"}));
+}
+
+TEST_F(AddingTest, RefusedSeedsAndNames) {
+  fill({"A"});
+  const std::pair<const char*, const char*> seeds[] = {{"", "Invalid seed length"},
+                                                       {"ABCDEFGHIJKLMN", "Invalid seed length"},
+                                                       {"ABCDEFGHIJKLMN!P", "Invalid character"}};
+  for (const auto& [seed, words] : seeds) {
+    for (const auto same_name : {SameName::refuse, SameName::replace}) {
+      expectRefused(adding(token("B", seed), same_name), Next::other_input, words);
+    }
+    expectRefused([&, s = seed] { return store.plan(token("B", s)); }, Next::other_input, words);
+  }
+  expectNotAdded(token(""), Next::other_input, "empty name");
+  expectNotAdded(token("a\xE2\x80\xAE"), Next::other_input, "do not show");
+}
+
+TEST_F(AddingTest, AllSlotsTaken) {
+  Names all;
+  for (int i = 0; i < 32; ++i) all.push_back("T" + std::to_string(i));
+  fill(all);
+  expectNotAdded(token("more"), Next::make_room, "All 32 slots hold tokens; delete one first");
+  EXPECT_EQ(store.checkRoom().error().next, Next::make_room);
+  ASSERT_TRUE(store.add(token("T31", other_seed_16), SameName::replace).has_value());
+  EXPECT_EQ(names(), all);
+}
+
+TEST_F(AddingTest, LastSlot) {
+  Names most;
+  for (int i = 0; i < 31; ++i) most.push_back("T" + std::to_string(i));
+  fill(most);
+  EXPECT_TRUE(store.checkRoom().has_value());
+  EXPECT_EQ(store.add(token("last"), SameName::refuse)->slot, 31);
+}
+
+TEST_F(AddingTest, GapIsFilled) {
+  fill({"A", "", "C"});
+  ASSERT_TRUE(store.checkRoom().has_value());
+  EXPECT_EQ(store.add(token("B"), SameName::refuse)->slot, 1);
+  EXPECT_EQ(names(), (Names{"A", "B", "C"}));
+}
+
+TEST_F(AddingTest, TokenOfTheSameNameBehindAGapIsNotDoubled) {
+  fill({"A", "", "C"});
+  expectNotAdded(token("C", other_seed_16), Next::clear_slot,
+                 "slot 1 is empty and hides those after it; delete it first", 1);
+}
+
+TEST_F(AddingTest, RecordThatDoesNotLoadIsNotWrittenOver) {
+  for (const bool foreign : {false, true}) {
+    SCOPED_TRACE(foreign);
+    keychain.memory.items.clear();
+    fill({"A"});
+    foreign ? makeForeign(0) : damage(0);
+    // Nothing behind it: a new token would have to take its place or be hidden.
+    expectNotAdded(token("B"), Next::clear_slot,
+                   foreign ? "the record in slot 0 is of another computer or user, or was altered; "
+                             "delete it first"
+                           : "the record in slot 0 is damaged; delete it first",
+                   0);
+    EXPECT_EQ(store.checkRoom().error().next, Next::clear_slot);
+  }
+}
+
+TEST_F(AddingTest, NothingIsStoredWhereRecordsLieBehindOneThatDoesNotLoad) {
+  for (const bool foreign : {false, true}) {
+    SCOPED_TRACE(foreign);
+    keychain.memory.items.clear();
+    fill({"A", "B", "C", "", "E"});
+    foreign ? makeForeign(1) : damage(1);
+    expectNotAdded(token("new"), Next::clear_slot, "the record in slot 1 is", 1);
+    expectRefused(adding(token("A", other_seed_16)), Next::clear_slot, "the record in slot 1 is");
+    expectNotAdded(token("C", other_seed_16), Next::clear_slot, "the record in slot 1 is", 1);
+  }
+}
+
+TEST_F(AddingTest, ReplacesBesideALastRecordThatDoesNotLoad) {
+  fill({"A", "B"});
+  makeForeign(1);
+  const Bytes kept = item(1).get();
+  ASSERT_TRUE(store.add(token("A", other_seed_16), SameName::replace).has_value());
+  EXPECT_EQ(item(1).get(), kept);
+  EXPECT_EQ(read().list[0]->seed32->get(), other_seed_16);
+}
+
+TEST_F(AddingTest, DeletedSlotTakesTheNextToken) {
+  fill({"A"});
+  makeForeign(0);
+  const StoredTokens seen = read();
+  ASSERT_TRUE(store.remove(selection({0}), seen).has_value());
+  ASSERT_TRUE(store.add(token("B"), SameName::refuse).has_value());
+  EXPECT_EQ(names(), Names{"B"});
+}
+
+TEST_F(AddingTest, KeychainThatDoesNotAnswer) {
+  fill({"A"});
+  keychain.memory.status = KeychainStatus::interaction_not_allowed;
+  expectNotAdded(token("B"), Next::check_keychain, "words for -25308 [-25308]");
+}
+
+TEST_F(AddingTest, ChangeThatCannotBeBegunOrIsNotKept) {
+  fill({"A"});
+  keychain.undoes = true;
+  keychain.end_status = KeychainStatus::disk_full;
+  expectRefused(adding(token("B")), Next::check_keychain, "words for -34 [-34]");
+  expectRefused([&] { return store.addIssued(token("B")); }, Next::check_keychain, "-34");
+  keychain.end_status = KeychainStatus::ok;
+  keychain.begin_status = KeychainStatus::io_error;
+  expectRefused(adding(token("B")), Next::check_keychain, "words for -36 [-36]");
+}
+
+TEST_F(AddingTest, AnotherProgramChangesTheTokens) {
+  fill({"A"});
+  const StoreLock lock(dataFolder());
+  ASSERT_TRUE(lock.held());
+  expectRefused(adding(token("B")), Next::try_again, "Another program is changing the tokens");
+  EXPECT_TRUE(store.plan(token("B")).has_value()) << "needs no lock";
+}
+
+TEST_F(AddingTest, LockThatCannotBeMade) {
+  writeFile(dataFolder(), "a file");
+  expectRefused(adding(token("B")), Next::check_keychain, dataFolder());
+}
+
+// One wrong reading of the machine's identity, at any point, for any time.
+TEST_F(AddingTest, IdentityThatCannotBeReadForAWhileCostsNoToken) {
+  keychain.memory.items.clear();
+  fill({"A", "B", "C"});
+  const auto three = keychain.memory.items;
+  const Items kept = items();
+  identifiers.questions = 0;
+  ASSERT_TRUE(store.add(token("new"), SameName::replace).has_value());
+  const std::size_t questions = identifiers.questions;
+  ASSERT_GT(questions, 4U);
+  for (std::size_t first = 0; first < questions; ++first) {
+    for (std::size_t end = first + 1; end <= questions; ++end) {
+      keychain.memory.items = three;
+      identifiers.questions = 0;
+      identifiers.first_fault = first;
+      identifiers.end_of_faults = end;
+      vane::SetInterface(&gateway);
+      static_cast<void>(store.add(token("new"), SameName::replace));
+      for (const auto& [name, secret] : kept)
+        ASSERT_EQ(items()[name], secret) << first << ' ' << end;
+    }
+  }
+}
+
+TEST_F(AddingTest, TokenSealedUnderAWrongIdentityIsNotSaidToBeStored) {
+  fill({"A"});
+  identifiers.questions = 0;
+  const auto good = store.add(token("new"), SameName::replace);
+  ASSERT_TRUE(good.has_value());
+  const std::size_t questions = identifiers.questions;
+  std::size_t refused = 0;
+  for (std::size_t fault = 0; fault < questions; ++fault) {
+    vane::DeleteToken(1);
+    identifiers.questions = 0;
+    identifiers.first_fault = fault;
+    identifiers.end_of_faults = fault + 1;
+    const auto added = store.add(token("new"), SameName::replace);
+    identifiers.end_of_faults = 0;
+    if (added) {
+      EXPECT_EQ(names(), (Names{"A", "new"})) << fault;
+    } else {
+      ++refused;
+    }
+  }
+  EXPECT_GT(refused, 0U);
+}
+
+}  // namespace
+}  // namespace talvane::test

@@ -1,0 +1,147 @@
+// What the store reads, and what it says is in the way.
+
+#include "tests/store/store_test.h"
+
+namespace talvane::test {
+namespace {
+
+using Kind = Obstacle::Kind;
+
+class ReadingTest : public StoreTest {
+ protected:
+  Names readNames() {
+    Names result;
+    for (const auto& stored : read().list) result.push_back(*stored->description);
+    return result;
+  }
+  void expectObstacle(Kind kind, std::int32_t slot, std::int32_t hidden, const std::string& words) {
+    const StoredTokens tokens = read();
+    ASSERT_TRUE(tokens.obstacle.has_value());
+    EXPECT_EQ(static_cast<int>(tokens.obstacle->kind), static_cast<int>(kind));
+    EXPECT_EQ(tokens.obstacle->slot, slot);
+    EXPECT_EQ(tokens.obstacle->hidden, hidden);
+    EXPECT_EQ(tokens.obstacle->words, words);
+  }
+};
+
+TEST_F(ReadingTest, EmptyStore) {
+  EXPECT_TRUE(read().list.empty());
+  EXPECT_FALSE(read().obstacle.has_value());
+}
+
+TEST_F(ReadingTest, TokensInTheirOrder) {
+  fill({"A", "B|Bee", "C"});
+  EXPECT_EQ(readNames(), (Names{"A", "B|Bee", "C"}));
+  EXPECT_EQ(read().list[1]->seed32->get(), seedOf(1));
+  EXPECT_FALSE(read().obstacle.has_value());
+}
+
+TEST_F(ReadingTest, AllSlots) {
+  Names all;
+  for (int i = 0; i < 32; ++i) all.push_back("T" + std::to_string(i));
+  fill(all);
+  EXPECT_EQ(readNames(), all);
+  EXPECT_FALSE(read().obstacle.has_value());
+}
+
+TEST_F(ReadingTest, Gap) {
+  fill({"A", "", "", "B", "", "C"});
+  EXPECT_EQ(readNames(), Names{"A"});
+  expectObstacle(Kind::gap, 1, 2, "Slot 1 is empty and hides those after it");
+}
+
+TEST_F(ReadingTest, GapBeforeTheLastSlot) {
+  fill({""});
+  auto last = vane::max_tokens - 1;
+  ASSERT_TRUE(vane::WriteToken(&last, token("Z")));
+  expectObstacle(Kind::gap, 0, 1, "Slot 0 is empty and hides those after it");
+}
+
+TEST_F(ReadingTest, DamagedRecord) {
+  fill({"A", "B", "C"});
+  damage(1);
+  EXPECT_EQ(readNames(), Names{"A"});
+  expectObstacle(Kind::damaged, 1, 1, "The record in slot 1 is damaged and hides those after it");
+  damage(2);
+  expectObstacle(Kind::damaged, 1, 1, "The record in slot 1 is damaged and hides those after it");
+}
+
+TEST_F(ReadingTest, DamagedRecordThatHidesNothing) {
+  fill({"A", "B"});
+  damage(1);
+  expectObstacle(Kind::damaged, 1, 0, "The record in slot 1 is damaged");
+}
+
+TEST_F(ReadingTest, ForeignRecord) {
+  fill({"A", "B", "C"});
+  makeForeign(0);
+  EXPECT_EQ(readNames(), Names{});
+  expectObstacle(Kind::foreign, 0, 2,
+                 "The record in slot 0 is of another computer or user, or was altered, and hides "
+                 "those after it");
+}
+
+TEST_F(ReadingTest, ForeignRecordThatHidesNothing) {
+  fill({"A", "B"});
+  makeForeign(1);
+  expectObstacle(Kind::foreign, 1, 0,
+                 "The record in slot 1 is of another computer or user, or was altered");
+}
+
+TEST_F(ReadingTest, RecordBehindAGapIsTheObstacleWhenItDoesNotLoad) {
+  fill({"A", "", "B", "C"});
+  makeForeign(2);
+  expectObstacle(Kind::foreign, 2, 1,
+                 "The record in slot 2 is of another computer or user, or was altered, and hides "
+                 "those after it");
+  damage(2);
+  expectObstacle(Kind::damaged, 2, 1, "The record in slot 2 is damaged and hides those after it");
+}
+
+TEST_F(ReadingTest, KeychainThatDoesNotAnswerIsNeverEmpty) {
+  fill({"A", "", "C"});
+  for (const auto& [status, number] : failures) {
+    if (status == KeychainStatus::item_not_found || status == KeychainStatus::cannot_decode) {
+      continue;
+    }
+    keychain.calls = 0;
+    for (std::size_t failing = 0; failing < 32; ++failing) {
+      keychain.calls = 0;
+      keychain.fault = [failing, status = status](FaultyKeychain::Call, std::size_t call) {
+        return call == failing ? status : KeychainStatus::ok;
+      };
+      const auto tokens = store.read();
+      ASSERT_FALSE(tokens.has_value()) << number << " at " << failing;
+      EXPECT_EQ(tokens.error().next, Next::check_keychain);
+      const std::string digits = std::to_string(number);
+      EXPECT_EQ(tokens.error().words, "words for " + digits + " [" + digits + "]");
+    }
+  }
+}
+
+TEST_F(ReadingTest, LooksBehindTheTokensWithoutATrace) {
+  fill({"A", "B", "", "D"});
+  LoggingGateway logging(gateway);
+  vane::SetInterface(&logging);
+  vane::TokenArray tokens;
+  ASSERT_EQ(vane::ReadAllTokens(tokens), 2);
+  const Names plain = std::exchange(logging.lines, {});
+  ASSERT_FALSE(plain.empty());
+  EXPECT_TRUE(read().obstacle.has_value());
+  EXPECT_EQ(logging.lines, plain);
+}
+
+TEST_F(ReadingTest, IsOneLookAtTheKeychain) {
+  fill({"A"});
+  read();
+  EXPECT_EQ(keychain.readings, "begin ada;end;");
+}
+
+TEST_F(ReadingTest, OtherUsersHaveOtherTokens) {
+  fill({"A"});
+  identifiers.sound.account = "bob";
+  EXPECT_TRUE(read().list.empty());
+}
+
+}  // namespace
+}  // namespace talvane::test

@@ -1,0 +1,169 @@
+// Renaming tokens.
+
+#include "platform/folders.h"
+#include "store/store_lock.h"
+#include "tests/store/store_test.h"
+
+namespace talvane::test {
+namespace {
+
+using Rename = TokenStore::Rename;
+
+class RenamingTest : public StoreTest {
+ protected:
+  RenamingTest() {
+    fill({"A", "B|Bee", "C"});
+    seen = read();
+  }
+  Result<void> rename(std::int32_t slot, const std::string& name) {
+    const Rename wanted{slot, seen.list[static_cast<std::size_t>(slot)].get(), name};
+    return store.rename({&wanted, 1});
+  }
+
+  StoredTokens seen;
+};
+
+TEST_F(RenamingTest, KeepsTheCreationName) {
+  ASSERT_TRUE(rename(0, "Mail").has_value());
+  ASSERT_TRUE(rename(1, "Bank").has_value());
+  EXPECT_EQ(names(), (Names{"A|Mail", "B|Bank", "C"}));
+  EXPECT_EQ(read().list[1]->seed32->get(), seedOf(1));
+}
+
+TEST_F(RenamingTest, NamesAreReadAsTheTokenDoes) {
+  ASSERT_TRUE(rename(0, "My+%43af|e").has_value());
+  EXPECT_EQ(names()[0], "A|My Cafe");
+}
+
+TEST_F(RenamingTest, SeveralAtOnce) {
+  const Rename wanted[] = {{2, seen.list[2].get(), "Cee"}, {0, seen.list[0].get(), "Ay"}};
+  ASSERT_TRUE(store.rename(wanted).has_value());
+  EXPECT_EQ(names(), (Names{"A|Ay", "B|Bee", "C|Cee"}));
+}
+
+TEST_F(RenamingTest, NameThatItHasAlreadyWritesNothing) {
+  const Items before = items();
+  keychain.fault = [](FaultyKeychain::Call call, std::size_t) {
+    EXPECT_EQ(call, FaultyKeychain::Call::find);
+    return KeychainStatus::ok;
+  };
+  EXPECT_TRUE(rename(0, "A").has_value());
+  EXPECT_TRUE(rename(1, "Bee").has_value());
+  EXPECT_TRUE(store.rename({}).has_value());
+  EXPECT_EQ(items(), before);
+}
+
+TEST_F(RenamingTest, OneRefusedNameLeavesAllAsTheyWere) {
+  for (const char* name : {"", "||", "%7C", "a%00b", "a\xE2\x80\x8B", "\xFF"}) {
+    expectRefused(
+        [&] {
+          const Rename wanted[] = {{0, seen.list[0].get(), "good"}, {1, seen.list[1].get(), name}};
+          return store.rename(wanted);
+        },
+        Next::other_input, "");
+  }
+}
+
+TEST_F(RenamingTest, OldNamesThatWouldBeRefusedTodayAreNoHindrance) {
+  auto slot = 0;
+  ASSERT_TRUE(vane::WriteToken(&slot, token("a\x01|b", seedOf(0))));
+  seen = read();
+  ASSERT_TRUE(rename(0, "new").has_value());
+  EXPECT_EQ(names()[0], "a\x01|new");
+}
+
+TEST_F(RenamingTest, AnotherTokenInTheSlot) {
+  constexpr const char* words = "The tokens changed in the meantime; nothing was renamed";
+  auto slot = 1;
+  ASSERT_TRUE(vane::WriteToken(&slot, token("B|Bee", other_seed_16)));
+  expectRefused([&] { return rename(1, "new"); }, Next::look_again, words);
+  ASSERT_TRUE(vane::WriteToken(&slot, token("D", seedOf(1))));
+  expectRefused([&] { return rename(1, "new"); }, Next::look_again, words);
+  expectRefused(
+      [&] {
+        const Rename wanted[] = {{0, seen.list[0].get(), "good"}, {1, seen.list[1].get(), "new"}};
+        return store.rename(wanted);
+      },
+      Next::look_again, words);
+}
+
+TEST_F(RenamingTest, SlotThatIsEmptyByNow) {
+  vane::DeleteToken(2);
+  expectRefused([&] { return rename(2, "new"); }, Next::look_again, "in the meantime");
+  const Rename nowhere[] = {{-1, seen.list[0].get(), "x"}, {32, seen.list[0].get(), "x"}};
+  for (const Rename& wanted : nowhere) {
+    expectRefused([&] { return store.rename({&wanted, 1}); }, Next::look_again, "in the meantime");
+  }
+}
+
+TEST_F(RenamingTest, NameGivenInTheMeantimeMakesItNoOtherToken) {
+  auto slot = 0;
+  ASSERT_TRUE(vane::WriteToken(&slot, token("A|elsewhere", seedOf(0))));
+  ASSERT_TRUE(rename(0, "here").has_value());
+  EXPECT_EQ(names()[0], "A|here");
+}
+
+TEST_F(RenamingTest, BesideARecordThatDoesNotLoad) {
+  makeForeign(1);
+  const Bytes kept = item(1).get();
+  ASSERT_TRUE(rename(0, "new").has_value());
+  EXPECT_EQ(names(), Names{"A|new"});
+  EXPECT_EQ(item(1).get(), kept);
+  expectRefused([&] { return rename(1, "new"); }, Next::look_again, "");
+}
+
+TEST_F(RenamingTest, AnotherProgramChangesTheTokens) {
+  const StoreLock lock(dataFolder());
+  expectRefused([&] { return rename(0, "new"); }, Next::try_again, "Another program");
+}
+
+TEST_F(RenamingTest, ChangeThatCannotBeBegunOrIsNotKept) {
+  keychain.undoes = true;
+  keychain.end_status = KeychainStatus::disk_full;
+  expectRefused([&] { return rename(0, "new"); }, Next::check_keychain, "words for -34 [-34]");
+  keychain.end_status = KeychainStatus::ok;
+  keychain.begin_status = KeychainStatus::io_error;
+  expectRefused([&] { return rename(0, "new"); }, Next::check_keychain, "words for -36 [-36]");
+}
+
+TEST_F(RenamingTest, KeychainThatFailsAnywhereKeepsTheOldNames) {
+  keychain.undoes = true;
+  const Rename wanted[] = {{0, seen.list[0].get(), "Ay"}, {1, seen.list[1].get(), "Bea"}};
+  const auto before = keychain.memory.items;
+  keychain.calls = 0;
+  ASSERT_TRUE(store.rename(wanted).has_value());
+  const std::size_t calls = keychain.calls;
+  for (std::size_t failing = 0; failing < calls; ++failing) {
+    keychain.memory.items = before;
+    const Items kept = items();
+    keychain.calls = 0;
+    keychain.fault = [failing](FaultyKeychain::Call, std::size_t call) {
+      return call == failing ? KeychainStatus::io_error : KeychainStatus::ok;
+    };
+    const auto renamed = store.rename(wanted);
+    keychain.fault = nullptr;
+    ASSERT_FALSE(renamed.has_value()) << failing;
+    EXPECT_EQ(items(), kept) << failing;
+    read();  // as the gateway writes nothing over what it could not read
+  }
+}
+
+TEST_F(RenamingTest, IdentityThatCannotBeReadForAMomentKeepsTheToken) {
+  keychain.undoes = true;
+  const auto before = keychain.memory.items;
+  identifiers.questions = 0;
+  ASSERT_TRUE(rename(0, "new").has_value());
+  const std::size_t questions = identifiers.questions;
+  for (std::size_t fault = 0; fault < questions; ++fault) {
+    keychain.memory.items = before;
+    identifiers.questions = 0;
+    identifiers.first_fault = fault;
+    identifiers.end_of_faults = fault + 1;
+    const auto renamed = rename(0, "new");
+    identifiers.end_of_faults = 0;
+    EXPECT_EQ(names(), (Names{renamed ? "A|new" : "A", "B|Bee", "C"})) << fault;
+  }
+}
+
+}  // namespace
+}  // namespace talvane::test

@@ -1,0 +1,169 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "store/token_store.h"
+#include "tests/platform/fake_device_identifiers.h"
+#include "tests/platform/faulty_keychain.h"
+#include "tests/support/private_home.h"
+
+namespace talvane::test {
+
+using Next = Problem::Next;
+using SameName = TokenStore::SameName;
+using Names = std::vector<std::string>;
+/// What the keychain holds, byte for byte, by slot.
+using Items = std::map<std::string, Bytes>;
+
+inline constexpr const char* seed_16 = "JBSWY3DPEHPK3PXP";
+inline constexpr const char* other_seed_16 = "GEZDGNBVGY3TQOJQ";
+inline constexpr const char* seed_13 = "MFRGGZDFMZTWQ";
+
+/// The machine's serial number can be made unreadable for some of the questions for it.
+class FlakyIdentifiers final : public DeviceIdentifiers {
+ public:
+  FakeDeviceIdentifiers sound;
+  std::size_t questions = 0;
+  std::size_t first_fault = 0;
+  std::size_t end_of_faults = 0;
+
+  std::string serialNumber() override {
+    const std::size_t number = questions++;
+    return number >= first_fault && number < end_of_faults ? "" : sound.serialNumber();
+  }
+  std::string volumeUuid() override { return sound.volumeUuid(); }
+  std::string user() override { return sound.user(); }
+  std::string loginName() override { return sound.loginName(); }
+};
+
+/// Keeps the log.
+class LoggingGateway final : public Gateway {
+ public:
+  explicit LoggingGateway(vaneinterface& real) : real_(real) {}
+  Names lines;
+
+  bool KeyChainSave(const std::string& name, const Record& data) override {
+    return real_.KeyChainSave(name, data);
+  }
+  bool KeyChainLoad(const std::string& name, Record* data) override {
+    return real_.KeyChainLoad(name, data);
+  }
+  bool KeyChainDelete(const std::string& name) override { return real_.KeyChainDelete(name); }
+  bool inTrouble() override { return real_.inTrouble(); }
+  void beginReadingSlots() override { real_.beginReadingSlots(); }
+  void endReadingSlots() override { real_.endReadingSlots(); }
+  std::string GetDeviceId_SN() override { return real_.GetDeviceId_SN(); }
+  std::string GetDeviceId_HDSN() override { return real_.GetDeviceId_HDSN(); }
+  std::string GetDeviceId_USER() override { return real_.GetDeviceId_USER(); }
+  bool wantsLog() override { return true; }
+  void log(std::string_view text) override { lines.emplace_back(text); }
+
+ private:
+  vaneinterface& real_;
+};
+
+class StoreTest : public testing::Test {
+ protected:
+  StoreTest() {
+    gateway.setConsole(false);
+    vane::SetInterface(&gateway);
+  }
+  ~StoreTest() override { vane::SetInterface(nullptr); }
+
+  static SoftTokenInfo token(const std::string& description, const std::string& seed = seed_16) {
+    SoftTokenInfo result;
+    result.description = description;
+    result.seed32 = Cleared<std::string>(seed);
+    return result;
+  }
+
+  /// Puts tokens into the slots, of seeds of their own; an empty name leaves the slot empty.
+  void fill(const Names& descriptions) {
+    for (std::size_t i = 0; i < descriptions.size(); ++i) {
+      // What was found damaged a moment ago is not written over.
+      vane::ReadToken(static_cast<std::uint32_t>(i), nullptr);
+      if (descriptions[i].empty()) continue;
+      auto slot = static_cast<std::int32_t>(i);
+      ASSERT_TRUE(vane::WriteToken(&slot, token(descriptions[i], seedOf(i))));
+    }
+    vane::SetInterface(&gateway);
+  }
+  static std::string seedOf(std::size_t i) {
+    std::string seed = seed_16;
+    seed[0] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567"[i];
+    return seed;
+  }
+
+  /// What is in the slot can no longer be decoded.
+  void damage(std::size_t slot) { item(slot) = Bytes{1, 2, 3}; }
+  /// What is in the slot was stored on another computer.
+  void makeForeign(std::size_t slot) {
+    vane::SetInterface(&gateway);
+    std::unique_ptr<SoftTokenInfo> stored;
+    ASSERT_TRUE(vane::ReadToken(static_cast<std::uint32_t>(slot), &stored));
+    const std::string serial = std::exchange(identifiers.sound.serial, "of another machine");
+    auto index = static_cast<std::int32_t>(slot);
+    vane::SetInterface(&gateway);
+    ASSERT_TRUE(vane::WriteToken(&index, *stored));
+    identifiers.sound.serial = serial;
+    vane::SetInterface(&gateway);
+  }
+  SecretBytes& item(std::size_t slot) {
+    return keychain.memory.items[{"TalvaneSoftToken502" + std::to_string(slot), "ada"}];
+  }
+
+  Items items() const {
+    Items result;
+    for (const auto& [name, secret] : keychain.memory.items) result[name.first] = secret.get();
+    return result;
+  }
+
+  /// The descriptions of the tokens that can be read.
+  Names names() {
+    vane::SetInterface(&gateway);
+    vane::TokenArray tokens;
+    Names result;
+    const auto count = static_cast<std::size_t>(vane::ReadAllTokens(tokens));
+    for (std::size_t i = 0; i < count; ++i) result.push_back(tokens[i]->description.value_or(""));
+    return result;
+  }
+
+  StoredTokens read() {
+    auto tokens = store.read();
+    EXPECT_TRUE(tokens.has_value());
+    return tokens ? std::move(*tokens) : StoredTokens();
+  }
+
+  static TokenStore::Selection selection(std::initializer_list<std::size_t> slots) {
+    TokenStore::Selection result{};
+    for (const std::size_t slot : slots) result[slot] = 1;
+    return result;
+  }
+
+  /// The operation is refused so, and what is stored stays as it is, byte for byte.
+  template <typename Operation>
+  void expectRefused(Operation operation, Next next, std::string_view words) {
+    const Items before = items();
+    const auto result = operation();
+    ASSERT_FALSE(result.has_value());
+    EXPECT_EQ(static_cast<int>(result.error().next), static_cast<int>(next))
+        << result.error().words;
+    EXPECT_NE(result.error().words.find(words), std::string::npos) << result.error().words;
+    EXPECT_EQ(items(), before);
+  }
+
+  PrivateHome home;
+  FaultyKeychain keychain;
+  FlakyIdentifiers identifiers;
+  vaneinterface gateway{keychain, identifiers};
+  TokenStore store{gateway, keychain, std::chrono::milliseconds(20)};
+};
+
+}  // namespace talvane::test
