@@ -1,5 +1,7 @@
 #include "platform/memory/memory_keychain.h"
 
+#include "platform/keychain_words.h"
+
 namespace talvane {
 
 KeychainStatus MemoryKeychain::find(const std::string& service, const std::string& account,
@@ -33,33 +35,7 @@ KeychainStatus MemoryKeychain::remove(const std::string& service, const std::str
 }
 
 std::string MemoryKeychain::message(KeychainStatus failure) {
-  switch (failure) {
-    case KeychainStatus::ok:
-      return "All is well with the keychain in memory";
-    case KeychainStatus::disk_full:
-      return "There is no room in the keychain in memory; remove an item first";
-    case KeychainStatus::io_error:
-      return "The keychain in memory failed; try again";
-    case KeychainStatus::write_permission:
-      return "Writing is not allowed to the keychain in memory; try another";
-    case KeychainStatus::not_available:
-      return "The keychain in memory cannot be reached; try again";
-    case KeychainStatus::no_default_keychain:
-      return "The keychain in memory has no collection to store into; make one";
-    case KeychainStatus::interaction_not_allowed:
-      return "The keychain in memory is locked; unlock it";
-    case KeychainStatus::duplicate_item:
-      return "The keychain in memory already holds an item of that name; remove it first";
-    case KeychainStatus::item_not_found:
-      return "The keychain in memory holds no item of that name; add it first";
-    case KeychainStatus::cannot_decode:
-      return "The item in the keychain in memory is damaged; remove it and add it anew";
-    case KeychainStatus::invalid_keychain:
-      return "The keychain in memory is damaged; start anew";
-    case KeychainStatus::not_responding:
-      return "The keychain in memory has not answered for two seconds; try again";
-  }
-  return "The keychain in memory met an unknown error; try again";
+  return keychainWords("The keychain in memory", failure);
 }
 
 KeychainDescription MemoryKeychain::describe() {

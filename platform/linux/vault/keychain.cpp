@@ -1,5 +1,6 @@
 #include "platform/linux/vault/keychain.h"
 
+#include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <utility>
 
 #include "platform/folders.h"
+#include "platform/keychain_words.h"
 #include "platform/linux/vault/sealed_items.h"
 #include "platform/own_files.h"
 #include "platform/replace_file.h"
@@ -32,12 +34,11 @@ Outcome damaged(std::string words) {
 
 // What an errno means. `denied`: what it is when rights are wanting.
 Outcome failed(const std::string& path, int error, KeychainStatus denied) {
+  if (error == 0) return {};
   std::string text = std::generic_category().message(error);
   if (error == ELOOP) text = "there is a link in its place, which is not followed";
   if (error == EPERM) text = "it is not yours alone";
   switch (error) {
-    case 0:
-      return {};
     case ENOSPC:
     case EDQUOT:
     case EFBIG:
@@ -73,26 +74,6 @@ int putBytes(int (*put)(const std::string&, std::string_view, mode_t), const std
              const Bytes& content) {
   return put(path, {reinterpret_cast<const char*>(content.data()), content.size()}, 0600);
 }
-
-constexpr std::pair<KeychainStatus, const char*> usual_words[] = {
-    {KeychainStatus::ok, "is well"},
-    {KeychainStatus::disk_full,
-     "has no room on its disk, and nothing was changed; free some space and try again"},
-    {KeychainStatus::io_error, "could not be read or written; check the disk and try again"},
-    {KeychainStatus::write_permission,
-     "may not be written to; make the file and its folder writable and try again"},
-    {KeychainStatus::not_available, "cannot be reached; check who owns it and its folder"},
-    {KeychainStatus::no_default_keychain, "has no collection to store into; report this"},
-    {KeychainStatus::interaction_not_allowed, "is locked; unlock it first"},
-    {KeychainStatus::duplicate_item, "holds an item of that name already; remove it first"},
-    {KeychainStatus::item_not_found, "holds no item of that name; add it first"},
-    {KeychainStatus::cannot_decode,
-     "holds a damaged item; restore the vault from a backup, or delete the item and add it again"},
-    {KeychainStatus::invalid_keychain,
-     "is damaged, and nothing was changed; restore the file from a backup or move it away"},
-    {KeychainStatus::not_responding,
-     "has been held by another program for two seconds; close that program and try again"},
-};
 
 class VaultKeychain final : public KeychainService {
  public:
@@ -143,10 +124,7 @@ class VaultKeychain final : public KeychainService {
 
   std::string message(KeychainStatus status) override {
     if (status == last_.status && !last_.words.empty()) return last_.words;
-    for (const auto& [of, words] : usual_words) {
-      if (of == status) return "The embedded vault " + vault_ + ' ' + words;
-    }
-    return "The embedded vault " + vault_ + " failed; try again";
+    return keychainWords("The embedded vault " + vault_, status);
   }
 
   KeychainDescription describe() override {
@@ -299,7 +277,7 @@ class VaultKeychain final : public KeychainService {
     if (!change) return {};
     const SecretBytes packed = packItems(change->look.items);
     if (packed.get() == change->look.packed.get()) return {};
-    // Under the lock they are those of processes that were killed.
+    // Under the lock drafts are those of processes that were killed.
     if (change->locked) {
       removeDrafts(vault_);
       removeDrafts(key_);
