@@ -48,7 +48,9 @@ int openOwnFolder(const std::string& path, int* descriptor) {
   const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (folder < 0) {
     const int error = errno;
-    return error == ENOENT && lstat(path.c_str(), &status) == 0 ? ELOOP : error;
+    // What is there by now, and no link, has just been made by another process.
+    const bool link = lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+    return error == ENOENT && link ? ELOOP : error;
   }
   int error = checkOwner(folder, &status);
   if (error == 0) error = closeToOthers(folder, status, S_IRWXU);

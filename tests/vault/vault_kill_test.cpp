@@ -117,6 +117,27 @@ TEST_F(VaultKill, AnAbandonedChangeWritesNothing) {
   }
 }
 
+TEST_F(VaultKill, AFirstItemStoredAtAnyMomentOfAReadingIsSeenOrNot) {
+  int stored_in_between = 0;
+  for (bool ended = false; !ended; ++stored_in_between) {
+    SCOPED_TRACE(stored_in_between);
+    const VaultFolder folder;
+    TracedProcess reader([&] {
+      const Status status = statusOf(*folder.open(), "token 0");
+      EXPECT_TRUE(status == Status::ok || status == Status::item_not_found)
+          << static_cast<int>(status);
+    });
+    for (int calls = 0; calls <= stored_in_between && !ended; ++calls) {
+      ended = reader.nextCall() < 0;
+    }
+    folder.fill(1);
+    while (reader.nextCall() >= 0) {
+    }
+    ASSERT_TRUE(reader.endedWell());
+  }
+  EXPECT_GT(stored_in_between, 2);
+}
+
 bool isRename(long call) {
 #ifdef SYS_rename
   if (call == SYS_rename) return true;

@@ -103,9 +103,12 @@ TEST(VaultOthers, AnotherProcessesOpenChangeIsNotWaitedForLong) {
     static const auto keychain = folder.open();
     ASSERT_EQ(keychain->beginChange(), Status::ok);
   });
+  const std::string draft = folder.path() + "/vault.draft-abcdef";
+  writeFile(draft, "which the neighbour is writing");
   const auto keychain = folder.open();
   const auto start = steady_clock::now();
   EXPECT_EQ(store(*keychain, "token 1", "x"), Status::not_responding);
+  EXPECT_TRUE(exists(draft));
   const auto wait = steady_clock::now() - start;
   EXPECT_GE(wait, milliseconds(1900));
   EXPECT_LT(wait, milliseconds(2900));
