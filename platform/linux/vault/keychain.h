@@ -17,8 +17,9 @@ namespace talvane {
 /// nothing. Any number of processes may use the vault: those that change it take turns by a lock on
 /// the folder, those that read need none, and see each change at once.
 ///
-/// invalid_keychain: the vault or its key is damaged or something else, or the key is missing beside
-/// a vault. not_available: another user's, or a link in a file's place. Nothing is written over then.
+/// invalid_keychain: the vault or its key is damaged or something else, or the key is missing
+/// beside a vault. not_available: another user's, or a link in a file's place. Nothing is written
+/// over then.
 std::unique_ptr<KeychainService> makeVaultKeychain(std::string folder);
 
 }  // namespace talvane
