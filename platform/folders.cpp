@@ -9,11 +9,6 @@
 namespace talvane {
 namespace {
 
-bool isFolder(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 // Makes the folder's entries last through a power cut.
 void syncFolder(const std::string& path) {
   const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -27,6 +22,16 @@ void syncFolder(const std::string& path) {
 std::string withTildeExpanded(std::string_view path) {
   if (path != "~" && !path.starts_with("~/")) return std::string(path);
   return homeFolder() + std::string(path.substr(1));
+}
+
+std::string executableFolder() {
+  const std::string path = executablePath();
+  return path.empty() ? "." : path.substr(0, path.find_last_of('/'));
+}
+
+bool isFolder(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 bool makePrivateFolder(const std::string& path) {

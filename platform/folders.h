@@ -13,6 +13,8 @@ std::string homeFolder();
 /// The user's own data and settings of this program.
 std::string dataFolder();
 std::string configFolder();
+/// The running program's file, all symbolic links resolved; empty when the system does not say.
+std::string executablePath();
 /// The running program's folder.
 std::string executableFolder();
 /// The application bundle: `../share/softtoken` beside the executable's folder when that exists,
@@ -23,6 +25,9 @@ std::string moduleFolder();
 
 /// `path` with a leading "~" or "~/" replaced by the home folder.
 std::string withTildeExpanded(std::string_view path);
+
+/// Whether there is a folder, or a link to one.
+bool isFolder(const std::string& path);
 
 /// Creates the folder and the missing ones above it, mode 0700. False, with errno: it is not there
 /// afterwards.

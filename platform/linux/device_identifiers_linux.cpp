@@ -1,24 +1,21 @@
 #include <dirent.h>
 #include <fmt/core.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <fstream>
+#include <optional>
 #include <sstream>
-#include <vector>
 
 #include "engine/text.h"
 #include "platform/device_identifiers.h"
 #include "platform/linux/device_identifiers_linux.h"
+#include "platform/user_entry.h"
 
 namespace talvane {
 namespace {
-
-constexpr std::size_t longest_entry = std::size_t{1} << 20;  // of the user database, bytes
 
 // What a source looked like when it was read; another stamp means that it has changed.
 struct Stamp {
@@ -138,18 +135,11 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
     uid_ = uid;
     login_name_.clear();
     user_.clear();
-    std::vector<char> buffer(16384);
-    passwd entry{};
-    passwd* found = nullptr;
-    int error = 0;
-    while ((error = getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found)) == ERANGE &&
-           buffer.size() < longest_entry) {
-      buffer.resize(buffer.size() * 2);
-    }
+    std::optional<UserEntry> entry;
     // A directory service that does not answer yet is asked again the next time.
-    account_read_ = error == 0;
-    if (found == nullptr) return;
-    login_name_ = entry.pw_name;
+    account_read_ = readUserEntry(uid, &entry) == 0;
+    if (!entry) return;
+    login_name_ = entry->name;
     // The UUID that directory services give to a local user id.
     user_ = fmt::format("{}{}{}FFFFEEEE-DDDD-CCCC-BBBB-AAAA{:08X}", login_name_,
                         upperCase(login_name_), static_cast<int>(uid), uid);

@@ -1,7 +1,6 @@
 #include "platform/linux/folder_watch.h"
 
 #include <sys/inotify.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +9,8 @@
 #include <cstring>
 #include <string_view>
 #include <utility>
+
+#include "platform/folders.h"
 
 namespace talvane {
 namespace {
@@ -25,11 +26,6 @@ std::string folderAbove(const std::string& path) {
 
 std::string nameIn(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
-}
-
-bool isFolder(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 }  // namespace

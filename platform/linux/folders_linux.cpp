@@ -1,12 +1,13 @@
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdlib>
-#include <vector>
+#include <optional>
+#include <string_view>
 
 #include "platform/folders.h"
+#include "platform/user_entry.h"
 
 namespace talvane {
 namespace {
@@ -22,13 +23,9 @@ std::string baseFolder(const char* variable, const char* below_home) {
 std::string homeFolder() {
   const char* home = std::getenv("HOME");
   if (home != nullptr && home[0] == '/') return home;
-  std::vector<char> buffer(16384);
-  passwd entry{};
-  passwd* found = nullptr;
-  if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr) {
-    return entry.pw_dir;
-  }
-  return "/";
+  std::optional<UserEntry> entry;
+  static_cast<void>(readUserEntry(getuid(), &entry));
+  return entry ? entry->home : "/";
 }
 
 std::string dataFolder() {
@@ -39,20 +36,25 @@ std::string configFolder() {
   return baseFolder("XDG_CONFIG_HOME", "/.config") + "/softtoken";
 }
 
-std::string executableFolder() {
-  std::array<char, 4096> path{};
-  const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
-  if (length <= 0) return ".";
-  const std::string executable(path.data(), static_cast<std::size_t>(length));
-  return executable.substr(0, executable.find_last_of('/'));
+std::string executablePath() {
+  std::array<char, 4096> buffer{};
+  const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
+  if (length <= 0 || static_cast<std::size_t>(length) == buffer.size()) return {};
+  std::string path(buffer.data(), static_cast<std::size_t>(length));
+  // The kernel's mark when the file was replaced, as by an update, since the program started.
+  constexpr std::string_view deleted = " (deleted)";
+  struct stat status {};
+  if (path.ends_with(deleted) && lstat(path.c_str(), &status) != 0) {
+    path.resize(path.size() - deleted.size());
+  }
+  return path;
 }
 
 std::string bundleFolder() {
   const std::string executable = executableFolder();
   const std::string shared =
       executable.substr(0, executable.find_last_of('/')) + "/share/softtoken";
-  struct stat status {};
-  return stat(shared.c_str(), &status) == 0 && S_ISDIR(status.st_mode) ? shared : executable;
+  return isFolder(shared) ? shared : executable;
 }
 
 std::string moduleFolder() {

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <set>
 #include <string_view>
@@ -169,13 +168,8 @@ class AutostartList final : public LoginItemsList {
   }
 
   std::optional<std::string> ownTarget() override {
-    std::array<char, 4096> buffer{};
-    const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
-    if (length <= 0 || static_cast<std::size_t>(length) == buffer.size()) return std::nullopt;
-    std::string path(buffer.data(), static_cast<std::size_t>(length));
-    // The kernel's mark when the file was replaced, as by an update, since the program started.
-    constexpr std::string_view deleted = " (deleted)";
-    if (path.ends_with(deleted) && !isThere(path)) path.resize(path.size() - deleted.size());
+    std::string path = executablePath();
+    if (path.empty()) return std::nullopt;
     return path;
   }
 

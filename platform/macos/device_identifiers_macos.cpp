@@ -9,10 +9,12 @@
 #include <uuid/uuid.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "engine/text.h"
 #include "platform/macos/core_foundation.h"
+#include "platform/user_entry.h"
 
 // kIOMasterPortDefault has its newer name on newer systems only.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -98,8 +100,9 @@ class MacDeviceIdentifiers final : public DeviceIdentifiers {
   }
 
   std::string loginName() override {
-    const passwd* entry = getpwuid(getuid());
-    return entry != nullptr && entry->pw_name != nullptr ? entry->pw_name : "";
+    std::optional<UserEntry> entry;
+    static_cast<void>(readUserEntry(getuid(), &entry));
+    return entry ? entry->name : "";
   }
 };
 

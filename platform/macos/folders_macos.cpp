@@ -3,16 +3,16 @@
 #include <CoreFoundation/CoreFoundation.h>
 #include <limits.h>
 #include <mach-o/dyld.h>
-#include <pwd.h>
 #include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "platform/macos/core_foundation.h"
+#include "platform/user_entry.h"
 
 namespace talvane {
 namespace {
@@ -29,11 +29,6 @@ std::string pathOf(CFURLRef url) {
   return reinterpret_cast<const char*>(path.data());
 }
 
-bool isFolder(const std::string& path) {
-  struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 std::string applicationSupportFolder() {
   return homeFolder() + "/Library/Application Support/softtoken";
 }
@@ -45,8 +40,9 @@ std::string homeFolder() {
   if (home != nullptr && *home != '\0') {
     return home;
   }
-  const passwd* entry = getpwuid(getuid());
-  return entry != nullptr && entry->pw_dir != nullptr ? entry->pw_dir : "";
+  std::optional<UserEntry> entry;
+  static_cast<void>(readUserEntry(getuid(), &entry));
+  return entry ? entry->home : "";
 }
 
 std::string dataFolder() {
@@ -57,7 +53,7 @@ std::string configFolder() {
   return applicationSupportFolder();
 }
 
-std::string executableFolder() {
+std::string executablePath() {
   std::uint32_t size = 0;
   _NSGetExecutablePath(nullptr, &size);
   std::string path(size, '\0');
@@ -68,8 +64,7 @@ std::string executableFolder() {
   if (realpath(path.c_str(), resolved.data()) == nullptr) {
     return {};
   }
-  path = resolved.data();
-  return path.substr(0, path.rfind('/'));
+  return resolved.data();
 }
 
 std::string bundleFolder() {

@@ -88,6 +88,18 @@ TEST_F(FoldersTest, OtherPathsStayAsTheyAre) {
   }
 }
 
+TEST_F(FoldersTest, OnlyAFolderOrALinkToOneIsAFolder) {
+  writeFile(home.root() + "/file", "content");
+  ASSERT_EQ(symlink(home.data().c_str(), (home.root() + "/link").c_str()), 0);
+  ASSERT_EQ(symlink("/nowhere/at/all", (home.root() + "/nowhere").c_str()), 0);
+  EXPECT_TRUE(isFolder(home.data()));
+  EXPECT_TRUE(isFolder(home.root() + "/link"));
+  for (const char* name : {"/file", "/nowhere", "/missing"}) {
+    EXPECT_FALSE(isFolder(home.root() + name)) << name;
+  }
+  EXPECT_FALSE(isFolder(""));
+}
+
 TEST_F(FoldersTest, PrivateFolderAndThoseAboveItAreCreated) {
   const mode_t before = umask(0);
   const bool made = makePrivateFolder(home.root() + "/a/b/c");
