@@ -1,5 +1,4 @@
 #include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 #include "platform/linux/autostart_entry.h"
 #include "platform/linux/folder_watch.h"
 #include "platform/login_items_list.h"
+#include "platform/replace_file.h"
 
 // The autostart folders of the Desktop Application Autostart Specification. The list's order is
 // that of the folders, the user's own first. In a folder the files that this program writes come
@@ -112,11 +112,6 @@ std::vector<std::string> autostartFolders() {
   return folders;
 }
 
-bool writeAll(int descriptor, std::string_view text) {
-  return write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
-         fsync(descriptor) == 0;
-}
-
 class AutostartList final : public LoginItemsList {
  public:
   AutostartList() : folders_(autostartFolders()), watch_(folders_, std::string(suffix)) {}
@@ -202,13 +197,7 @@ class AutostartList final : public LoginItemsList {
   void replaceOwnFile(const std::string& file, const std::string& text) const {
     const std::string& folder = folders_.front();
     if (!makePrivateFolder(folder)) return;
-    std::string temporary = folder + "/.softtoken.XXXXXX";
-    const int descriptor = mkostemp(temporary.data(), O_CLOEXEC);
-    if (descriptor < 0) return;
-    const bool written = writeAll(descriptor, text);
-    const bool closed = close(descriptor) == 0;
-    if (written && closed && rename(temporary.c_str(), pathIn(folder, file).c_str()) == 0) return;
-    unlink(temporary.c_str());
+    static_cast<void>(replaceFile(pathIn(folder, file), text));
   }
 
   const std::vector<std::string> folders_;

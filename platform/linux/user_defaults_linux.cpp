@@ -1,14 +1,10 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cerrno>
-#include <cstdlib>
 #include <map>
 
 #include "engine/text.h"
 #include "platform/folders.h"
 #include "platform/regular_file.h"
+#include "platform/replace_file.h"
 #include "platform/user_defaults.h"
 
 namespace talvane {
@@ -37,7 +33,7 @@ class KeyFileDefaults final : public UserDefaults {
     for (const auto& [name, content] : values) {
       text.append(name).append("=").append(content).append("\n");
     }
-    return makePrivateFolder(configFolder()) && replaceFile(path(), text);
+    return makePrivateFolder(configFolder()) && replaceFile(path(), text) == 0;
   }
 
  private:
@@ -57,19 +53,6 @@ class KeyFileDefaults final : public UserDefaults {
       (*values)[std::string(line.substr(0, equals))] = line.substr(equals + 1);
     }
     return true;
-  }
-
-  static bool replaceFile(const std::string& path, const std::string& text) {
-    std::string temporary = path + ".XXXXXX";
-    const int descriptor = mkostemp(temporary.data(), O_CLOEXEC);
-    if (descriptor < 0) return false;
-    const bool written =
-        write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
-        fsync(descriptor) == 0;
-    const bool closed = close(descriptor) == 0;
-    if (written && closed && rename(temporary.c_str(), path.c_str()) == 0) return true;
-    unlink(temporary.c_str());
-    return false;
   }
 };
 
