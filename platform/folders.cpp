@@ -6,15 +6,15 @@
 
 #include <cerrno>
 
+#include "platform/file_descriptor.h"
+
 namespace talvane {
 namespace {
 
 // Makes the folder's entries last through a power cut.
 void syncFolder(const std::string& path) {
-  const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder < 0) return;
-  static_cast<void>(fsync(folder));
-  close(folder);
+  const FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder.isOpen()) static_cast<void>(fsync(folder.get()));
 }
 
 }  // namespace

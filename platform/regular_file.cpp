@@ -7,26 +7,25 @@
 #include <array>
 #include <cerrno>
 
+#include "platform/file_descriptor.h"
+
 namespace talvane {
 
 int readRegularFile(const std::string& path, std::string* bytes) {
-  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (descriptor < 0) return errno;
+  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status {};
-  int error = fstat(descriptor, &status) != 0 ? errno : 0;
-  if (error == 0 && !S_ISREG(status.st_mode)) error = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+  if (!file.isOpen() || fstat(file.get(), &status) != 0) return errno;
+  if (!S_ISREG(status.st_mode)) return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
   std::array<char, 65536> buffer;
-  while (error == 0) {
-    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
-    if (count == 0) break;
+  for (;;) {
+    const ssize_t count = read(file.get(), buffer.data(), buffer.size());
+    if (count == 0) return 0;
     if (count > 0) {
       bytes->append(buffer.data(), static_cast<std::size_t>(count));
     } else if (errno != EINTR) {
-      error = errno;
+      return errno;
     }
   }
-  close(descriptor);
-  return error;
 }
 
 }  // namespace talvane

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <ctime>
 
+#include "platform/file_descriptor.h"
 #include "platform/folders.h"
 
 namespace talvane {
@@ -21,18 +22,20 @@ std::uint8_t size_limit = 1;  // in units
 
 // A new file has mode 0600, an old one gets it; anything but a regular file is left alone.
 std::FILE* openTrace() {
-  const int descriptor =
-      open(trace_path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
-           S_IRUSR | S_IWUSR);
-  if (descriptor < 0) return nullptr;
+  FileDescriptor descriptor(open(trace_path.c_str(),
+                                 O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
+                                 S_IRUSR | S_IWUSR));
   struct stat status {};
-  bool usable = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  bool usable =
+      descriptor.isOpen() && fstat(descriptor.get(), &status) == 0 && S_ISREG(status.st_mode);
   if (usable && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0 && status.st_uid == geteuid()) {
-    usable = fchmod(descriptor, S_IRUSR | S_IWUSR) == 0;
+    usable = fchmod(descriptor.get(), S_IRUSR | S_IWUSR) == 0;
   }
-  if (usable && status.st_size > limit_unit * size_limit) usable = ftruncate(descriptor, 0) == 0;
-  std::FILE* file = usable ? fdopen(descriptor, "a") : nullptr;
-  if (file == nullptr) close(descriptor);
+  if (usable && status.st_size > limit_unit * size_limit) {
+    usable = ftruncate(descriptor.get(), 0) == 0;
+  }
+  std::FILE* file = usable ? fdopen(descriptor.get(), "a") : nullptr;
+  if (file != nullptr) static_cast<void>(descriptor.release());
   return file;
 }
 

@@ -37,18 +37,14 @@ FolderWatch::FolderWatch(std::vector<std::string> folders, std::string suffix)
   watchAll();
 }
 
-FolderWatch::~FolderWatch() {
-  if (descriptor_ >= 0) close(descriptor_);
-}
-
 bool FolderWatch::readChanges() {
-  if (descriptor_ < 0) return false;
+  if (!descriptor_.isOpen()) return false;
   bool changed = false;
   bool folders_changed = false;
   std::array<char, 65536> buffer;
   // A bound, so that a program that writes without end does not keep us here.
   for (int round = 0; round < 16; ++round) {
-    const ssize_t length = read(descriptor_, buffer.data(), buffer.size());
+    const ssize_t length = read(descriptor_.get(), buffer.data(), buffer.size());
     if (length <= 0) break;
     const auto end = static_cast<std::size_t>(length);
     for (std::size_t at = 0; at + sizeof(inotify_event) <= end;) {
@@ -73,11 +69,11 @@ bool FolderWatch::readChanges() {
 }
 
 void FolderWatch::watchAll() {
-  if (descriptor_ < 0) return;
+  if (!descriptor_.isOpen()) return;
   Watches watches;
   for (const std::string& folder : folders_) watch(folder, &watches);
   for (const auto& [number, names] : watches_) {
-    if (!watches.contains(number)) inotify_rm_watch(descriptor_, number);
+    if (!watches.contains(number)) inotify_rm_watch(descriptor_.get(), number);
   }
   watches_ = std::move(watches);
 }
@@ -94,7 +90,7 @@ void FolderWatch::watch(const std::string& folder, Watches* watches) const {
 }
 
 bool FolderWatch::add(const std::string& folder, const std::string& name, Watches* watches) const {
-  const int number = inotify_add_watch(descriptor_, folder.c_str(), events);
+  const int number = inotify_add_watch(descriptor_.get(), folder.c_str(), events);
   if (number < 0) return false;
   std::vector<std::string>& names = (*watches)[number];
   if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/file_descriptor.h"
+
 namespace talvane {
 
 /// Notices changes of the files in some folders, by inotify(7), as well as a folder's coming and
@@ -13,13 +15,10 @@ class FolderWatch {
  public:
   /// Absolute paths; only files whose names end in `suffix` count.
   FolderWatch(std::vector<std::string> folders, std::string suffix);
-  FolderWatch(const FolderWatch&) = delete;
-  FolderWatch& operator=(const FolderWatch&) = delete;
-  ~FolderWatch();
 
   /// Readable when something happened; -1 when the system gives out no more watches, and then
   /// nothing is noticed.
-  [[nodiscard]] int descriptor() const { return descriptor_; }
+  [[nodiscard]] int descriptor() const { return descriptor_.get(); }
 
   /// Takes in what happened, without waiting. True: something of it counts.
   [[nodiscard]] bool readChanges();
@@ -35,7 +34,7 @@ class FolderWatch {
 
   const std::vector<std::string> folders_;
   const std::string suffix_;
-  const int descriptor_;
+  const FileDescriptor descriptor_;
   Watches watches_;
 };
 
