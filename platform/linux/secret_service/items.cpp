@@ -232,7 +232,7 @@ Outcome Items::refusePrompt(Round& round, const std::string& prompt) {
   // Whether the daemon heeds it does not change what is reported.
   static_cast<void>(link_.call(
       round, {prompt.c_str(), "org.freedesktop.Secret.Prompt", "Dismiss", nullptr, "()"}, &reply));
-  return plainly(KeychainStatus::interaction_not_allowed);
+  return outcomeOf(KeychainStatus::interaction_not_allowed);
 }
 
 Outcome Items::create(Round& round, const std::string& collection, const std::string& service,

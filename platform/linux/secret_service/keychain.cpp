@@ -167,7 +167,7 @@ Outcome SecretServiceKeychain::fetch(Round& round, const std::string& service,
   Outcome outcome = survey(round, &service, account, DefaultCollection::if_nothing_found, &here);
   if (!outcome.good()) return outcome;
   const Paths& paths = here.matches.unlocked;
-  if (paths.empty()) return plainly(here.missing());
+  if (paths.empty()) return outcomeOf(here.missing());
   if (secret == nullptr) return outcome;
   std::string path;
   outcome = items_.newest(round, paths, &path);
@@ -183,7 +183,7 @@ Outcome SecretServiceKeychain::fetch(Round& round, const std::string& service,
     return outcome;
   }
   if (found->second.status == KeychainStatus::ok) *secret = std::move(found->second.bytes);
-  return plainly(found->second.status);
+  return outcomeOf(found->second.status);
 }
 
 KeychainStatus SecretServiceKeychain::findAfresh(const std::string& service,
@@ -272,9 +272,9 @@ KeychainStatus SecretServiceKeychain::change(const std::string& service, const s
 KeychainStatus SecretServiceKeychain::add(const std::string& service, const std::string& account,
                                           const SecretBytes& secret) {
   const Change work = [&](Round& round, const Survey& here) {
-    if (!here.matches.unlocked.empty()) return plainly(KeychainStatus::duplicate_item);
-    if (here.missing() != KeychainStatus::item_not_found) return plainly(here.missing());
-    if (here.collection.path.empty()) return plainly(KeychainStatus::no_default_keychain);
+    if (!here.matches.unlocked.empty()) return outcomeOf(KeychainStatus::duplicate_item);
+    if (here.missing() != KeychainStatus::item_not_found) return outcomeOf(here.missing());
+    if (here.collection.path.empty()) return outcomeOf(KeychainStatus::no_default_keychain);
     // Not replacing: what another process added since the search is not written over.
     std::string path;
     return items_.create(round, here.collection.path, service, account, secret, false, &path);
@@ -286,7 +286,7 @@ KeychainStatus SecretServiceKeychain::replace(const std::string& service,
                                               const std::string& account,
                                               const SecretBytes& secret) {
   const Change work = [&](Round& round, const Survey& here) {
-    if (here.matches.unlocked.empty()) return plainly(here.missing());
+    if (here.matches.unlocked.empty()) return outcomeOf(here.missing());
     std::string path;
     Outcome outcome = items_.newest(round, here.matches.unlocked, &path);
     if (!outcome.good()) return outcome;
@@ -305,7 +305,7 @@ KeychainStatus SecretServiceKeychain::remove(const std::string& service,
   const Change work = [&](Round& round, const Survey& here) {
     // Locked ones keep the others from being deleted too: they would come back when unlocked.
     if (!here.matches.locked.empty() || here.matches.unlocked.empty()) {
-      return plainly(here.missing());
+      return outcomeOf(here.missing());
     }
     return items_.remove(round, here.matches.unlocked);
   };
@@ -321,9 +321,9 @@ KeychainDescription SecretServiceKeychain::describe() {
     Outcome outcome = openDefault(round, &collection, &unlocked);
     if (!outcome.good()) return outcome;
     description.location = collection.label;
-    if (collection.path.empty()) return plainly(KeychainStatus::no_default_keychain);
-    return plainly(collection.locked ? KeychainStatus::interaction_not_allowed
-                                     : KeychainStatus::ok);
+    if (collection.path.empty()) return outcomeOf(KeychainStatus::no_default_keychain);
+    return outcomeOf(collection.locked ? KeychainStatus::interaction_not_allowed
+                                       : KeychainStatus::ok);
   });
   return description;
 }

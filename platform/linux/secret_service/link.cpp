@@ -46,7 +46,7 @@ Request busRequest(const char* method, GVariant* parameters, const char* reply_t
 // Waits for the answer to a method call.
 Outcome take(Round& round, const Answer& answer, Outcome (*translate)(const GError&),
              VariantHandle* reply) {
-  if (!round.wait(answer)) return plainly(KeychainStatus::not_responding);
+  if (!round.wait(answer)) return outcomeOf(KeychainStatus::not_responding);
   GError* error = nullptr;
   reply->reset(g_dbus_connection_call_finish(G_DBUS_CONNECTION(answer.source.get()),
                                              answer.result.get(), &error));
@@ -58,14 +58,14 @@ Outcome take(Round& round, const Answer& answer, Outcome (*translate)(const GErr
 
 Outcome Link::connect(Round& round) {
   const std::string address = busAddress();
-  if (address.empty()) return plainly(KeychainStatus::not_available);
+  if (address.empty()) return outcomeOf(KeychainStatus::not_available);
   const auto answer = round.expect();
   g_dbus_connection_new_for_address(
       address.c_str(),
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
       nullptr, round.cancellable(), Round::arrived, Round::ticketFor(answer));
-  if (!round.wait(*answer)) return plainly(KeychainStatus::not_responding);
+  if (!round.wait(*answer)) return outcomeOf(KeychainStatus::not_responding);
   GError* error = nullptr;
   connection_.reset(g_dbus_connection_new_for_address_finish(answer->result.get(), &error));
   if (error == nullptr) return {};
@@ -142,7 +142,7 @@ std::shared_ptr<Answer> Link::startSession(Round& round) {
 
 Outcome Link::finishSession(Round& round, const std::shared_ptr<Answer>& answer) {
   if (answer == nullptr) return {};
-  if (!round.wait(*answer)) return plainly(KeychainStatus::not_responding);
+  if (!round.wait(*answer)) return outcomeOf(KeychainStatus::not_responding);
   GError* error = nullptr;
   GObject* session = g_async_initable_new_finish(G_ASYNC_INITABLE(answer->source.get()),
                                                  answer->result.get(), &error);

@@ -81,7 +81,7 @@ Outcome outcomeOfConnecting(const GError& error) {
   return outcome;
 }
 
-Outcome plainly(KeychainStatus status) {
+Outcome outcomeOf(KeychainStatus status) {
   return {status, {}, Retry::no};
 }
 

@@ -28,12 +28,12 @@ struct [[nodiscard]] Outcome {
 /// The outcome of the error.
 Outcome outcomeOf(const GError& error);
 
+/// The outcome that is nothing but its status.
+Outcome outcomeOf(KeychainStatus status);
+
 /// The outcome of an error on the way to the bus or of starting the daemon: where `outcomeOf` knows
 /// no better, there is no keychain to be had.
 Outcome outcomeOfConnecting(const GError& error);
-
-/// The outcome that is nothing but its status.
-Outcome plainly(KeychainStatus status);
 
 /// An io_error of our own finding.
 Outcome failure(std::string words);

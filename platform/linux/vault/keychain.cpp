@@ -21,19 +21,19 @@ namespace talvane {
 namespace {
 
 // How a step went. `words`: the sentence for the user; empty where the status alone says enough.
-struct [[nodiscard]] Outcome {
+struct [[nodiscard]] VaultOutcome {
   KeychainStatus status = KeychainStatus::ok;
   std::string words = {};
 
   [[nodiscard]] bool ok() const { return status == KeychainStatus::ok; }
 };
 
-Outcome damaged(std::string words) {
+VaultOutcome damaged(std::string words) {
   return {KeychainStatus::invalid_keychain, std::move(words)};
 }
 
 // What an errno means. `denied`: what it is when rights are wanting.
-Outcome failed(const std::string& path, int error, KeychainStatus denied) {
+VaultOutcome failed(const std::string& path, int error, KeychainStatus denied) {
   if (error == 0) return {};
   std::string text = std::generic_category().message(error);
   if (error == ELOOP) text = "there is a link in its place, which is not followed";
@@ -60,13 +60,13 @@ Outcome failed(const std::string& path, int error, KeychainStatus denied) {
   }
 }
 
-Outcome readingFailed(const std::string& path, int error) {
+VaultOutcome readingFailed(const std::string& path, int error) {
   if (error == ENOENT) return {KeychainStatus::item_not_found};
   if (error == EINVAL) return damaged(path + " is no file of the vault; restore it from a backup");
   return failed(path, error, KeychainStatus::not_available);
 }
 
-Outcome writingFailed(const std::string& path, int error) {
+VaultOutcome writingFailed(const std::string& path, int error) {
   return failed(path, error, KeychainStatus::write_permission);
 }
 
@@ -84,7 +84,7 @@ class VaultKeychain final : public KeychainService {
                       SecretBytes* secret) override {
     if (!change_ && !(reading_ && look_)) look_ = lookFromOutside();
     const Look& look = change_ ? change_->look : *look_;
-    Outcome outcome = look.outcome;
+    VaultOutcome outcome = look.outcome;
     if (outcome.ok()) {
       const auto item = look.items.find({service, account});
       if (item == look.items.end()) {
@@ -157,7 +157,7 @@ class VaultKeychain final : public KeychainService {
 
  private:
   struct Look {
-    Outcome outcome;
+    VaultOutcome outcome;
     SecretBytes packed;  // the items as they were read
     VaultItems items;
     SecretBytes key;  // empty when there is no vault yet
@@ -175,13 +175,13 @@ class VaultKeychain final : public KeychainService {
   };
   enum class Missing { leave, create };
 
-  KeychainStatus finished(Outcome outcome) {
+  KeychainStatus finished(VaultOutcome outcome) {
     last_ = std::move(outcome);
     return last_.status;
   }
 
-  Outcome readKey(SecretBytes* key) const {
-    Outcome outcome = readingFailed(key_, readOwnFile(key_, vault_key_size, key));
+  VaultOutcome readKey(SecretBytes* key) const {
+    VaultOutcome outcome = readingFailed(key_, readOwnFile(key_, vault_key_size, key));
     if (outcome.ok() ? key->get().size() == vault_key_size
                      : outcome.status != KeychainStatus::invalid_keychain) {
       return outcome;
@@ -192,10 +192,10 @@ class VaultKeychain final : public KeychainService {
   }
 
   // A vault that is yet to be made is an empty one.
-  Outcome read(Look* look) const {
+  VaultOutcome read(Look* look) const {
     if (!sealingReady()) return {KeychainStatus::io_error};
     SecretBytes file;
-    Outcome outcome = readingFailed(vault_, readOwnFile(vault_, largest_vault, &file));
+    VaultOutcome outcome = readingFailed(vault_, readOwnFile(vault_, largest_vault, &file));
     if (outcome.status == KeychainStatus::item_not_found) return {};
     if (!outcome.ok()) return outcome;
     if (!hasVaultHeader(file)) {
@@ -215,7 +215,7 @@ class VaultKeychain final : public KeychainService {
                      ": one of them is damaged, or they do not belong together; restore both from "
                      "one backup");
     }
-    return unpackItems(look->packed, &look->items) ? Outcome{} : damaged({});
+    return unpackItems(look->packed, &look->items) ? VaultOutcome{} : damaged({});
   }
 
   Look lookFromOutside() const {
@@ -231,7 +231,7 @@ class VaultKeychain final : public KeychainService {
 
   // Processes that change the vault take turns. A file system that locks no folder, as NFS, leaves
   // that to the store's lock.
-  static Outcome lock(Change& change) {
+  static VaultOutcome lock(Change& change) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
     while (flock(change.folder, LOCK_EX | LOCK_NB) != 0) {
       if (errno != EWOULDBLOCK && errno != EINTR) return {};
@@ -243,12 +243,12 @@ class VaultKeychain final : public KeychainService {
   }
 
   // item_not_found: there is no folder, and none is to be made.
-  Outcome openChange(Missing missing) {
+  VaultOutcome openChange(Missing missing) {
     if (missing == Missing::create && !makePrivateFolder(folder_)) {
       return writingFailed(folder_, errno);
     }
     auto change = std::make_unique<Change>();
-    Outcome outcome = readingFailed(folder_, openOwnFolder(folder_, &change->folder));
+    VaultOutcome outcome = readingFailed(folder_, openOwnFolder(folder_, &change->folder));
     if (outcome.ok()) outcome = lock(*change);
     if (outcome.ok()) outcome = read(&change->look);
     // Renaming would pass over the rights of the file.
@@ -264,14 +264,14 @@ class VaultKeychain final : public KeychainService {
   KeychainStatus changeItems(Missing missing, const Step& step) {
     look_.reset();
     if (change_) return finished({step(change_->look.items)});
-    Outcome outcome = openChange(missing);
+    VaultOutcome outcome = openChange(missing);
     if (outcome.ok()) outcome.status = step(change_->look.items);
     if (outcome.ok()) outcome = closeChange();
     change_.reset();
     return finished(std::move(outcome));
   }
 
-  Outcome closeChange() {
+  VaultOutcome closeChange() {
     look_.reset();
     const std::unique_ptr<Change> change = std::exchange(change_, nullptr);
     if (!change) return {};
@@ -284,7 +284,7 @@ class VaultKeychain final : public KeychainService {
     }
     SecretBytes& key = change->look.key;
     if (key->empty()) {
-      if (Outcome outcome = makeKey(&key); !outcome.ok()) return outcome;
+      if (VaultOutcome outcome = makeKey(&key); !outcome.ok()) return outcome;
     }
     const Bytes file = seal(packed, key);
     if (file.size() > largest_vault) {
@@ -295,8 +295,8 @@ class VaultKeychain final : public KeychainService {
   }
 
   // For a first vault; the key that is there already when a first start did not come further.
-  Outcome makeKey(SecretBytes* key) const {
-    Outcome outcome = readKey(key);
+  VaultOutcome makeKey(SecretBytes* key) const {
+    VaultOutcome outcome = readKey(key);
     if (outcome.status != KeychainStatus::item_not_found) return outcome;
     const int error = putBytes(createFile, key_, newVaultKey());
     outcome = writingFailed(key_, error == EEXIST ? 0 : error);
@@ -306,7 +306,7 @@ class VaultKeychain final : public KeychainService {
   const std::string folder_;
   const std::string vault_;
   const std::string key_;
-  Outcome last_;
+  VaultOutcome last_;
   bool reading_ = false;
   std::optional<Look> look_;
   std::unique_ptr<Change> change_;
