@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <utility>
 
 namespace talvane {
 namespace {
@@ -43,28 +44,27 @@ int readOpen(int file, std::size_t limit, Cleared<Bytes>* content) {
 
 }  // namespace
 
-int openOwnFolder(const std::string& path, int* descriptor) {
+int openOwnFolder(const std::string& path, FileDescriptor* folder) {
   struct stat status {};
-  const int folder = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder < 0) {
+  FileDescriptor opened(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!opened.isOpen()) {
     const int error = errno;
     // What is there by now, and no link, has just been made by another process.
     const bool link = lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
     return error == ENOENT && link ? ELOOP : error;
   }
-  int error = checkOwner(folder, &status);
-  if (error == 0) error = closeToOthers(folder, status, S_IRWXU);
-  error == 0 ? * descriptor = folder : close(folder);
+  int error = checkOwner(opened.get(), &status);
+  if (error == 0) error = closeToOthers(opened.get(), status, S_IRWXU);
+  if (error == 0) *folder = std::move(opened);
   return error;
 }
 
 int readOwnFile(const std::string& path, std::size_t limit, Cleared<Bytes>* content) {
   // Without O_NONBLOCK a pipe in its place would hold us for ever.
-  const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-  if (file < 0) return errno == ENXIO ? EINVAL : errno;  // a socket
-  const int error = readOpen(file, limit, content);
-  close(file);
-  return error;
+  const FileDescriptor file(
+      open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  if (!file.isOpen()) return errno == ENXIO ? EINVAL : errno;  // a socket
+  return readOpen(file.get(), limit, content);
 }
 
 }  // namespace talvane

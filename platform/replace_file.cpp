@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include "platform/file_descriptor.h"
+
 namespace talvane {
 namespace {
 
@@ -57,24 +59,23 @@ int takeName(const std::string& draft, const std::string& path) {
 
 int putFile(const std::string& path, std::string_view content, mode_t mode,
             int (*take_name)(const std::string& draft, const std::string& path)) {
-  const int folder = open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (folder < 0) return errno;
+  const FileDescriptor folder(open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.isOpen()) return errno;
   std::string draft = path;
   draft.append(draft_mark).append(draft_pattern);
-  const int descriptor = mkostemp(draft.data(), O_CLOEXEC);
-  int error = descriptor < 0 ? errno : 0;
-  if (descriptor >= 0) {
-    error = writeAll(descriptor, content);
-    if (error == 0 && fchmod(descriptor, mode) != 0) error = errno;
-    if (error == 0 && fsync(descriptor) != 0) error = errno;
-    if (close(descriptor) != 0 && error == 0) error = errno;
-    if (error == 0) error = take_name(draft, path);
-    if (error != 0) unlink(draft.c_str());
+  FileDescriptor file(mkostemp(draft.data(), O_CLOEXEC));
+  if (!file.isOpen()) return errno;
+  int error = writeAll(file.get(), content);
+  if (error == 0 && fchmod(file.get(), mode) != 0) error = errno;
+  if (error == 0 && fsync(file.get()) != 0) error = errno;
+  if (error == 0) error = file.close();
+  if (error == 0) error = take_name(draft, path);
+  if (error != 0) {
+    unlink(draft.c_str());
+    return error;
   }
   // EINVAL: a file system whose folders need no sync.
-  if (error == 0 && fsync(folder) != 0 && errno != EINVAL) error = errno;
-  close(folder);
-  return error;
+  return fsync(folder.get()) == 0 || errno == EINVAL ? 0 : errno;
 }
 
 }  // namespace

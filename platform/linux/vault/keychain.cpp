@@ -163,13 +163,7 @@ class VaultKeychain final : public KeychainService {
     SecretBytes key;  // empty when there is no vault yet
   };
   struct Change {
-    Change() = default;
-    Change(const Change&) = delete;
-    Change& operator=(const Change&) = delete;
-    ~Change() {
-      if (folder >= 0) close(folder);
-    }
-    int folder = -1;
+    FileDescriptor folder;
     bool locked = false;
     Look look;
   };
@@ -220,12 +214,11 @@ class VaultKeychain final : public KeychainService {
 
   Look lookFromOutside() const {
     Look look;
-    int folder = -1;
+    FileDescriptor folder;
     look.outcome = readingFailed(folder_, openOwnFolder(folder_, &folder));
     if (look.outcome.ok()) look.outcome = read(&look);
     // Where there is no folder yet there is no vault.
     if (look.outcome.status == KeychainStatus::item_not_found) look.outcome = {};
-    if (folder >= 0) close(folder);
     return look;
   }
 
@@ -233,7 +226,7 @@ class VaultKeychain final : public KeychainService {
   // that to the store's lock.
   static VaultOutcome lock(Change& change) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    while (flock(change.folder, LOCK_EX | LOCK_NB) != 0) {
+    while (flock(change.folder.get(), LOCK_EX | LOCK_NB) != 0) {
       if (errno != EWOULDBLOCK && errno != EINTR) return {};
       if (std::chrono::steady_clock::now() >= deadline) return {KeychainStatus::not_responding};
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
