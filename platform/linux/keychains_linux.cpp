@@ -5,8 +5,8 @@
 #include "platform/folders.h"
 #include "platform/keychains.h"
 #include "platform/linux/vault/keychain.h"
-#include "platform/memory/unavailable_keychain.h"
 #include "platform/modules.h"
+#include "platform/unavailable_keychain.h"
 
 namespace talvane {
 namespace {

@@ -1,13 +1,20 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/login_items_list.h"
 
 namespace talvane {
 
-/// Login items in memory, for tests and trials. Changes are told at once. Set `writable` to false
-/// and every change fails.
+/// Login items in memory, for tests and trials; no program has them. Changes are told at once. Set
+/// `writable` to false and every change fails.
 class MemoryLoginItems final : public LoginItemsList {
  public:
   bool writable = true;
@@ -16,20 +23,65 @@ class MemoryLoginItems final : public LoginItemsList {
   std::size_t removals = 0;
 
   /// What the items stand for, first to last; nullopt is an item that does not resolve.
-  [[nodiscard]] std::vector<std::optional<std::string>> targets() const;
-  /// As another program changes the list: adds an item at its end, empties it.
-  void append(std::optional<std::string> target);
-  void clear();
+  [[nodiscard]] std::vector<std::optional<std::string>> targets() const {
+    std::vector<std::optional<std::string>> result;
+    for (const LoginItemHandle& item : items_) result.push_back(targetOf(*item));
+    return result;
+  }
 
-  [[nodiscard]] std::vector<LoginItemHandle> snapshot() override;
-  [[nodiscard]] std::optional<std::string> resolve(const LoginItem& item) override;
-  void insertAtHead(const std::string& target) override;
-  void remove(const LoginItem& item) override;
+  /// As another program changes the list: adds an item at its end, empties it.
+  void append(std::optional<std::string> target) {
+    items_.push_back(std::make_shared<Item>(std::move(target)));
+    tellChange();
+  }
+  void clear() {
+    items_.clear();
+    tellChange();
+  }
+
+  [[nodiscard]] std::vector<LoginItemHandle> snapshot() override { return items_; }
+
+  [[nodiscard]] std::optional<std::string> resolve(const LoginItem& item) override {
+    return targetOf(item);
+  }
+
+  void insertAtHead(const std::string& target) override {
+    ++insertions;
+    if (!writable) return;
+    items_.insert(items_.begin(), std::make_shared<Item>(target));
+    tellChange();
+  }
+
+  void remove(const LoginItem& item) override {
+    ++removals;
+    const auto found = std::find_if(items_.begin(), items_.end(),
+                                    [&](const LoginItemHandle& own) { return own.get() == &item; });
+    if (!writable || found == items_.end()) return;
+    items_.erase(found);
+    tellChange();
+  }
+
   [[nodiscard]] std::optional<std::string> ownTarget() override { return own_target; }
-  void setChangeCallback(std::function<void()> callback) override;
+
+  void setChangeCallback(std::function<void()> callback) override {
+    callback_ = std::move(callback);
+  }
 
  private:
-  void tellChange() const;
+  struct Item final : public LoginItem {
+    explicit Item(std::optional<std::string> item_target) : target(std::move(item_target)) {}
+    const std::optional<std::string> target;
+  };
+
+  static std::optional<std::string> targetOf(const LoginItem& item) {
+    const auto* own = dynamic_cast<const Item*>(&item);
+    return own != nullptr ? own->target : std::nullopt;
+  }
+
+  void tellChange() const {
+    const std::function<void()> callback = callback_;  // it may destroy this
+    if (callback) callback();
+  }
 
   std::vector<LoginItemHandle> items_;
   std::function<void()> callback_;

@@ -1,4 +1,4 @@
-#include "platform/memory/unavailable_keychain.h"
+#include "platform/unavailable_keychain.h"
 
 #include <utility>
 
