@@ -56,7 +56,6 @@ class TroubleTest : public DesktopTest {
   void expectAddingFails(const std::string& words) {
     EXPECT_EQ(startAgain({"otpauth://totp/Work?secret=" + std::string(other_seed_16)}).exit_code,
               0);
-    clickInAlert("YES");
     EXPECT_TRUE(until([&] { return alert().find(words) != std::string::npos; })) << alert();
     clickInAlert("OK");
     EXPECT_TRUE(alertGoes());
