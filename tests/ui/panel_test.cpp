@@ -91,8 +91,12 @@ class PanelTest : public testing::Test {
   PanelTest() { vane::SetInterface(&log); }
   ~PanelTest() override { vane::SetInterface(nullptr); }
 
+  /// Notes every place that the view's window is moved to on the screen, from now on.
   void watch(const TestView& view) {
-    view.window()->moved = [this](Place place) { places.push_back(place); };
+    SoftTokenWindow* window = view.window();
+    watches.push_back(std::make_unique<test::OnEvent>(
+        *window, QEvent::Move,
+        [this, window](QEvent& /*event*/) { places.push_back(window->frameOrigin()); }));
   }
   void open(const TestView& view, bool roll = false) {
     panel.openWindow(view.window(), -1, -1, roll);
@@ -135,6 +139,7 @@ class PanelTest : public testing::Test {
   TestView& first = panel.add(std::make_unique<TestView>(panel, "first"));
   TestView& second = panel.add(std::make_unique<TestView>(panel, "second", 246));
   Places places;
+  std::vector<std::unique_ptr<test::OnEvent>> watches;
 };
 
 // Opening, closing, changing.

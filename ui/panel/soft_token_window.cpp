@@ -66,7 +66,6 @@ void SoftTokenWindow::setFrameOrigin(Place origin) {
   const Frame downwards = flipped({origin.x, origin.y, width(), height()}, screen.height());
   top_on_screen_ = downwards.y;
   move(screen.x() + downwards.x, screen.y() + downwards.y);
-  if (moved) moved(origin);
 }
 
 void SoftTokenWindow::setTopOnScreen(int top) {

@@ -36,8 +36,6 @@ class SoftTokenWindow : public QWidget {
   /// window itself says of its place comes late.
   [[nodiscard]] int topOnScreen() const { return top_on_screen_; }
   void setTopOnScreen(int top);
-  /// Every place it is moved to, in order; for those who watch it.
-  std::function<void(Place)> moved;
 
   // What the panel does with keys, the wheel and what is dropped on it. True: done with.
   std::function<bool(QKeyEvent&)> key_pressed;
