@@ -11,7 +11,7 @@
 #include "engine/vane.h"
 #include "platform/vaneinterface.h"
 #include "store/problem.h"
-#include "store/token_store.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 
