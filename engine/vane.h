@@ -59,6 +59,9 @@ class vane {
   /// keychain, no identifiers, no log.
   static void SetInterface(Gateway* gateway);
   static Gateway* interface();
+  /// The device identity is asked for again when it is next needed. Every read ends so; a write
+  /// does not.
+  static void clearIdentityCache();
 
   // Passcodes (RFC 4226 over a counter of whole periods, as RFC 6238).
 
@@ -156,7 +159,6 @@ class vane {
  private:
   enum class Saved : std::uint8_t { yes, refused, no_hash };
 
-  static void clearIdentityCache();
   static std::uint32_t deviceId();
   static bool readRecord(const Record& record, SoftTokenInfo* token);
   static Saved saveToken(std::int32_t index, const SoftTokenInfo& token);

@@ -71,14 +71,10 @@ std::optional<std::size_t> Slots::firstUnreadable(std::size_t from) const {
   return std::nullopt;
 }
 
-void forgetIdentity() {
-  vane::SetInterface(vane::interface());
-}
-
 Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording& recording,
                           LookLog log) {
   const SlotReading reading(&gateway);
-  forgetIdentity();
+  vane::clearIdentityCache();
   Slots slots;
   std::size_t slot = 0;
   bool is_read = false;  // what ended the engine's reading is not asked for again

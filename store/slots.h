@@ -39,9 +39,6 @@ struct Slots {
 /// Whether what the engine reads is written to the log. What lies behind never is.
 enum class LookLog : std::uint8_t { on, off };
 
-/// Has the engine ask for the device identity again, which its last write may have left behind.
-void forgetIdentity();
-
 /// Takes one look, within `recording`. A keychain that does not answer is a Problem.
 Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording& recording,
                           LookLog log);

@@ -91,7 +91,7 @@ Result<TokenStore::Plan> placeFor(const SoftTokenInfo& token, const Slots& slots
 
 // Whether the slot can be read, with the identity as it is now, and holds the token.
 bool isStored(const SoftTokenInfo& token, std::int32_t slot) {
-  forgetIdentity();
+  vane::clearIdentityCache();
   const EngineLog::Pause quiet;
   std::unique_ptr<SoftTokenInfo> stored;
   return vane::ReadToken(static_cast<std::uint32_t>(slot), &stored) &&
@@ -259,7 +259,7 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
   if (recording.failedChange()) return tl::unexpected(keychainProblem(*recording.failedChange()));
   if (added.slot != plan->slot) return tl::unexpected(cutShort("stored"));
   if (!recording.hasSaved()) return tl::unexpected(Problem{Next::other_input, cannot_be_sealed});
-  forgetIdentity();
+  vane::clearIdentityCache();
   std::unique_ptr<SoftTokenInfo> stored;
   static_cast<void>(vane::ReadToken(static_cast<std::uint32_t>(added.slot), &stored));
   if (recording.lastLoad().status != KeychainStatus::ok) {
