@@ -96,7 +96,7 @@ class vaneinterface final : public Gateway {
   bool console_ = true;
   std::map<std::string, KeychainStatus> failed_loads_;  // by record, while its last load failed
   bool in_trouble_ = false;
-  int readings_ = 0;  // begun and not ended
+  int readings_ = 0;                       // begun and not ended
   std::optional<std::uint32_t> identity_;  // of the reading under way
   Recording* recording_ = nullptr;
 };

@@ -86,21 +86,16 @@ Screen& DesktopTest::screen() {
 }
 
 Strings DesktopTest::environment() const {
-  Strings result = {"HOME=" + path("home"),
-                    "XDG_DATA_HOME=" + path("data"),
-                    "XDG_CONFIG_HOME=" + path("config"),
-                    "XDG_CACHE_HOME=" + path("cache"),
+  Strings result = {"HOME=" + path("home"), "XDG_DATA_HOME=" + path("data"),
+                    "XDG_CONFIG_HOME=" + path("config"), "XDG_CACHE_HOME=" + path("cache"),
                     "XDG_RUNTIME_DIR=" + path("run"),
                     "DBUS_SESSION_BUS_ADDRESS=unix:path=" + path("run/bus"),
                     "DBUS_SYSTEM_BUS_ADDRESS=unix:path=" + path("run/none"),
-                    "DISPLAY=" + screen().name(),
-                    "QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1",
+                    "DISPLAY=" + screen().name(), "QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1",
                     // Newer toolkits remark that the reader asks for what has just gone.
                     "QT_LOGGING_RULES=qt.accessibility.atspi.warning=false",
-                    "QT_SCALE_FACTOR=" + std::to_string(scale_),
-                    "GSETTINGS_BACKEND=memory",
-                    "LC_ALL=C.UTF-8",
-                    "PATH=" + path("bin") + ":/usr/bin:/bin"};
+                    "QT_SCALE_FACTOR=" + std::to_string(scale_), "GSETTINGS_BACKEND=memory",
+                    "LC_ALL=C.UTF-8", "PATH=" + path("bin") + ":/usr/bin:/bin"};
   result.insert(result.end(), more_environment_.begin(), more_environment_.end());
   passOn("ASAN_OPTIONS", &result);
   passOn("UBSAN_OPTIONS", &result);
