@@ -312,6 +312,8 @@ TEST(Add, RecordThatHidesOthersIsNotOverwritten) {
 TEST(Add, RecordOfAnotherComputerIsNotOverwritten) {
   const CliHome home;
   home.plantForeign("A", 0);
+  // Leaves the file of the lock.
+  expectFailure(home.run({"add", "A"}, std::string(seed_16) + '\n'), 4, "slot 0");
   const auto before = home.files();
   constexpr const char* words =
       "the record in slot 0 is of another computer or user, or was altered; delete it first with: "

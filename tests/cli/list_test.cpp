@@ -96,7 +96,7 @@ TEST(List, NamesDoNotSteerTheTerminal) {
 
 TEST(List, NamesDoNotTurnTheDirectionOfTheLine) {
   const CliHome home;
-  home.add("a\u202Eb\u2066c");
+  home.plant("a\u202Eb\u2066c", 0);
   const Ended ended = home.run({"list"});
   expectSuccess(ended);
   EXPECT_FALSE(has(ended.out, "\u202E"));
