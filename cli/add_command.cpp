@@ -12,12 +12,13 @@ class AddCommand final : public Command {
  public:
   CLI::App* addTo(CLI::App& line) override {
     CLI::App* parser = line.add_subcommand(
-        "add", "Add a token; its seed is asked for, or read from standard input");
-    parser->add_option("description", description_, "Name for the token")->required();
-    parser->add_option("--period", period_, "Seconds that a passcode lasts: 30 or 60")
+        "add", "Add a token; asks for its seed, or reads it from standard input");
+    parser->add_option("description", description_, "Name of the token")->required();
+    parser->add_option("--period", period_, "How long a passcode lasts, in seconds: 30 or 60")
         ->check(CLI::IsMember({30, 60}))
         ->default_str("30");
-    parser->add_flag("--replace", replace_, "Replace the token created under the same name");
+    parser->add_flag("--replace", replace_,
+                     "Replace the token that was created under the same name");
     return parser;
   }
 

@@ -9,8 +9,9 @@ namespace talvane {
 namespace {
 
 std::string advice(const std::string& error) {
-  if (error == "Invalid seed length") return "; a seed has 13 or 16 characters";
-  if (error == "Invalid character in seed") return "; a seed has the letters A to Z and 2 to 7";
+  if (error == "Invalid seed length") return "; enter all 13 or 16 characters";
+  if (error == "Invalid character in seed")
+    return "; use only the letters A to Z and the digits 2 to 7";
   return "";
 }
 
@@ -29,9 +30,9 @@ void addToken(Session& session, const SoftTokenInfo& token, bool replace) {
   if (added->response) {
     fmt::print(
         "Response code: {}\n"
-        "Give this code to your administrator, or enter it where you got the seed: the server "
+        "Give this code to your administrator, or enter it where you got the seed. The server "
         "needs\n"
-        "it to complete the seed as this computer has, and accepts passcodes only after that.\n",
+        "it to complete the seed, and accepts passcodes only after that.\n",
         *added->response);
   }
 }

@@ -6,7 +6,7 @@ namespace talvane {
 
 /// Stores a new token and prints where it went and, for a 13-character seed, the response code. A
 /// token created under the same name is replaced only when `replace` is set. Throws Failure, and
-/// then nothing has changed.
+/// then has changed nothing.
 void addToken(Session& session, const SoftTokenInfo& token, bool replace);
 
 }  // namespace talvane

@@ -13,7 +13,7 @@
 
 #include "cli/failure.h"
 
-// POSIX leaves the declaration to its users.
+// POSIX does not declare it in any header.
 extern char** environ;
 
 namespace talvane {
@@ -35,21 +35,21 @@ std::vector<std::vector<const char*>> clipboardTools() {
   return tools;
 }
 
-// A pipe that no program inherits, though one started by another thread at this moment would.
+// A pipe that no program inherits, except one that another thread starts at this moment.
 bool makePipe(std::array<int, 2>* ends) {
   if (pipe(ends->data()) != 0) return false;
   for (const int end : *ends) fcntl(end, F_SETFD, FD_CLOEXEC);
   return true;
 }
 
-// Runs the tool with the text on its standard input. False: it is not there or failed.
+// Runs the tool with the text on its standard input. False: the tool is missing or failed.
 bool feed(std::vector<const char*> arguments, const std::string& text) {
   std::array<int, 2> ends{};
   if (!makePipe(&ends)) return false;
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
-  // The tool stays in the background to serve the text: it must not hold our output open.
+  // The tool stays in the background to serve the text, and must not hold our output open.
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
   arguments.push_back(nullptr);
@@ -79,8 +79,8 @@ void copyToClipboard(const std::string& text) {
   }
   throw Failure(
       exit_failed,
-      "The clipboard cannot be reached; run this on a desktop with wl-clipboard, xclip or "
-      "xsel installed");
+      "Cannot reach the clipboard; run this on a desktop, with wl-clipboard, xclip or xsel "
+      "installed");
 }
 
 }  // namespace talvane

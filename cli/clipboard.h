@@ -4,8 +4,8 @@
 
 namespace talvane {
 
-/// Puts the text on the clipboard by the desktop's own tool (wl-copy, xclip, xsel, pbcopy). Throws
-/// Failure when there is no desktop or none of the tools.
+/// Copies the text to the clipboard with the desktop's tool (wl-copy, xclip, xsel, pbcopy). Throws
+/// Failure when the desktop or the tool is missing.
 void copyToClipboard(const std::string& text);
 
 }  // namespace talvane

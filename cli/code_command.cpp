@@ -15,9 +15,10 @@ class CodeCommand final : public Command {
     parser->add_option("token", token_, "Name, slot number, or unique beginning of a name")
         ->required()
         ->type_name("NAME|SLOT");
-    parser->add_flag("--next", next_, "The passcode that follows the present one");
-    parser->add_flag("--copy", copy_, "Put it on the clipboard and print nothing");
-    parser->add_flag("--json", json_, "Print JSON, with the seconds that it stays valid");
+    parser->add_flag("--next", next_, "Print the next passcode instead of the current one");
+    parser->add_flag("--copy", copy_, "Copy the passcode to the clipboard and print nothing");
+    parser->add_flag("--json", json_,
+                     "Print JSON, with the times between which the passcode is valid");
     return parser;
   }
 
@@ -28,7 +29,10 @@ class CodeCommand final : public Command {
     const std::int64_t now = session.now();
     const std::int64_t counter = token.counterAt(now) + (next_ ? 1 : 0);
     const auto passcode = vane::GeneratePasscode(token.seed32->get(), counter);
-    if (!passcode) throw Failure(exit_failed, "Failed to generate passcode");
+    if (!passcode)
+      throw Failure(
+          exit_failed,
+          "Cannot make a passcode from this token's seed; delete the token and add it again");
     if (copy_) copyToClipboard(*passcode);
     if (json_) {
       print({{"slot", slot},

@@ -13,9 +13,9 @@ namespace talvane {
 class Command {
  public:
   virtual ~Command() = default;
-  /// Adds the command, with its options, to the line's grammar.
+  /// Adds the command and its options to the command line's parser.
   virtual CLI::App* addTo(CLI::App& line) = 0;
-  /// Runs it; throws Failure when it fails.
+  /// Runs the command. Throws Failure.
   virtual void run(Session& session) = 0;
 };
 

@@ -14,17 +14,19 @@ namespace {
 class DeleteCommand final : public Command {
  public:
   CLI::App* addTo(CLI::App& line) override {
-    CLI::App* parser = line.add_subcommand("delete", "Delete tokens; asks first");
+    CLI::App* parser = line.add_subcommand("delete", "Delete tokens, after asking");
     parser->add_option("tokens", wanted_, "Names, slot numbers, or unique beginnings of names")
         ->required()
         ->type_name("NAME|SLOT");
-    parser->add_flag("--yes", yes_, "Do not ask");
+    parser->add_flag("--yes", yes_, "Do not ask for confirmation");
     return parser;
   }
 
   void run(Session& session) override {
     if (!yes_ && isatty(STDIN_FILENO) == 0) {
-      throw Failure(exit_usage, "Nobody can be asked here; give --yes to delete without asking");
+      throw Failure(
+          exit_usage,
+          "Cannot ask for confirmation without a terminal; add --yes to delete without asking");
     }
     if (yes_) {
       session.changeTokens([this, &session](const StoredTokens& tokens) {
@@ -35,7 +37,7 @@ class DeleteCommand final : public Command {
     const StoredTokens tokens = session.readTokens();
     const Selection selection = select(tokens);
     if (!confirm(
-            fmt::format("Delete {}? It cannot be undone.", fmt::join(selection.names, ", ")))) {
+            fmt::format("Delete {}? This cannot be undone.", fmt::join(selection.names, ", ")))) {
       fmt::print("Nothing was deleted.\n");
       return;
     }
@@ -52,15 +54,19 @@ class DeleteCommand final : public Command {
   [[nodiscard]] Selection select(const StoredTokens& tokens) const {
     Selection selection;
     for (const std::string& wanted : wanted_) {
-      // What hides tokens has no name: it is deleted by its slot.
+      // A damaged record or an empty slot has no name, so its slot number stands for it.
       const bool in_the_way = tokens.obstacle && wanted == std::to_string(tokens.obstacle->slot);
       const std::size_t slot = in_the_way ? static_cast<std::size_t>(tokens.obstacle->slot)
                                           : Session::find(tokens, wanted);
       if (selection.flags[slot] != 0) continue;
       selection.flags[slot] = 1;
       selection.names.push_back(
-          in_the_way ? fmt::format("what is in the way in slot {}", slot)
-                     : '"' + printable(tokens.list[slot]->currentDescription().value_or("")) + '"');
+          in_the_way
+              ? fmt::format(
+                    "the {} slot {}",
+                    tokens.obstacle->kind == Obstacle::Kind::gap ? "empty" : "unreadable record in",
+                    slot)
+              : '"' + printable(tokens.list[slot]->currentDescription().value_or("")) + '"');
     }
     return selection;
   }

@@ -20,7 +20,7 @@ struct Finding {
   std::string text;
 };
 
-// The program was not written before this second, 2026-01-01: an earlier clock is wrong.
+// 2026-01-01: the program is younger than that, so an earlier clock is wrong.
 constexpr std::int64_t earliest_time = 1767225600;
 
 constexpr long http_ok = 200;
@@ -29,8 +29,7 @@ class DoctorCommand final : public Command {
  public:
   CLI::App* addTo(CLI::App& line) override {
     CLI::App* parser = line.add_subcommand(
-        "doctor",
-        "Check the keychain, the device identifiers, the settings, the clock, file modes");
+        "doctor", "Check the keychain, device identifiers, settings, clock, server and file modes");
     parser->add_flag("--json", json_, "Print JSON");
     return parser;
   }
@@ -39,7 +38,7 @@ class DoctorCommand final : public Command {
     findings_.clear();
     const ExitCode code = examine(session);
     json_ ? printJson() : printText();
-    if (code != exit_ok) throw Failure(code, "Not all is well; see the lines marked with !!");
+    if (code != exit_ok) throw Failure(code, "Problems found; see the lines marked !!");
   }
 
  private:
@@ -74,8 +73,8 @@ class DoctorCommand final : public Command {
           fmt::format("{}{}{}, {}", description.name, description.location.empty() ? "" : " at ",
                       description.location,
                       good ? "unlocked" : keychain.service->message(description.status)));
-      add("choice of keychain", true,
-          keychain.remembered ? "remembered" : "made when the first token is stored");
+      add("keychain choice", true,
+          keychain.remembered ? "remembered" : "not made yet: the first token makes it");
       if (!good) return false;
       const StoredTokens tokens = session.readTokens();
       std::string text = fmt::format("{} readable", tokens.list.size());
@@ -98,15 +97,16 @@ class DoctorCommand final : public Command {
                     found(user)));
   }
 
-  // A file that is there and was passed over could not be read.
+  // A file that exists but was skipped could not be read.
   void examineSettings(const Ini& settings) {
     for (const std::string& path : settings.paths()) {
       if (path == settings.file()) break;
       struct stat status {};
       if (lstat(path.c_str(), &status) != 0) continue;
-      add("settings file", false, path + " cannot be read as UTF-8 text; mend it or remove it");
+      add("settings file", false, path + " is not readable UTF-8 text; fix it or remove it");
     }
-    add("settings file", true, settings.file().empty() ? "none, all defaults" : settings.file());
+    add("settings file", true,
+        settings.file().empty() ? "none; every setting has its default" : settings.file());
   }
 
   void examineClock() {
@@ -114,16 +114,16 @@ class DoctorCommand final : public Command {
     const std::string text = fmt::format("{:%Y-%m-%d %H:%M:%S} UTC", fmt::gmtime(now));
     const bool good = now >= earliest_time;
     add("clock", good,
-        good ? text + "; compare it with a clock you trust: passcodes depend on it"
-             : text + " is in the past; set the clock, or every passcode is wrong");
+        good ? text + "; passcodes depend on it, so compare it with a clock you trust"
+             : text + " is in the past; set the clock, or every passcode will be wrong");
   }
 
-  // Only where there is one: it is asked for its time, without a user's name.
+  // Asks the server, if there is one, for its time. The request has no user name.
   void examineServer(const Ini& settings) {
     if (!settings.bAllowTaEnrol || settings.EnrolURL.empty()) return;
     const std::string url = settings.tidyEnrolURL();
     if (url.starts_with("http://") && !settings.bAllowHTTP) {
-      add("enrolment server", false, url + " is http, which the setting AllowHTTP forbids");
+      add("enrolment server", false, url + " is not allowed; use https, or set AllowHTTP=true");
       return;
     }
     std::string error;
@@ -138,7 +138,7 @@ class DoctorCommand final : public Command {
       return;
     }
     add("enrolment server", response.status == http_ok,
-        fmt::format("{} answers with status {}", url, response.status));
+        fmt::format("{} answered with status {}", url, response.status));
     if (!response.date) return;
     const auto trouble = clockTrouble(*response.date - now);
     add("server's clock", !trouble, trouble ? *trouble : "agrees with this computer's");
@@ -151,7 +151,7 @@ class DoctorCommand final : public Command {
     const bool good = (mode & 077U) == 0;
     add("file mode", good,
         fmt::format("{} {:04o}{}", path, mode,
-                    good ? "" : "; others can read it, make it private with: chmod 600 " + path));
+                    good ? "" : "; others can use it, so run `chmod 600 " + path + "`"));
   }
 
   void printText() const {

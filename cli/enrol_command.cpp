@@ -18,8 +18,8 @@
 namespace talvane {
 namespace {
 
-// The enrolment's views as questions and answers on a terminal. What goes wrong is said and asked
-// again where somebody can answer, and ends the command elsewhere.
+// The enrolment's views as questions and answers. On a terminal, a refused answer is reported and
+// asked for again; elsewhere it ends the command.
 class TerminalViews final : public EnrolViews {
  public:
   explicit TerminalViews(Ini& settings) : settings_(settings) {}
@@ -92,7 +92,7 @@ class TerminalViews final : public EnrolViews {
   void signIn() {
     if (flow_->ending()) throw Failure(exit_failed, flow_->ending()->problem);
     if (const std::string said = std::exchange(message_, ""); !said.empty()) {
-      // What the first reply says cannot be mended by other answers.
+      // Other answers cannot fix what the first reply reports.
       if (!asked_) throw Failure(exit_failed, said);
       complain(said);
     }
@@ -107,11 +107,11 @@ class TerminalViews final : public EnrolViews {
       inputs_[Field::passcode] = readLine(settings_.StrPasscode + ": ", true);
     }
     if (!shown.shows_userid && !shown.shows_password && !shown.shows_passcode) {
-      // Something is to be done elsewhere, for example on a telephone.
-      static_cast<void>(readLine("Press Return to go on: ", false));
+      // The user has to do something elsewhere, for example on a telephone.
+      static_cast<void>(readLine("Press Return to continue: ", false));
     }
     if (!flow_->eva_calcsubmitstate()) {
-      complain("What was left empty is needed");
+      complain("Fill in the empty field");
       return;
     }
     flow_->eva_submitclicked();
@@ -127,13 +127,14 @@ class TerminalViews final : public EnrolViews {
   void giveInfo() {
     TaEnrolClient* client = flow_->taenrol();
     if (client == nullptr) {
-      throw Failure(exit_failed, flow_->ending() ? flow_->ending()->problem : "Enrolment ended");
+      throw Failure(exit_failed, flow_->ending() ? flow_->ending()->problem
+                                                 : "The enrolment has ended; try again");
     }
     if (client->bUSERCREATEPIN) {
       fmt::print(stderr, "{}\n", printable(pinPrompt(*client)));
       info_.pin = readLine("PIN: ", true);
       if (isatty(STDIN_FILENO) != 0 && readLine("PIN again: ", true).get() != info_.pin) {
-        complain("The two are not the same");
+        complain("The PINs do not match");
         return;
       }
     }
@@ -153,7 +154,7 @@ class TerminalViews final : public EnrolViews {
     }
   }
 
-  // By number; those chosen already are not offered again.
+  // The user chooses by number. Questions that are already chosen are not offered again.
   std::string chooseQuestion(const TaEnrolClient::Questions& titles, std::size_t which) {
     TaEnrolClient::Questions offered;
     for (const std::string& title : titles) {
@@ -175,7 +176,7 @@ class TerminalViews final : public EnrolViews {
       if (error == std::errc() && rest == end && number >= 1 && number <= offered.size()) {
         return offered[number - 1];
       }
-      complain(fmt::format("Give a number from 1 to {}", offered.size()));
+      complain(fmt::format("Enter a number from 1 to {}", offered.size()));
     }
   }
 
@@ -197,7 +198,7 @@ class EnrolCommand final : public Command {
   CLI::App* addTo(CLI::App& line) override {
     CLI::App* parser =
         line.add_subcommand("enrol", "Get a token from your organisation's enrolment server");
-    parser->add_option("url", url_, "The server's address; without it, the setting EnrolURL")
+    parser->add_option("url", url_, "The server's address; by default the setting EnrolURL")
         ->type_name("URL");
     return parser;
   }
@@ -205,13 +206,14 @@ class EnrolCommand final : public Command {
   void run(Session& session) override {
     Ini& settings = session.settings();
     if (!settings.bAllowTaEnrol) {
-      throw Failure(exit_failed, "Enrolling is switched off by the setting AllowTaEnrol");
+      throw Failure(exit_failed,
+                    "The setting AllowTaEnrol does not allow enrolment; ask your administrator");
     }
     if (!url_.empty()) settings.EnrolURL = url_;
     if (settings.EnrolURL.empty()) {
       throw Failure(exit_failed, settings.StrErrNoEnrolURL + "; give the server's address");
     }
-    // Asked for first: what the server hands out must have a place to go.
+    // Checked first: a token that the server issues must have a slot to go to.
     if (const auto room = session.store().checkRoom(); !room) throw failureOf(room.error());
     TerminalViews views(settings);
     EnrolFlow flow(
@@ -221,7 +223,8 @@ class EnrolCommand final : public Command {
     views.converse(flow);
     const auto& ending = flow.ending();
     if (!ending || !ending->stored) {
-      throw Failure(exit_failed, ending ? ending->problem : "The enrolment was not completed");
+      throw Failure(exit_failed,
+                    ending ? ending->problem : "The enrolment was not completed; try again");
     }
     fmt::print("Stored \"{}\".\n", printable(ending->name));
     if (ending->server_ahead) {

@@ -2,7 +2,7 @@
 
 namespace talvane {
 
-/// What the command line ends with; documented in its manual page.
+/// Exit codes of the command line. The manual page documents them.
 enum ExitCode : int {
   exit_ok = 0,
   exit_failed = 1,

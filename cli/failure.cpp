@@ -6,7 +6,7 @@ namespace talvane {
 namespace {
 
 std::string deletion(std::int32_t slot) {
-  return fmt::format(" with: softtoken-cli delete {}", slot);
+  return fmt::format(" with `softtoken-cli delete {}`", slot);
 }
 
 }  // namespace
@@ -16,7 +16,7 @@ Failure failureOf(const Problem& problem, InputFrom from) {
     case Problem::Next::other_input:
       return {from == InputFrom::command_line ? exit_usage : exit_failed, problem.words};
     case Problem::Next::confirm:
-      return {exit_failed, problem.words + "; give another name, or --replace to replace it"};
+      return {exit_failed, problem.words + "; choose another name, or add --replace to replace it"};
     case Problem::Next::make_room:
     case Problem::Next::look_again:
     case Problem::Next::try_again:

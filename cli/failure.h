@@ -8,7 +8,8 @@
 
 namespace talvane {
 
-/// Ends a command: one line for standard error, what happened and what to do, and the exit code.
+/// Ends a command: the exit code, and one line for standard error that says what happened and what
+/// to do.
 class Failure : public std::runtime_error {
  public:
   Failure(ExitCode code, const std::string& text) : std::runtime_error(text), code_(code) {}
@@ -18,13 +19,13 @@ class Failure : public std::runtime_error {
   ExitCode code_;
 };
 
-/// Where a refused name or seed came from; one on the command line is wrong usage.
+/// Where a name or seed came from. A bad one on the command line is wrong usage.
 enum class InputFrom : std::uint8_t { command_line, elsewhere };
 
-/// The problem as the end of a command, with what to do here.
+/// The Failure for a problem, with what to do on the command line.
 Failure failureOf(const Problem& problem, InputFrom from = InputFrom::elsewhere);
 
-/// What keeps tokens from being read, with the command that ends it.
+/// What hides tokens, with the command that removes it.
 std::string wordsFor(const Obstacle& obstacle);
 
 }  // namespace talvane

@@ -7,7 +7,7 @@
 namespace talvane {
 namespace {
 
-// Where the line goes that switches a setting on.
+// The file for a line that switches a setting on.
 std::string settingsFile(const Ini& settings) {
   return settings.file().empty() ? "~/tasofttoken.ini" : settings.file();
 }
@@ -18,24 +18,24 @@ std::string firstTokenHelp(const Ini& settings) {
   std::string text = "There are no tokens yet.\n";
   if (!settings.bAllowManual) {
     text += fmt::format(
-        "Adding by hand is switched off. To allow it, put this line into {}:\n"
-        "  AllowManual=true\nThen add a token in one of these ways:\n",
+        "Adding tokens by hand is switched off. To allow it, put this line into {}:\n"
+        "  AllowManual=true\nThen use one of these commands:\n",
         settingsFile(settings));
   } else {
-    text += "Add one in one of these ways:\n";
+    text += "To add one, use one of these commands:\n";
   }
   text +=
       "  softtoken-cli add \"Work mail\"            asks for the 13- or 16-character seed\n"
       "  softtoken-cli import                     reads an otpauth:// URL that you type or pipe "
       "in\n"
-      "  softtoken-cli import picture.png         reads the QR code in a picture\n";
+      "  softtoken-cli import image.png           reads the QR code in an image\n";
   return text;
 }
 
 void requireManual(const Ini& settings) {
   if (settings.bAllowManual) return;
   throw Failure(exit_failed,
-                fmt::format("Adding tokens by hand is switched off by the setting AllowManual; put "
+                fmt::format("The setting AllowManual does not allow adding tokens by hand; put "
                             "AllowManual=true into {} to allow it",
                             settingsFile(settings)));
 }

@@ -6,10 +6,10 @@
 
 namespace talvane {
 
-/// What a user who has no token yet can do, under these settings.
+/// Tells a user without tokens how to add one, under these settings.
 std::string firstTokenHelp(const Ini& settings);
 
-/// Throws Failure, naming the setting, unless tokens may be added by hand.
+/// Throws a Failure that names the setting, unless users may add tokens by hand.
 void requireManual(const Ini& settings);
 
 }  // namespace talvane

@@ -14,14 +14,15 @@ class ImportCommand final : public Command {
  public:
   CLI::App* addTo(CLI::App& line) override {
     CLI::App* parser = line.add_subcommand(
-        "import", "Add a token from an otpauth:// URL or a QR code in a picture");
+        "import", "Add a token from an otpauth:// URL or from the QR code in an image");
     parser
         ->add_option("source", source_,
-                     "The URL, a PNG or JPEG file, or - for a URL on standard input; others on "
+                     "A URL, a PNG or JPEG file, or - to read a URL from standard input; others on "
                      "this computer can see a URL given here while the command runs")
         ->default_str("-")
         ->type_name("URL|FILE");
-    parser->add_flag("--replace", replace_, "Replace the token created under the same name");
+    parser->add_flag("--replace", replace_,
+                     "Replace the token that was created under the same name");
     return parser;
   }
 
@@ -35,10 +36,11 @@ class ImportCommand final : public Command {
 
  private:
   Cleared<std::string> url() {
-    if (source_.empty()) throw Failure(exit_usage, "Nothing was given; give a URL or a picture");
+    if (source_.empty())
+      throw Failure(exit_usage, "The argument is empty; give a URL or an image file");
     if (source_ == "-") {
       const Cleared<std::string> line = readLine("otpauth URL (not shown): ", true);
-      return withoutBlanks(line.get());  // as it comes from a page or a mail
+      return withoutBlanks(line.get());  // copied from a page or a mail
     }
     if (source_.find("://") != std::string::npos) return source_;
     QrImage image = readQrImage(source_);

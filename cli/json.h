@@ -4,10 +4,10 @@
 
 namespace talvane {
 
-/// Keeps the order in which keys are given.
+/// Keeps keys in the order of insertion.
 using Json = nlohmann::ordered_json;
 
-/// Prints the value to standard output, indented, with a final line end.
+/// Prints the value, indented, and a line end to standard output.
 void print(const Json& value);
 
 }  // namespace talvane

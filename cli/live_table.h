@@ -7,16 +7,16 @@
 
 namespace talvane {
 
-/// How much colour the terminal shows.
+/// How many colours the terminal shows.
 enum class ColourDepth : std::uint8_t { none, sixteen, all };
 
 ColourDepth colourDepth();
 
-/// The tokens with their passcodes at one moment, as plain lines.
+/// The tokens and their passcodes at time `now`, as plain lines.
 std::string plainTable(const StoredTokens& tokens, std::int64_t now);
 
-/// The same for a terminal of that width: passcodes coloured by the time left, a countdown bar
-/// below.
+/// The same for a terminal of this width: passcodes coloured by the time left, and a countdown bar
+/// below them.
 std::string colouredTable(const StoredTokens& tokens, std::int64_t now, std::size_t columns,
                           ColourDepth depth);
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* footer =
     "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 no such token, 4 keychain unavailable or "
-    "locked.\nEach command explains itself with --help; the manual is softtoken-cli(1).";
+    "locked.\nFor help on a command, add --help to it. The manual page is softtoken-cli(1).";
 
 int fail(ExitCode code, std::string_view text) {
   const std::string line = "softtoken-cli: " + printable(withoutLineEnds(text)) + '\n';
@@ -23,8 +23,8 @@ int fail(ExitCode code, std::string_view text) {
   return code;
 }
 
-// A file that is opened later must not get the number of a closed stream and be written into. What
-// stands in can be read to its end at once, and not written.
+// Opens /dev/null in place of each closed stream, so that a file opened later does not get its
+// number and our output.
 void fillClosedStreams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(stream, F_GETFD) < 0) static_cast<void>(open("/dev/null", O_RDONLY));
@@ -34,26 +34,36 @@ void fillClosedStreams() {
 int outputWritten() {
   std::cout.flush();
   if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    return fail(exit_failed, "Standard output cannot be written");
+    return fail(exit_failed,
+                "Cannot write to standard output; check the disk or the pipe that it goes to");
   }
   return exit_ok;
+}
+
+// How to get help on the command that the line names.
+std::string helpFor(const CLI::App& line) {
+  std::string command = line.get_name();
+  const auto parsed = line.get_subcommands();
+  if (!parsed.empty()) command += ' ' + parsed.front()->get_name();
+  return '`' + command + " --help`";
 }
 
 int run(int argc, char** argv) {
   CLI::App line("Talvane Soft Token on the command line: one-time passcodes from your keychain.",
                 "softtoken-cli");
   line.footer(footer);
-  line.set_version_flag("--version", "softtoken-cli " SOFTTOKEN_VERSION);
+  line.set_version_flag("--version", "softtoken-cli " SOFTTOKEN_VERSION,
+                        "Print the version and exit");
   line.require_subcommand(1);
-  line.fallthrough();  // options of the line may also follow the command
-  line.set_help_flag("-h,--help", "Show this help and end");
+  line.fallthrough();  // the options above may also follow the command
+  line.set_help_flag("-h,--help", "Print this help and exit");
   SessionOptions options;
   line.add_option("--keychain", options.keychain,
-                  "Keychain for the first token: secret-service or vault; later it is remembered")
+                  "Keychain for the first token; the program remembers it")
       ->check(CLI::IsMember(keychainKinds()))
       ->type_name("KIND");
   line.add_flag("--console-log", options.console_log,
-                "Write the log, which holds seeds, to standard error");
+                "Write the log to standard error; it holds seeds");
 
   std::vector<std::unique_ptr<Command>> commands;
   std::vector<CLI::App*> parsers;
@@ -66,11 +76,11 @@ int run(int argc, char** argv) {
   try {
     line.parse(argc, argv);
   } catch (const CLI::ExtrasError&) {
-    // What there was too much of is not repeated: it may be a seed.
-    return fail(exit_usage, "More was given than the command takes; see: softtoken-cli --help");
+    // The message does not repeat the arguments: one may be a seed.
+    return fail(exit_usage, "Unknown option or too many arguments; see " + helpFor(line));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() != 0) {
-      return fail(exit_usage, std::string(error.what()) + "; see: softtoken-cli --help");
+      return fail(exit_usage, std::string(error.what()) + "; see " + helpFor(line));
     }
     line.exit(error);  // prints the help or the version
     return outputWritten();

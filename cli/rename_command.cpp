@@ -14,7 +14,7 @@ class RenameCommand final : public Command {
     parser->add_option("token", token_, "Name, slot number, or unique beginning of a name")
         ->required()
         ->type_name("NAME|SLOT");
-    parser->add_option("name", name_, "The new name; each + becomes a blank, each | is dropped")
+    parser->add_option("name", name_, "The new name; each + becomes a space, each | is dropped")
         ->required();
     return parser;
   }
@@ -33,7 +33,7 @@ class RenameCommand final : public Command {
     const TokenStore::Rename wanted{static_cast<std::int32_t>(position), &token, name_};
     return session.store().rename({&wanted, 1}).map([&] {
       if (before == name_) {
-        fmt::print("\"{}\" has that name already.\n", printable(before));
+        fmt::print("\"{}\" already has that name.\n", printable(before));
         return;
       }
       const EngineLog::Pause quiet;

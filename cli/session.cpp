@@ -1,10 +1,12 @@
 #include "cli/session.h"
 
-#include <fmt/core.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "cli/failure.h"
 #include "config/read_settings.h"
@@ -109,15 +111,21 @@ std::size_t Session::find(const StoredTokens& tokens, const std::string& wanted)
     if (!wanted.empty()) found = indexesWhere(list, prefix);
   }
   if (found.size() == 1) return found.front();
-  const std::string hint = "see the names and slots with: softtoken-cli list";
+  const std::string hint = "`softtoken-cli list` shows the names and slots";
   if (found.empty()) {
     throw Failure(exit_no_such_token,
                   tokens.obstacle
                       ? fmt::format("No token \"{}\". {}", wanted, wordsFor(*tokens.obstacle))
                       : fmt::format("No token \"{}\"; {}", wanted, hint));
   }
+  std::vector<std::string> names;
+  for (const std::size_t slot : found) {
+    names.push_back(list[slot]->currentDescription().value_or(""));
+  }
   throw Failure(exit_no_such_token,
-                fmt::format("\"{}\" fits {} tokens; {}", wanted, found.size(), hint));
+                fmt::format("\"{}\" matches {} tokens: {}; give a whole name, or a slot "
+                            "number from `softtoken-cli list`",
+                            wanted, found.size(), fmt::join(names, ", ")));
 }
 
 }  // namespace talvane

@@ -16,14 +16,14 @@
 
 namespace talvane {
 
-/// What every command is given on its line.
+/// The options that every command takes.
 struct SessionOptions {
   std::string keychain;  // a kind, or empty
   bool console_log = false;
 };
 
-/// One run of the command line: the user's settings and, once asked for, the keychain and the
-/// engine on it. Not copied or moved: the engine points into it.
+/// One run of the command line: the user's settings and, on first use, the keychain and the engine.
+/// Cannot be copied or moved: the engine points into it.
 class Session {
  public:
   explicit Session(SessionOptions options);
@@ -36,7 +36,7 @@ class Session {
   UserDefaults& defaults() { return *defaults_; }
   DeviceIdentifiers& identifiers() { return *identifiers_; }
 
-  /// The user's keychain; opened on first use. Throws Failure when it cannot be had.
+  /// The user's keychain, opened on first use. Throws Failure when it cannot be opened.
   UserKeychain& keychain();
   vaneinterface& gateway();
 
@@ -48,13 +48,13 @@ class Session {
   /// Throws Failure when the keychain cannot be read.
   StoredTokens readTokens();
 
-  /// Reads the tokens and hands them to the change, again for as long as another program changed
-  /// them in between. Throws Failure when it comes to nothing.
+  /// Reads the tokens and passes them to `change`; tries again a few times when another program
+  /// changed them in between. Throws Failure when the change fails.
   void changeTokens(const std::function<Result<void>(const StoredTokens&)>& change,
                     InputFrom from = InputFrom::elsewhere);
 
-  /// The token with this name (the current one, else the one it was created with), slot number, or
-  /// unique beginning of a name. Throws Failure when there is none, or more than one.
+  /// Finds a token by its name, else by the name it was created with, else by its slot number, else
+  /// by a beginning of its name that no other shares. Throws Failure when none or several match.
   static std::size_t find(const StoredTokens& tokens, const std::string& wanted);
 
  private:

@@ -20,8 +20,7 @@ class SettingsCommand final : public Command {
     auto* json = parser->add_flag("--json", json_, "Print JSON");
     parser
         ->add_option("--check", checked_,
-                     "Look through a settings file instead, and report what does not say what it "
-                     "seems to")
+                     "Check this settings file instead, and report what is wrong in it")
         ->type_name("FILE")
         ->excludes(json);
     return parser;
@@ -57,8 +56,7 @@ class SettingsCommand final : public Command {
   void check() const {
     std::string text;
     if (const int error = readRegularFile(checked_, &text); error != 0) {
-      throw Failure(exit_failed,
-                    fmt::format("{} cannot be read: {}", checked_, std::strerror(error)));
+      throw Failure(exit_failed, fmt::format("Cannot read {}: {}", checked_, std::strerror(error)));
     }
     const auto findings = checkSettings(text);
     for (const SettingsFinding& finding : findings) {
@@ -66,11 +64,11 @@ class SettingsCommand final : public Command {
     }
     if (!findings.empty()) {
       throw Failure(exit_failed,
-                    fmt::format("{} to look at", findings.size() == 1
-                                                     ? std::string("One thing")
-                                                     : fmt::format("{} things", findings.size())));
+                    findings.size() == 1
+                        ? "Found 1 problem; fix the line above"
+                        : fmt::format("Found {} problems; fix the lines above", findings.size()));
     }
-    fmt::print("Nothing to look at.\n");
+    fmt::print("No problems found.\n");
   }
 
   bool json_ = false;

@@ -23,13 +23,13 @@ std::size_t width(const Character& character) {
   return static_cast<std::size_t>(std::max(0, columns));
 }
 
-// What a signal handler must know; written before the handlers stand.
+// State for the signal handlers, written before they are installed.
 termios ordinary{};
 termios special{};
 bool has_screen = false;
 volatile std::sig_atomic_t entered = 0;
 
-// Safe in a signal handler, as the three below.
+// This function and the next three are safe in a signal handler.
 void show(std::string_view sequence) {
   static_cast<void>(!write(STDOUT_FILENO, sequence.data(), sequence.size()));
 }
@@ -44,7 +44,7 @@ void leave() {
   if (entered == 0) return;
   entered = 0;
   if (has_screen) show("\x1b[?25h\x1b[?1049l");
-  // What was typed too much must not reach the shell: it may be a seed.
+  // Unread input must not reach the shell: it may be a seed.
   tcsetattr(STDIN_FILENO, TCSAFLUSH, &ordinary);
 }
 
@@ -145,17 +145,17 @@ Cleared<std::string> readLine(std::string_view prompt, bool secret) {
   if (on_terminal) std::cerr << prompt << std::flush;
   Cleared<std::string> kept;
   std::string& line = kept.mutableValue();
-  line.reserve(secret ? longest : 0);  // no growing: it would leave pieces behind
+  line.reserve(secret ? longest : 0);  // a growing string would leave copies behind
   int character = 0;
   while ((character = std::cin.get()) != EOF && character != '\n' && line.size() < longest) {
     line += static_cast<char>(character);
   }
   if (unseen) std::cerr << '\n';
   if (line.size() >= longest) {
-    throw Failure(exit_failed, "What was given is too long; give one line");
+    throw Failure(exit_failed, "The input is too long; give one line");
   }
   if (character == EOF && line.empty()) {
-    throw Failure(exit_usage, "Nothing was given on standard input; type it or pipe it in");
+    throw Failure(exit_usage, "Standard input is empty; type the line or pipe it in");
   }
   line.resize(withoutLineEnds(line).size());
   return kept;

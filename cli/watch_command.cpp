@@ -16,7 +16,7 @@
 namespace talvane {
 namespace {
 
-// Draws over what was there, so that nothing flickers.
+// Draws over the old text, so that nothing flickers.
 void showScreen(const std::string& text) {
   std::string screen = "\x1b[H";
   for (const char c : text) {
@@ -44,7 +44,7 @@ class WatchCommand final : public Command {
  public:
   CLI::App* addTo(CLI::App& line) override {
     return line.add_subcommand(
-        "watch", "Show all passcodes live; q quits. One plain table when not on a terminal");
+        "watch", "Show all passcodes live until you press q; without a terminal, print one table");
   }
 
   void run(Session& session) override {
@@ -71,14 +71,14 @@ class WatchCommand final : public Command {
     std::int64_t read_in_step = session.now() / 30;
     for (;;) {
       const std::int64_t now = session.now();
-      // What another program changed is seen with the next step.
+      // Picks up the changes of other programs with each time step.
       if (now / 30 != read_in_step) {
         reread(session, tokens, trouble);
         read_in_step = now / 30;
       }
       const winsize size = screenSize();
       std::string text = "\n  Talvane Soft Token\n\n" +
-                         colouredTable(tokens, now, size.ws_col, depth) + "\n  q quits\n";
+                         colouredTable(tokens, now, size.ws_col, depth) + "\n  Press q to quit\n";
       if (!trouble.empty()) text += "  " + printable(trouble) + '\n';
       showScreen(fitted(text, size.ws_row));
       if (quitPressed()) return;
@@ -94,7 +94,7 @@ class WatchCommand final : public Command {
     }
   }
 
-  // No more lines than the screen has: the top ones, and how many more there are.
+  // The first lines, as many as the screen has room for.
   static std::string fitted(const std::string& text, std::size_t rows) {
     std::size_t end = 0;
     for (std::size_t line = 0; line + 1 < rows; ++line) {
@@ -103,7 +103,7 @@ class WatchCommand final : public Command {
       end = next + 1;
     }
     return end == text.size() ? text.substr(0, end - 1)
-                              : text.substr(0, end) + "  … a taller window shows the rest";
+                              : text.substr(0, end) + "  … enlarge the window to see the rest";
   }
 
   // Waits for the next second or a key.

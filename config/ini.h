@@ -1,9 +1,8 @@
 #pragma once
 
 // Every setting and every text that an administrator may change, from "tasofttoken.ini": in the
-// home folder, else /etc, else the application bundle's folder; the first file that is there is the
-// only one read. Filled once at start-up and not changed after, but for `EnrolURL`, which enrolment
-// may replace.
+// home folder, else in /etc, else in the application bundle's folder. Only the first readable file
+// counts. Filled once at start-up; after that only enrolment may change `EnrolURL`.
 
 #include <cstdint>
 #include <string>
@@ -22,16 +21,16 @@ class Ini {
   bool bAllowManual = false;
   bool bAllowTaEnrol = true;
   bool bAllowHTTP = false;
-  bool bCopyButton = true;   // kept readable; without effect
-  bool bCloseOnCopy = true;  // kept readable; without effect
+  bool bCopyButton = true;   // read, but without effect
+  bool bCloseOnCopy = true;  // read, but without effect
   std::int64_t RollupSteps = 10;
-  std::int64_t RollupInterval = 10;  // kept readable; without effect
+  std::int64_t RollupInterval = 10;  // read, but without effect
   std::string GettingStartedURL;
   std::int64_t iButtonFontSize = 12;
   std::int64_t iProtocolVersion = 7200;
 
-  std::string StrMenuOpen;  // kept readable; without effect
-  std::string StrMenuAdd;   // kept readable; without effect
+  std::string StrMenuOpen;  // read, but without effect
+  std::string StrMenuAdd;   // read, but without effect
   std::string StrMenuExit;
   std::string StrUsername;
   std::string StrPassword;
@@ -47,10 +46,10 @@ class Ini {
   std::string StrButtonHelp;
   std::string StrButtonAdd;
   std::string StrButtonHome;
-  std::string StrButtonCancel;  // kept readable; without effect
+  std::string StrButtonCancel;  // read, but without effect
   std::string StrButtonDelete;
-  std::string StrButtonSubmit;  // kept readable; without effect
-  std::string StrButtonOK;      // kept readable; without effect
+  std::string StrButtonSubmit;  // read, but without effect
+  std::string StrButtonOK;      // read, but without effect
   std::string StrButtonCopy;
   std::string StrDeletePleaseSelect;
   std::string StrDeleteAreYouSure;
@@ -60,7 +59,7 @@ class Ini {
   std::string StrStartupAdd;
   std::string StrStartupRemove;
 
-  // Declared for those who expect them; no file sets them and they have no effect.
+  // Declared for compatibility. No file sets them, and they have no effect.
   bool bLostFocusClose = false;
   bool bSingleClickOpen = false;
   bool bSingleClickClose = false;
@@ -75,13 +74,13 @@ class Ini {
   explicit Ini(UserDefaults& defaults);
   Ini(UserDefaults& defaults, SettingsFolders folders);
 
-  /// Fills the properties. Always true: without a file every property has its default.
+  /// Fills the properties. Always returns true: without a file every property has its default.
   bool read();
 
-  /// The file that `read` took, or empty.
+  /// The file that `read` used; empty if none.
   [[nodiscard]] const std::string& file() const { return file_; }
 
-  /// The places of the file, in the order in which they are tried.
+  /// The possible paths of the file, in the order in which `read` tries them.
   [[nodiscard]] std::vector<std::string> paths() const;
 
   /// One key that `read` knows.
@@ -91,20 +90,20 @@ class Ini {
     Kind kind = Kind::text;
     std::string default_value;  // as text
   };
-  /// All of them, in the order in which they are read.
+  /// All keys, in the order in which `read` reads them.
   [[nodiscard]] static std::vector<Key> keys();
 
   /// One key with its value as text, for listing.
   struct Entry {
     std::string_view key;
     std::string value;
-    bool from_file = false;  // the file has a value for it, be it one that reads as the default
+    bool from_file = false;  // the file has a value for it, even if it equals the default
   };
-  /// Every key that `read` knows, in the order it reads them.
+  /// All keys with their values, in the same order.
   [[nodiscard]] std::vector<Entry> entries() const;
 
-  /// The enrolment request address for `EnrolURL`, in lower case and with the page and the protocol
-  /// version appended; empty when there is none. The tests on its end are plain text tests.
+  /// The request address for `EnrolURL`: in lower case, with the page and the protocol version
+  /// appended. Empty if `EnrolURL` is empty. Compares the end of the address as plain text.
   [[nodiscard]] std::string tidyEnrolURL() const;
 
  private:

@@ -5,12 +5,12 @@
 
 namespace talvane {
 
-/// The application's start-up sequence: traces to `path` while the settings are read, then only
-/// when "Debug" is on, and opens that part with a banner.
+/// The application's start-up sequence: traces to `path` while it reads the settings, and
+/// afterwards only if "Debug" is on; a banner opens that part.
 void readSettingsWithTrace(Ini& ini, std::string_view path);
 
-/// For programs that run for a moment: reads the settings without a trace, then traces to `path`,
-/// with the banner, when "Debug" is on.
+/// For short-lived programs: reads the settings without a trace, then traces to `path`, with the
+/// banner, if "Debug" is on.
 void readSettingsQuietly(Ini& ini, std::string_view path);
 
 /// The user's trace file.

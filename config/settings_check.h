@@ -7,14 +7,14 @@
 
 namespace talvane {
 
-/// What an administrator should look at in a settings file.
+/// A problem in a settings file, for the administrator.
 struct SettingsFinding {
   std::size_t line = 0;  // from 1
   std::string text;
 };
 
-/// Lines that end the reading, unknown and repeated keys, values that read as their default though
-/// they say something else, and blanks around "=", which count as part of key or value.
+/// Finds lines without "=", after which nothing is read; unknown and repeated keys; values that
+/// their default replaces; and spaces around "=", which count as part of the key or value.
 std::vector<SettingsFinding> checkSettings(std::string_view text);
 
 }  // namespace talvane

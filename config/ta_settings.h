@@ -1,8 +1,7 @@
 #pragma once
 
-// One plain-text file of KEY=VALUE lines, as settings_text.h has them. Keys are the same in upper
-// and lower case. A line without "=" ends the reading: the keys above it count, those below it do
-// not.
+// One plain-text file of KEY=VALUE lines, in the format of settings_text.h. Keys ignore case. A
+// line without "=" ends the reading: the keys above it count, those below it do not.
 
 #include <cstdint>
 #include <string>
@@ -12,7 +11,7 @@
 
 namespace talvane {
 
-/// Where settings files lie; the system's own places unless a test says otherwise.
+/// The folders of settings files: the system's own, except in tests.
 struct SettingsFolders {
   std::string home;
   std::string system;
@@ -35,14 +34,14 @@ class TaSettings {
   TaSettings() : TaSettings(SettingsFolders::ofThisSystem()) {}
   explicit TaSettings(SettingsFolders folders) : folders_(std::move(folders)) {}
 
-  /// Parses one file into the table. `unreadable` leaves the table as it was.
+  /// Parses one file into the table. `unreadable` leaves the table unchanged.
   std::uint8_t readfile(const std::string& path);
 
-  /// Reads the first file that can be read of home, system, bundle, of those whose bit is set (a
-  /// mask of 0: all). Returns that location's bit, or 0.
+  /// Reads the first readable file from home, system and bundle, of those whose bit is set (a mask
+  /// of 0 means all). Returns that location's bit, or 0.
   std::uint16_t read(const std::string& fileName, std::uint16_t locations);
 
-  /// "1", "true", "yes" and "0", "false", "no" in any case; the default for all else.
+  /// "1", "true", "yes" and "0", "false", "no" in any case; the default for anything else.
   [[nodiscard]] bool readbool(std::string_view key, bool default_value) const;
   /// The value's leading decimal integer, truncated to 32 bits; the default when missing or empty.
   [[nodiscard]] std::int32_t readint(std::string_view key, std::int32_t default_value) const;
@@ -51,7 +50,7 @@ class TaSettings {
 
   /// The value as written, or null.
   [[nodiscard]] const std::string* value(std::string_view key) const;
-  /// The path that the location's bit stands for.
+  /// The path of the file at that location.
   [[nodiscard]] std::string pathAt(std::uint16_t location, const std::string& fileName) const;
 
  private:

@@ -23,7 +23,7 @@ void addExtension(X509* certificate, int kind, const char* value) {
   X509V3_set_ctx_nodb(&context);
   X509V3_set_ctx(&context, certificate, certificate, nullptr, nullptr, 0);
   X509_EXTENSION* extension = X509V3_EXT_conf_nid(nullptr, &context, kind, value);
-  if (extension == nullptr) throw std::runtime_error("the certificate cannot be made");
+  if (extension == nullptr) throw std::runtime_error("cannot create the certificate");
   X509_add_ext(certificate, extension, -1);
   X509_EXTENSION_free(extension);
 }
@@ -32,7 +32,7 @@ void addExtension(X509* certificate, int kind, const char* value) {
 
 Certificate::Certificate() : key_(EVP_EC_gen("P-256")), certificate_(X509_new()) {
   if (key_ == nullptr || certificate_ == nullptr) {
-    throw std::runtime_error("the certificate cannot be made");
+    throw std::runtime_error("cannot create the certificate");
   }
   X509_set_version(certificate_, version_3);
   ASN1_INTEGER_set(X509_get_serialNumber(certificate_), 1);
@@ -46,7 +46,7 @@ Certificate::Certificate() : key_(EVP_EC_gen("P-256")), certificate_(X509_new())
   addExtension(certificate_, NID_subject_alt_name, "DNS:localhost,IP:127.0.0.1");
   addExtension(certificate_, NID_basic_constraints, "critical,CA:TRUE");
   if (X509_sign(certificate_, key_, EVP_sha256()) == 0) {
-    throw std::runtime_error("the certificate cannot be signed");
+    throw std::runtime_error("cannot sign the certificate");
   }
 }
 

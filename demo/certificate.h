@@ -6,7 +6,7 @@
 
 namespace talvane::demo {
 
-/// A key and a certificate for "localhost" and 127.0.0.1, signed by itself and valid for a day.
+/// A key and a self-signed certificate for "localhost" and 127.0.0.1, valid for a day.
 class Certificate {
  public:
   Certificate();

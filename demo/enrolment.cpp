@@ -87,7 +87,7 @@ std::string Enrolment::begin(const Site& site, bool is_https, std::string* sessi
 std::string Enrolment::post(const std::string& session, std::string_view body) {
   const std::lock_guard guard(mutex_);
   const auto found = sessions_.find(session);
-  if (found == sessions_.end()) return reply({"RESULT:ERR No session; begin again"});
+  if (found == sessions_.end()) return reply({"RESULT:ERR No session; start again"});
   Fields fields;
   for (const std::string_view pair : split(body, '&')) {
     const std::size_t equals = std::min(pair.find('='), pair.size());
@@ -136,7 +136,7 @@ std::string Enrolment::challenge(Session& session) {
 
 std::string Enrolment::answerChallenge(Session& session, const Fields& fields) {
   if (fieldOf(fields, "STATE") != session.nonce) {
-    return reply({"RESULT:ERR The fields were not echoed"});
+    return reply({"RESULT:ERR The input fields were not sent back"});
   }
   if (fieldOf(fields, "PASSCODE") != session.challenge) {
     session.stage = Stage::sign_in;
@@ -176,10 +176,10 @@ std::string Enrolment::accept(Session& session) {
 std::string Enrolment::complete(Session& session, const Fields& fields) {
   const User& user = *session.user;
   if (fieldOf(fields, "STATE") != session.nonce) {
-    return reply({"RESULT:ERR The fields were not echoed"});
+    return reply({"RESULT:ERR The input fields were not sent back"});
   }
   if (user.pin_length > 0 && !pinIsGood(user, fieldOf(fields, "PIN"))) {
-    return reply({"RESULT:ERR The PIN does not meet the rules"});
+    return reply({"RESULT:ERR The PIN breaks the rules"});
   }
   for (int i = 1; i <= user.questions; ++i) {
     const std::string number = std::to_string(i);

@@ -1,8 +1,7 @@
 #pragma once
 
-// The other side of the enrolment conversation, without a network. For trying the program and for
-// its tests; not for production: it keeps everything in memory and knows no persistence, no rate
-// limits and no audit.
+// The other side of the enrolment conversation, without a network. For trials and tests, not for
+// production: it keeps everything in memory, and has no rate limits and no audit.
 
 #include <cstdint>
 #include <functional>
@@ -18,7 +17,7 @@
 
 namespace talvane::demo {
 
-/// What the address asked says of the site behind it.
+/// What the requested address says about its site.
 struct Site {
   bool asks_password = false;
   bool demands_https = false;
@@ -27,14 +26,14 @@ struct Site {
 
 class Enrolment {
  public:
-  /// `clock` gives seconds since the Unix epoch.
+  /// `clock` returns seconds since the Unix epoch.
   Enrolment(std::map<std::string, User> users, std::function<std::int64_t()> clock);
 
-  /// The reply to the first request; `*session` becomes the new session's name.
+  /// The reply to the first request. `*session` gets the new session's name.
   std::string begin(const Site& site, bool is_https, std::string* session);
   /// The reply to a posted body within a session.
   std::string post(const std::string& session, std::string_view body);
-  /// Whether the code is now a passcode of the user's token, one step early or late included.
+  /// Whether the code is a current passcode of the user's token; accepts one step early or late.
   bool verify(const std::string& user, std::string_view code);
 
  private:

@@ -2,17 +2,17 @@
 
 namespace talvane::demo {
 
-/// Lets one port of loopback answer both HTTP and HTTPS, as a site's name does with its two usual
-/// ports: passes each connection on to one of two other ports, by the first byte that comes.
+/// Answers both HTTP and HTTPS on one loopback port: forwards each connection to one of two other
+/// ports, by its first byte.
 class Front {
  public:
-  /// Binds the port; 0: a free one.
+  /// Binds the port; 0 picks a free one.
   Front(int port, int http_port, int https_port);
   ~Front();
   Front(const Front&) = delete;
   Front& operator=(const Front&) = delete;
 
-  /// The bound port; negative when it is taken.
+  /// The bound port; negative if it is in use.
   [[nodiscard]] int port() const { return port_; }
   /// Serves until the process ends.
   [[noreturn]] void listen() const;

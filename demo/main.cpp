@@ -1,4 +1,4 @@
-// A small enrolment server, to try the program with and to test it against. Not for production.
+// A small enrolment server to try and test the program with. Not for production.
 
 #include <httplib.h>
 
@@ -64,7 +64,7 @@ void serve(httplib::Server& server, Enrolment& enrolment, bool is_https) {
         enrolment.verify(request.get_param_value("user"), request.get_param_value("code"));
     response.set_content(valid ? "valid\n" : "invalid\n", "text/plain");
   });
-  // A page for people who come with a browser.
+  // A page for visitors with a browser.
   server.Get("/", [](const httplib::Request& /*request*/, httplib::Response& response) {
     response.set_content("Talvane demo enrolment server. Not for production.\n", "text/plain");
   });
@@ -79,16 +79,17 @@ int run(int argc, char** argv) {
   std::string users_path;
   std::string certificate_path;
   std::string addresses_path;
-  line.add_option("--port", port, "Port for both HTTP and HTTPS; 0: a free one")
+  line.add_option("--port", port, "Port for both HTTP and HTTPS; 0 picks a free one")
       ->capture_default_str();
-  line.add_option("--users", users_path, "The users; see demo/users.txt")->required();
-  line.add_option("--certificate", certificate_path, "Write the self-made certificate there");
+  line.add_option("--users", users_path, "File of users; see demo/users.txt")->required();
+  line.add_option("--certificate", certificate_path,
+                  "Write the self-signed certificate to this file");
   line.add_option("--addresses", addresses_path,
-                  "Write the two addresses there, one a line, once they answer");
+                  "Write the two addresses to this file, one per line, once the server is ready");
   CLI11_PARSE(line, argc, argv);
 
   std::ifstream file(users_path);
-  std::string error = "it cannot be read";
+  std::string error = "cannot read the file";
   const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   auto users = file ? readUsers(text, &error) : std::nullopt;
   if (!users) {
@@ -99,7 +100,7 @@ int run(int argc, char** argv) {
                       [] { return static_cast<std::int64_t>(std::time(nullptr)); });
   const Certificate certificate;
   if (!certificate_path.empty() && !certificate.save(certificate_path)) {
-    std::fprintf(stderr, "softtoken-demo-server: %s cannot be written\n", certificate_path.c_str());
+    std::fprintf(stderr, "softtoken-demo-server: cannot write %s\n", certificate_path.c_str());
     return 1;
   }
   httplib::Server http;
@@ -110,7 +111,7 @@ int run(int argc, char** argv) {
   const int https_port = https.bind_to_any_port("127.0.0.1");
   const Front front(port, http_port, https_port);
   if (front.port() < 0) {
-    std::fprintf(stderr, "softtoken-demo-server: the port is taken; choose another one\n");
+    std::fprintf(stderr, "softtoken-demo-server: the port is in use; choose another one\n");
     return 1;
   }
   const std::string host = "127.0.0.1:" + std::to_string(front.port());

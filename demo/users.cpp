@@ -63,7 +63,7 @@ std::optional<std::map<std::string, User>> readUsers(std::string_view text, std:
     std::string option;
     while (words >> option) {
       if (readOption(option, &user)) continue;
-      *error = "line " + std::to_string(number) + ": \"" + option + "\" is not an option";
+      *error = "line " + std::to_string(number) + ": unknown option \"" + option + "\"";
       return std::nullopt;
     }
     users[user.name] = user;

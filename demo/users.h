@@ -1,7 +1,7 @@
 #pragma once
 
-// Who may enrol at the demo server, and what it asks of them: one user a line, a name and options
-// between blanks. "#" begins a comment.
+// Who may enrol at the demo server, and what it asks of them: one user per line, a name and options
+// separated by spaces. "#" begins a comment.
 
 #include <cstddef>
 #include <map>
@@ -13,12 +13,12 @@ namespace talvane::demo {
 
 struct User {
   std::string name;
-  std::optional<std::string> password;  // password=TEXT; none: any will do
+  std::optional<std::string> password;  // password=TEXT; without it, any
   std::optional<std::string> passcode;  // passcode=TEXT
-  int challenges = 0;                   // challenges=N; each is answered with the word it names
+  int challenges = 0;                   // challenges=N; each names its answer
   bool denied = false;                  // denied
-  std::string message;                  // message=TEXT, "_" for blanks; why
-  std::size_t pin_length = 0;           // pin=LENGTH; 0: none is asked for
+  std::string message;                  // message=TEXT, "_" for a space; the reason
+  std::size_t pin_length = 0;           // pin=LENGTH; 0 for none
   std::size_t upper_case = 0;           // upper=N letters of the PIN
   std::size_t lower_case = 0;           // lower=N
   int questions = 0;                    // questions=2 or 3
@@ -27,7 +27,7 @@ struct User {
   int period = 30;                      // period=30 or 60
 };
 
-/// Users by name; nullopt with `*error` set to what is wrong, and where.
+/// Users by name. On error, returns nullopt and sets `*error` to the problem and its line.
 std::optional<std::map<std::string, User>> readUsers(std::string_view text, std::string* error);
 
 }  // namespace talvane::demo

@@ -51,11 +51,11 @@ class Cleared {
   operator const T&() const { return value_; }  // NOLINT(google-explicit-constructor)
   const T* operator->() const { return &value_; }
 
-  /// For filling in place. What a growing container frees on the way is not cleared: give it its
-  /// size first.
+  /// For filling in place. Set the size first: a container that grows does not clear the memory it
+  /// frees.
   [[nodiscard]] T& mutableValue() { return value_; }
 
-  /// Clears all of the memory, also what an earlier, longer value left behind.
+  /// Clears all of the memory, including the remains of an earlier, longer value.
   void clear() noexcept {
     value_.resize(value_.capacity());
     clearMemory(value_.data(), value_.size() * sizeof(typename T::value_type));

@@ -18,38 +18,40 @@ using RecordValue = std::variant<std::string, Bytes, std::int64_t>;
 /// One keychain record, by key.
 using Record = std::map<std::string, RecordValue, std::less<>>;
 
-/// The token engine's one way to the world. Calls come from the main thread only, but for
+/// The token engine's only interface to the world. Calls come from the main thread, except
 /// `wantsLog` and `log`.
 class Gateway {
  public:
   virtual ~Gateway();
 
-  /// Stores the record under `name`, replacing the one there. false: nothing was changed.
+  /// Stores the record under `name` and replaces any record there. Returns false if nothing
+  /// changed.
   virtual bool KeyChainSave(const std::string& name, const Record& data) = 0;
-  /// true: `*data` is the record. false: none there, or it cannot be read; `*data` is untouched.
+  /// Reads the record into `*data`. Returns false, and leaves `*data` unchanged, if there is none
+  /// or it cannot be read.
   virtual bool KeyChainLoad(const std::string& name, Record* data) = 0;
-  /// Removes the record; true also when there was none.
+  /// Removes the record. Returns true even if there was none.
   virtual bool KeyChainDelete(const std::string& name) = 0;
 
-  /// Whether the last of these calls met a keychain that did not answer: neither done, nor
-  /// found to be missing. Removing says true even then.
+  /// Whether the keychain failed to answer the last of these calls, which was neither done nor
+  /// found the record missing. KeyChainDelete returns true even then.
   virtual bool inTrouble();
 
-  /// Brackets loads that belong to one reading of the store. Between the two the gateway may answer
-  /// from one look at the keychain, taken after the begin. Calls pair up; a pair within another
-  /// belongs to the outer one's reading.
+  /// Enclose the loads of one reading of the store. Between the two the gateway may answer from one
+  /// snapshot of the keychain, taken after beginReadingSlots. Calls come in pairs; a nested pair
+  /// belongs to the outer reading.
   virtual void beginReadingSlots();
   virtual void endReadingSlots();
 
-  /// The machine's serial number, the system volume's UUID and the user's identity; an unavailable
-  /// one is empty.
+  /// The machine's serial number, the system volume's UUID, and the user's identity; empty if
+  /// unavailable.
   virtual std::string GetDeviceId_SN() = 0;
   virtual std::string GetDeviceId_HDSN() = 0;
   virtual std::string GetDeviceId_USER() = 0;
   /// The device identity number of the three, 0 to 2^31 - 1; 0 when all are empty.
   virtual std::uint32_t GetDeviceId();
 
-  /// Whether anyone would see a log line; asked before a line is formatted.
+  /// Whether anyone would see a log line. Called before a line is formatted.
   virtual bool wantsLog() = 0;
   virtual void log(std::string_view text) = 0;
 
@@ -69,7 +71,7 @@ class SlotReading {
   Gateway* gateway_;
 };
 
-/// The device identity number of the three identifiers run together: 0 to 2^31 - 1.
+/// The device identity number of the three concatenated identifiers: 0 to 2^31 - 1.
 std::uint32_t deviceIdentity(std::string_view identifiers);
 
 }  // namespace talvane

@@ -1,6 +1,6 @@
 #pragma once
 
-// The engine's log. Any thread; where it goes is set before other threads write.
+// The engine's log. Any thread, but set the gateway before other threads write.
 
 #include <fmt/core.h>
 
@@ -13,13 +13,13 @@ namespace talvane {
 
 class EngineLog {
  public:
-  /// Lines go to the gateway from now on, which the caller keeps alive. Null: nowhere.
+  /// Sends lines to the gateway, which the caller keeps alive; to nowhere if null.
   static void setGateway(Gateway* gateway);
 
   static bool isWanted();
 
-  /// Keeps this thread's lines out of the log for the length of a scope: for a look whose reader is
-  /// not the user.
+  /// Keeps this thread's lines out of the log for the length of a scope, for reads that the user
+  /// did not ask for.
   class Pause {
    public:
     Pause();
@@ -28,7 +28,7 @@ class EngineLog {
     Pause& operator=(const Pause&) = delete;
   };
 
-  /// Hands a line to the gateway. Formats nothing when nobody listens.
+  /// Passes a line to the gateway. Formats nothing if nobody listens.
   template <typename... Args>
   static void line(fmt::format_string<Args...> format, Args&&... args) {
     if (isWanted()) write(fmt::format(format, std::forward<Args>(args)...));

@@ -1,7 +1,7 @@
 #pragma once
 
-// A seed as the store keeps it: its characters shuffled, the bits of each shuffled, the whole
-// masked, all by the device key, and the seed hash masked behind it.
+// The stored form of a seed. The device key shuffles its characters, shuffles the bits of each, and
+// masks the result; the masked seed hash follows.
 
 #include <array>
 #include <cstddef>
@@ -20,7 +20,7 @@ inline constexpr std::size_t seed_hash_length = 8;
 /// A permutation of 0 to n − 1 in the first n entries, the rest 0xFF: table[slot] = i means that
 /// item i goes to position `slot`.
 using MapTable = std::array<std::uint8_t, 16>;
-/// The permutation that the first n bytes of the key make. n ≤ 16.
+/// The permutation from the first n bytes of the key. n ≤ 16.
 MapTable mapTable(std::span<const std::uint8_t> key, std::size_t n);
 
 /// The sealed form after each of its stages, for the log; `sealed` is the last, with the hash.
@@ -42,7 +42,7 @@ struct UnsealedSeed {
   std::string hash;
 };
 
-/// Undoes sealSeed. `sealed` has 21 or 24 bytes; what comes out need not be a seed.
+/// Undoes sealSeed. `sealed` has 21 or 24 bytes. The result need not be a seed.
 UnsealedSeed unsealSeed(std::span<const std::uint8_t> sealed, std::span<const std::uint8_t> key);
 
 }  // namespace talvane

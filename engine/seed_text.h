@@ -1,6 +1,6 @@
 #pragma once
 
-// How seeds, and the codes that are made from them, are written.
+// The text form of seeds, and of the codes made from them.
 
 #include <cstdint>
 #include <string>
@@ -10,7 +10,7 @@
 
 namespace talvane {
 
-/// A 13-character seed filled up to the 16 characters that base32 needs; any other as it is.
+/// A 13-character seed padded to the 16 characters that base32 needs; any other seed unchanged.
 Cleared<std::string> paddedSeed(std::string_view seed);
 
 /// Two 20-bit values as eight base32 characters, the first value's bits first: the form of seed

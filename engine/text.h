@@ -1,8 +1,7 @@
 #pragma once
 
-// Text below the user interface is UTF-8. Where a length or a "character" counts it is the UTF-16
-// code unit; letters and white space are Unicode's. A byte that is not UTF-8 counts as one
-// character and is left as it is.
+// Text below the user interface is UTF-8. Lengths and "characters" count UTF-16 code units. Letters
+// and white space are Unicode's. An invalid byte counts as one character and stays unchanged.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +12,7 @@
 
 namespace talvane {
 
-/// What a formatted nil reads as.
+/// The text of a formatted nil.
 inline constexpr std::string_view nil_text = "(null)";
 
 /// The text, or `nil_text`.
@@ -51,19 +50,18 @@ std::string_view withoutLineEnds(std::string_view text);
 /// The text without white space at either end.
 std::string_view withoutBlanks(std::string_view text);
 
-/// The pieces between the separators; always at least one, possibly empty, piece.
+/// The pieces between the separators: at least one, possibly empty.
 std::vector<std::string_view> split(std::string_view text, char separator);
 
-/// The text with its percent escapes undone; as it was when an escape is malformed or the result is
-/// not UTF-8.
+/// The text with percent escapes decoded; unchanged if an escape is malformed or the result is not
+/// UTF-8.
 std::string percentDecoded(std::string_view text);
 
-/// The leading decimal integer: white space skipped, an optional sign, digits up to the first other
-/// character; 0 without digits; the nearest limit when it does not fit.
+/// The leading decimal integer: skips white space, then takes an optional sign and digits up to the
+/// first other character. 0 without digits; the nearest limit if it does not fit.
 std::int64_t leadingInteger(std::string_view text);
 
-/// Bytes up to the first NUL, each byte above 127 as the Latin-1 character: raw bytes made fit for
-/// a line of text.
+/// Raw bytes as text: the bytes up to the first NUL, those above 127 as Latin-1 characters.
 std::string printableBytes(std::string_view bytes);
 
 }  // namespace talvane

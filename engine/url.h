@@ -7,8 +7,8 @@
 namespace talvane {
 
 /// A URL's parts (RFC 3986, appendix B), read as the platform's URL class reads them: scheme, host
-/// and query as written; the path with its percent escapes undone and without a trailing "/". A
-/// part that the URL lacks is nullopt; the path is then empty.
+/// and query as written; the path with percent escapes decoded and without a trailing "/". A part
+/// that the URL lacks is nullopt; the path is then empty.
 struct UrlParts {
   std::optional<std::string> scheme;
   std::optional<std::string> host;
@@ -16,7 +16,7 @@ struct UrlParts {
   std::optional<std::string> query;
 };
 
-/// A text without a scheme has no parts at all.
+/// A text without a scheme has no parts.
 UrlParts urlParts(std::string_view url);
 
 }  // namespace talvane

@@ -1,12 +1,12 @@
 #pragma once
 
 // The token engine. Invariants of the store:
-//  - tokens lie in slots 0 to 31, contiguous from 0: reading stops at the first slot that cannot be
+//  - tokens are in slots 0 to 31, contiguous from 0; reading stops at the first slot that cannot be
 //    read, so a damaged or foreign record hides those after it until it is deleted or overwritten;
-//  - a seed is stored sealed with the device key and followed by its hash, and does not load where
-//    the key differs;
-//  - the engine keeps no token: every call reads the keychain afresh through the gateway.
-// The device key, the map table and the identity cache are shared by all calls: main thread only.
+//  - a seed is stored sealed with the device key, followed by its hash; it does not load under
+//    another key;
+//  - the engine keeps no token; every call reads the keychain through the gateway. The device key,
+//    the map table and the identity cache are shared by all calls: main thread only.
 
 #include <fmt/core.h>
 
@@ -55,8 +55,8 @@ class vane {
   /// The name of a slot's record in the keychain.
   static std::string recordName(std::uint32_t index);
 
-  /// Sets the gateway, which the caller keeps alive, and forgets the device identity. Null: no
-  /// keychain, no identifiers, no log.
+  /// Sets the gateway, which the caller keeps alive, and forgets the device identity. Null means no
+  /// keychain, no identifiers and no log.
   static void SetInterface(Gateway* gateway);
   static Gateway* interface();
   /// The device identity is asked for again when it is next needed. Every read ends so; a write
@@ -65,46 +65,46 @@ class vane {
 
   // Passcodes (RFC 4226 over a counter of whole periods, as RFC 6238).
 
-  /// Six digits from the first ten bytes of the decoded seed; a shorter key counts as filled up
-  /// with zeros. nullopt: the seed is not ASCII or not base32.
+  /// Six digits from the first ten bytes of the decoded seed; a shorter key is padded with zeros.
+  /// nullopt if the seed is not ASCII or not base32.
   static std::optional<std::string> GeneratePasscode(std::string_view seed, std::int64_t counter);
   static std::string HOTP_getPasscode(std::span<const std::uint8_t> key, std::uint64_t counter);
 
   // The device key.
 
-  /// The 16 key bytes and a NUL, in a buffer that the next call builds anew.
+  /// The 16 key bytes and a NUL, in a buffer that the next call overwrites.
   static const std::uint8_t* GetKey();
 
   // Seed hash and expansion.
 
-  /// Eight base32 characters, or nullopt when the seed has neither 13 nor 16 characters or one of
-  /// its two passcodes cannot be made or is 000000.
+  /// Eight base32 characters; nullopt if the seed has neither 13 nor 16 characters, or if one of
+  /// its two passcodes is 000000 or cannot be computed.
   static std::optional<std::string> GenerateSeedHash(std::string_view seed, std::int32_t c1,
                                                      std::int32_t c2);
   /// A permutation of 0 to n − 1 in the first n of 16 entries, the rest 0xFF: entry[slot] = i means
   /// that item i goes to position `slot`. The next call overwrites it. 1 ≤ n ≤ 16.
   static const std::uint8_t* GetMapTable(std::span<const std::uint8_t> key, std::int32_t n);
   /// The full 16-character seed of a token whose seed has 13, bound to this device; `suffix` (may
-  /// be null) gets its last 20 bits. nullopt: the seed is not 13 base32 characters.
+  /// be null) gets its last 20 bits. nullopt if the seed is not 13 base32 characters.
   static std::optional<Cleared<std::string>> ExpandSeed(const SoftTokenInfo& token,
                                                         std::uint32_t* suffix);
 
   // The token store.
 
-  /// Reads one slot. With a null `token` only tests that a record is there. On failure `*token` is
+  /// Reads one slot. With a null `token`, only tests that a record exists. On failure `*token` is
   /// null.
   static bool ReadToken(std::uint32_t index, std::unique_ptr<SoftTokenInfo>* token);
   /// Reads slots 0, 1, … until one fails; returns how many. The element after the last is null.
   static std::int32_t ReadAllTokens(TokenArray& tokens);
   /// Writes to slot `*index` (0 to 31, `first_free_slot` or `slot_of_same_name`, the slot whose
   /// creation name is the token's, else the first free one), and sets `*index` to the slot used. A
-  /// record that the keychain refuses still counts as written: ask the gateway. false: no free slot
-  /// (`*index` is then 32), or the seed has no hash.
+  /// record that the keychain refuses still counts as written: ask the gateway. Returns false if
+  /// there is no free slot (`*index` is then 32) or the seed has no hash.
   static bool WriteToken(std::int32_t* index, const SoftTokenInfo& token);
   static void DeleteToken(std::uint32_t index);
-  /// Deletes the tokens at the positions whose flag is set and moves the later ones down. Ends
-  /// early, with the rest where it was, when a token cannot be written to its new slot or the
-  /// keychain does not answer. False: not all of them are gone.
+  /// Deletes the tokens at the positions whose flag is set and moves the later ones down. Stops
+  /// early, and leaves the rest in place, if a token cannot be written to its new slot or the
+  /// keychain does not answer. Returns false if any of them is left.
   static bool DeleteTokens(std::span<const std::uint8_t, max_tokens> selected);
 
   // Token creation.
@@ -118,7 +118,7 @@ class vane {
                                              std::optional<std::string>* response,
                                              std::int32_t* index, bool dummy);
   /// Reads an otpauth://totp/ URL into a new token, whose seed is not checked yet. On failure
-  /// `*token` is untouched and `problem` (may be null) says what is wrong with the URL.
+  /// leaves `*token` unchanged, and `problem` (may be null) says what is wrong with the URL.
   static bool ParseAuthUrl(std::string_view url, std::unique_ptr<SoftTokenInfo>* token,
                            AuthUrlProblem* problem = nullptr);
 
@@ -130,7 +130,7 @@ class vane {
   /// an index outside reads as the nearest end.
   static const Colour& ColorForValue(std::int32_t index);
   static const Colour& ColorForValue2(std::int32_t index);
-  /// false when a token up to the first null has a period of exactly 30.
+  /// Returns false if a token before the first null has a period of exactly 30.
   static bool bAllTokensArePeriod60(std::span<const std::unique_ptr<SoftTokenInfo>> tokens);
   /// The index for ColorForValue2; negative in the first half of a 60-second token's minute when
   /// the countdown runs on 60 seconds.
@@ -150,7 +150,7 @@ class vane {
 
   // Log.
 
-  /// Hands a line to the gateway. Formats nothing when nobody listens.
+  /// Passes a line to the gateway. Formats nothing if nobody listens.
   template <typename... Args>
   static void log(fmt::format_string<Args...> format, Args&&... args) {
     EngineLog::line(format, std::forward<Args>(args)...);

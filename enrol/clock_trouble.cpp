@@ -23,12 +23,12 @@ std::string spanOf(std::int64_t seconds) {
 }  // namespace
 
 std::optional<std::string> clockTrouble(std::int64_t server_ahead) {
-  // Farther than this is all the same.
+  // Larger differences read the same.
   server_ahead = std::clamp<std::int64_t>(server_ahead, -farthest_seconds, farthest_seconds);
   if (server_ahead >= -tolerated_seconds && server_ahead <= tolerated_seconds) return std::nullopt;
   return fmt::format(
       "This computer's clock is {} {} the server's. Passcodes depend on the time: set the clock, "
-      "best by switching on automatic time in the system's date and time settings",
+      "ideally by turning on automatic time in the system's date and time settings",
       spanOf(server_ahead > 0 ? server_ahead : -server_ahead),
       server_ahead > 0 ? "behind" : "ahead of");
 }

@@ -15,14 +15,14 @@ using Field = EnrolViews::Field;
 constexpr long http_ok = 200;
 constexpr long http_proxy_authentication = 407;
 
-// "http://" at the beginning, in any case, becomes "https://".
+// Turns a leading "http://", upper or lower case, into "https://".
 std::string withHttps(const std::string& url) {
   constexpr std::string_view http = "http://";
   const std::string head = lowerCase(url.substr(0, http.size()));
   return head == http ? "https://" + url.substr(http.size()) : url;
 }
 
-// On the worker: touches nothing but what it is given.
+// Runs on the worker and touches only its arguments.
 std::optional<std::string> firstRequest(TaHttp& http, const std::string& url, bool allow_http) {
   if (auto problem = problemWithAddress(url, allow_http)) return problem;
   vane::log("EVA: threadstart: doing initial GET...");
@@ -55,7 +55,7 @@ void EnrolFlow::eva_init() {
   eva_pleasewait_ = true;
   views_.setAuthenticationMessage("");
   views_.enableAuthenticationSubmit(false);
-  // A PIN that an earlier session refused must not keep this one's answers from being sent.
+  // A PIN that was refused in an earlier session must not block this session's answers.
   views_.enableGetInfoSubmit(true);
   ending_.reset();
   std::string unavailable;
@@ -80,7 +80,7 @@ void EnrolFlow::eva_threadstart(const std::shared_ptr<Session>& session) {
 void EnrolFlow::eva_threadfinished(const std::shared_ptr<Session>& session,
                                    const std::optional<std::string>& error) {
   workers_.joinFinished();
-  // What an earlier session's server says is no business of the one after it.
+  // Ignore a reply to an earlier session.
   if (session != session_) return;
   eva_thread_ = false;
   eva_pleasewait_ = false;
@@ -113,13 +113,13 @@ void EnrolFlow::eva_threadfinished(const std::shared_ptr<Session>& session,
 
 void EnrolFlow::showAddressError(const std::string& text) {
   views_.setAddressMessage("Error: " + text);
-  // The user may have left meanwhile: nothing is pulled from under them.
+  // The user may have left the view: do not switch it.
   if (views_.showsAuthentication()) views_.switchView(View::eva, View::evgu);
 }
 
 void EnrolFlow::redirectToHttps(const std::string& error) {
   vane::log("EVA: threadfinished: redirect https");
-  // A server that asks for https over https would be asked without end.
+  // Stops a server that keeps asking for https over https.
   const std::string secure = withHttps(ini_.EnrolURL);
   const bool changes = secure != ini_.EnrolURL;
   ini_.EnrolURL = secure;
@@ -145,7 +145,7 @@ void EnrolFlow::eva_submitclicked() {
   const std::optional<std::string> error = submit();
   eva_pleasewait_ = false;
   if (!error) {
-    // The final request could not be made: nothing is under way that would be worth waiting for.
+    // The final request could not be made, so there is nothing to wait for.
     if (session_ == nullptr && ending_ && views_.showsAuthentication()) {
       views_.setAuthenticationMessage(ending_->problem);
       views_.eva_layout();
@@ -177,7 +177,7 @@ std::optional<std::string> EnrolFlow::submit() {
   views_.setAuthenticationMessage("");
   if (http.status() != http_ok) return "ERR Todo";
   vane::log("EVA: submitclicked: HTTP 200");
-  // A password once asked for stays asked for; all else is what this reply says.
+  // The server's wish for a password lasts; everything else is as this reply says.
   const bool wanted_password = client.bPASSWORD;
   client.defaultValues();
   if (wanted_password) client.bPASSWORD = true;
@@ -273,7 +273,7 @@ void EnrolFlow::EnrolSubmit() {
     EndSession();
     return;
   }
-  // What the server would hand out must have a place to go.
+  // A token that the server issues must have a slot to go to.
   if (const auto plan = parts_.store->plan(*client.SOFTTOKEN); !plan) {
     tellStored(plan.error());
     EndSession();
@@ -289,7 +289,7 @@ void EnrolFlow::EnrolSubmit() {
     tellStored(added ? std::nullopt : std::optional(added.error()));
   } else {
     vane::log("EnrolSubmit: unexpected response: {}", http.data() == nullptr ? nil_text : body);
-    ending_->problem = "The server did not complete the enrolment";
+    ending_->problem = "The server did not complete the enrolment; try again";
   }
   EndSession();
   views_.goHome();

@@ -1,8 +1,8 @@
 #pragma once
 
-// The enrolment conversation, from sign-in to the stored token, without a widget: it drives a set
-// of views. Everything runs on the main thread but the first GET of a session, which a worker
-// performs and hands back without waiting.
+// The enrolment conversation, from sign-in to the stored token. It drives a set of views and knows
+// no widget. Everything runs on the main thread except the first GET of a session, which a worker
+// performs.
 
 #include <array>
 #include <cstdint>
@@ -19,7 +19,7 @@
 
 namespace talvane {
 
-/// The views of the enrolment, as the flow needs them.
+/// What the flow needs of the enrolment views.
 class EnrolViews {
  public:
   enum class View : std::uint8_t { tv, av, eva, evgi, evgu };
@@ -33,10 +33,10 @@ class EnrolViews {
   virtual ~EnrolViews() = default;
 
   virtual void switchView(View from, View to) = 0;
-  /// From whatever is open to the token view.
+  /// Switches from any view to the token view.
   virtual void goHome() = 0;
   virtual void refreshAuthentication() = 0;
-  /// Whether the sign-in view is the one open.
+  /// Whether the sign-in view is open.
   virtual bool showsAuthentication() = 0;
 
   virtual void eva_layout() = 0;
@@ -54,29 +54,29 @@ class EnrolViews {
   virtual void simpleMessageBox(const std::string& text) = 0;
 };
 
-/// Why the server's address cannot be used; nullopt: it can. Tells "http" from "HTTP".
+/// Why the server's address cannot be used; nullopt if it can. The scheme must be in lower case.
 std::optional<std::string> problemWithAddress(const std::string& url, bool allow_http);
 
 class EnrolFlow {
  public:
-  /// Borrows all but the functions; `make_loader` is called when the first session starts.
+  /// Borrows everything but the functions. The first session calls `make_loader`.
   struct Parts {
     EnrolViews* views = nullptr;
     Ini* ini = nullptr;
     TokenStore* store = nullptr;
-    Gateway* clock = nullptr;  // tells how far the server's is from this computer's
+    Gateway* clock = nullptr;  // compared with the server's clock
     std::function<std::unique_ptr<UrlLoader>(std::string* error)> make_loader;
-    /// Runs the work on the main thread, later, without waiting. Called on any thread. Drops it
-    /// once the flow is gone.
+    /// Runs the work on the main thread, later; does not wait. Any thread may call it. Drops the
+    /// work once the flow is gone.
     std::function<void(std::function<void()> work)> run_on_main_thread;
   };
   explicit EnrolFlow(Parts parts);
   ~EnrolFlow() { end(); }
 
-  /// Ends the requests under way and waits for the workers; there are no sessions after it.
+  /// Cancels running requests and waits for the workers. No session can start after it.
   void end();
 
-  /// Starts a session; what is left of an earlier one is replaced.
+  /// Starts a session, in place of any earlier one.
   void eva_init();
   void eva_submitclicked();
   void eva_cancelclicked();
@@ -85,9 +85,9 @@ class EnrolFlow {
   void evgi_cancelclicked();
   void evgu_submitclicked();
   void evgu_cancelclicked();
-  /// Whether the worker of the first GET has not reported back yet.
+  /// Whether the worker of the first GET is still running.
   [[nodiscard]] bool hasWorker() const { return eva_thread_; }
-  /// The sign-in view closes: nobody waits for the worker any more, though its result still comes.
+  /// The sign-in view closes. The flow no longer waits for the worker, whose result still arrives.
   void abandonWorker() { eva_thread_ = false; }
 
   /// A text field has changed.
@@ -98,7 +98,7 @@ class EnrolFlow {
   [[nodiscard]] TaEnrolClient* taenrol() { return session_ ? &session_->client : nullptr; }
   [[nodiscard]] bool pleasewait() const { return eva_pleasewait_; }
 
-  /// How the last session that came to its final request ended.
+  /// How the last session that reached its final request ended.
   struct Ending {
     bool stored = false;
     std::string name;                          // of the token, when stored
@@ -108,7 +108,7 @@ class EnrolFlow {
   [[nodiscard]] const std::optional<Ending>& ending() const { return ending_; }
 
  private:
-  // What one session works with. The worker of its first GET keeps it alive.
+  // The state of one session. The worker of its first GET keeps it alive.
   struct Session {
     std::shared_ptr<TaHttp> http;
     TaEnrolClient client;

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the enrolment views show for each state of the conversation, decided without a widget.
+// What the enrolment views show in each state of the conversation. Knows no widget.
 
 #include <array>
 #include <cstddef>
@@ -14,7 +14,7 @@
 
 namespace talvane {
 
-/// The sign-in view. Rows count from the top, one beneath the other: user name, password, passcode.
+/// The sign-in view. Rows count from the top: user name, password, passcode.
 struct AuthenticationLayout {
   enum class Mode : std::uint8_t { busy, challenge, all_fields, no_password };
   enum class Field : std::uint8_t { none, userid, password, passcode };
@@ -28,7 +28,7 @@ struct AuthenticationLayout {
   bool message_is_error = false;
 };
 
-/// `message` is the error or message that the flow has put there; `client` may be null while busy.
+/// `message` is the text that the flow has set; `client` may be null while busy.
 AuthenticationLayout authenticationLayout(const Ini& ini, const TaEnrolClient* client,
                                           bool pleasewait, const std::string& message,
                                           bool userid_is_empty);
@@ -38,12 +38,12 @@ enum class GetInfoState : std::uint8_t { pin_and_questions, pin_only, questions_
 GetInfoState getInfoState(const TaEnrolClient& client);
 /// "showing PIN and ENROL" and so on, for the trace log.
 const char* nameOf(GetInfoState state);
-/// The height it needs, in points.
+/// The height of the view, in points.
 int getInfoHeight(const TaEnrolClient& client);
-/// What the PIN must be like, in words, and how many points high they are.
+/// The rules for the PIN, in words, and the height of these words in points.
 std::string pinPrompt(const TaEnrolClient& client);
 int pinPromptHeight(const TaEnrolClient& client);
-/// Lower edges from the view's lower edge (y grows upwards), for a view `height` high; nullopt:
+/// Lower edges, measured upwards from the lower edge of a view that is `height` high; nullopt if
 /// not shown.
 struct GetInfoPlaces {
   std::optional<int> pin_label;
@@ -54,15 +54,15 @@ struct GetInfoPlaces {
 };
 GetInfoPlaces getInfoPlaces(const TaEnrolClient& client, int height);
 
-/// Whether the server sent earlier answers that are to be shown, and the item of `titles` that is
-/// the earlier question; nullopt: none is.
+/// Whether the server sent earlier answers to show, and which item of `titles` is the earlier
+/// question; nullopt if none is.
 bool hasEarlierAnswers(const TaEnrolClient& client);
 std::optional<std::size_t> earlierQuestion(const TaEnrolClient::Questions& titles,
                                            const std::string& question);
 
 /// Keeps the chosen questions distinct. `lists` holds the titles of the two or three pop-ups,
 /// `selected` their selected items, of which `sender` (0 to 2) has just changed. Returns the item
-/// that the sender must select: its own when there is no clash, or none to go to.
+/// that the sender must select: its own if nothing clashes, or if every item does.
 std::size_t distinctQuestion(const std::vector<TaEnrolClient::Questions>& lists,
                              const std::vector<std::size_t>& selected, std::size_t sender);
 

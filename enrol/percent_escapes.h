@@ -5,9 +5,8 @@
 
 namespace talvane {
 
-/// The text with everything escaped that may not stand in a URL as it is (RFC 3986, section 2):
-/// blanks, control characters, bytes above 127, and "\"#%<>[\\]^`{|}". Reserved characters, "&"
-/// and "=" among them, are left alone.
+/// Percent-encodes what a URL must not contain (RFC 3986, section 2): spaces, control characters,
+/// bytes above 127, and "\"#%<>[\\]^`{|}". Leaves reserved characters alone, "&" and "=" included.
 std::string percentEscaped(std::string_view text);
 
 }  // namespace talvane

@@ -1,6 +1,6 @@
 #pragma once
 
-// What a new PIN and the answers to secret questions must be like. Characters are UTF-16 units.
+// The rules for a new PIN and for the answers to secret questions. Characters are UTF-16 units.
 
 #include <array>
 #include <optional>
@@ -10,16 +10,16 @@
 
 namespace talvane {
 
-/// Whether the PIN has the server's length and enough upper- and lower-case letters; true when the
-/// server asks for none. The PIN goes into the trace log in clear.
+/// Whether the PIN has the server's length and enough upper- and lower-case letters; true if the
+/// server asks for no PIN. Writes the PIN to the trace log in clear.
 bool checkPIN(const TaEnrolClient& client, const std::string& pin);
 
-/// Why a PIN that passed `checkPIN` is too weak; nullopt: it is not. Only a run through the whole
-/// PIN is refused.
+/// Why a PIN that passed `checkPIN` is too weak; nullopt if it is not. Refuses only runs through
+/// the whole PIN.
 std::optional<std::string> checkPINAdvanced(const TaEnrolClient& client, const std::string& pin);
 
-/// What is wrong with the answers; nullopt: nothing. The third counts only when the server sent a
-/// third list of questions.
+/// What is wrong with the answers; nullopt if nothing is. The third counts only when the server
+/// sent a third list of questions.
 std::optional<std::string> checkAnswers(const TaEnrolClient& client,
                                         const std::array<std::string, 3>& answers);
 

@@ -1,8 +1,8 @@
 #pragma once
 
-// The state of one enrolment conversation: the server's replies fill it, the bodies of the requests
-// are made from it. A body is pairs of name, "=" and value, joined by "&". Texts that begin with
-// "ERR " are errors; those of the server are shown as they come. Main thread only.
+// The state of one enrolment conversation. The server's replies fill it; it makes the bodies of the
+// requests. A body is a list of pairs NAME=VALUE, joined by "&". Texts that begin with "ERR " are
+// errors; the user sees the server's errors unchanged. Main thread only.
 
 #include <cstdint>
 #include <memory>
@@ -27,8 +27,8 @@ class TaEnrolClient {
   };
   using Questions = std::vector<std::string>;
 
-  std::optional<std::string> post;  // the body being made
-  bool bMessage = false;            // a "MESSAGE" line is being continued
+  std::optional<std::string> post;  // the body under construction
+  bool bMessage = false;            // later lines continue the "MESSAGE" line
   std::string MESSAGE;
   bool bRedirectHttps = false;  // reserved; never set
   std::int64_t VERSION = 0;     // of the protocol; a reset keeps it
@@ -38,17 +38,17 @@ class TaEnrolClient {
   Result RESULT = Result::unknown;
   std::string SOFTTOKENURL;
   bool bUSERCREATEPIN = false;  // the user must choose a PIN
-  bool bGETMBNUMBER = false;    // leads to the same view, which has no field for it
+  bool bGETMBNUMBER = false;    // opens the same view, which has no field for it
   bool bENROL = false;          // the user must answer secret questions
   std::string PROMPT;
-  std::int64_t UPPERCASE = 0;  // least number of such letters in the PIN
+  std::int64_t UPPERCASE = 0;  // the PIN needs at least this many
   std::int64_t LOWERCASE = 0;
   std::string PIN;
   std::int64_t PINLENGTH = 0;  // exact, in UTF-16 units
   std::unique_ptr<SoftTokenInfo> SOFTTOKEN;
   std::optional<Questions> QUESTIONS1;
   std::optional<Questions> QUESTIONS2;
-  std::optional<Questions> QUESTIONS3;  // nullopt: only two are asked
+  std::optional<Questions> QUESTIONS3;  // nullopt if the server asks only two
   std::string QUESTION1;
   std::string QUESTION2;
   std::string QUESTION3;
@@ -61,12 +61,12 @@ class TaEnrolClient {
   TaEnrolClient(const TaEnrolClient&) = delete;
   TaEnrolClient& operator=(const TaEnrolClient&) = delete;
 
-  /// Everything as it is at first, but for `VERSION`, on which `bPASSCODE` depends.
+  /// Resets everything but `VERSION`, on which `bPASSCODE` depends.
   void defaultValues();
 
-  // Requests. Each returns an error text, or nullopt when `post` is the body.
+  // Requests. Each returns an error text, or nullopt with the body in `post`.
 
-  /// Adds a pair as it is, without escapes.
+  /// Adds a pair unchanged, without escapes.
   void addToPOST(std::string_view name, std::string_view value);
   std::optional<std::string> makeAuthPOST(std::string_view userid,
                                           const std::optional<std::string>& password,
@@ -83,19 +83,18 @@ class TaEnrolClient {
     std::string_view value;
     std::string_view parameter;
   };
-  /// nullopt: go on; otherwise the text to stop with.
+  /// Returns nullopt to continue, or the error to stop with.
   using LineParser = std::optional<std::string> (TaEnrolClient::*)(const Line& line);
-  /// The parsers by their names in the protocol: of the reply to the first GET, and of those to
-  /// POSTs.
+  /// The names of the two parsers: for the reply to the first GET, and for replies to POSTs.
   static constexpr std::string_view get_parser = "parseLineAuthGetResponse:";
   static constexpr std::string_view post_parser = "parseLineAuthPostResponse:";
 
-  /// Processes a reply (null: none) with one of the two. nullopt: the whole of it was processed; a
-  /// body that is not UTF-8 counts as one without lines.
+  /// Processes a reply with one of the two parsers; `body` is null if there was none. Returns
+  /// nullopt when the whole reply was processed. A body that is not UTF-8 counts as empty.
   std::optional<std::string> processEnrolResponse(const char* body, std::string_view parseline);
   std::optional<std::string> parseLineAuthGetResponse(const Line& line);
   std::optional<std::string> parseLineAuthPostResponse(const Line& line);
-  /// The non-empty pieces between commas, without the blanks around them.
+  /// The non-empty pieces between commas, without surrounding white space.
   static Questions parseQuestions(std::string_view text);
 
  private:

@@ -8,17 +8,17 @@
 
 namespace talvane {
 
-/// Threads for one piece of work each. Used on one thread, which also releases what the work holds.
+/// Runs pieces of work on a thread each. Use it from one thread, which also destroys the work.
 class Workers {
  public:
   Workers() = default;
-  /// Waits for all of them.
+  /// Waits for all threads.
   ~Workers() { join(); }
   Workers(const Workers&) = delete;
   Workers& operator=(const Workers&) = delete;
 
   void start(std::function<void()> work);
-  /// Clears away those that have done their work.
+  /// Joins and removes the finished threads.
   void joinFinished();
   void join();
 

@@ -5,9 +5,9 @@
 
 namespace talvane {
 
-/// The three texts that the device identity is made from, and the login name. Each comes from a
-/// source that every user may read and that does not change with privileges; an unavailable one is
-/// empty. Read afresh when the source has changed.
+/// The three texts behind the device identity, and the login name. Each comes from a source that
+/// every user may read and that does not depend on privileges; an unavailable one is empty. A
+/// changed source is read again.
 class DeviceIdentifiers {
  public:
   virtual ~DeviceIdentifiers() = default;
@@ -16,7 +16,7 @@ class DeviceIdentifiers {
   virtual std::string serialNumber() = 0;
   /// The UUID of the system volume, upper case (Linux: of the file system mounted at /).
   virtual std::string volumeUuid() = 0;
-  /// The login name, its upper-case form, the user id and the user's UUID, run together.
+  /// The login name, its upper-case form, the user id and the user's UUID, concatenated.
   virtual std::string user() = 0;
   /// The login name alone: the account under which keychain items are stored.
   virtual std::string loginName() = 0;

@@ -7,11 +7,11 @@
 
 namespace talvane {
 
-/// Owns an open file, or none, and closes it at the end.
+/// Owns an open file descriptor, or none, and closes it on destruction.
 class FileDescriptor {
  public:
   FileDescriptor() = default;
-  /// Takes over what open(2) and the like returned; a negative number is none.
+  /// Takes over the result of open(2) and the like; a negative number means none.
   explicit FileDescriptor(int number) : number_(number) {}
   FileDescriptor(FileDescriptor&& other) noexcept : number_(other.release()) {}
   FileDescriptor& operator=(FileDescriptor&& other) noexcept {
@@ -25,9 +25,9 @@ class FileDescriptor {
   [[nodiscard]] bool isOpen() const { return number_ >= 0; }
   /// Negative when there is none.
   [[nodiscard]] int get() const { return number_; }
-  /// The caller closes it from now on.
+  /// Releases it: the caller must close it.
   [[nodiscard]] int release() { return std::exchange(number_, -1); }
-  /// Closes it now. 0, or the errno that says what was not written.
+  /// Closes it now. Returns 0, or the errno if data was not written.
   [[nodiscard]] int close() { return isOpen() && ::close(release()) != 0 ? errno : 0; }
 
  private:

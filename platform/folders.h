@@ -1,36 +1,36 @@
 #pragma once
 
-// Where things lie, by system. On Linux as the XDG Base Directory Specification says; relative
-// paths in its variables are ignored. Nothing here creates a folder but `makePrivateFolder`.
+// Folders and files, by system. Linux follows the XDG Base Directory Specification and ignores
+// relative paths in its variables. Only `makePrivateFolder` creates a folder.
 
 #include <string>
 #include <string_view>
 
 namespace talvane {
 
-/// The user's home: $HOME, else the password database's.
+/// The user's home folder: $HOME, else the one in the password database.
 std::string homeFolder();
-/// The user's own data and settings of this program.
+/// The user's data and settings for this program.
 std::string dataFolder();
 std::string configFolder();
-/// The running program's file, all symbolic links resolved; empty when the system does not say.
+/// The running program's file, with all symbolic links resolved; empty if the system does not tell.
 std::string executablePath();
 /// The running program's folder.
 std::string executableFolder();
 /// The application bundle: `../share/softtoken` beside the executable's folder when that exists,
 /// else the executable's folder; on macOS the .app folder.
 std::string bundleFolder();
-/// Code that only some commands need, loaded at run time.
+/// Loadable modules: code that only some commands need.
 std::string moduleFolder();
 
 /// `path` with a leading "~" or "~/" replaced by the home folder.
 std::string withTildeExpanded(std::string_view path);
 
-/// Whether there is a folder, or a link to one.
+/// Whether the path is a folder or a link to one.
 bool isFolder(const std::string& path);
 
-/// Creates the folder and the missing ones above it, mode 0700. False, with errno: it is not there
-/// afterwards.
+/// Creates the folder and missing parents, with mode 0700. Returns false, with errno set, if the
+/// folder does not exist afterwards.
 [[nodiscard]] bool makePrivateFolder(const std::string& path);
 
 }  // namespace talvane

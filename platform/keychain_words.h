@@ -6,8 +6,8 @@
 
 namespace talvane {
 
-/// The sentence for a keychain that has nothing more to say of the status: what happened and what
-/// to do, without a final full stop. `keychain` begins it, as "The embedded vault /a/path".
+/// A sentence for the status that says what happened and what to do, without a full stop. It begins
+/// with `keychain`, for example "The keychain /a/path".
 std::string keychainWords(const std::string& keychain, KeychainStatus status);
 
 }  // namespace talvane

@@ -15,36 +15,38 @@ bool isKind(const std::string& kind) {
   return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
 }
 
-// Which keychain it is, by what is remembered and what is wished for.
+// Which keychain to use, by the remembered kind and the requested one.
 struct Choice {
   std::string kind;
   bool remembered = false;
   KeychainStatus first_look = KeychainStatus::ok;
-  std::string error;  // empty: the rest counts
+  std::string error;  // if not empty, nothing else counts
 };
 
 Choice chooseKeychain(UserDefaults& defaults, const std::string& wish) {
   Choice choice;
   if (!wish.empty() && !isKind(wish)) {
-    choice.error = fmt::format("There is no keychain \"{}\" here; choose one of: {}", wish,
+    choice.error = fmt::format("Unknown keychain \"{}\"; choose one of: {}", wish,
                                fmt::join(keychainKinds(), ", "));
     return choice;
   }
   switch (defaults.string(defaults_key, &choice.kind)) {
     case UserDefaults::Found::unreadable:
       choice.error =
-          "The file that says which keychain holds your tokens cannot be read; make it readable or "
-          "restore it";
+          "Cannot read the file that names the keychain of your tokens; make it readable or "
+          "restore "
+          "it";
       break;
     case UserDefaults::Found::yes:
       choice.remembered = true;
       if (!isKind(choice.kind)) {
         choice.error = fmt::format(
-            "Your tokens are in the keychain \"{}\", which this system does not have", choice.kind);
+            "Your tokens are in the keychain \"{}\", which this system does not have; restore the "
+            "program's settings",
+            choice.kind);
       } else if (!wish.empty() && wish != choice.kind) {
-        choice.error =
-            fmt::format("Your tokens are in the keychain \"{}\"; leave out the choice of \"{}\"",
-                        choice.kind, wish);
+        choice.error = fmt::format(
+            "Your tokens are in the keychain \"{}\"; use it instead of \"{}\"", choice.kind, wish);
       }
       break;
     case UserDefaults::Found::no:
@@ -54,23 +56,23 @@ Choice chooseKeychain(UserDefaults& defaults, const std::string& wish) {
   return choice;
 }
 
-// The user's keychain: chosen when it is made or when it is first used, and written down before the
-// first item goes into it.
+// The user's keychain: chosen by its creator or on first use, and remembered before the first item
+// is stored.
 class ChosenKeychain final : public KeychainService {
  public:
-  // Stays with the choice.
+  // Keeps to the choice.
   ChosenKeychain(UserDefaults& defaults, const Choice& choice)
       : defaults_(defaults),
         chooses_(false),
         choice_(choice),
         keychain_(makeKeychain(choice.kind)) {}
-  // Chooses by itself.
+  // Chooses on first use.
   explicit ChosenKeychain(UserDefaults& defaults) : defaults_(defaults), chooses_(true) {}
 
   KeychainStatus find(const std::string& service, const std::string& account,
                       SecretBytes* secret) override {
     if (!open()) return KeychainStatus::not_available;
-    // A keychain that has just been waited for in vain is not waited for again.
+    // Do not wait again for a keychain that has just failed to answer.
     const KeychainStatus seen = std::exchange(choice_.first_look, KeychainStatus::ok);
     if (seen == KeychainStatus::not_responding) return seen;
     return keychain_->find(service, account, secret);
@@ -92,8 +94,7 @@ class ChosenKeychain final : public KeychainService {
   std::string message(KeychainStatus status) override {
     if (keychain_ == nullptr) return choice_.error;
     if (writing_down_failed_ && status == KeychainStatus::write_permission) {
-      return "The choice of keychain cannot be written down; make the program's settings folder "
-             "writable";
+      return "Cannot record the choice of keychain; make the program's settings folder writable";
     }
     return keychain_->message(status);
   }
@@ -129,8 +130,8 @@ class ChosenKeychain final : public KeychainService {
     return keychain_ != nullptr;
   }
 
-  // Until it is remembered, what is the right one may change: a desktop's keychain comes up late,
-  // or another program of ours stores the first token.
+  // Until the choice is remembered, the answer may change: the desktop's keychain starts late, or
+  // another of our programs stores the first token.
   void chooseAgain() {
     if (!chooses_ || choice_.remembered) return;
     keychain_.reset();

@@ -14,17 +14,18 @@ namespace talvane {
 
 std::vector<std::string> keychainKinds();
 
-/// A keychain of one of `keychainKinds()`; one that cannot be loaded answers every call with
+/// A keychain of one of `keychainKinds()`. If it cannot be loaded, every call returns
 /// not_available.
 std::unique_ptr<KeychainService> makeKeychain(const std::string& kind);
 
-/// The kind for a user of whom nothing is remembered: one that already holds tokens, else the
-/// desktop's own where there is one.
-/// `status` (may be null) gets what a first look at that keychain came to, ok when none was needed.
+/// The kind for a user without a remembered one: a keychain that already holds tokens, else the
+/// desktop's own if it has one. `status` (may be null) gets the result of the first look at that
+/// keychain; ok if none was needed.
 std::string keychainKindForNewUser(KeychainStatus* status = nullptr);
 
-/// The keychain that holds a user's tokens. It is decided once, and remembered in the user defaults
-/// before the first token is stored; from then on it is that one or an error, never another.
+/// The keychain that holds a user's tokens. The choice is made once and remembered in the user
+/// defaults before the first token is stored. From then on it is that keychain or an error, never
+/// another one.
 struct UserKeychain {
   std::unique_ptr<KeychainService> service;  // null: see `error`
   std::string kind;
@@ -32,12 +33,12 @@ struct UserKeychain {
   std::string error;  // for the user, with what to do
 };
 
-/// `wish` is a kind, or empty; one that contradicts what is remembered is refused. The result
+/// `wish` is a kind, or empty. Refuses a wish that contradicts the remembered kind. The result
 /// borrows `defaults`.
 UserKeychain openUserKeychain(UserDefaults& defaults, const std::string& wish);
 
-/// The user's keychain, opened when first used; one that cannot be had answers not_available, with
-/// the reason as its message, and is tried again by the next call. Borrows `defaults`.
+/// The user's keychain, opened on first use. If it cannot be opened, a call returns not_available
+/// with the reason as message, and the next call tries again. Borrows `defaults`.
 std::unique_ptr<KeychainService> makeLazyUserKeychain(UserDefaults& defaults);
 
 }  // namespace talvane

@@ -10,14 +10,13 @@
 
 namespace talvane {
 
-/// Whether the system starts this program when the user logs in, and the switch for it. Nothing
-/// reports an error: after a change that failed, the next read of `launchAtLogin` shows the truth.
-/// Main thread only.
+/// Tells and sets whether the system starts this program at login. No call reports an error: after
+/// a failed change, the next `launchAtLogin` still returns the old value. Main thread only.
 ///
-/// A URL is a target as `LoginItemsList` has it; nullopt is none and equals nothing.
+/// A URL is a target as in `LoginItemsList`; nullopt means none and equals nothing.
 class talibobjc_LoginItem {
  public:
-  /// The key that observers are told.
+  /// The key that observers get.
   static constexpr std::string_view launch_at_login_key = "launchAtLogin";
   using Observer = std::function<void(std::string_view key)>;
 
@@ -28,24 +27,23 @@ class talibobjc_LoginItem {
   talibobjc_LoginItem& operator=(const talibobjc_LoginItem&) = delete;
   ~talibobjc_LoginItem();
 
-  /// The list in use, which stays this object's; null when there is none. The event loop takes its
-  /// `watchDescriptor` from here.
+  /// The list in use, or null; this object owns it. The event loop gets its `watchDescriptor` here.
   [[nodiscard]] LoginItemsList* loginItems() const { return login_items_.get(); }
-  /// Takes another list, or none, and observes that one from now on.
+  /// Takes over another list, or none, and observes it from now on.
   void setLoginItems(std::unique_ptr<LoginItemsList> list);
 
-  /// Told before and after `setLaunchAtLogin(bool)` changes the list, and both after any change of
-  /// the list that is noticed, by whomever. Neither may destroy this object. Null: nobody.
+  /// Called before and after `setLaunchAtLogin(bool)` changes the list, and both after any noticed
+  /// change of the list by anyone. Neither may destroy this object. Null means no observer.
   void observeLaunchAtLogin(Observer will_change, Observer did_change);
 
   [[nodiscard]] const std::optional<std::string>& appURL() const { return app_url_; }
 
-  /// The first item that resolves to the URL; null when there is none, or no URL, or no list.
+  /// The first item that resolves to the URL; null without such an item, a URL, or a list.
   [[nodiscard]] static LoginItemHandle findItemWithURL(const std::optional<std::string>& url,
                                                        LoginItemsList* list);
   [[nodiscard]] bool willLaunchAtLogin(const std::optional<std::string>& url) const;
   /// Adds the URL at the head of the list unless it is there, or removes its first item. Observers
-  /// hear of it as of any other change of the list.
+  /// are called as for any other change of the list.
   void setLaunchAtLogin(bool launch, const std::optional<std::string>& url);
 
   /// The same for this program.

@@ -1,8 +1,8 @@
 #pragma once
 
-// The programs that the system starts when the user logs in: an ordered list that other programs
-// change too. Main thread only. No call waits for the user, and none reports an error: a change
-// that fails leaves the list as it was.
+// The programs that the system starts at login: an ordered list that other programs change too.
+// Main thread only. No call waits for the user or reports an error: a failed change leaves the list
+// as it was.
 
 #include <functional>
 #include <memory>
@@ -12,8 +12,7 @@
 
 namespace talvane {
 
-/// One item as it was when the snapshot was taken. Only the list that it came from knows what is in
-/// it.
+/// One item at the time of the snapshot. Only its list knows its content.
 class LoginItem {
  public:
   LoginItem(const LoginItem&) = delete;
@@ -25,8 +24,8 @@ class LoginItem {
 };
 using LoginItemHandle = std::shared_ptr<const LoginItem>;
 
-/// What an item starts is its target, a text by which targets compare: on Linux the absolute path
-/// of the program's file, all symbolic links resolved; on macOS the absolute URL of the bundle.
+/// An item starts its target, a text that can be compared: on Linux the absolute path of the
+/// program's file, with all symbolic links resolved; on macOS the absolute URL of the bundle.
 class LoginItemsList {
  public:
   LoginItemsList() = default;
@@ -36,24 +35,24 @@ class LoginItemsList {
 
   /// The items, first to last. They may outlive changes of the list and the list itself.
   [[nodiscard]] virtual std::vector<LoginItemHandle> snapshot() = 0;
-  /// The target; nullopt when it is missing or the item starts nothing in this session.
+  /// The target; nullopt if it is missing or if the item starts nothing in this session.
   [[nodiscard]] virtual std::optional<std::string> resolve(const LoginItem& item) = 0;
-  /// Adds an item for the target before all others, whatever is in the list. The target must be
-  /// there.
+  /// Adds an item for the target before all others, even if the list has one. The target must
+  /// exist.
   virtual void insertAtHead(const std::string& target) = 0;
-  /// Removes an item of one of this list's snapshots; nothing when it is gone already.
+  /// Removes an item from one of this list's snapshots; does nothing if it is already gone.
   virtual void remove(const LoginItem& item) = 0;
 
-  /// The running program as a target; nullopt when that cannot be told.
+  /// The running program as a target; nullopt if unknown.
   [[nodiscard]] virtual std::optional<std::string> ownTarget() = 0;
 
-  /// Called after every change of the list, by whomever; several changes may share a call. Null:
-  /// nobody. The callback may destroy the list.
+  /// Called after every change of the list by anyone; several changes may share a call. May be
+  /// null. The callback may destroy the list.
   virtual void setChangeCallback(std::function<void()> callback) = 0;
 
-  /// How changes by others are noticed. A list with a descriptor wants `readChanges` whenever that
-  /// is readable, and calls back from there, at most once a call. One without (-1) calls back by
-  /// itself from the main run loop, or cannot notice. The descriptor stays the list's.
+  /// How to notice changes by other programs. If the list has a descriptor, call `readChanges`
+  /// whenever it is readable; it calls back at most once per call. If it has none (-1), it calls
+  /// back from the main run loop or notices nothing. The list owns the descriptor.
   [[nodiscard]] virtual int watchDescriptor() const { return -1; }
   virtual void readChanges() {}
 };

@@ -2,7 +2,7 @@
 
 namespace talvane {
 
-/// Gives the system back what was freed and is kept by the C library for later, where it keeps any.
+/// Returns freed memory, which the C library may keep for later, to the system.
 void releaseFreedMemory();
 
 }  // namespace talvane

@@ -1,7 +1,7 @@
 #pragma once
 
-// Files and folders that are the user's alone. Another user's is refused, and others lose what
-// rights they have to the user's.
+// Files and folders that only the user may use. Refuses those of another user, and removes other
+// users' permissions from the user's own.
 
 #include <cstddef>
 #include <string>
@@ -12,12 +12,12 @@
 
 namespace talvane {
 
-/// Opens a folder for reading. A link is followed to where it leads. 0, or the errno that says why
-/// not: ELOOP when it leads nowhere, EPERM for another user's.
+/// Opens a folder for reading; follows links. Returns 0 or an errno: ELOOP for a dangling link,
+/// EPERM for another user's folder.
 [[nodiscard]] int openOwnFolder(const std::string& path, FileDescriptor* folder);
 
-/// Reads a whole regular file. 0, or the errno that says why not: ELOOP for a link, which is not
-/// followed, EPERM for another user's, EINVAL for what is no regular file or larger than `limit`.
+/// Reads a whole regular file. Returns 0 or an errno: ELOOP for a link, which is not followed;
+/// EPERM for another user's file; EINVAL for a file that is not regular or is larger than `limit`.
 [[nodiscard]] int readOwnFile(const std::string& path, std::size_t limit, Cleared<Bytes>* content);
 
 }  // namespace talvane

@@ -10,8 +10,8 @@ QrImage readQrImage(const std::string& path) {
   const auto reader =
       reinterpret_cast<Reader>(moduleFunction("qr-image", "softtoken_read_qr_image", &image.error));
   if (reader == nullptr) {
-    image.error = "The part that reads pictures cannot be loaded (" + image.error +
-                  "); install the program again, with libzbar, libpng and libturbojpeg";
+    image.error = "Cannot load the module that reads images (" + image.error +
+                  "); reinstall the program, with libzbar, libpng and libturbojpeg";
     return image;
   }
   reader(path, &image);

@@ -6,14 +6,13 @@
 
 namespace talvane {
 
-/// The text of the one QR code in a picture.
+/// The text of the one QR code in an image.
 struct QrImage {
   Cleared<std::string> text;
-  std::string error;  // for the user, with what to do; empty: `text` is it
+  std::string error;  // for the user, with what to do; empty on success
 };
 
-/// Reads a PNG or JPEG file of at most 64 million pixels. The code that does so is loaded when
-/// first needed.
+/// Reads a PNG or JPEG file of at most 64 million pixels. Loads the code for it on first use.
 QrImage readQrImage(const std::string& path);
 
 }  // namespace talvane

@@ -7,7 +7,7 @@
 
 namespace talvane {
 
-/// No archive is larger than this.
+/// The size limit of an archive, in bytes.
 inline constexpr std::size_t largest_archive = 1024 * 1024;
 
 /// Whether the bytes are a binary property list that can be read in bounded time and memory: at

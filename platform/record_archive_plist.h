@@ -1,6 +1,6 @@
 #pragma once
 
-// libplist's nodes, owned.
+// Owners for libplist's nodes.
 
 #include <plist/plist.h>
 
@@ -20,7 +20,7 @@ struct PlistCloser {
 };
 using Plist = std::unique_ptr<void, PlistCloser>;
 
-/// Hands the child over to the dictionary or array.
+/// Moves the child into the dictionary or array.
 void setPlistItem(const Plist& dictionary, const char* key, Plist child);
 void appendPlistItem(const Plist& array, Plist child);
 
@@ -29,17 +29,17 @@ Plist plistData(const Bytes& data);
 Plist plistNumber(std::int64_t number);
 Plist plistUid(std::size_t number);
 
-/// The node's content when it is of that kind; a null node is of none.
+/// The node's content if it has this type; a null node has none.
 std::optional<std::string> textOf(plist_t node);
 std::optional<Bytes> dataOf(plist_t node);
 std::optional<std::int64_t> numberOf(plist_t node);
 std::optional<std::size_t> uidOf(plist_t node);
 
-/// The dictionary's value of that key; null when there is none or `node` is no dictionary.
+/// The dictionary's value for the key; null if there is none or `node` is not a dictionary.
 plist_t plistItem(plist_t node, const char* key);
-/// The number of entries; 0 when `node` is no dictionary.
+/// The number of entries; 0 if `node` is not a dictionary.
 std::size_t plistDictionarySize(plist_t node);
-/// The array's items; nullopt when `node` is no array.
+/// The array's items; nullopt if `node` is not an array.
 std::optional<std::vector<plist_t>> plistItems(plist_t node);
 
 /// The binary form.

@@ -4,8 +4,8 @@
 
 namespace talvane {
 
-/// Reads a whole regular file into `*bytes`. 0, or the errno that says why not; EISDIR and EINVAL
-/// for what is no regular file: a pipe or a device in a file's place is not waited for.
+/// Reads a whole regular file into `*bytes`. Returns 0 or an errno; EISDIR or EINVAL for anything
+/// but a regular file. Never blocks on a pipe or a device.
 [[nodiscard]] int readRegularFile(const std::string& path, std::string* bytes);
 
 }  // namespace talvane

@@ -1,8 +1,8 @@
 #pragma once
 
-// Files that change as a whole. A call writes a draft beside the file ("NAME.draft-XXXXXX"), syncs
-// it, gives it the file's name, and syncs the folder: whoever reads, also after a crash or a power
-// cut, sees the old file or the new one.
+// Replaces files atomically. A call writes a draft beside the file ("NAME.draft-XXXXXX"), syncs it,
+// renames it to the file, and syncs the folder. Readers see the old file or the new one, even after
+// a crash or a power cut.
 
 #include <sys/types.h>
 
@@ -11,21 +11,21 @@
 
 namespace talvane {
 
-/// Puts a file with this content and mode, whatever the umask, at `path`, in place of the one that
-/// may be there. The folder must exist. A symbolic link at `path` is replaced, not followed.
+/// Writes a file with this content and mode, regardless of the umask, to `path`, and replaces any
+/// file there. The folder must exist. A symbolic link at `path` is replaced, not followed.
 ///
-/// 0, or an errno, ENOSPC, EDQUOT and EFBIG for want of room; the old file is then untouched and no
-/// draft is left. Only when the folder's sync fails the new file is in place, and a power cut may
-/// bring back the old one.
+/// Returns 0 or an errno; ENOSPC, EDQUOT and EFBIG mean that there is no room. On failure the old
+/// file is unchanged and no draft is left. Only if the folder's sync fails is the new file in
+/// place; a power cut may then bring back the old one.
 [[nodiscard]] int replaceFile(const std::string& path, std::string_view content,
                               mode_t mode = 0600);
 
-/// The same for a file that is not there yet: EEXIST when there is anything of that name, or comes
-/// to be meanwhile; it stays as it is.
+/// The same for a new file: EEXIST if anything of that name exists or appears meanwhile; it is left
+/// unchanged.
 [[nodiscard]] int createFile(const std::string& path, std::string_view content, mode_t mode = 0600);
 
-/// Removes the drafts of `path` that calls left when their processes were killed. Only for a caller
-/// who knows that no process is in such a call now.
+/// Removes the drafts of `path` that killed processes left. Call it only when no process can be
+/// replacing `path`.
 void removeDrafts(const std::string& path);
 
 }  // namespace talvane

@@ -8,18 +8,18 @@
 
 namespace talvane {
 
-/// One keychain item, named by service and account, holding a text or a record. Borrows the
+/// One keychain item, named by service and account, that holds a text or a record. Borrows the
 /// keychain.
 class TaKeyChain {
  public:
   TaKeyChain(KeychainService& keychain, std::string service, std::string account);
 
-  /// Stores a text (`dict` null) or a record (`password` null), replacing the whole item; removes
-  /// the item when both are null, which succeeds also when there is none. Exactly one may be given.
+  /// Stores a text (`dict` null) or a record (`password` null) and replaces the whole item. At most
+  /// one may be given: if both are null, removes the item, which succeeds even if there is none.
   /// Storing a text writes an empty secret.
   [[nodiscard]] KeychainStatus storePassword(const std::string* password, const Record* dict);
-  /// Reads the item as a text or a record; the text is served first when both are wanted. A target
-  /// is untouched on failure.
+  /// Reads the item as a text or a record; as a text if both are requested. Leaves the target
+  /// unchanged on failure.
   [[nodiscard]] KeychainStatus getPassword(std::string* password, Record* dict);
 
   [[nodiscard]] KeychainStatus storePassword(const std::string& password);
@@ -32,7 +32,7 @@ class TaKeyChain {
   /// Unknown" before the first call.
   [[nodiscard]] const std::string& error() const { return _error; }
 
-  /// What the look-up came to that every call begins with: removing succeeds whatever it was.
+  /// The result of the lookup that begins every call. Removing succeeds whatever it is.
   [[nodiscard]] KeychainStatus lookup() const { return lookup_; }
 
  private:

@@ -2,8 +2,7 @@
 
 // One plain-text file of diagnostic lines for the whole process. Every entry opens, writes and
 // closes the file, so it is on disk when its write returns. Any thread; no lock. All failures are
-// silent. Seeds appear in the trace by design: the file is created with mode 0600 and tightened to
-// it.
+// silent. Seeds appear in the trace by design, so the file gets mode 0600, even if it exists.
 
 #include <fmt/core.h>
 
@@ -22,15 +21,15 @@ class talibobjc_Trace {
   };
   using Handle = std::unique_ptr<std::FILE, FileCloser>;
 
-  /// Sets the file ("~" is expanded) and switches tracing off; the size limit becomes one unit of 4
-  /// MiB. Before other threads trace.
+  /// Sets the file (expands "~"), switches tracing off, and sets the size limit to one unit of 4
+  /// MiB. Call it before other threads trace.
   static void traceSet(std::string_view path);
   static void traceOn(bool on);
   static bool isOn();
 
   /// Opens the file and writes the header "HH:MM:SS [PID] " (local time; the process id with at
-  /// least five digits). A file over the size limit is emptied first. Null when tracing is off or
-  /// the file cannot be opened.
+  /// least five digits). A file over the size limit is emptied first. Returns null if tracing is
+  /// off or the file cannot be opened.
   static Handle traceOpen();
   static void traceClose(Handle handle);
 

@@ -6,7 +6,7 @@
 
 namespace talvane {
 
-/// The keychain that is not there: every call ends in not_available, and the message says why.
+/// Stands for a missing keychain: every call returns not_available, and the message says why.
 class UnavailableKeychain final : public KeychainService {
  public:
   UnavailableKeychain(std::string name, std::string reason);

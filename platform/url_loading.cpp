@@ -10,8 +10,7 @@ std::unique_ptr<UrlLoader> makeUrlLoader(std::string* error, const UrlLoaderLimi
   const auto factory =
       reinterpret_cast<Factory>(moduleFunction("url-loading", "softtoken_make_url_loader", &why));
   if (factory == nullptr) {
-    *error = "The part that talks to servers cannot be loaded (" + why +
-             "); install the program again, with libcurl";
+    *error = "Cannot load the network module (" + why + "); reinstall the program, with libcurl";
     return nullptr;
   }
   return std::unique_ptr<UrlLoader>(factory(&limits));

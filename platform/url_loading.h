@@ -1,10 +1,9 @@
 #pragma once
 
-// The process-wide URL loading service. Cookies are shared by all requests of the process and kept
-// in memory only; redirects are followed, but never from https to http; certificates are verified
-// against the system's trust store, or the file that the environment variable SSL_CERT_FILE names;
-// proxies are taken from the environment as libcurl does. A request that neither sends nor receives
-// anything for a minute ends.
+// The process-wide URL loading service. All requests of the process share cookies, in memory only.
+// The service follows redirects, but never from https to http; verifies certificates against the
+// system's trust store, or the file in the environment variable SSL_CERT_FILE; and takes proxies
+// from the environment, as libcurl does. A request ends after a minute without traffic.
 
 #include <chrono>
 #include <cstddef>
@@ -15,21 +14,21 @@
 
 namespace talvane {
 
-/// One request. A body makes it a POST, and is sent as it is.
+/// One request. With a body, sent unchanged, it is a POST.
 struct UrlRequest {
   std::string url;
   std::optional<std::string> body;
 };
 
-/// What came of it.
+/// The result of a request.
 struct UrlResponse {
-  /// Why there was no response: a text for the user and the library's number (libcurl, CURLcode).
+  /// Why there was no response: a text for the user, and libcurl's CURLcode.
   struct Error {
     std::string description;
     long code = 0;
   };
-  long status = 0;                  // of the last response; 0: there was none
-  std::optional<std::string> body;  // nullopt: the request failed
+  long status = 0;                  // of the last response; 0 if there was none
+  std::optional<std::string> body;  // nullopt if the request failed
   std::optional<Error> error;
   /// The server's clock, seconds since the Unix epoch, from the "Date" header of the last response.
   std::optional<std::int64_t> date;
@@ -38,11 +37,11 @@ struct UrlResponse {
 class UrlLoader {
  public:
   virtual ~UrlLoader() = default;
-  /// Blocks until the response is there or the request has failed. Any thread, several at a time.
+  /// Blocks until the response arrives or the request fails. Any thread, several at a time.
   virtual UrlResponse load(const UrlRequest& request) = 0;
-  /// Deletes the cookies that would be sent to the URL.
+  /// Deletes the cookies for the URL.
   virtual void deleteCookies(const std::string& url) = 0;
-  /// Ends all requests under way, and those to come, with an error. Any thread.
+  /// Cancels all current and future requests with an error. Any thread.
   virtual void stop() = 0;
 };
 
@@ -53,8 +52,8 @@ struct UrlLoaderLimits {
   int redirects = 16;
 };
 
-/// The loader, from a module that is loaded when first needed; null with `*error` set, for the
-/// user, when that cannot be had.
+/// The loader, from a module that is loaded on first use. On failure returns null and sets
+/// `*error`, for the user.
 std::unique_ptr<UrlLoader> makeUrlLoader(std::string* error, const UrlLoaderLimits& limits = {});
 
 }  // namespace talvane

@@ -7,14 +7,14 @@
 
 namespace talvane {
 
-/// What the password database says of a user.
+/// A user's entry in the password database.
 struct UserEntry {
   std::string name;  // the login name
   std::string home;  // the home folder
 };
 
-/// Looks the user up; nullopt when the database does not have that one. 0, or the errno of
-/// getpwuid_r(3), and nullopt, when it does not answer.
+/// Looks the user up. Returns 0, with nullopt in `*entry` for an unknown user; or the errno of
+/// getpwuid_r(3), with nullopt, if the database does not answer.
 [[nodiscard]] int readUserEntry(uid_t user, std::optional<UserEntry>* entry);
 
 }  // namespace talvane

@@ -16,19 +16,18 @@ namespace talvane {
 
 /// The token engine's gateway to this system. Borrows the keychain and the identifiers.
 ///
-/// A record is saved only when its last load, if there was one, found it or found that it is
-/// missing: a keychain that was locked, hung or damaged a moment ago is not taken for empty and
-/// written over.
+/// Saves a record only if its last load, if any, found the record or found that it is missing. So
+/// it never treats a locked, hung or damaged keychain as empty and overwrites it.
 class vaneinterface final : public Gateway {
  public:
-  /// What a call of the keychain came to, with words for the user unless it was answered.
+  /// The result of a keychain call, with words for the user if the keychain did not answer it.
   struct Answer {
     KeychainStatus status = KeychainStatus::ok;
     std::string words;
   };
 
-  /// Notes what the keychain says to the calls in its scope, and keeps them from saving over
-  /// records that are there. One at a time.
+  /// Records the results of the keychain calls in its scope, and stops them from overwriting
+  /// existing records. One at a time.
   class Recording {
    public:
     explicit Recording(vaneinterface& gateway);
@@ -36,14 +35,14 @@ class vaneinterface final : public Gateway {
     Recording(const Recording&) = delete;
     Recording& operator=(const Recording&) = delete;
 
-    /// Lets the record of that name, and those named before, be saved over.
+    /// Allows overwriting the record of this name; adds to earlier names.
     void mayReplace(const std::string& name) { replaceable_.insert(name); }
 
     [[nodiscard]] const Answer& lastLoad() const { return last_load_; }
     [[nodiscard]] bool hasSaved() const { return has_saved_; }
-    /// The first save or deletion that failed, be it in its look-up; nullopt: none.
+    /// The first save or deletion that failed, lookup included; nullopt if none did.
     [[nodiscard]] const std::optional<Answer>& failedChange() const { return failed_change_; }
-    /// A record was to be saved over one that was not to be replaced, and was not.
+    /// Whether it stopped a save that would have overwritten a protected record.
     [[nodiscard]] bool refused() const { return refused_; }
 
    private:
@@ -60,7 +59,7 @@ class vaneinterface final : public Gateway {
 
   /// Seconds since the Unix epoch.
   using Clock = std::function<std::int64_t()>;
-  /// Without a clock, by the system's.
+  /// Without a clock it uses the system's.
   vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers, Clock clock = {});
 
   /// Adds the three device identifiers to the stored record, as "fpsn", "fphd" and "fpus".
@@ -74,11 +73,11 @@ class vaneinterface final : public Gateway {
   std::string GetDeviceId_SN() override;
   std::string GetDeviceId_HDSN() override;
   std::string GetDeviceId_USER() override;
-  /// Within a reading of slots it is worked out once.
+  /// Computed once per reading of slots.
   std::uint32_t GetDeviceId() override;
 
   bool wantsLog() override;
-  /// Writes to the trace log and, unless switched off, to the system console.
+  /// Writes to the trace log and, unless switched off, to the console.
   void log(std::string_view text) override;
 
   std::int64_t CurrentTime() override;
@@ -94,7 +93,8 @@ class vaneinterface final : public Gateway {
   DeviceIdentifiers& identifiers_;
   Clock clock_;
   bool console_ = true;
-  std::map<std::string, KeychainStatus> failed_loads_;  // by record, while its last load failed
+  std::map<std::string, KeychainStatus>
+      failed_loads_;  // by record, as long as its last load failed
   bool in_trouble_ = false;
   int readings_ = 0;                       // begun and not ended
   std::optional<std::uint32_t> identity_;  // of the reading under way

@@ -12,8 +12,8 @@ namespace {
 
 using Next = Problem::Next;
 
-// What does not show, or changes how other characters show. The two that choose between text and
-// emoji are no trouble.
+// Whether the character is invisible or changes how others show. The two that choose between text
+// and emoji are harmless.
 bool isHidden(utf8proc_int32_t character) {
   if (character == 0xFE0E || character == 0xFE0F) return false;
   const utf8proc_property_t* property = utf8proc_get_property(character);
@@ -43,36 +43,34 @@ bool hasHidden(std::string_view text) {
 
 std::optional<Problem> problemWithText(std::string_view text) {
   if (!isUtf8(text)) {
-    return Problem{Next::other_input,
-                   "The name holds characters that cannot be stored; give it in plain UTF-8"};
+    return Problem{Next::other_input, "The name is not valid UTF-8; enter it again"};
   }
   if (hasHidden(text)) {
     return Problem{Next::other_input,
-                   "The name holds characters that do not show or that change the direction of "
-                   "writing; give it without them"};
+                   "The name has characters that are invisible or that change the direction of "
+                   "writing; leave them out"};
   }
   return std::nullopt;
 }
 
 Problem noName() {
-  return {Next::other_input,
-          "The token would have an empty name; give one with other characters than |"};
+  return {Next::other_input, "The name is empty; enter at least one character other than |"};
 }
 
 const char* wordsFor(AuthUrlProblem problem) {
   switch (problem) {
     case AuthUrlProblem::invalid_scheme:
-      return "This is not an otpauth:// URL";
+      return "This is not an otpauth:// URL; use the URL or QR code of a token";
     case AuthUrlProblem::invalid_type:
-      return "Only otpauth://totp/ URLs can be imported; this one is of another type";
+      return "This URL is for another type of token; use an otpauth://totp/ URL";
     case AuthUrlProblem::no_seed:
-      return "The URL holds no secret; get a complete one";
+      return "The URL has no secret; get a complete URL";
     case AuthUrlProblem::invalid_period:
-      return "The URL's period is neither 30 nor 60 seconds";
+      return "The URL's period is neither 30 nor 60 seconds; ask for another URL";
     case AuthUrlProblem::none:
       break;
   }
-  return "The URL cannot be imported";
+  return "Cannot import this URL; ask for another one";
 }
 
 }  // namespace

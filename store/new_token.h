@@ -9,14 +9,14 @@
 
 namespace talvane {
 
-/// Why a new token cannot have its names; nullopt: it can. Both must be there, in UTF-8, and free
-/// of characters that control the display, take no width, or change the direction of writing.
+/// Why a new token cannot have its two names; nullopt if it can. Both must be non-empty UTF-8
+/// without characters that control the display, have no width, or change the direction of writing.
 std::optional<Problem> problemWithNames(const SoftTokenInfo& token);
 
-/// The same of a token that has been given another name, for that name alone.
+/// The same check for the new name of a renamed token.
 std::optional<Problem> problemWithNewName(const SoftTokenInfo& token);
 
-/// The token that an otpauth URL describes, its names and seed not checked yet.
+/// The token that an otpauth URL describes. Its names and seed are not checked yet.
 [[nodiscard]] Result<std::unique_ptr<SoftTokenInfo>> tokenFromUrl(std::string_view url);
 
 }  // namespace talvane

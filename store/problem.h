@@ -7,21 +7,21 @@
 
 namespace talvane {
 
-/// Why something asked of a user's tokens was not done. Unless the words say otherwise, nothing was
-/// changed.
+/// Why an operation on the user's tokens failed. Unless the words say otherwise, it changed
+/// nothing.
 struct Problem {
   /// What the caller can do next.
   enum class Next : std::uint8_t {
     other_input,    // give another seed or name
-    confirm,        // the token in `slot` would go: ask, then replace it
+    confirm,        // would replace the token in `slot`: ask first
     make_room,      // all slots hold tokens: delete one
     look_again,     // the tokens changed in the meantime: read them again
-    try_again,      // another program is changing them, or got in between
-    clear_slot,     // what is in `slot` is in the way: delete it first
+    try_again,      // another program is changing the tokens, or did in between
+    clear_slot,     // the record or gap at `slot` is in the way: delete it first
     check_keychain  // absent, locked, failing, full, not answering
   };
   Next next = Next::check_keychain;
-  /// For the user: what happened and what to do, as one sentence without a final full stop.
+  /// For the user: one sentence that says what happened and what to do, without a full stop.
   std::string words;
   std::optional<std::int32_t> slot{};
 };

@@ -34,7 +34,7 @@ Obstacle Slots::obstacleAt(std::size_t slot) const {
   Obstacle obstacle;
   obstacle.slot = numberOf(slot);
   obstacle.hidden = recordsBehind(slot);
-  const char* hides = obstacle.hidden > 0 ? " and hides those after it" : "";
+  const char* hides = obstacle.hidden > 0 ? " and hides the tokens after it" : "";
   switch (states[slot]) {
     case State::damaged:
       obstacle.kind = Obstacle::Kind::damaged;
@@ -42,9 +42,9 @@ Obstacle Slots::obstacleAt(std::size_t slot) const {
       break;
     case State::foreign:
       obstacle.kind = Obstacle::Kind::foreign;
-      obstacle.words =
-          fmt::format("The record in slot {} is of another computer or user, or was altered{}{}",
-                      slot, obstacle.hidden > 0 ? "," : "", hides);
+      obstacle.words = fmt::format(
+          "The record in slot {} belongs to another computer or user, or was changed{}{}", slot,
+          obstacle.hidden > 0 ? "," : "", hides);
       break;
     case State::empty:
     case State::loads:
@@ -77,7 +77,7 @@ Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording
   vane::clearIdentityCache();
   Slots slots;
   std::size_t slot = 0;
-  bool is_read = false;  // what ended the engine's reading is not asked for again
+  bool is_read = false;  // the slot that ended the engine's reading is not read twice
   if (log == LookLog::on) {
     slot = static_cast<std::size_t>(vane::ReadAllTokens(slots.tokens));
     std::fill_n(slots.states.begin(), slot, State::loads);

@@ -1,6 +1,6 @@
 #pragma once
 
-// One look at all 32 slots, also behind what ends the engine's own reading.
+// One look at all 32 slots, including those after the slot where the engine stops reading.
 
 #include <array>
 #include <cstdint>
@@ -21,29 +21,28 @@ struct Slots {
   std::array<State, vane::max_tokens> states{};
   vane::TokenArray tokens;  // null unless the state is `loads`
 
-  /// The number of tokens that the engine reads: those in front of the first slot that does not
-  /// load.
+  /// The number of tokens that the engine reads: those before the first slot that does not load.
   [[nodiscard]] std::size_t count() const;
-  /// The number of records behind the slot.
+  /// The number of records after the slot.
   [[nodiscard]] std::int32_t recordsBehind(std::size_t slot) const;
-  /// What ends the reading of tokens while there are records behind it: the first record behind the
-  /// tokens, when it does not load, else the empty slot in front of it.
+  /// What hides records from the engine: the first record after the tokens if it does not load,
+  /// otherwise the empty slot before it. nullopt if there is no such record.
   [[nodiscard]] std::optional<Obstacle> obstacle() const;
-  /// The first slot from `from` on whose record does not load.
+  /// The first slot, starting at `from`, whose record does not load.
   [[nodiscard]] std::optional<std::size_t> firstUnreadable(std::size_t from) const;
 
  private:
   [[nodiscard]] Obstacle obstacleAt(std::size_t slot) const;
 };
 
-/// Whether what the engine reads is written to the log. What lies behind never is.
+/// Whether to log the slots that the engine reads. Later slots are never logged.
 enum class LookLog : std::uint8_t { on, off };
 
-/// Takes one look, within `recording`. A keychain that does not answer is a Problem.
+/// Looks at the slots, within `recording`. A keychain that does not answer is a Problem.
 Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording& recording,
                           LookLog log);
 
-/// The problem of a keychain that gave this answer.
+/// The Problem for a keychain that gave this answer.
 Problem keychainProblem(const vaneinterface::Answer& answer);
 
 }  // namespace talvane

@@ -9,21 +9,21 @@
 
 namespace talvane {
 
-/// A change of the user's store, from its first read to its last write: holds the per-user lock,
-/// and makes one change of it where the keychain can. Unless it is finished it is given up, and
-/// undone where the keychain can.
+/// One change of the user's store, from its first read to its last write. It holds the per-user
+/// lock, and is atomic if the keychain supports that. A change that is not finished is abandoned,
+/// and undone if the keychain can.
 class StoreChange {
  public:
-  /// Borrows the keychain. Waits so long for a change of another program.
+  /// Borrows the keychain. Waits up to `patience` for another program's change.
   StoreChange(KeychainService& keychain, std::chrono::milliseconds patience);
   ~StoreChange();
   StoreChange(const StoreChange&) = delete;
   StoreChange& operator=(const StoreChange&) = delete;
 
-  /// Why it is not begun, and nothing may be changed; nullopt: it is.
+  /// Why the change could not begin, and nothing may be changed; nullopt if it began.
   [[nodiscard]] const std::optional<Problem>& problem() const { return problem_; }
 
-  /// Ends the change. A Problem: the keychain did not keep it.
+  /// Commits the change. A Problem means that the keychain did not store it.
   [[nodiscard]] Result<void> finish();
 
  private:

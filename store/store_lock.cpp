@@ -15,19 +15,21 @@ namespace talvane {
 StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patience) {
   const std::string path = folder + "/store.lock";
   if (!makePrivateFolder(folder)) {
-    error_ =
-        "Cannot make the folder " + folder + "; see what is in its place and who may write there";
+    error_ = "Cannot create the folder " + folder +
+             "; check what is in its place and who may write there";
     return;
   }
   const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
   if (descriptor < 0) {
-    error_ = "Cannot open " + path + ": " + std::strerror(errno);
+    error_ =
+        "Cannot open " + path + " (" + std::strerror(errno) + "); check who owns it and its folder";
     return;
   }
   const auto deadline = std::chrono::steady_clock::now() + patience;
   while (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR) {
-      error_ = "Cannot lock " + path + ": " + std::strerror(errno);
+      error_ = "Cannot lock " + path + " (" + std::strerror(errno) +
+               "); use a file system that has locks";
     } else if (std::chrono::steady_clock::now() >= deadline) {
       busy_ = true;
       error_ = "Another program is changing the tokens; try again when it has finished";

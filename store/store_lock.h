@@ -5,20 +5,20 @@
 
 namespace talvane {
 
-/// The per-user lock that whoever changes the store holds around the whole change, from its first
-/// read to its last write. Waits for others for a while; a program that died holds nothing.
+/// The per-user lock that a program holds while it changes the store, from its first read to its
+/// last write. Waits a limited time for others. The lock of a program that died is free.
 class StoreLock {
  public:
-  /// Locks the file "store.lock" in `folder`, which is created when missing.
+  /// Locks the file "store.lock" in `folder`, and creates a missing folder.
   explicit StoreLock(const std::string& folder,
                      std::chrono::milliseconds patience = std::chrono::seconds(10));
   ~StoreLock();
   StoreLock(const StoreLock&) = delete;
   StoreLock& operator=(const StoreLock&) = delete;
 
-  /// False: another program holds it, or the file cannot be made; `error` says which.
+  /// False if another program holds the lock or the file cannot be created; `error` says which.
   [[nodiscard]] bool held() const { return descriptor_ >= 0; }
-  /// It is not held because another program holds it.
+  /// Whether another program holds the lock.
   [[nodiscard]] bool busy() const { return busy_; }
   [[nodiscard]] const std::string& error() const { return error_; }
 

@@ -10,7 +10,7 @@
 
 namespace talvane {
 
-/// What keeps records from being read, or is in the way of new ones.
+/// A slot that hides records, or is in the way of new ones.
 struct Obstacle {
   enum class Kind : std::uint8_t {
     gap,      // an empty slot, with a token behind it
@@ -18,13 +18,13 @@ struct Obstacle {
     foreign   // a record of another computer or user, or an altered one
   };
   Kind kind = Kind::gap;
-  /// Behind the last token that was read; directly behind it unless slots between are empty.
+  /// After the last token that was read; directly after it unless empty slots lie between.
   std::int32_t slot = 0;
-  std::int32_t hidden = 0;  // how many records lie behind it
+  std::int32_t hidden = 0;  // number of records after it
   std::string words;        // for the user: what it is and what it hides
 };
 
-/// What is stored: the tokens in slots 0, 1, ... in order, none of them null.
+/// The stored tokens: those in slots 0, 1, ..., in order, none of them null.
 struct StoredTokens {
   std::vector<std::unique_ptr<SoftTokenInfo>> list;
   std::optional<Obstacle> obstacle;

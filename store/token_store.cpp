@@ -19,49 +19,50 @@ using State = Slots::State;
 using Recording = vaneinterface::Recording;
 
 constexpr const char* cannot_be_sealed =
-    "This seed cannot be sealed on this computer; ask for another one";
+    "Cannot seal this seed on this computer; ask for another one";
 
-// The token that the user saw: created under the same name, with the same seed. Another name given
-// to it since does not make it another.
+// Whether both are one token: created under the same name, with the same seed. A later name makes
+// no difference.
 bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b) {
   return a.originalDescription() == b.originalDescription() && a.seed32 && b.seed32 &&
          a.seed32->get() == b.seed32->get();
 }
 
 Problem changedMeanwhile(std::string_view not_done) {
-  return {Next::look_again,
-          fmt::format("The tokens changed in the meantime; nothing was {}", not_done)};
+  return {
+      Next::look_again,
+      fmt::format("The tokens changed in the meantime and nothing was {}; check them and try again",
+                  not_done)};
 }
 
 Problem cutShort(std::string_view not_done) {
   return {Next::try_again,
-          fmt::format("The keychain gave answers that contradict each other; nothing was {}. Try "
-                      "again",
+          fmt::format("The keychain gave contradictory answers and nothing was {}; try again",
                       not_done)};
 }
 
-// `task` is what cannot be done before the slot is cleared.
+// `task` says what failed, and works once the slot is cleared.
 Problem inTheWay(std::string_view task, const Obstacle& obstacle) {
   return {Next::clear_slot,
           fmt::format("{}: {}; delete it first", task,
-                      // Within a sentence.
+                      // Lower case within the sentence.
                       obstacle.kind == Obstacle::Kind::gap ? "s" + obstacle.words.substr(1)
                                                            : "t" + obstacle.words.substr(1)),
           obstacle.slot};
 }
 
-// Nothing is thrown to the caller; what had been begun has been given up on the way here.
+// Running out of memory is a Problem too. The change has been abandoned by then.
 template <typename Change>
 auto withoutThrowing(Change change) -> decltype(change()) {
   try {
     return change();
   } catch (const std::bad_alloc&) {
     return tl::unexpected(
-        Problem{Next::try_again, "There is not enough memory; close other programs and try again"});
+        Problem{Next::try_again, "Not enough memory; close other programs and try again"});
   }
 }
 
-// Where the engine puts the token, provided that nothing is lost or hidden by it.
+// Where the engine puts the token; a Problem if that would lose or hide a record.
 Result<TokenStore::Plan> placeFor(const SoftTokenInfo& token, const Slots& slots) {
   const auto name = token.originalDescription();
   const std::size_t count = slots.count();
@@ -89,7 +90,7 @@ Result<TokenStore::Plan> placeFor(const SoftTokenInfo& token, const Slots& slots
   return plan;
 }
 
-// Whether the slot can be read, with the identity as it is now, and holds the token.
+// Whether the slot loads under the current device identity and holds the token.
 bool isStored(const SoftTokenInfo& token, std::int32_t slot) {
   vane::clearIdentityCache();
   const EngineLog::Pause quiet;
@@ -114,8 +115,8 @@ bool isAsSeen(const TokenStore::Selection& selected, const StoredTokens& seen, c
   return true;
 }
 
-// What must go first where a record that does not load has others behind it, and stays, while a
-// token goes: the engine could not move those behind without writing over it.
+// The obstacle to delete first: a record that does not load, is not selected, and has others behind
+// it. Deleting a token moves those down, and the engine would write over it.
 std::optional<Obstacle> obstacleTo(const TokenStore::Selection& selected, const Slots& slots) {
   const auto tokens_end = selected.begin() + static_cast<std::ptrdiff_t>(slots.count());
   if (std::all_of(selected.begin(), tokens_end, [](auto flag) { return flag == 0; })) return {};
@@ -127,7 +128,7 @@ std::optional<Obstacle> obstacleTo(const TokenStore::Selection& selected, const 
   return slots.obstacle();
 }
 
-// A gap goes as a whole, or what it hides would stay hidden.
+// A gap is deleted as a whole; otherwise it would still hide the tokens behind it.
 TokenStore::Selection withWholeGap(TokenStore::Selection selected, const Slots& slots) {
   for (std::size_t slot = 1; slot < selected.size() && slots.recordsBehind(slot) > 0; ++slot) {
     if (slots.states[slot] == State::empty && slots.states[slot - 1] == State::empty &&
@@ -143,7 +144,7 @@ void deleteSlots(const TokenStore::Selection& selected, const Slots& slots) {
     vane::DeleteTokens(selected);
     return;
   }
-  // The engine ends at a record that it cannot read: what goes first must lie behind what follows.
+  // The engine stops at a record that it cannot read, so the last slot goes first.
   for (std::size_t slot = selected.size(); slot-- > 0;) {
     if (selected[slot] == 0) continue;
     TokenStore::Selection one{};
@@ -152,12 +153,12 @@ void deleteSlots(const TokenStore::Selection& selected, const Slots& slots) {
   }
 }
 
-// Whether what was selected has gone, all else is there in the same order, and no token became
+// Whether the selected slots are gone, all others are there in the same order, and no token became
 // hidden.
 bool isDeleted(const TokenStore::Selection& selected, const Slots& before, const Slots& after) {
   std::size_t kept = 0;
   bool closes_gap = false;
-  std::size_t next = 0;  // where the next token may be by now
+  std::size_t next = 0;  // where the next token may be now
   for (std::size_t slot = 0; slot < selected.size(); ++slot) {
     const State state = before.states[slot];
     if (selected[slot] != 0) {
@@ -242,8 +243,8 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
     if (same_name == SameName::refuse) {
       return tl::unexpected(
           Problem{Next::confirm,
-                  fmt::format("A token created as \"{}\" is in slot {} already",
-                              token.originalDescription().value_or(""), plan->slot),
+                  fmt::format("Slot {} already holds a token that was created as \"{}\"",
+                              plan->slot, token.originalDescription().value_or("")),
                   plan->slot});
     }
     recording.mayReplace(vane::recordName(static_cast<std::uint32_t>(plan->slot)));
@@ -281,7 +282,7 @@ Result<void> TokenStore::rename(std::span<const Rename> renames) {
     auto slots = lookAtSlots(gateway_, recording, LookLog::on);
     if (!slots) return tl::unexpected(slots.error());
 
-    // All are checked before the first is written.
+    // Check all of them before writing the first.
     std::vector<std::int32_t> changed;
     for (const Rename& wanted : renames) {
       const auto slot = static_cast<std::size_t>(wanted.slot);
@@ -296,7 +297,7 @@ Result<void> TokenStore::rename(std::span<const Rename> renames) {
       if (token.description == before) {
         if (wanted.name.find_first_not_of('|') != std::string::npos) continue;
         return tl::unexpected(Problem{
-            Next::other_input, "The new name is empty; give at least one other character than |"});
+            Next::other_input, "The new name is empty; enter at least one character other than |"});
       }
       if (auto problem = problemWithNewName(token)) return tl::unexpected(std::move(*problem));
       changed.push_back(wanted.slot);

@@ -71,7 +71,7 @@ void SoftTokenOSXAppDelegate::loadInterface() {
   auto& eva = panel_.add(std::make_unique<AuthenticationView>(panel_, *this, ini, flow_, evgu));
   auto& evgi = panel_.add(std::make_unique<QuestionsView>(panel_, *this, ini, flow_));
   enrolment_views_.join(eva, evgi, evgu);
-  // What the first showing would otherwise wait for: the fonts.
+  // Loads the fonts, so that the first opening does not wait for them.
   for (const int size : {12, 13, 24}) QFontMetrics(panelFont(size)).horizontalAdvance('0');
 }
 
@@ -83,7 +83,7 @@ void SoftTokenOSXAppDelegate::promptForLoginItem() {
       vane::log("APP: LoginItemPromptDone:  value:{}", value);
       return;
     case UserDefaults::Found::unreadable:
-      return;  // the answer is there, though it cannot be read now
+      return;  // there is an answer, although it cannot be read now
     case UserDefaults::Found::no:
       break;
   }
@@ -187,7 +187,7 @@ void SoftTokenOSXAppDelegate::takeDropped(const QMimeData& content) {
           importImage(file);
         } else {
           simpleMessageBox(QStringLiteral(
-              "Drop an otpauth:// link or a picture of its QR code (PNG or JPEG) here"));
+              "Drop an otpauth:// link here, or an image of its QR code (PNG or JPEG)"));
         }
       },
       Qt::QueuedConnection);
@@ -196,8 +196,8 @@ void SoftTokenOSXAppDelegate::takeDropped(const QMimeData& content) {
 bool SoftTokenOSXAppDelegate::mayAddTokens() {
   if (ini.bAllowManual) return true;
   simpleMessageBox(
-      QStringLiteral("Tokens may not be added this way here: the setting AllowManual is off. Your "
-                     "administrator can tell you how to get a token"));
+      QStringLiteral("You cannot add tokens this way: the setting AllowManual is off. Ask your "
+                     "administrator how to get a token"));
   return false;
 }
 
@@ -213,7 +213,7 @@ void SoftTokenOSXAppDelegate::offerToken(const std::string& url) {
       QStringLiteral("Add the token \"%1\", with a new passcode every %2 seconds?")
           .arg(QString::fromStdString(token.currentDescription().value_or("")))
           .arg(token.period);
-  const QString warning = QStringLiteral("\n\nIt replaces the token of that name.");
+  const QString warning = QStringLiteral("\n\nThis replaces the token of that name.");
   if (Alert::ask(panel_.openPanel(), plan->replaces ? question + warning : question) !=
       Alert::Result::alternate_return) {
     return;

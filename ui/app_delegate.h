@@ -1,7 +1,7 @@
 #pragma once
 
-// The shell: start, the status item, alerts, where adding a token leads, and what comes from
-// outside the panel. It owns the rest. Main thread only.
+// The shell: start, the status item, alerts, the way to add a token, and input from outside the
+// panel. It owns the rest. Main thread only.
 
 #include <QMimeData>
 #include <QObject>
@@ -26,20 +26,20 @@
 
 namespace talvane {
 
-/// What the program works with; all of it outlives the delegate.
+/// The parts of the program. All of them outlive the delegate.
 struct AppParts {
   KeychainService* keychain = nullptr;
   DeviceIdentifiers* identifiers = nullptr;
   UserDefaults* defaults = nullptr;
   Ini* ini = nullptr;
-  /// Empty: the system's.
+  /// The system's clock if empty.
   vaneinterface::Clock clock;
   std::function<std::unique_ptr<talibobjc_LoginItem>()> make_login_item;
   std::function<void()> show_status_item;
   std::function<std::unique_ptr<UrlLoader>(std::string* error)> make_loader;
   /// Opens a web page.
   std::function<void(const QString& address)> open_url;
-  /// Where the trace goes.
+  /// The trace file.
   std::string trace_path;
   bool console = true;
 };
@@ -50,10 +50,10 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   ~SoftTokenOSXAppDelegate() override;
 
   void applicationDidFinishLaunching();
-  /// Makes the views ahead of the first click. Nothing happens when they are made.
+  /// Creates the views before the first click. Does nothing if they exist.
   void loadInterface();
-  /// A click on the status item: opens the token view or closes what is open, a turn of the event
-  /// loop later.
+  /// A click on the status item. In the next turn of the event loop, opens the token view or closes
+  /// the open view.
   void iconClicked();
   void menuOpen() {}
   void menuAdd() {}
@@ -61,11 +61,12 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   void addclicked(SoftTokenWindow* fromWindow) override;
   void simpleMessageBox(const QString& text) override;
 
-  /// What another start of the program asks for (see start.h).
+  /// Performs the request of another start of the program (see start.h).
   void perform(const QString& request);
-  /// Asks whether to store the token of an otpauth URL, and stores it; tells why not otherwise.
+  /// Asks whether to store the token of an otpauth URL, and stores it. Tells the user if that
+  /// fails.
   void importLink(const QString& link);
-  /// As above, from the QR code in an image file.
+  /// The same for the QR code in an image file.
   void importImage(const QString& path);
 
  private:

@@ -32,7 +32,7 @@ class Application final : public QApplication {
   std::function<void(const QString& link)> opened;
 
  private:
-  // On macOS a link that the user opens comes as an event, also to a program that runs already.
+  // On macOS a link that the user opens arrives as an event, also in a running program.
   bool event(QEvent* event) override {
     if (event->type() != QEvent::FileOpen || !opened) return QApplication::event(event);
     opened(static_cast<QFileOpenEvent*>(event)->url().toString(QUrl::FullyEncoded));
@@ -45,14 +45,14 @@ int fail(const std::string& error) {
   return exit_failed;
 }
 
-/// Hands the request to the program that runs already. Returns the exit status.
+/// Passes the request to the running program. Returns the exit status.
 int handOver(const InstanceChannel& channel, const QString& request) {
   if (!channel.error().empty()) return fail(channel.error());
   if (channel.send(request)) return 0;
-  return fail("Another start of the program holds its place but does not answer");
+  return fail("Already running, but not responding; end the program and start it again");
 }
 
-/// The first program: shows itself until it is told to end.
+/// Runs as the first program, until the user quits it.
 int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& channel) {
   Application application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Talvane Soft Token"));
@@ -84,10 +84,10 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   application.opened = [&delegate](const QString& link) { delegate.importLink(link); };
   channel.received = [&delegate](const QString& what) { delegate.perform(what); };
   channel.listen();
-  // Within the event loop, so that a request to quit ends the first question too.
+  // In the event loop, so that a request to quit also closes the first question.
   QTimer::singleShot(0, &delegate, [&delegate, &options] {
     delegate.applicationDidFinishLaunching();
-    // Ahead of the first click, which then opens the panel at once.
+    // Before the first click, so that it opens the panel at once.
     QTimer::singleShot(0, &delegate, [&delegate] { delegate.loadInterface(); });
     if (options.request != QLatin1String(request::start)) delegate.perform(options.request);
   });
@@ -100,7 +100,7 @@ int run(int argc, char** argv) {
     std::fputs(options.output.c_str(), options.failed ? stderr : stdout);
     return options.failed ? exit_usage : 0;
   }
-  // Who goes away while we talk to them does not end us.
+  // A peer that closes its end must not kill this program.
   std::signal(SIGPIPE, SIG_IGN);
   InstanceChannel channel(displayName());
   if (!channel.becomeFirst()) return handOver(channel, options.request);

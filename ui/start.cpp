@@ -10,23 +10,24 @@ StartOptions readOptions(int argc, char** argv) {
   QStringList arguments;
   for (int i = 0; i < argc; ++i) arguments.append(QString::fromLocal8Bit(argv[i]));
   QCommandLineParser parser;
-  parser.setApplicationDescription(
-      QStringLiteral("Shows your one-time passcodes from the status area. A second start opens or "
-                     "closes the panel of\nthe first."));
+  parser.setApplicationDescription(QStringLiteral(
+      "Shows your one-time passcodes from the status area. If the program is already "
+      "running, a second\nstart opens or closes its panel."));
   const QCommandLineOption toggle(QStringLiteral("toggle"),
-                                  QStringLiteral("Open the panel, or close it."));
-  const QCommandLineOption quit(QStringLiteral("quit"), QStringLiteral("End the running program."));
+                                  QStringLiteral("Open or close the panel."));
+  const QCommandLineOption quit(QStringLiteral("quit"),
+                                QStringLiteral("Quit the running program."));
   const QCommandLineOption quiet(
       QStringLiteral("no-console-log"),
-      QStringLiteral("Write no log lines to standard error; they hold seeds."));
+      QStringLiteral("Do not write the log to standard error; it holds seeds."));
   const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
-                                   QStringLiteral("Print the version."));
+                                   QStringLiteral("Print the version and exit."));
   const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                QStringLiteral("Print this help."));
+                                QStringLiteral("Print this help and exit."));
   parser.addOptions({toggle, quit, quiet, version, help});
-  parser.addPositionalArgument(QStringLiteral("link"),
-                               QStringLiteral("An otpauth:// link; asks before it is stored."),
-                               QStringLiteral("[link]"));
+  parser.addPositionalArgument(
+      QStringLiteral("link"), QStringLiteral("An otpauth:// link to add as a token, after asking."),
+      QStringLiteral("[link]"));
   StartOptions options;
   const bool parsed = parser.parse(arguments);
   const QStringList links = parser.positionalArguments();
@@ -34,9 +35,9 @@ StartOptions readOptions(int argc, char** argv) {
   if (!parsed || wishes > 1) {
     options.failed = true;
     options.output = "softtoken: " +
-                     (parsed ? std::string("Give one of --toggle, --quit and a link")
+                     (parsed ? std::string("Give only one of --toggle, --quit and a link")
                              : parser.errorText().toStdString()) +
-                     "; see softtoken --help\n";
+                     "; see `softtoken --help`\n";
     return options;
   }
   if (parser.isSet(help)) {

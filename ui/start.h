@@ -5,9 +5,9 @@
 
 namespace talvane {
 
-/// What one start of the program can ask of the one that runs.
+/// The requests that a start of the program can make to the running one.
 namespace request {
-inline constexpr const char* start = "start";    // nothing said: toggles what runs already
+inline constexpr const char* start = "start";    // no option given: toggles the running program
 inline constexpr const char* toggle = "toggle";  // open the panel or close it
 inline constexpr const char* quit = "quit";
 inline constexpr const char* open = "open ";  // followed by a link
@@ -16,7 +16,7 @@ inline constexpr const char* open = "open ";  // followed by a link
 struct StartOptions {
   QString request = QLatin1String(request::start);
   bool console = true;
-  /// To be printed instead of starting; `failed`: it says what is wrong with the command line.
+  /// Text to print instead of starting; the problem with the command line if `failed`.
   std::string output;
   bool failed = false;
 };

@@ -77,7 +77,7 @@ struct Cookie {
     if (domain.starts_with('.')) domain.erase(0, 1);
     const bool below = fields[1] == "TRUE" && host.ends_with("." + domain);
     if (host != domain && !below) return false;
-    // libcurl takes this computer itself for a secure place.
+    // libcurl treats this computer itself as secure.
     const bool secure =
         scheme == "https" || host == "localhost" || host == "127.0.0.1" || host == "::1";
     if (fields[3] == "TRUE" && !secure) return false;
@@ -86,7 +86,7 @@ struct Cookie {
            (path.size() == wanted.size() || wanted.ends_with('/') || path[wanted.size()] == '/');
   }
 
-  // The same cookie, long past: setting it deletes it.
+  // The same cookie, expired long ago: setting it deletes it.
   [[nodiscard]] std::string expired() const {
     std::string line;
     for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -97,7 +97,7 @@ struct Cookie {
   }
 };
 
-// What all requests share, for as long as one of them lives.
+// State that all requests share, for as long as one of them lives.
 class Shared {
  public:
   Shared() : handle_(curl_share_init()) {
@@ -124,7 +124,7 @@ class Shared {
   std::array<std::mutex, CURL_LOCK_DATA_LAST> mutexes_;
 };
 
-// One exchange, redirects not followed.
+// One exchange, without following redirects.
 struct Exchange {
   const UrlLoaderLimits& limits;
   const std::atomic<bool>& stopped;
@@ -132,7 +132,7 @@ struct Exchange {
   std::size_t header_bytes = 0;
   curl_off_t moved = 0;
   Clock::time_point last_move = Clock::now();
-  const char* refusal = nullptr;  // why we ended it ourselves
+  const char* refusal = nullptr;  // why this side ended it
   CURLcode refusal_code = CURLE_OK;
 
   bool refuse(const char* why, CURLcode code) {
@@ -145,7 +145,7 @@ struct Exchange {
     auto& self = *static_cast<Exchange*>(exchange);
     const std::size_t length = size * count;
     if (length > self.limits.body - self.body.size()) {
-      self.refuse("The server's answer is too long", CURLE_FILESIZE_EXCEEDED);
+      self.refuse("The server's response is too long", CURLE_FILESIZE_EXCEEDED);
       return 0;
     }
     self.body.append(bytes, length);
@@ -167,7 +167,7 @@ struct Exchange {
                    curl_off_t /*upload*/, curl_off_t sent) {
     auto& self = *static_cast<Exchange*>(exchange);
     if (self.stopped) {
-      self.refuse("The request was ended", CURLE_ABORTED_BY_CALLBACK);
+      self.refuse("The request was cancelled", CURLE_ABORTED_BY_CALLBACK);
       return 1;
     }
     const curl_off_t moved = received + sent + static_cast<curl_off_t>(self.header_bytes);
@@ -177,7 +177,7 @@ struct Exchange {
       self.last_move = now;
     }
     if (now - self.last_move < self.limits.silence) return 0;
-    self.refuse("The server does not answer", CURLE_OPERATION_TIMEDOUT);
+    self.refuse("The server did not answer", CURLE_OPERATION_TIMEDOUT);
     return 1;
   }
 };
@@ -199,16 +199,16 @@ class CurlLoader final : public UrlLoader {
         return response;
       }
       if (redirects == limits_.redirects) {
-        return failure(CURLE_TOO_MANY_REDIRECTS, "The server sends from one address to the next");
+        return failure(CURLE_TOO_MANY_REDIRECTS, "The server redirects too many times");
       }
       const std::string from = part(parsedUrl(next.url), CURLUPART_SCHEME);
       const std::string to = part(parsedUrl(target), CURLUPART_SCHEME);
       if (from == "https" && to != "https") {
-        return failure(CURLE_UNSUPPORTED_PROTOCOL, "The server sends from https to " +
+        return failure(CURLE_UNSUPPORTED_PROTOCOL, "The server redirects from https to " +
                                                        (to.empty() ? "elsewhere" : to) +
-                                                       ", which is refused");
+                                                       ", which is not allowed");
       }
-      // As browsers do: what was posted is posted again only where the status asks for it.
+      // As browsers do, posts the body again only if the status requires it.
       if (response.status != 307 && response.status != 308) next.body.reset();
       next.url = target;
     }
@@ -242,7 +242,7 @@ class CurlLoader final : public UrlLoader {
     return response;
   }
 
-  // Handles keep their connections: one that is free is used again.
+  // Handles keep their connections, so free ones are reused.
   Easy takeHandle() {
     const std::lock_guard guard(mutex_);
     Easy handle;
@@ -273,7 +273,7 @@ class CurlLoader final : public UrlLoader {
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    // A name server that does not answer holds up neither an end nor a limit.
+    // A name server that does not answer must not delay a stop or a time limit.
     curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(handle, CURLOPT_FILETIME, 0L);
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, words.data());
@@ -285,7 +285,7 @@ class CurlLoader final : public UrlLoader {
     curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, &Exchange::watch);
     curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &exchange);
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits_.silence.count()));
-    // As other programs on OpenSSL take it, in place of the system's trust store.
+    // Replaces the system's trust store, as in other programs that use OpenSSL.
     if (const char* trusted = std::getenv("SSL_CERT_FILE"); trusted != nullptr && *trusted != 0) {
       curl_easy_setopt(handle, CURLOPT_CAINFO, trusted);
       curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
@@ -336,7 +336,7 @@ class CurlLoader final : public UrlLoader {
 }  // namespace
 }  // namespace talvane
 
-/// A new loader, owned by the caller. First called before other threads use libcurl.
+/// A new loader, owned by the caller. The first call must come before other threads use libcurl.
 extern "C" __attribute__((visibility("default"))) talvane::UrlLoader* softtoken_make_url_loader(
     const talvane::UrlLoaderLimits* limits) {
   static const bool ready = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;

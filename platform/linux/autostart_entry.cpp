@@ -15,12 +15,12 @@ namespace {
 
 constexpr off_t largest_entry = 1024 * 1024;
 
-// Without the white space that a key file may have around names and values.
+// The text without the white space that a key file allows around names and values.
 std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view blanks = " \t\r";
-  const std::size_t begin = text.find_first_not_of(blanks);
+  constexpr std::string_view spaces = " \t\r";
+  const std::size_t begin = text.find_first_not_of(spaces);
   if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+  return text.substr(begin, text.find_last_not_of(spaces) - begin + 1);
 }
 
 // The value with the escapes of the type "string" undone; an unknown one stays as it is.
@@ -69,8 +69,8 @@ std::vector<std::string> listOf(std::string_view value) {
 
 constexpr std::string_view characters_with_backslash = "\"`$\\";
 
-// The first word of an Exec value, empty when the value is malformed. A code that stands for files
-// or the like has no place in a program's name and leaves it empty, too.
+// The first word of an Exec value; empty when the value is malformed, or when the word has a field
+// code, which a program's name must not have.
 std::string programInExec(std::string_view exec) {
   constexpr std::string_view codes = "fFuUdDnNickvm";
   std::string program;
@@ -139,8 +139,8 @@ bool isOneOf(std::string_view desktop, const std::optional<std::vector<std::stri
   return list && std::find(list->begin(), list->end(), desktop) != list->end();
 }
 
-// As the Desktop Entry Specification goes about it: the first of the session's names that one of
-// the lists knows decides.
+// Decides as the Desktop Entry Specification does: by the first of the session's names that is in
+// one of the lists.
 bool isShownHere(const AutostartEntry& entry) {
   const char* desktops = std::getenv("XDG_CURRENT_DESKTOP");
   for (const std::string_view desktop : split(desktops != nullptr ? desktops : "", ':')) {
@@ -153,8 +153,7 @@ bool isShownHere(const AutostartEntry& entry) {
 }  // namespace
 
 std::optional<AutostartEntry> readAutostartEntry(const std::string& path) {
-  // A size of 0 is also what files have that the system makes up while they are read, some without
-  // an end.
+  // Files that the system generates as they are read have size 0 too, and some have no end.
   struct stat status {};
   if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0 ||
       status.st_size > largest_entry) {
@@ -215,7 +214,7 @@ std::string autostartText(const std::string& path) {
          "Type=Application\n"
          "Version=1.0\n"
          "Name=Talvane Soft Token\n"
-         "Comment=Passcodes in the tray\n"
+         "Comment=Show your one-time passcodes from the status area\n"
          "Exec=\"" +
          escaped(quoted) +
          "\" --no-console-log\n"

@@ -7,7 +7,7 @@
 
 namespace talvane {
 
-/// The places that the identifiers are read from; the system's own unless a test says otherwise.
+/// The sources of the identifiers: the system's own, except in tests.
 struct DeviceIdentifierPaths {
   std::string machine_id = "/etc/machine-id";
   std::string mountinfo = "/proc/self/mountinfo";

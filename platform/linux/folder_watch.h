@@ -8,24 +8,23 @@
 
 namespace talvane {
 
-/// Notices changes of the files in some folders, by inotify(7), as well as a folder's coming and
-/// going. A folder that is not there is looked out for in the nearest one above it. What lies
-/// behind a symbolic link in the place of a file is not watched.
+/// Watches the files in some folders with inotify(7), and the folders themselves. For a missing
+/// folder it watches the nearest existing parent. It does not watch the target of a symbolic link
+/// in place of a file.
 class FolderWatch {
  public:
-  /// Absolute paths; only files whose names end in `suffix` count.
+  /// Takes absolute paths. Only files whose names end in `suffix` count.
   FolderWatch(std::vector<std::string> folders, std::string suffix);
 
-  /// Readable when something happened; -1 when the system gives out no more watches, and then
-  /// nothing is noticed.
+  /// Readable when something happened; -1 if the system has no more watches, and then nothing is
+  /// noticed.
   [[nodiscard]] int descriptor() const { return descriptor_.get(); }
 
-  /// Takes in what happened, without waiting. True: something of it counts.
+  /// Reads the pending events, without blocking. Returns true if any of them counts.
   [[nodiscard]] bool readChanges();
 
  private:
-  /// By watch number, why the folder is watched: for what has one of the names in it, and for its
-  /// files if one of them is empty.
+  /// By watch number, the names to look for in the folder; an empty name stands for its files.
   using Watches = std::map<int, std::vector<std::string>>;
 
   void watchAll();

@@ -21,8 +21,8 @@ std::unique_ptr<KeychainService> makeSecretService() {
       reinterpret_cast<Factory>(moduleFunction(secret_service, "softtoken_make_keychain", &error));
   if (factory == nullptr) {
     return std::make_unique<UnavailableKeychain>(
-        "Secret Service", "The part for the Secret Service cannot be loaded (" + error +
-                              "); install the program again, with libsecret");
+        "Secret Service", "Cannot load the module for the Secret Service (" + error +
+                              "); reinstall the program, with libsecret");
   }
   return std::unique_ptr<KeychainService>(factory());
 }
@@ -39,10 +39,10 @@ std::unique_ptr<KeychainService> makeKeychain(const std::string& kind) {
 
 std::string keychainKindForNewUser(KeychainStatus* status) {
   if (status != nullptr) *status = KeychainStatus::ok;
-  // A vault that cannot be looked for, or a link in its place, will say what is wrong.
+  // If the vault cannot be looked for, or is a link, the vault itself reports what is wrong.
   struct stat file {};
   if (lstat((dataFolder() + "/vault").c_str(), &file) == 0 || errno != ENOENT) return vault;
-  // One that holds no collection to store into cannot be given one without asking the user.
+  // A Secret Service without a default collection gets one only by asking the user.
   const KeychainStatus seen = makeSecretService()->describe().status;
   if (seen == KeychainStatus::not_available || seen == KeychainStatus::no_default_keychain) {
     return vault;

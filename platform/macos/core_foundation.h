@@ -1,6 +1,6 @@
 #pragma once
 
-// What the macOS backends share: ownership of Core Foundation objects, and text to and from them.
+// Shared by the macOS backends: ownership of Core Foundation objects, and text conversion.
 
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -33,14 +33,14 @@ class Owned {
 
   explicit operator bool() const { return object_ != nullptr; }
   [[nodiscard]] Ref get() const { return object_; }
-  /// For functions that return a reference through a pointer; to be called on an empty owner.
+  /// For functions that return a reference through a pointer. The owner must be empty.
   [[nodiscard]] Ref* receive() { return &object_; }
 
  private:
   Ref object_ = nullptr;
 };
 
-/// The object as a string that stays its owner's; null when it is null or something else.
+/// The object as a borrowed string; null if it is null or not a string.
 inline CFStringRef asString(CFTypeRef object) {
   return object != nullptr && CFGetTypeID(object) == CFStringGetTypeID()
              ? static_cast<CFStringRef>(object)
@@ -62,7 +62,7 @@ inline std::string text(CFStringRef string) {
   return result;
 }
 
-/// The text as a string; none when it is not UTF-8.
+/// The text as a string; none if it is not UTF-8.
 inline Owned<CFStringRef> string(std::string_view text) {
   return Owned<CFStringRef>(
       CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),

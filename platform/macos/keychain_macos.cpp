@@ -192,7 +192,7 @@ class MacKeychain final : public KeychainService {
     if (!result.empty() && result.back() == '.') {
       result.pop_back();
     }
-    return result.empty() ? "The keychain failed for a reason that it does not name" : result;
+    return result.empty() ? "Unknown error in the keychain; try again" : result;
   }
 
   KeychainDescription describe() override {

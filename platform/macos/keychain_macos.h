@@ -7,7 +7,7 @@
 namespace talvane {
 
 /// The user's default keychain, one generic password per item. Statuses are the system's own. It
-/// cannot replace an item in one step: when the new one is not taken, the old one is put back.
+/// cannot replace an item in one step: if the new one is refused, it restores the old one.
 std::unique_ptr<KeychainService> makeSystemKeychain();
 
 }  // namespace talvane

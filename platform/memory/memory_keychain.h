@@ -9,8 +9,8 @@
 
 namespace talvane {
 
-/// A keychain in memory, for tests and trials; no program has it. Set `status` to anything but ok
-/// and every call fails with it.
+/// A keychain in memory, for tests and benchmarks; no program links it. If `status` is not ok,
+/// every call fails with it.
 class MemoryKeychain final : public KeychainService {
  public:
   KeychainStatus status = KeychainStatus::ok;

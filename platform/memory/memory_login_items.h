@@ -13,23 +13,23 @@
 
 namespace talvane {
 
-/// Login items in memory, for tests and trials; no program has them. Changes are told at once. Set
-/// `writable` to false and every change fails.
+/// Login items in memory, for tests; no program links them. Calls back at once. If `writable` is
+/// false, every change fails.
 class MemoryLoginItems final : public LoginItemsList {
  public:
   bool writable = true;
   std::optional<std::string> own_target;
-  std::size_t insertions = 0;  // asked for, done or not
+  std::size_t insertions = 0;  // attempts, successful or not
   std::size_t removals = 0;
 
-  /// What the items stand for, first to last; nullopt is an item that does not resolve.
+  /// The items' targets, first to last; nullopt for an item that does not resolve.
   [[nodiscard]] std::vector<std::optional<std::string>> targets() const {
     std::vector<std::optional<std::string>> result;
     for (const LoginItemHandle& item : items_) result.push_back(targetOf(*item));
     return result;
   }
 
-  /// As another program changes the list: adds an item at its end, empties it.
+  /// Changes by another program: adds an item at the end; empties the list.
   void append(std::optional<std::string> target) {
     items_.push_back(std::make_shared<Item>(std::move(target)));
     tellChange();

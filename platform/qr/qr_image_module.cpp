@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint64_t most_pixels = 64'000'000;
 constexpr off_t most_bytes = 64'000'000;
 
-// One byte a pixel, rows from the top.
+// One byte per pixel, rows from the top.
 struct GreyImage {
   unsigned width = 0;
   unsigned height = 0;
@@ -37,7 +37,7 @@ std::optional<GreyImage> decodePng(const std::vector<std::uint8_t>& file) {
       sizeUsable(png.width, png.height)) {
     png.format = PNG_FORMAT_GRAY;
     image = GreyImage{png.width, png.height, std::vector<std::uint8_t>(PNG_IMAGE_SIZE(png))};
-    const png_color white = {255, 255, 255};  // beneath what is transparent
+    const png_color white = {255, 255, 255};  // behind transparent pixels
     if (png_image_finish_read(&png, &white, image->pixels.data(), 0, nullptr) == 0) image.reset();
   }
   png_image_free(&png);
@@ -75,7 +75,7 @@ std::vector<std::string> qrTexts(const GreyImage& grey) {
   zbar::ImageScanner scanner;
   scanner.set_config(zbar::ZBAR_NONE, zbar::ZBAR_CFG_ENABLE, 0);
   scanner.set_config(zbar::ZBAR_QRCODE, zbar::ZBAR_CFG_ENABLE, 1);
-  // As the bytes stand in the code: otherwise UTF-8 is guessed to be another encoding.
+  // Take the raw bytes; otherwise the library may mistake UTF-8 for another encoding.
   scanner.set_config(zbar::ZBAR_QRCODE, zbar::ZBAR_CFG_BINARY, 1);
   zbar::Image image(grey.width, grey.height, "Y800", grey.pixels.data(), grey.pixels.size());
   std::vector<std::string> texts;
@@ -90,27 +90,28 @@ std::vector<std::string> qrTexts(const GreyImage& grey) {
 void read(const std::string& path, QrImage* result) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
-    result->error = "There is no file " + path + "; give an otpauth:// URL or a picture";
+    result->error = "There is no file " + path + "; give an otpauth:// URL or an image file";
     return;
   }
   std::string bytes;
   if (status.st_size > most_bytes || readRegularFile(path, &bytes) != 0) {
-    result->error = path + " cannot be read as a picture; give a PNG or JPEG file";
+    result->error = "Cannot read " + path + " as an image; use a PNG or JPEG file";
     return;
   }
   const std::vector<std::uint8_t> file(bytes.begin(), bytes.end());
   const auto grey = decode(file);
   if (!grey) {
-    result->error = path + " is not a PNG or JPEG picture that can be read";
+    result->error = path + " is not a readable PNG or JPEG image; use another file";
     return;
   }
   std::vector<std::string> texts = qrTexts(*grey);
   if (texts.empty()) {
-    result->error = "No QR code was found in " + path + "; try a sharper or larger picture";
+    result->error = "No QR code found in " + path + "; use a sharper or larger image";
   } else if (texts.size() > 1) {
-    result->error = path + " holds several QR codes; cut out the one you mean";
+    result->error = path + " has several QR codes; crop it to the one you want";
   } else if (!isUtf8(texts.front())) {
-    result->error = "The QR code in " + path + " holds no text; take one that holds a URL";
+    result->error =
+        "The QR code in " + path + " holds no text; use one that holds an otpauth:// URL";
   } else {
     result->text = texts.front();
   }

@@ -273,7 +273,7 @@ TEST(Add, NamesThatCannotBeStoredAreRefusedBeforeAnythingIsWritten) {
   expectRefused(home, "not UTF-8: \xFF\xFE", seed_16, 2, "");
   expectRefused(home, "cut off: \xE2\x82", seed_16, 2, "");
   for (const char* name : {"a\nb", "\x1b[31mred", "a\u200Bb", "a\u202Eb", "a%E2%80%8Db"}) {
-    expectRefused(home, name, seed_16, 2, "do not show");
+    expectRefused(home, name, seed_16, 2, "are invisible");
   }
 }
 
@@ -316,8 +316,9 @@ TEST(Add, RecordOfAnotherComputerIsNotOverwritten) {
   expectFailure(home.run({"add", "A"}, std::string(seed_16) + '\n'), 4, "slot 0");
   const auto before = home.files();
   constexpr const char* words =
-      "the record in slot 0 is of another computer or user, or was altered; delete it first with: "
-      "softtoken-cli delete 0";
+      "the record in slot 0 belongs to another computer or user, or was changed; delete it first "
+      "with "
+      "`softtoken-cli delete 0`";
   for (const Strings& options : {Strings{}, Strings{"--replace"}}) {
     for (const char* name : {"A", "B"}) {
       Strings arguments = {"add", name};

@@ -197,7 +197,7 @@ TEST(Code, TokenBehindADamagedRecordNamesTheRecord) {
   home.damage(1);
   expectFailure(home.run({"code", "C"}), 3, "softtoken-cli delete 1");
   home.remove(1);
-  expectFailure(home.run({"code", "C"}), 3, "Slot 1 is empty and hides those after it");
+  expectFailure(home.run({"code", "C"}), 3, "Slot 1 is empty and hides the tokens after it");
   expectToken(home, "A", seed_16);
 }
 

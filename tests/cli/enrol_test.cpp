@@ -156,7 +156,7 @@ TEST_F(Enrol, NobodyListens) {
 
 TEST_F(Enrol, SwitchedOff) {
   home.setSettings("AllowTaEnrol=0\n");
-  expectRefused("anna\n", server.http(), "Enrolling is switched off by the setting AllowTaEnrol");
+  expectRefused("anna\n", server.http(), "The setting AllowTaEnrol does not allow enrolment");
 }
 
 TEST_F(Enrol, NoAddress) {

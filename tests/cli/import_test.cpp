@@ -35,7 +35,7 @@ TEST(Import, NamesThatDoNotShowAreRefused) {
   const std::string secret = "?secret=JBSWY3DPEHPK3PXP";
   for (const std::string& url :
        {"otpauth://totp/a%E2%80%AEb" + secret, "otpauth://totp/a" + secret + "&display=x%0Ay"}) {
-    expectFailure(home.run({"import", url}), 1, "do not show");
+    expectFailure(home.run({"import", url}), 1, "are invisible");
   }
   EXPECT_EQ(home.names(), Strings{});
 }

@@ -153,7 +153,7 @@ TEST(Settings, CheckOfAGoodFile) {
   const CliHome home;
   const Ended ended = home.run({"settings", "--check", home.settingsFile()});
   expectSuccess(ended);
-  EXPECT_EQ(ended.out, "Nothing to look at.\n");
+  EXPECT_EQ(ended.out, "No problems found.\n");
 }
 
 TEST(Settings, CheckTellsLineAndReason) {
@@ -162,12 +162,12 @@ TEST(Settings, CheckTellsLineAndReason) {
   const Ended ended = home.run({"settings", "--check", home.settingsFile()});
   EXPECT_EQ(ended.exit_code, 1);
   EXPECT_EQ(ended.out, home.settingsFile() + ":2: Unknown key \"Colour\"\n");
-  EXPECT_EQ(ended.err, "softtoken-cli: One thing to look at\n");
+  EXPECT_EQ(ended.err, "softtoken-cli: Found 1 problem; fix the line above\n");
 }
 
 TEST(Settings, CheckOfAFileThatIsNotThere) {
   const CliHome home;
-  expectFailure(home.run({"settings", "--check", home.path("none.ini")}), 1, "cannot be read");
+  expectFailure(home.run({"settings", "--check", home.path("none.ini")}), 1, "Cannot read ");
 }
 
 }  // namespace

@@ -147,7 +147,7 @@ TEST(Watch, NamesDoNotSteerTheTerminal) {
   home.plant("\x1b]0;owned\x07\x1b[31mred\nsecond\u009Bthird", 1);
   const auto terminal = home.runOnTerminal({"watch"});
   expectLive(*terminal);
-  EXPECT_TRUE(terminal->await("q quits"));
+  EXPECT_TRUE(terminal->await("Press q to quit"));
   terminal->type("q");
   const Ended ended = terminal->finish();
   EXPECT_TRUE(has(ended.out, "owned"));

@@ -30,7 +30,7 @@ TEST(SettingsCheck, EveryKeyWithItsDefaultIsGoodButTheEmptyAddress) {
   for (const Ini::Key& key : Ini::keys()) {
     text += std::string(key.name) + "=" + key.default_value + "\n";
   }
-  EXPECT_EQ(findings(text), Lines{"1: EnrolURL is empty and reads as its default, "});
+  EXPECT_EQ(findings(text), Lines{"1: EnrolURL is empty; its default \"\" is used"});
 }
 
 TEST(SettingsCheck, UnknownKey) {
@@ -39,26 +39,26 @@ TEST(SettingsCheck, UnknownKey) {
 
 TEST(SettingsCheck, LineWithoutEqualsEndsTheReading) {
   EXPECT_EQ(findings("Debug=1\nAllowManual\nAllowHTTP=1\n"),
-            Lines{"2: No \"=\": the reading ends here, and what follows does not count"});
+            Lines{"2: No \"=\": everything from here on is ignored"});
 }
 
 TEST(SettingsCheck, BlanksAroundEquals) {
   EXPECT_EQ(findings("Debug =1\nAllowManual= 1\n"),
-            (Lines{"1: The blanks around \"Debug\" are part of the key, which is unknown so",
-                   "2: The blanks around \"1\" are part of the value",
-                   "2: AllowManual= 1 is neither true nor false and reads as its default, false"}));
+            (Lines{"1: The spaces around \"Debug\" make it an unknown key; remove them",
+                   "2: The spaces around \"1\" are part of the value",
+                   "2: AllowManual= 1 is neither true nor false; its default \"false\" is used"}));
 }
 
 TEST(SettingsCheck, ValuesThatReadAsSomethingElse) {
   EXPECT_EQ(findings("AllowHTTP=on\nButtonFontSize=large\nStrPassword=\n"),
-            (Lines{"1: AllowHTTP=on is neither true nor false and reads as its default, false",
-                   "2: ButtonFontSize=large is not a whole number and reads as 0",
-                   "3: StrPassword is empty and reads as its default, Microsoft Password"}));
+            (Lines{"1: AllowHTTP=on is neither true nor false; its default \"false\" is used",
+                   "2: ButtonFontSize=large is not a whole number; it is read as 0",
+                   "3: StrPassword is empty; its default \"Microsoft Password\" is used"}));
 }
 
 TEST(SettingsCheck, RepeatedKeyInAnotherCase) {
   EXPECT_EQ(findings("Debug=1\nDEBUG=0\n"),
-            Lines{"2: Debug stands in line 1 already; this line counts"});
+            Lines{"2: Debug is already in line 1; this line replaces it"});
 }
 
 TEST(SettingsCheck, ByteOrderMarkIsNoPartOfTheFirstKey) {
@@ -68,7 +68,8 @@ TEST(SettingsCheck, ByteOrderMarkIsNoPartOfTheFirstKey) {
 }
 
 TEST(SettingsCheck, NotUtf8) {
-  EXPECT_EQ(findings("Debug=\xFF\n"), Lines{"1: The file is not UTF-8 and counts as unreadable"});
+  EXPECT_EQ(findings("Debug=\xFF\n"),
+            Lines{"1: The file is not UTF-8 text and is ignored; save it as UTF-8"});
 }
 
 }  // namespace

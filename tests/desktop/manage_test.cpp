@@ -343,7 +343,8 @@ TEST_F(DeleteTest, WhatChangedMeanwhileIsNotDeleted) {
   ASSERT_EQ(alert(), delete_question);
   clickInAlert("YES");
   ASSERT_TRUE(until([&] { return alert() != delete_question; }));
-  answer("The tokens changed in the meantime; nothing was deleted", "OK");
+  answer("The tokens changed in the meantime and nothing was deleted; check them and try again",
+         "OK");
   EXPECT_EQ(storedNames(), (Strings{"Two", "Three"}));
 }
 

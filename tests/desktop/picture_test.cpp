@@ -179,7 +179,7 @@ TEST_P(PictureTest, Trouble) {
   start();
   clickIcon();
   ASSERT_TRUE(opens());
-  ASSERT_TRUE(comesToSay("keyring service"));
+  ASSERT_TRUE(comesToSay("keychain service"));
   takeOf("trouble", panel()->place);
 }
 

@@ -164,7 +164,7 @@ TEST_F(LinkTest, ALinkThatReplacesATokenSaysSo) {
   add("Work");
   start();
   EXPECT_EQ(startAgain({link()}).exit_code, 0);
-  answer(std::string(question) + "\n\nIt replaces the token of that name.", "YES");
+  answer(std::string(question) + "\n\nThis replaces the token of that name.", "YES");
   EXPECT_TRUE(opens());
   EXPECT_TRUE(showsPasscode(0, other_seed_16, 60));
   EXPECT_EQ(storedNames(), Strings{"Work"});
@@ -192,8 +192,8 @@ TEST_F(LinkTest, ABadLinkIsRefusedWithItsReason) {
   start();
   const std::pair<std::string, const char*> bad[] = {
       {"https://example.org/", "This is not an otpauth:// URL"},
-      {"otpauth://hotp/Work?secret=" + std::string(seed_16), "of another type"},
-      {"otpauth://totp/Work?period=30", "holds no secret"},
+      {"otpauth://hotp/Work?secret=" + std::string(seed_16), "another type of token"},
+      {"otpauth://totp/Work?period=30", "has no secret"},
       {"otpauth://totp/Work?secret=" + std::string(seed_16) + "&period=45", "neither 30 nor 60"}};
   for (const auto& [text, reason] : bad) {
     EXPECT_EQ(startAgain({text}).exit_code, 0);

@@ -73,15 +73,15 @@ TEST_F(TroubleTest, ALockedKeyringIsTold) {
   lock();
   const Files before = files();
   start();
-  expectWords("The keyring is locked");
-  expectAddingFails("The keyring is locked");
+  expectWords("The keychain is locked");
+  expectAddingFails("The keychain is locked");
   EXPECT_EQ(files(), before);
 }
 
 TEST_F(TroubleTest, OnceUnlockedTheTokensShowAtTheNextOpening) {
   lock();
   start();
-  expectWords("The keyring is locked");
+  expectWords("The keychain is locked");
   clickIcon();
   ASSERT_TRUE(closes());
   BusClient client;
@@ -109,15 +109,15 @@ TEST_F(TroubleTest, AnAbsentKeyringIsTold) {
   session_.killDaemon();
   const Files before = files();
   start();
-  expectWords("start a keyring service");
-  expectAddingFails("start a keyring service");
+  expectWords("start a keychain service");
+  expectAddingFails("start a keychain service");
   EXPECT_EQ(files(), before);
 }
 
 TEST_F(TroubleTest, AKeyringThatComesLaterIsFound) {
   session_.killDaemon();
   start();
-  expectWords("start a keyring service");
+  expectWords("start a keychain service");
   clickIcon();
   ASSERT_TRUE(closes());
   session_.startDaemon("open sesame");
@@ -129,7 +129,7 @@ TEST_F(TroubleTest, AHungKeyringIsTold) {
   start();
   session_.daemon().signal(SIGSTOP);
   const Files before = files();
-  expectWords("gave no answer");
+  expectWords("did not answer");
   EXPECT_EQ(files(), before);
   session_.daemon().signal(SIGCONT);
   clickIcon();
@@ -142,7 +142,7 @@ TEST_F(TroubleTest, AHungKeyringAddsNothing) {
   start();
   session_.daemon().signal(SIGSTOP);
   const Files before = files();
-  expectAddingFails("gave no answer");
+  expectAddingFails("did not answer");
   EXPECT_EQ(files(), before);
 }
 

@@ -68,7 +68,7 @@ UrlResponse Script::load(const UrlRequest& request) {
   changed_.wait(lock, [&] { return stopped_ || !held_.contains(number); });
   if (!stopped_) return response;
   UrlResponse ended;
-  ended.error = UrlResponse::Error{"The request was ended", 42};
+  ended.error = UrlResponse::Error{"The request was cancelled", 42};
   return ended;
 }
 

@@ -144,7 +144,7 @@ TEST_F(KeychainsTest, NothingIsStoredWhenTheChoiceCannotBeRemembered) {
     const KeychainStatus status = addTo(*opened.service);
     EXPECT_EQ(status, KeychainStatus::write_permission);
     const std::string message = opened.service->message(status);
-    EXPECT_NE(message.find("cannot be written down"), std::string::npos) << message;
+    EXPECT_NE(message.find("Cannot record the choice"), std::string::npos) << message;
     EXPECT_EQ(lookInto(kind), KeychainStatus::item_not_found);
     EXPECT_FALSE(vaultExists());
 

@@ -28,7 +28,7 @@ TEST_F(LoginItemsLinuxTest, EnablingWritesTheEntryAndDisablingTakesItAway) {
             "Type=Application\n"
             "Version=1.0\n"
             "Name=Talvane Soft Token\n"
-            "Comment=Passcodes in the tray\n"
+            "Comment=Show your one-time passcodes from the status area\n"
             "Exec=\"" +
                 program +
                 "\" --no-console-log\n"

@@ -76,7 +76,8 @@ TEST_F(AddingTest, LogIsThatOfTheEngine) {
 TEST_F(AddingTest, SameCreationNameAsksFirst) {
   fill({"A", "B|Bee", "C"});
   const SoftTokenInfo wanted = token("B", other_seed_16);
-  expectRefused(adding(wanted, SameName::refuse), Next::confirm, "created as \"B\" is in slot 1");
+  expectRefused(adding(wanted, SameName::refuse), Next::confirm,
+                "Slot 1 already holds a token that was created as \"B\"");
   EXPECT_EQ(store.add(wanted, SameName::refuse).error().slot, 1);
   EXPECT_EQ(store.plan(wanted)->slot, 1);
   EXPECT_EQ(store.plan(wanted)->replaces, "Bee");
@@ -129,7 +130,7 @@ TEST_F(AddingTest, RefusedSeedsAndNames) {
     expectRefused([&, s = seed] { return store.plan(token("B", s)); }, Next::other_input, words);
   }
   expectNotAdded(token(""), Next::other_input, "empty name");
-  expectNotAdded(token("a\xE2\x80\xAE"), Next::other_input, "do not show");
+  expectNotAdded(token("a\xE2\x80\xAE"), Next::other_input, "are invisible");
 }
 
 TEST_F(AddingTest, AllSlotsTaken) {
@@ -160,7 +161,7 @@ TEST_F(AddingTest, GapIsFilled) {
 TEST_F(AddingTest, TokenOfTheSameNameBehindAGapIsNotDoubled) {
   fill({"A", "", "C"});
   expectNotAdded(token("C", other_seed_16), Next::clear_slot,
-                 "slot 1 is empty and hides those after it; delete it first", 1);
+                 "slot 1 is empty and hides the tokens after it; delete it first", 1);
 }
 
 TEST_F(AddingTest, RecordThatDoesNotLoadIsNotWrittenOver) {
@@ -170,11 +171,12 @@ TEST_F(AddingTest, RecordThatDoesNotLoadIsNotWrittenOver) {
     fill({"A"});
     foreign ? makeForeign(0) : damage(0);
     // Nothing behind it: a new token would have to take its place or be hidden.
-    expectNotAdded(token("B"), Next::clear_slot,
-                   foreign ? "the record in slot 0 is of another computer or user, or was altered; "
-                             "delete it first"
-                           : "the record in slot 0 is damaged; delete it first",
-                   0);
+    expectNotAdded(
+        token("B"), Next::clear_slot,
+        foreign ? "the record in slot 0 belongs to another computer or user, or was changed; "
+                  "delete it first"
+                : "the record in slot 0 is damaged; delete it first",
+        0);
     EXPECT_EQ(store.checkRoom().error().next, Next::clear_slot);
   }
 }

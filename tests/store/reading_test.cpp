@@ -47,23 +47,25 @@ TEST_F(ReadingTest, AllSlots) {
 TEST_F(ReadingTest, Gap) {
   fill({"A", "", "", "B", "", "C"});
   EXPECT_EQ(readNames(), Names{"A"});
-  expectObstacle(Kind::gap, 1, 2, "Slot 1 is empty and hides those after it");
+  expectObstacle(Kind::gap, 1, 2, "Slot 1 is empty and hides the tokens after it");
 }
 
 TEST_F(ReadingTest, GapBeforeTheLastSlot) {
   fill({""});
   auto last = vane::max_tokens - 1;
   ASSERT_TRUE(vane::WriteToken(&last, token("Z")));
-  expectObstacle(Kind::gap, 0, 1, "Slot 0 is empty and hides those after it");
+  expectObstacle(Kind::gap, 0, 1, "Slot 0 is empty and hides the tokens after it");
 }
 
 TEST_F(ReadingTest, DamagedRecord) {
   fill({"A", "B", "C"});
   damage(1);
   EXPECT_EQ(readNames(), Names{"A"});
-  expectObstacle(Kind::damaged, 1, 1, "The record in slot 1 is damaged and hides those after it");
+  expectObstacle(Kind::damaged, 1, 1,
+                 "The record in slot 1 is damaged and hides the tokens after it");
   damage(2);
-  expectObstacle(Kind::damaged, 1, 1, "The record in slot 1 is damaged and hides those after it");
+  expectObstacle(Kind::damaged, 1, 1,
+                 "The record in slot 1 is damaged and hides the tokens after it");
 }
 
 TEST_F(ReadingTest, DamagedRecordThatHidesNothing) {
@@ -76,26 +78,29 @@ TEST_F(ReadingTest, ForeignRecord) {
   fill({"A", "B", "C"});
   makeForeign(0);
   EXPECT_EQ(readNames(), Names{});
-  expectObstacle(Kind::foreign, 0, 2,
-                 "The record in slot 0 is of another computer or user, or was altered, and hides "
-                 "those after it");
+  expectObstacle(
+      Kind::foreign, 0, 2,
+      "The record in slot 0 belongs to another computer or user, or was changed, and hides "
+      "the tokens after it");
 }
 
 TEST_F(ReadingTest, ForeignRecordThatHidesNothing) {
   fill({"A", "B"});
   makeForeign(1);
   expectObstacle(Kind::foreign, 1, 0,
-                 "The record in slot 1 is of another computer or user, or was altered");
+                 "The record in slot 1 belongs to another computer or user, or was changed");
 }
 
 TEST_F(ReadingTest, RecordBehindAGapIsTheObstacleWhenItDoesNotLoad) {
   fill({"A", "", "B", "C"});
   makeForeign(2);
-  expectObstacle(Kind::foreign, 2, 1,
-                 "The record in slot 2 is of another computer or user, or was altered, and hides "
-                 "those after it");
+  expectObstacle(
+      Kind::foreign, 2, 1,
+      "The record in slot 2 belongs to another computer or user, or was changed, and hides "
+      "the tokens after it");
   damage(2);
-  expectObstacle(Kind::damaged, 2, 1, "The record in slot 2 is damaged and hides those after it");
+  expectObstacle(Kind::damaged, 2, 1,
+                 "The record in slot 2 is damaged and hides the tokens after it");
 }
 
 TEST_F(ReadingTest, KeychainThatDoesNotAnswerIsNeverEmpty) {

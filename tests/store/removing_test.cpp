@@ -53,7 +53,8 @@ TEST_F(RemovingTest, AnotherTokenInTheSlot) {
   fill({"A", "B", "C"});
   const StoredTokens seen = read();
   ASSERT_TRUE(remove({0}).has_value());
-  constexpr const char* words = "The tokens changed in the meantime; nothing was deleted";
+  constexpr const char* words =
+      "The tokens changed in the meantime and nothing was deleted; check them and try again";
   for (const std::size_t slot : {0U, 1U, 2U, 3U, 31U}) {
     expectRefused([&] { return store.remove(selection({slot}), seen); }, Next::look_again, words);
   }

@@ -73,7 +73,8 @@ TEST_F(RenamingTest, OldNamesThatWouldBeRefusedTodayAreNoHindrance) {
 }
 
 TEST_F(RenamingTest, AnotherTokenInTheSlot) {
-  constexpr const char* words = "The tokens changed in the meantime; nothing was renamed";
+  constexpr const char* words =
+      "The tokens changed in the meantime and nothing was renamed; check them and try again";
   auto slot = 1;
   ASSERT_TRUE(vane::WriteToken(&slot, token("B|Bee", other_seed_16)));
   expectRefused([&] { return rename(1, "new"); }, Next::look_again, words);

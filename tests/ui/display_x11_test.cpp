@@ -32,8 +32,7 @@ TEST_F(PrepareDisplay, ThePlatformThatTheUserChoseStays) {
 }
 
 TEST_F(PrepareDisplay, NoDisplayIsToldWithAWayOut) {
-  EXPECT_EQ(prepareDisplay(),
-            "There is no display to show the program on; without a desktop, use softtoken-cli");
+  EXPECT_EQ(prepareDisplay(), "No display found; without a desktop, use softtoken-cli");
   EXPECT_EQ(platform(), "unset");
 }
 
@@ -41,8 +40,7 @@ TEST_F(PrepareDisplay, EmptyVariablesCountAsUnset) {
   environment.set("DISPLAY", "");
   environment.set("WAYLAND_DISPLAY", "");
   environment.set("QT_QPA_PLATFORM", "");
-  EXPECT_EQ(prepareDisplay(),
-            "There is no display to show the program on; without a desktop, use softtoken-cli");
+  EXPECT_EQ(prepareDisplay(), "No display found; without a desktop, use softtoken-cli");
 }
 
 TEST_F(PrepareDisplay, WaylandAloneIsLeftToTheToolkit) {
@@ -54,7 +52,7 @@ TEST_F(PrepareDisplay, WaylandAloneIsLeftToTheToolkit) {
 TEST_F(PrepareDisplay, DisplayThatDoesNotAnswerIsNamed) {
   environment.set("DISPLAY", ":60123");
   EXPECT_EQ(prepareDisplay(),
-            "The display :60123 cannot be reached; without a desktop, use softtoken-cli");
+            "Cannot open the display :60123; without a desktop, use softtoken-cli");
 }
 
 TEST_F(PrepareDisplay, DisplayOfAWaylandSessionIsPreferred) {

@@ -1,4 +1,4 @@
-// What comes from outside the panel: links, pictures, and what other starts of the program ask for.
+// What comes from outside the panel: links, images, and the requests of other starts.
 
 #include <QDragEnterEvent>
 #include <QMimeData>
@@ -71,7 +71,7 @@ TEST_F(ImportTest, ReplacingIsSaid) {
   app().importLink(QStringLiteral("otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ"));
   EXPECT_EQ(alerts.texts(),
             (Lines{"Add the token \"Work\", with a new passcode every 30 seconds?\n\n"
-                   "It replaces the token of that name."}));
+                   "This replaces the token of that name."}));
   EXPECT_EQ(storedNames(), (Lines{"Work"}));
 }
 
@@ -86,15 +86,15 @@ TEST_F(ImportTest, ThirteenCharactersShowTheResponse) {
 
 TEST_F(ImportTest, LinksThatCannotBeStoredAreTold) {
   const std::pair<const char*, const char*> links[] = {
-      {"https://example.org", "This is not an otpauth:// URL"},
-      {"", "This is not an otpauth:// URL"},
+      {"https://example.org", "This is not an otpauth:// URL; use the URL or QR code of a token"},
+      {"", "This is not an otpauth:// URL; use the URL or QR code of a token"},
       {"otpauth://hotp/a?secret=GEZDGNBVGY3TQOJQ",
-       "Only otpauth://totp/ URLs can be imported; this one is of another type"},
-      {"otpauth://totp/a", "The URL holds no secret; get a complete one"},
+       "This URL is for another type of token; use an otpauth://totp/ URL"},
+      {"otpauth://totp/a", "The URL has no secret; get a complete URL"},
       {"otpauth://totp/a?secret=GEZDGNBVGY3TQOJQ&period=45",
-       "The URL's period is neither 30 nor 60 seconds"},
+       "The URL's period is neither 30 nor 60 seconds; ask for another URL"},
       {"otpauth://totp/?secret=GEZDGNBVGY3TQOJQ",
-       "The token would have an empty name; give one with other characters than |"}};
+       "The name is empty; enter at least one character other than |"}};
   app();
   for (const auto& [text, words] : links) {
     alerts.seen.clear();
@@ -220,7 +220,7 @@ TEST_F(ImportTest, OtherThingsDroppedGetAHint) {
   content.setText(QStringLiteral("hello"));
   drop(content);
   EXPECT_EQ(alerts.texts(),
-            (Lines{"Drop an otpauth:// link or a picture of its QR code (PNG or JPEG) here"}));
+            (Lines{"Drop an otpauth:// link here, or an image of its QR code (PNG or JPEG)"}));
 }
 
 TEST_F(ImportTest, RequestsOfOtherStarts) {

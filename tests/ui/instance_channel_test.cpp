@@ -192,7 +192,9 @@ TEST_F(InstanceChannelTest, PathThatIsTooLongIsTold) {
   home.environment.set("XDG_RUNTIME_DIR", path);
   InstanceChannel channel("");
   EXPECT_FALSE(channel.becomeFirst());
-  EXPECT_EQ(channel.error(), "The path " + path + "/softtoken/instance.socket is too long");
+  EXPECT_EQ(channel.error(),
+            "The path " + path +
+                "/softtoken/instance.socket is too long; set XDG_RUNTIME_DIR to a shorter one");
   EXPECT_FALSE(channel.send(QStringLiteral("toggle")));
 }
 
@@ -202,7 +204,7 @@ TEST_F(InstanceChannelTest, FolderThatCannotBeMadeIsTold) {
   home.environment.set("XDG_RUNTIME_DIR", file);
   InstanceChannel channel("");
   EXPECT_FALSE(channel.becomeFirst());
-  EXPECT_TRUE(channel.error().starts_with("The folder " + file + "/softtoken cannot be made: "))
+  EXPECT_TRUE(channel.error().starts_with("Cannot create the folder " + file + "/softtoken ("))
       << channel.error();
 }
 
@@ -210,8 +212,8 @@ TEST_F(InstanceChannelTest, LockThatCannotBeOpenedIsTold) {
   std::filesystem::create_directories(lockPath());
   InstanceChannel channel("");
   EXPECT_FALSE(channel.becomeFirst());
-  EXPECT_EQ(channel.error(),
-            "The file " + lockPath() + " cannot be opened: " + std::strerror(EISDIR));
+  EXPECT_EQ(channel.error(), "Cannot open " + lockPath() + " (" + std::strerror(EISDIR) +
+                                 "); check what it is and who owns it");
 }
 
 TEST_F(InstanceChannelTest, LockThatIsALinkIsNotFollowed) {

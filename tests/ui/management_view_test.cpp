@@ -224,8 +224,11 @@ TEST_F(ManagementTest, NothingIsDeletedWhenAnotherProgramMovedTheTokens) {
   });
   click("cvtrash");
   EXPECT_EQ(storedNames(), (Lines{"Token 1", "Token 2"}));
-  EXPECT_EQ(alerts.texts(), (Lines{"Are you sure you want to delete these tokens?",
-                                   "The tokens changed in the meantime; nothing was deleted"}));
+  EXPECT_EQ(
+      alerts.texts(),
+      (Lines{
+          "Are you sure you want to delete these tokens?",
+          "The tokens changed in the meantime and nothing was deleted; check them and try again"}));
   EXPECT_EQ(shownNames(), (Lines{"Token 1", "Token 2"}));
 }
 
@@ -344,7 +347,10 @@ TEST_F(ManagementTest, NameIsNotGivenToATokenThatMovedIntoTheSlot) {
   rename(0, "Bank");
   deleteStored(0);
   click("cvhome");
-  EXPECT_EQ(alerts.texts(), (Lines{"The tokens changed in the meantime; nothing was renamed"}));
+  EXPECT_EQ(
+      alerts.texts(),
+      (Lines{
+          "The tokens changed in the meantime and nothing was renamed; check them and try again"}));
   EXPECT_EQ(storedNames(), (Lines{"Token 1"}));
   EXPECT_EQ(openView(), "cv");
   EXPECT_EQ(shownNames(), (Lines{"Token 1"}));

@@ -61,7 +61,7 @@ TEST(StartOptions, WishesExcludeEachOther) {
     const StartOptions options = read(line);
     EXPECT_TRUE(options.failed) << line[0];
     EXPECT_EQ(options.output,
-              "softtoken: Give one of --toggle, --quit and a link; see softtoken --help\n");
+              "softtoken: Give only one of --toggle, --quit and a link; see `softtoken --help`\n");
   }
 }
 
@@ -70,7 +70,7 @@ TEST(StartOptions, UnknownOptionsAreRefused) {
     const StartOptions options = read({option});
     EXPECT_TRUE(options.failed) << option;
     EXPECT_TRUE(options.output.starts_with("softtoken: ")) << options.output;
-    EXPECT_TRUE(options.output.ends_with("; see softtoken --help\n")) << options.output;
+    EXPECT_TRUE(options.output.ends_with("; see `softtoken --help`\n")) << options.output;
   }
 }
 

@@ -135,7 +135,7 @@ TEST(VaultDamage, AnotherFileIsNotAVault) {
                     "which was fine all day long.\n")}) {
     SCOPED_TRACE(content);
     writeFile(folder.vault(), content);
-    EXPECT_NE(expectInvalid(folder).find("not a vault"), std::string::npos);
+    EXPECT_NE(expectInvalid(folder).find("not a keychain"), std::string::npos);
     EXPECT_FALSE(exists(folder.key()));
   }
 }
@@ -195,7 +195,7 @@ TEST(VaultDamage, ALinkIsNotFollowed) {
     fs::rename(path, elsewhere);
     fs::create_symlink(elsewhere, path);
     const std::string before = readFile(elsewhere);
-    EXPECT_NE(expectRefused(folder, Status::not_available).find(path + " cannot be used"),
+    EXPECT_NE(expectRefused(folder, Status::not_available).find("Cannot use " + path),
               std::string::npos);
     EXPECT_EQ(readFile(elsewhere), before);
     EXPECT_TRUE(fs::is_symlink(path));

@@ -82,7 +82,7 @@ TEST(VaultDisk, WhatAnotherUserOwnsIsRefused) {
     const auto keychain = folder.open();
     EXPECT_EQ(statusOf(*keychain, "token 0"), Status::not_available);
     const std::string words = keychain->message(Status::not_available);
-    EXPECT_NE(words.find(path + " cannot be used (it is not yours alone)"), std::string::npos)
+    EXPECT_NE(words.find("Cannot use " + path + " (it belongs to another user)"), std::string::npos)
         << words;
     EXPECT_EQ(statusOf(*keychain, "token 9"), Status::not_available);
     EXPECT_EQ(keychain->beginChange(), Status::not_available);

@@ -355,7 +355,7 @@ TEST(Vault, DescribesItself) {
   const VaultFolder folder;
   folder.fill(1);
   const KeychainDescription description = folder.open()->describe();
-  EXPECT_EQ(description.name, "embedded vault");
+  EXPECT_EQ(description.name, "vault");
   EXPECT_EQ(description.location, folder.vault());
   EXPECT_EQ(description.status, Status::ok);
 }

@@ -6,7 +6,7 @@
 
 namespace talvane {
 
-/// Where a signal of a bus arrives.
+/// Receives a D-Bus signal.
 class BusSignal : public QObject {
   Q_OBJECT
 

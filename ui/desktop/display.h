@@ -4,8 +4,8 @@
 
 namespace talvane {
 
-/// Chooses the toolkit's platform, and makes sure that the display can be reached. Returns why not,
-/// for the user.
+/// Chooses the toolkit's platform and checks that the display can be opened. Returns an error for
+/// the user; empty on success.
 std::string prepareDisplay();
 
 }  // namespace talvane

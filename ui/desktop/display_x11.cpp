@@ -25,13 +25,12 @@ std::string prepareDisplay() {
   if (isSet("QT_QPA_PLATFORM")) return {};
   const std::string advice = "; without a desktop, use softtoken-cli";
   if (!isSet("DISPLAY")) {
-    return isSet("WAYLAND_DISPLAY") ? std::string()
-                                    : "There is no display to show the program on" + advice;
+    return isSet("WAYLAND_DISPLAY") ? std::string() : "No display found" + advice;
   }
   // The panel has to choose its place, which only X11 lets it do.
   setenv("QT_QPA_PLATFORM", "xcb", 1);
   if (!displayAnswers()) {
-    return "The display " + std::string(std::getenv("DISPLAY")) + " cannot be reached" + advice;
+    return "Cannot open the display " + std::string(std::getenv("DISPLAY")) + advice;
   }
   return {};
 }

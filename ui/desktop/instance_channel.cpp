@@ -21,7 +21,7 @@ namespace talvane {
 namespace {
 
 constexpr std::size_t longest_request = 65536;
-// What the first spends on one request, which blocks it; a later one waits for several of those.
+// The first program blocks for at most this long per request; a later one waits for several.
 constexpr auto patience_with_request = std::chrono::milliseconds(500);
 constexpr auto patience_with_answer = std::chrono::milliseconds(3000);
 constexpr char taken = '+';
@@ -40,7 +40,7 @@ class Descriptor {
   int number_;
 };
 
-// Programs that we start do not inherit it.
+// Child processes do not inherit it.
 int keptToUs(int descriptor) {
   if (descriptor >= 0) fcntl(descriptor, F_SETFD, FD_CLOEXEC);
   return descriptor;
@@ -64,7 +64,7 @@ const sockaddr* generic(const sockaddr_un& address) {
   return reinterpret_cast<const sockaddr*>(&address);
 }
 
-// Up to the end of what the other side sends; empty when that does not come in time.
+// Everything the other side sends; empty when its end does not come in time.
 QByteArray readWhole(int descriptor, std::chrono::milliseconds patience) {
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + patience;
@@ -118,16 +118,18 @@ InstanceChannel::~InstanceChannel() {
 bool InstanceChannel::becomeFirst() {
   sockaddr_un address{};
   if (!makePrivateFolder(channelFolder())) {
-    error_ = "The folder " + channelFolder() + " cannot be made: " + std::strerror(errno);
+    error_ = "Cannot create the folder " + channelFolder() + " (" + std::strerror(errno) +
+             "); check what is in its place and who may write there";
     return false;
   }
   if (!addressOf(socket_path_, &address)) {
-    error_ = "The path " + socket_path_ + " is too long";
+    error_ = "The path " + socket_path_ + " is too long; set XDG_RUNTIME_DIR to a shorter one";
     return false;
   }
   lock_ = open(lock_path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
   if (lock_ < 0) {
-    error_ = "The file " + lock_path_ + " cannot be opened: " + std::strerror(errno);
+    error_ = "Cannot open " + lock_path_ + " (" + std::strerror(errno) +
+             "); check what it is and who owns it";
     return false;
   }
   if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
@@ -135,7 +137,7 @@ bool InstanceChannel::becomeFirst() {
     lock_ = -1;
     return false;
   }
-  // What a program that died has left.
+  // A program that died may have left one.
   unlink(socket_path_.c_str());
   listening_ = keptToUs(socket(AF_UNIX, SOCK_STREAM, 0));
   const mode_t mask = umask(0077);
@@ -144,7 +146,7 @@ bool InstanceChannel::becomeFirst() {
                        ::listen(listening_, SOMAXCONN) == 0;
   umask(mask);
   if (!listens) {
-    // Alone it can work all the same.
+    // The program works without it too.
     if (listening_ >= 0) ::close(listening_);
     listening_ = -1;
   }
@@ -162,7 +164,7 @@ void InstanceChannel::accept() {
   if (!request.isEmpty() && received) received(QString::fromUtf8(request));
 }
 
-// The other side is let go before the request is performed, which may take a user's answer.
+// Close first: performing the request may wait for the user.
 QByteArray InstanceChannel::takeRequest() const {
   const Descriptor other(keptToUs(::accept(listening_, nullptr, nullptr)));
   if (other.get() < 0) return {};
@@ -177,7 +179,7 @@ bool InstanceChannel::send(const QString& request) const {
   if (!addressOf(socket_path_, &address)) return false;
   const Descriptor other(keptToUs(socket(AF_UNIX, SOCK_STREAM, 0)));
   if (other.get() < 0) return false;
-  // One that has just started may hold the lock and not listen yet.
+  // A program that has just started may hold the lock and not listen yet.
   for (int attempt = 0; ::connect(other.get(), generic(address), sizeof(address)) != 0; ++attempt) {
     if (attempt == 20) return false;
     usleep(50'000);

@@ -1,8 +1,8 @@
 #pragma once
 
-// One running program per user and display. The first one holds a lock for as long as it lives and
-// listens; a later one hands it what it was asked to do. A program that died holds nothing. The
-// channel lies in a folder that only the user can enter. SIGPIPE has to be ignored.
+// One running program per user and display. The first one holds a lock while it runs, and listens;
+// a later one passes its request to it. The lock of a program that died is free. The channel is in
+// a folder that only the user can enter. SIGPIPE must be ignored.
 
 #include <QObject>
 #include <QString>
@@ -17,18 +17,17 @@ namespace talvane {
 
 class InstanceChannel : public QObject {
  public:
-  /// Where the channel lies; `display` tells sessions of one user apart.
+  /// `display` tells the sessions of one user apart.
   explicit InstanceChannel(const std::string& display);
   ~InstanceChannel() override;
 
-  /// Whether this program is the first one. False with `error` set: neither first nor can the first
-  /// one be found out.
+  /// Whether this program is the first one. If it returns false and sets `error`, this is unknown.
   bool becomeFirst();
-  /// Calls `received` with every request from then on, by the event loop.
+  /// From now on, calls `received` from the event loop with every request.
   void listen();
   std::function<void(const QString& request)> received;
 
-  /// Hands the request to the first program. False: it does not take it.
+  /// Passes the request to the first program. Returns false if that program does not accept it.
   [[nodiscard]] bool send(const QString& request) const;
 
   [[nodiscard]] const std::string& error() const { return error_; }
@@ -45,7 +44,7 @@ class InstanceChannel : public QObject {
   std::unique_ptr<QSocketNotifier> notifier_;
 };
 
-/// The display that this program shows itself on, as part of a file name.
+/// The display of this program, as part of a file name.
 std::string displayName();
 
 }  // namespace talvane

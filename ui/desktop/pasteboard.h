@@ -4,8 +4,8 @@
 
 namespace talvane {
 
-/// Clears the general pasteboard and puts the text on it as plain text, with the hint that keeps
-/// clipboard managers from storing it.
+/// Clears the general pasteboard and puts the text on it as plain text, with the hint that tells
+/// clipboard managers not to store it.
 void copySecret(const QString& text);
 
 }  // namespace talvane

@@ -5,12 +5,12 @@
 
 namespace talvane {
 
-/// The part of the desktop that takes programs' icons.
+/// The part of the desktop that shows programs' icons.
 class StatusArea {
  public:
   virtual ~StatusArea() = default;
   [[nodiscard]] virtual bool isThere() = 0;
-  /// Calls back, from the event loop, when one may have appeared; until `this` ends.
+  /// Calls back from the event loop when one may have appeared, until this object is destroyed.
   virtual void watch(std::function<void()> appeared) = 0;
 };
 

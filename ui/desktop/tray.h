@@ -10,17 +10,17 @@
 
 namespace talvane {
 
-/// The program's one permanent face: the icon in the desktop's status area, by the
-/// StatusNotifierItem protocol where the desktop has it, else by XEmbed. Where there is no status
-/// area yet, the icon is there as soon as one appears.
+/// The program's icon in the desktop's status area, by the StatusNotifierItem protocol if the
+/// desktop has it, else by XEmbed. If there is no status area yet, the icon appears as soon as one
+/// does.
 class Tray : public QObject {
  public:
-  /// `clicked` is called when the left button is released over the icon.
+  /// Calls `clicked` when the left button is released over the icon.
   Tray(QIcon image, std::function<void()> clicked);
   ~Tray() override;
 
   void show();
-  /// Whether there was a status area to show it in.
+  /// Whether a status area shows it.
   [[nodiscard]] bool isShown() const { return icon_ != nullptr; }
 
  private:

@@ -9,7 +9,7 @@
 
 namespace talvane {
 
-/// Memory that the X library has allocated for us.
+/// Memory that the X library has allocated.
 struct XcbRelease {
   void operator()(void* memory) const { std::free(memory); }
 };

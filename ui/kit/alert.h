@@ -7,20 +7,20 @@
 
 namespace talvane {
 
-/// The modal alerts of the program. They have one title and one icon, and block until answered.
+/// The program's modal alerts. They share a title and an icon, and block until answered.
 class Alert {
  public:
-  /// As the buttons count: the default one, the alternate one, and anything else.
+  /// The pressed button: the default one, the alternate one, or none of them.
   enum class Result : std::uint8_t { alternate_return = 0, default_return = 1, other = 2 };
 
   static constexpr const char* title = "Talvane Soft Token";
 
-  /// "NO" by default, also for Return and Escape, and "YES" as the alternate.
+  /// Default button "NO", also for Return and Escape; alternate button "YES".
   static Result ask(QWidget* above, const QString& text);
   /// One button, "OK".
   static void tell(QWidget* above, const QString& text);
 
-  /// Whether one is waiting to be answered; brings it to the front if so.
+  /// Whether an alert is waiting for an answer; if so, brings it to the front.
   static bool isOpen();
 };
 

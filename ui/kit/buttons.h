@@ -15,7 +15,7 @@ class KeyedButton : public QAbstractButton {
   bool event(QEvent* event) override;
 };
 
-/// A push button in one of the panel's dresses, by what it lies on.
+/// A push button in one of the panel's styles, which depends on its background.
 class PanelButton : public KeyedButton {
  public:
   enum class Dress : std::uint8_t { toolbar, tile, light /* on a row */ };

@@ -6,8 +6,8 @@
 
 namespace talvane {
 
-/// The bar beside the rows: the elapsed part of the time step grows white from the top, the rest
-/// keeps the colour that warns of the step's end.
+/// The bar beside the rows. The elapsed part of the time step grows in white from the top; the rest
+/// has the colour that warns of the step's end.
 class Countdown : public QWidget {
  public:
   Countdown(const Frame& frame, QWidget* parent);
@@ -23,7 +23,7 @@ class Countdown : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  /// Where the white part ends, and the colour beneath it.
+  /// The end of the white part, and the colour below it.
   [[nodiscard]] int splitFor(int value) const;
   [[nodiscard]] QColor restColour(int value) const;
 

@@ -4,11 +4,11 @@
 
 namespace talvane {
 
-/// The line that `split` divides is 10 wide in a 12 wide bar, at its centre.
+/// `split` divides a line 10 wide, at the centre of a bar 12 wide.
 inline constexpr int countdown_line_x = 6;
-/// Where the elapsed part ends, from the top of a bar this high.
+/// The end of the elapsed part, from the top of a bar this high.
 int countdownSplit(int value, int period, float height);
-/// The index of the colour of what is left.
+/// The index of the colour for the rest.
 int countdownColourIndex(int value, int period);
 
 }  // namespace talvane

@@ -5,7 +5,7 @@
 
 namespace talvane {
 
-/// A line of text to type into.
+/// A one-line text field.
 class PanelField : public QLineEdit {
  public:
   explicit PanelField(QWidget* parent = nullptr);
@@ -14,10 +14,10 @@ class PanelField : public QLineEdit {
   void paintEvent(QPaintEvent* event) override;
 };
 
-/// Empties a field, and leaves nothing that "Undo" could bring back.
+/// Empties a field, so that "Undo" cannot bring the text back.
 void forget(QLineEdit& field);
 
-/// A check box without a caption; the box is at its left end.
+/// A check box without a caption; the box is at the left.
 class PanelCheckbox : public QCheckBox {
  public:
   explicit PanelCheckbox(QWidget* parent = nullptr);

@@ -1,6 +1,6 @@
 #pragma once
 
-// What the panel is laid out in. Coordinates grow downwards from the upper left corner.
+// Views for the panel's layout. Coordinates start at the upper left corner and grow downwards.
 
 #include <QPixmap>
 #include <QWidget>
@@ -15,7 +15,7 @@ class FlippedView : public QWidget {
   explicit FlippedView(const Frame& frame, QWidget* parent = nullptr);
 };
 
-/// An image at its natural size, with other views on it.
+/// An image at its natural size, which may hold other views.
 class FlippedImageView : public QWidget {
  public:
   FlippedImageView(const Frame& frame, QPixmap image, QWidget* parent);
@@ -27,11 +27,11 @@ class FlippedImageView : public QWidget {
   QPixmap image_;
 };
 
-/// Repeats an image from its origin, whatever part is redrawn.
+/// Repeats an image from the view's origin, whichever part is redrawn.
 class TiledImageView : public QWidget {
  public:
   TiledImageView(const Frame& frame, QWidget* parent);
-  /// Keeps a reference of its own.
+  /// Shares the image.
   void setImage(const QPixmap& image);
 
  protected:

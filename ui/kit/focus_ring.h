@@ -8,7 +8,7 @@
 
 namespace talvane {
 
-/// What shows where the keyboard is, within `around`.
+/// The ring that marks the widget with the keyboard focus, within `around`.
 inline void drawFocusRing(QPainter& painter, const QRectF& around, qreal radius,
                           const QColor& colour = paint::focus) {
   painter.setPen(QPen(colour, 2));

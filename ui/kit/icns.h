@@ -6,21 +6,21 @@
 
 namespace talvane {
 
-/// One image of an icon file: a whole PNG file and how wide it is.
+/// One image of an icon file: a whole PNG file, and its width in pixels.
 struct IcnsImage {
   QByteArray png;
   int width = 0;
 };
 
-/// The PNG images in an Apple icon image file, not decoded; none when it is something else, and
-/// those before the damage when it is damaged. They refer to the file's bytes, which the caller
-/// keeps. (A header "icns" and its length, then entries of four letters, the length of the whole
-/// entry, both big-endian, and the image.)
+/// The PNG images in an Apple icon image file, not decoded: none if it is another kind of file,
+/// those before the damage if it is damaged. They refer to the file's bytes, which the caller
+/// keeps. (The format: a header "icns" and the file's length; then entries, each of a four-letter
+/// type, the length of the entry, and the image. Lengths are big-endian.)
 QList<IcnsImage> icnsImages(const QByteArray& file);
 
 /// The program's icon, for windows and alerts.
 const QIcon& applicationIcon();
-/// The program's icon for the status bar: 18 by 18 points.
+/// The program's icon for the status area: 18 by 18 points.
 QIcon statusIcon();
 
 }  // namespace talvane

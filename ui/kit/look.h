@@ -1,6 +1,6 @@
 #pragma once
 
-// The one look of the program: colours, fonts, images.
+// The look of the program: colours, fonts, images.
 
 #include <QColor>
 #include <QFont>
@@ -18,14 +18,13 @@ QRect rectangle(const Frame& frame);
 Frame frameOf(const QRect& rectangle);
 QColor colour(const Colour& colour);
 
-/// The image of this name from the program's own, in the sharpness that the widget's screen
-/// needs. One that is missing is empty.
+/// The program's image of this name, at the resolution of the widget's screen; empty if missing.
 QPixmap artwork(const QString& name, const QWidget& shown_on);
 
 /// The panel's colours.
 namespace paint {
 inline const QColor text{0xff, 0xff, 0xff};
-inline const QColor quiet_text{0xc3, 0xcb, 0xd8};  // also of what cannot be pressed now
+inline const QColor quiet_text{0xc3, 0xcb, 0xd8};  // also for disabled buttons
 inline const QColor dark_text{0x16, 0x34, 0x5f};
 inline const QColor error{0xff, 0x8a, 0x80};
 inline const QColor tile{0x2b, 0x2e, 0x33};
@@ -33,10 +32,10 @@ inline const QColor focus{0x8f, 0xc0, 0xff};
 inline const QColor focus_on_light{0x1f, 0x5f, 0xbf};
 }  // namespace paint
 
-/// Gives the whole program its one look.
+/// Applies the look to the whole program.
 void applyLook();
 
-/// Bold or plain font of the panel at this size in points.
+/// The panel's font, bold or plain, at this size in points.
 QFont panelFont(int size, bool bold = false);
 
 }  // namespace talvane

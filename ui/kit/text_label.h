@@ -8,16 +8,16 @@
 
 namespace talvane {
 
-/// One line or several of fixed text. What is too long for one line ends in "…" and is shown whole
-/// in a tool tip.
+/// One or more lines of fixed text. Text that is too long for one line ends in "…", and a tool tip
+/// shows all of it.
 class TextLabel : public QLabel {
  public:
   explicit TextLabel(QWidget* parent = nullptr);
   void setTextColour(const QColor& colour);
   [[nodiscard]] const QColor& textColour() const { return colour_; }
-  /// In points of the panel, as all its lengths.
+  /// In points of the panel.
   void setFontSize(int size, bool bold = false);
-  /// Shows the beginning of what is very long, and the whole as a tool tip where it has no room.
+  /// Shows the beginning of a very long text. A tool tip shows the rest if there is no room.
   void showText(const QString& whole);
 
  protected:

@@ -25,33 +25,33 @@ class Panel : public QObject {
   Panel(const Ini& ini, TokenStore& store);
   ~Panel() override;
 
-  /// Takes the view over; its name is its own.
+  /// Takes over the view, whose name must be unique.
   template <typename Added>
   Added& add(std::unique_ptr<Added> view) {
     Added& added = *view;
     take(std::move(view));
     return added;
   }
-  /// The window of the view of this name; null: there is none.
+  /// The window of the view with this name; null if there is none.
   [[nodiscard]] SoftTokenWindow* window(const char* name) const;
 
   [[nodiscard]] bool isOpen() const { return bOpen; }
-  /// The window that is open; null: none is.
+  /// The open window; null if none is open.
   [[nodiscard]] SoftTokenWindow* openPanel() const { return ow; }
   [[nodiscard]] const ShownTokens& tokens() const { return tokens_; }
-  /// The last in the order of Tab. There is one once a view was added.
+  /// The last in the tab order. Exists once a view was added.
   [[nodiscard]] QWidget* closeButton() const { return close; }
 
-  /// x < 0: at the default place. y grows upwards, the origin is the lower left corner. A window
-  /// that is no view's is 500 high and not filled.
+  /// Opens the window, at the default place if x < 0. The origin is the lower left corner; y grows
+  /// upwards. A window that belongs to no view is 500 high and stays empty.
   void openWindow(SoftTokenWindow* window, int x, int y, bool roll);
-  /// Does nothing unless this one is open.
+  /// Does nothing unless this window is open.
   void closeWindow(SoftTokenWindow* window, bool roll);
   /// Does nothing unless `from` is open.
   void switchViewfrom(SoftTokenWindow* from, SoftTokenWindow* to);
-  /// Fills the open view anew.
+  /// Fills the open view again.
   void refreshView(SoftTokenWindow* window);
-  /// From the management view to the token view.
+  /// Switches from the management view to the token view.
   void cvtv();
   void closeclicked();
   void makeBackground(int height);
@@ -65,7 +65,7 @@ class Panel : public QObject {
     array.clear();
   }
 
-  /// Something was dropped on the panel. The drag lasts until this returns.
+  /// Called when something is dropped on the panel. The drag lasts until this returns.
   std::function<void(const QMimeData&)> dropped;
 
  private:
@@ -75,7 +75,7 @@ class Panel : public QObject {
   void positionToolbarCommon(QWidget* button, const Frame& frame);
   void releaseClosedPanel();
   bool keyPressed(const SoftTokenWindow* window, const QKeyEvent& event);
-  /// Upwards is negative, in points.
+  /// In points; negative moves up.
   void scroll(int movement);
   void bringIntoView(const QWidget* widget);
 

@@ -4,13 +4,14 @@
 
 namespace talvane {
 
-/// What every view stands on: the logo band at the top, the toolbar band at the bottom, and tiles
-/// between them. The view's content comes above.
+/// The background of every view: the logo band at the top, the toolbar band at the bottom, and
+/// tiles between them. The view's content is on top of it.
 class PanelBackground : public FlippedView {
  public:
   explicit PanelBackground(int height);
 
-  /// Takes the view's content, and above it, as it would take its clicks, the close button.
+  /// Adds the view's content, and the close button above it, so that the content does not take its
+  /// clicks.
   void hold(QWidget* content, QWidget* close);
 };
 

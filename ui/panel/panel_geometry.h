@@ -1,8 +1,8 @@
 #pragma once
 
-// The arithmetic of the panel, in points. Window origins are those of the lower left corner with y
-// growing upwards from the screen's lower edge, as window servers of the panel's kind count;
-// everything inside the panel has its origin in the upper left corner with y growing downwards.
+// The arithmetic of the panel, in points. A window's origin is its lower left corner, with y
+// growing upwards from the screen's lower edge. Inside the panel, the origin is the upper left
+// corner and y grows downwards.
 
 #include <cstdint>
 #include <vector>
@@ -11,7 +11,7 @@
 
 namespace talvane {
 
-/// What counts of the screen that the panel opens on. All 0: there is no screen.
+/// The screen that the panel opens on. All 0 if there is no screen.
 struct ScreenSize {
   int full_height = 0;
   int visible_width = 0;
@@ -27,7 +27,7 @@ enum class ToolbarSlot : std::uint8_t { left, centre, right };
 
 /// A toolbar button within the toolbar.
 Frame toolbarButtonFrame(ToolbarSlot slot);
-/// The bands of a panel of this height.
+/// The bands of a panel with this height.
 Frame logoFrame();
 Frame toolbarFrame(int height);
 Frame tileFrame(int height);
@@ -36,7 +36,7 @@ Frame withoutBands(const Frame& frame);
 
 // Heights of the views.
 
-/// `notice_height`: of the words about what could not be read; 0: there are none.
+/// `notice_height` is the height of the notice about unreadable tokens; 0 if there is none.
 int tokenViewHeight(int tokens, int notice_height = 0);
 int managementViewHeight(int tokens);
 inline constexpr int add_view_height = 160;
@@ -47,45 +47,44 @@ inline constexpr int help_view_height = 246;
 inline constexpr int address_view_height = 270;
 inline constexpr int other_view_height = 500;
 
-// Rows of the token view, within it.
+// Rows of the token view, in its coordinates.
 
 Frame tokenRowFrame(int index);
 inline constexpr Frame description_frame{0, 5, 212, 20};
 inline constexpr Frame passcode_frame{0, 30, 212, 40};
 inline constexpr Frame copy_button_frame{159, 35, 48, 20};
 Frame countdownFrame(int tokens);
-/// Within the panel, under the rows or in their place: words about what could not be read, `height`
-/// high.
+/// The notice about unreadable tokens, `height` high: below the rows or in their place.
 Frame noticeFrame(int tokens, int height);
 
-// Rows of the management view, within it.
+// Rows of the management view, in its coordinates.
 
 Frame managementFieldFrame(int index);
 Frame managementCheckboxFrame(int index);
 
-/// A rectangle given from the lower edge of something `height` high, or given from the upper edge
-/// and wanted from the lower: its own inverse.
+/// Converts a rectangle between coordinates from the lower edge and from the upper edge of
+/// something `height` high. It is its own inverse.
 Frame flipped(const Frame& frame, int height);
 
-// Place and roll of the window. `height` is the panel's.
+// Place and roll of the window. `height` is the height of the panel.
 
-/// Under the menu bar at the right of the screen; with `roll` still above its place.
+/// Under the menu bar at the right of the screen; above that place at the start of a roll (`roll`).
 Place defaultPlace(const ScreenSize& screen, int height, bool roll);
 
-/// What one of `steps` moves; 0 when there are none.
+/// The movement of one of `steps` steps; 0 without steps.
 int rollChunk(int height, std::int64_t steps);
 
-/// Every place the window is moved to, in order: `steps` intermediate ones, then the exact end. A
-/// count of 0 or less: the end alone.
+/// Every place of the window, in order: `steps` intermediate ones, then the exact end. Only the end
+/// if `steps` is 0 or less.
 std::vector<Place> openingRoll(Place start, int height, std::int64_t steps);
-/// As above; the last step carries the rest, and a count of 0 or less moves nowhere.
+/// The same, but the last step carries the rest. Empty if `steps` is 0 or less.
 std::vector<Place> closingRoll(Place start, int height, std::int64_t steps);
 
-/// Where the upper edge (from the screen's upper edge, growing downwards) of a panel that is too
-/// high for the screen comes to lie, when it is to move by `movement` (upwards is negative): within
-/// what keeps it filling the screen below `top`. One that fits stays at `top`.
+/// The upper edge of a panel after a scroll by `movement` (negative is up), measured down from the
+/// screen's upper edge. A panel that is too high for the screen keeps filling it below `top`; one
+/// that fits stays at `top`.
 int scrolledTop(int current_top, int movement, int top, int height, int screen_height);
-/// The movement that brings `first` to `last` (within the panel) onto the screen.
+/// The movement that brings the part from `first` to `last` of the panel onto the screen.
 int movementToShow(int first, int last, int current_top, int top, int screen_height);
 
 }  // namespace talvane

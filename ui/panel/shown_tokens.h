@@ -6,20 +6,20 @@
 
 namespace talvane {
 
-/// The stored tokens, as they were when the open view was opened. Empty while no view shows them.
+/// The stored tokens at the time when the view was opened. Empty while no view shows them.
 class ShownTokens {
  public:
-  /// Borrows it.
+  /// Borrows the store.
   explicit ShownTokens(TokenStore& store) : store_(store) {}
 
-  /// Reads them anew.
+  /// Reads them again.
   void read();
   void clear();
 
   [[nodiscard]] const StoredTokens& stored() const { return stored_; }
   [[nodiscard]] int count() const { return static_cast<int>(stored_.list.size()); }
-  /// For the user: why the tokens, or those behind the last one, could not be read; empty: they
-  /// were.
+  /// For the user: why the tokens, or those after the last one, could not be read; empty if they
+  /// could.
   [[nodiscard]] const std::string& trouble() const { return trouble_; }
 
  private:

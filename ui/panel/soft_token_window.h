@@ -10,38 +10,38 @@ class QMimeData;
 
 namespace talvane {
 
-/// One view's own window: borderless, above others, able to take the keyboard, and not draggable.
-/// It belongs to the one who makes it; its content view belongs to it.
+/// A view's window: borderless, above others, takes the keyboard focus, cannot be dragged. Its
+/// creator owns it; it owns its content view.
 class SoftTokenWindow : public QWidget {
  public:
-  /// Only the rectangle counts; every window of this kind has the same style.
+  /// Uses only the rectangle: every window of this class has the same style.
   explicit SoftTokenWindow(const Frame& content_rectangle);
 
-  /// The view that fills the window. Setting one hands back the one before, with its parent and
-  /// place left to the caller.
+  /// The view that fills the window. Setting a new one returns the old one, whose parent and place
+  /// the caller sets.
   [[nodiscard]] QWidget* contentView() const { return content_view_; }
   QWidget* setContentView(QWidget* view);
 
-  /// Gives back what the window system holds for a window that is not shown.
+  /// Frees what the window system holds for a hidden window.
   void releaseSystemWindow() { destroy(); }
 
-  /// Where the button was last pressed, in the window.
+  /// Where the mouse button was last pressed, in the window.
   [[nodiscard]] QPointF initialLocation() const { return initial_location_; }
   void setInitialLocation(QPointF location) { initial_location_ = location; }
 
-  /// The window's frame with the origin in its lower left corner, on the screen.
+  /// The window's frame on the screen; the origin is the lower left corner.
   [[nodiscard]] Place frameOrigin() const;
   void setFrameOrigin(Place origin);
-  /// Where its upper edge was last put, from the screen's upper edge, growing downwards. What the
-  /// window itself says of its place comes late.
+  /// Where its upper edge was last placed, measured down from the screen's upper edge. The window's
+  /// own position is updated late.
   [[nodiscard]] int topOnScreen() const { return top_on_screen_; }
   void setTopOnScreen(int top);
 
-  // What the panel does with keys, the wheel and what is dropped on it. True: done with.
+  // How the panel handles keys, the wheel and drops. They return true if they handled the event.
   std::function<bool(QKeyEvent&)> key_pressed;
   std::function<void(int points)> wheel_turned;
   std::function<void(const QMimeData&)> dropped;
-  /// The window manager was told to close it.
+  /// Called when the window manager asks to close it.
   std::function<void()> closed_by_user;
 
  protected:
@@ -60,7 +60,7 @@ class SoftTokenWindow : public QWidget {
   int top_on_screen_ = 0;
 };
 
-/// The screen that the panel opens on: its origin and size on the desktop.
+/// Origin and size, on the desktop, of the screen that the panel opens on.
 QRect mainScreen();
 ScreenSize mainScreenSize();
 

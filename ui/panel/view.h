@@ -1,6 +1,6 @@
 #pragma once
 
-// What the panel needs of a view. Main thread only.
+// The panel's interface to its views. Main thread only.
 
 #include <QAbstractButton>
 #include <QString>
@@ -14,9 +14,8 @@ class QKeyEvent;
 
 namespace talvane {
 
-/// One of the things that the panel shows: a form in a window of its own, whose content the panel
-/// moves onto its background while the view is open. A new view is a class of this kind and the
-/// line that adds it to the panel.
+/// One view of the panel: a form in its own window. While the view is open, the panel moves the
+/// form onto its background. A new view is a subclass, and one line that adds it to the panel.
 class View {
  public:
   virtual ~View() = default;
@@ -26,33 +25,32 @@ class View {
   /// Its name is the view's ("tv").
   [[nodiscard]] SoftTokenWindow* window() const { return window_.get(); }
 
-  // What happens to it, in this order.
+  // Called in this order.
 
   /// Whether the panel has to read the stored tokens before it opens.
   [[nodiscard]] virtual bool showsTokens() const { return false; }
-  /// The view to open in its place; null: itself.
+  /// The view to open instead; null for this one.
   virtual View* standIn() { return nullptr; }
-  /// How high the panel is to be, in points.
+  /// The height of the panel, in points.
   [[nodiscard]] virtual int height() { return height_; }
   /// Fills it. The panel has its size and its background.
   virtual void init() = 0;
-  /// Another part of the panel is on the screen.
+  /// The panel has scrolled.
   virtual void scrolled() {}
-  /// Its window is hidden. The click that led here may still be at work: what was clicked has to
-  /// stay.
+  /// Its window is hidden. The click that led here may still be running: keep the clicked widget.
   virtual void closed() {}
-  /// The panel is closed, and nothing is at work: a closed panel should cost nothing.
+  /// The panel is closed and no click is running. Free what a closed panel does not need.
   virtual void released() {}
 
   // Keys.
 
-  /// The button that Return presses, also from a field; null: none.
+  /// The button that Return presses, also from a field; null for none.
   [[nodiscard]] virtual QAbstractButton* accepting() const { return nullptr; }
-  /// The button that Escape presses; null: Escape closes the panel.
+  /// The button that Escape presses; null if Escape closes the panel.
   [[nodiscard]] virtual QAbstractButton* cancelling() const { return nullptr; }
-  /// What the arrow keys go through, from the top.
+  /// The widgets that the arrow keys step through, from the top.
   [[nodiscard]] virtual std::vector<QWidget*> rows() const { return {}; }
-  /// A key that the panel has no use for; true: done with.
+  /// A key that the panel does not handle. Returns true if the view handles it.
   virtual bool keyPressed(const QKeyEvent& /*event*/) { return false; }
 
  protected:
@@ -62,21 +60,21 @@ class View {
     window_->setObjectName(QLatin1String(name));
   }
 
-  /// Fills the window with a form made by the interface compiler.
+  /// Fills the window with a form from the interface compiler.
   template <typename Form>
   void load(Form& form) {
     form.setupUi(window_->contentView());
     window_->setContentView(window_->contentView());  // in the window's size, not the form's
   }
 
-  /// For `closed`: takes what `init` has put onto the panel off it, and keeps it.
+  /// For `closed`: takes what `init` has added off the panel, but keeps it.
   void takeOff(QWidget* part) {
     part->hide();
     part->setParent(window());
   }
 
-  /// Calls `action` on a click, unless the view has closed by then: a click may have waited while
-  /// the program worked.
+  /// Calls `action` on a click, unless the view has closed meanwhile: a click may wait while the
+  /// program works.
   template <typename Action>
   void onClick(const QAbstractButton* button, Action action) {
     QObject::connect(button, &QAbstractButton::clicked, window(), [this, action] {

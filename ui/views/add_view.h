@@ -7,10 +7,10 @@
 
 namespace talvane {
 
-/// The choice between the enrolment at a server and a seed typed by hand.
+/// Offers the two ways to add a token: enrolment at a server, or a typed seed.
 class AddView final : public View {
  public:
-  /// Borrows it.
+  /// Borrows the panel.
   explicit AddView(Panel& panel);
 
   void av_init();

@@ -19,7 +19,7 @@ class AddressView final : public View {
   void evgu_submitclicked();
   void evgu_cancelclicked();
 
-  /// Why the address is asked for.
+  /// Why the view asks for the address.
   void setMessage(const std::string& text);
   [[nodiscard]] std::string input() const;
 

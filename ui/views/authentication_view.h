@@ -18,7 +18,7 @@ namespace talvane {
 /// The sign-in of an enrolment: user name, password and passcode, or the answer to a challenge.
 class AuthenticationView final : public View {
  public:
-  /// Borrows all; `address` opens instead while no address of a server is known.
+  /// Borrows all. `address` opens instead if no server address is known.
   AuthenticationView(Panel& panel, Shell& shell, const Ini& ini, EnrolFlow& flow,
                      AddressView& address);
 
@@ -27,7 +27,7 @@ class AuthenticationView final : public View {
   void eva_submitclicked();
   void eva_cancelclicked();
 
-  /// What the flow has to say; empty: the view says what to do. Shown by the next `eva_layout`.
+  /// The flow's message; if empty, the view shows its own prompt. The next `eva_layout` shows it.
   void setMessage(const std::string& text) { message_ = text; }
   void enableSubmit(bool enabled) { form_.eva_submit->setEnabled(enabled); }
   [[nodiscard]] std::string input(EnrolViews::Field field) const;
@@ -52,7 +52,7 @@ class AuthenticationView final : public View {
   EnrolFlow& flow_;
   AddressView& address_;
   Ui::AuthenticationView form_;
-  // Where the form has its rows; the modes move the passcode onto one of them.
+  // The positions of the form's rows. The modes move the passcode to one of them.
   std::array<QRect, 3> labels_;
   std::array<QRect, 3> fields_;
   std::string message_;

@@ -5,8 +5,8 @@
 
 namespace talvane {
 
-/// After a request that may have been the last: tells the user when this computer's clock is so
-/// wrong that the new passcodes will be too.
+/// Call it after a request that may have been the last. Tells the user if this computer's clock is
+/// so wrong that the new passcodes will be too.
 void tellClockTrouble(const EnrolFlow& flow, Shell& shell);
 
 }  // namespace talvane

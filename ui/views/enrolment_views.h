@@ -9,14 +9,14 @@
 
 namespace talvane {
 
-/// The three views of an enrolment, as its flow sees them. The flow comes before the views, which
-/// are made when they are first needed: nothing is asked of them before that.
+/// The three enrolment views, as the flow uses them. The flow is created before the views, and must
+/// not use them until `join`.
 class EnrolmentViews final : public EnrolViews {
  public:
   /// Borrows both.
   EnrolmentViews(Panel& panel, Shell& shell) : panel_(panel), shell_(shell) {}
 
-  /// Borrows them.
+  /// Adds the views, which it borrows.
   void join(AuthenticationView& eva, QuestionsView& evgi, AddressView& evgu);
 
   void switchView(View from, View to) override;

@@ -14,7 +14,7 @@
 
 namespace talvane {
 
-/// Help, the program's version, launch at login, and the way out.
+/// Help, the program's version, launch at login, and Exit.
 class HelpView final : public View {
  public:
   struct Parts {
@@ -22,7 +22,7 @@ class HelpView final : public View {
     /// Opens a web page.
     std::function<void(const QString& address)> open_url;
   };
-  /// Borrows all but the parts.
+  /// Borrows everything but the parts.
   HelpView(Panel& panel, Shell& shell, const Ini& ini, Parts parts);
 
   void hv_init();

@@ -12,7 +12,7 @@
 
 namespace talvane {
 
-/// The stored tokens, each with a name to change and a box to check for deletion.
+/// The stored tokens, each with an editable name and a check box for deletion.
 class ManagementView final : public View {
  public:
   /// Borrows all.

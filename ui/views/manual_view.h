@@ -9,7 +9,7 @@
 
 namespace talvane {
 
-/// A description and a seed, typed by hand.
+/// Adds a token from a typed description and seed.
 class ManualView final : public View {
  public:
   /// Borrows all; `response` shows the response code of a 13-character seed.

@@ -13,8 +13,8 @@
 
 namespace talvane {
 
-/// Asks for what the server wants to know before it hands out the token: a new PIN, answers to
-/// secret questions, or both.
+/// Asks for what the server wants before it issues the token: a new PIN, answers to secret
+/// questions, or both.
 class QuestionsView final : public View {
  public:
   /// Borrows all.

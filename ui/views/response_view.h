@@ -7,13 +7,13 @@
 
 namespace talvane {
 
-/// The response code of a 13-character seed, for the user to hand on.
+/// Shows the response code of a 13-character seed, which the user must pass on.
 class ResponseView final : public View {
  public:
-  /// Borrows it.
+  /// Borrows the panel.
   explicit ResponseView(Panel& panel);
 
-  /// What it shows from now on.
+  /// Sets the code to show.
   void setCode(const std::string& code);
 
   void rv_init();

@@ -6,14 +6,14 @@
 
 namespace talvane {
 
-/// What the views ask of the program around them.
+/// The views' interface to the rest of the program.
 class Shell {
  public:
   virtual ~Shell() = default;
 
-  /// Chooses the way to add a token that the settings allow, and goes there.
+  /// Opens the view for adding a token that the settings allow.
   virtual void addclicked(SoftTokenWindow* fromWindow) = 0;
-  /// Tells the user something, and returns when they have read it.
+  /// Shows the user a message, and returns when they close it.
   virtual void simpleMessageBox(const QString& text) = 0;
   virtual void menuExit() = 0;
 };

@@ -16,11 +16,11 @@
 
 namespace talvane {
 
-/// The home view: a row for each token with the passcode that is valid now, and the bar that shows
-/// how long it still is. Code, bar and colour come from one reading of the clock.
+/// The home view: a row for each token with its current passcode, and a bar that shows the time
+/// left. Code, bar and colour come from one reading of the clock.
 class TokenView final : public View {
  public:
-  /// Borrows all; the gateway has the clock.
+  /// Borrows all. The gateway has the clock.
   TokenView(Panel& panel, Shell& shell, const Ini& ini, Gateway& gateway);
 
   void tv_init();
@@ -38,7 +38,7 @@ class TokenView final : public View {
   void closed() override;
   void released() override { clearRows(); }
   [[nodiscard]] std::vector<QWidget*> rows() const override;
-  /// A digit copies the passcode of the row of that number.
+  /// A digit key copies the passcode in the row with that number.
   bool keyPressed(const QKeyEvent& event) override;
 
  private:

@@ -1,6 +1,6 @@
 #pragma once
 
-// Owners of GLib's and libsecret's handles.
+// Owners for GLib's and libsecret's handles.
 
 #ifndef SECRET_API_SUBJECT_TO_CHANGE
 #define SECRET_API_SUBJECT_TO_CHANGE

@@ -1,7 +1,7 @@
 #pragma once
 
-// The Secret Service's collections and items, as far as a keychain needs them. No request here
-// makes the daemon ask the user anything; a prompt that it offers is dismissed.
+// The Secret Service's collections and items. No request makes the daemon ask the user anything; an
+// offered prompt is dismissed.
 
 #include <cstdint>
 #include <map>
@@ -21,18 +21,18 @@ struct Matches {
 };
 
 struct Collection {
-  std::string path;  // empty: there is no such collection
+  std::string path;  // empty if there is no such collection
   std::string label;
   bool locked = false;
 };
 
-/// The secret of one item. cannot_decode: it is there but is no base64 text.
+/// The secret of one item. cannot_decode means that it is not base64 text.
 struct ItemSecret {
   KeychainStatus status = KeychainStatus::ok;
   SecretBytes bytes;
 };
 
-/// Every call belongs to a round in which `link.reach` was good, and starts a session as needed.
+/// Call these only in a round in which `link.reach` has succeeded. They open a session if needed.
 class Items {
  public:
   explicit Items(Link& link) : link_(link) {}
@@ -42,31 +42,31 @@ class Items {
                                      const std::string& account);
   static Outcome receiveSearch(Round& round, const Answer& answer, Matches* matches);
 
-  /// The collection that new items go into.
+  /// The collection for new items.
   Outcome defaultCollection(Round& round, Collection* collection);
 
-  /// Unlocks those of the collections that need no password, such as one of an empty password,
-  /// which a daemon does not unlock by itself. `*any` tells whether there were such.
+  /// Unlocks the collections that need no password: a daemon does not unlock one with an empty
+  /// password by itself. `*any` tells whether there were any.
   Outcome unlockFreely(Round& round, const Paths& collections, bool* any);
 
-  /// The item changed last, the first of several; `paths` is not empty.
+  /// The item that changed last; the first if several did. `paths` must not be empty.
   Outcome newest(Round& round, const Paths& paths, std::string* path);
 
-  /// The items' secrets, by path; one that the daemon does not give is missing. If `services` is
-  /// not null it gets the items' services, by path; an item that has none or is of another account
-  /// is missing there.
+  /// The items' secrets, by path, without those that the daemon withholds. If `services` is not
+  /// null it gets the items' services, by path, without items that have none or belong to another
+  /// account.
   Outcome read(Round& round, const Paths& paths, const std::string& account,
                std::map<std::string, ItemSecret>* secrets,
                std::map<std::string, std::string>* services);
 
-  /// Stores an item. With `replace`, one that has the same service and account in the collection is
-  /// overwritten in one step. `*path` is the item stored.
+  /// Stores an item. `replace` overwrites, in one step, an item of the collection that has the same
+  /// service and account. `*path` gets the stored item.
   Outcome create(Round& round, const std::string& collection, const std::string& service,
                  const std::string& account, const SecretBytes& secret, bool replace,
                  std::string* path);
 
-  /// Deletes the items, up to the first that the daemon fails to delete; one that is gone is no
-  /// failure.
+  /// Deletes the items, up to the first that the daemon fails to delete. An item that is already
+  /// gone is no failure.
   Outcome remove(Round& round, const Paths& paths);
 
  private:
@@ -81,7 +81,7 @@ class Items {
   Link& link_;
 };
 
-/// The path of the collection in which the item lies; "/" for an item that lies in none.
+/// The path of the item's collection; "/" if it has none.
 std::string collectionOf(const std::string& item);
 
 }  // namespace talvane::secret_service

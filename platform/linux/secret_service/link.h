@@ -1,8 +1,8 @@
 #pragma once
 
-// The way to the daemon: a connection to the session bus of our own, the unique name of the process
-// that owns the service's name, and a session in which secrets travel encrypted. Requests go to the
-// unique name: a daemon that took another's place never gets what was meant for that one.
+// The link to the daemon: a private connection to the session bus, the unique name of the process
+// that owns the service's name, and a session that encrypts secrets. Requests go to the unique
+// name, so that a new daemon never receives what was meant for the old one.
 
 #include <memory>
 #include <string>
@@ -24,19 +24,19 @@ struct Request {
 
 class Link {
  public:
-  /// Finds the daemon, connecting and having the bus start it as needed. What was known of another
-  /// daemon is forgotten. First thing in every round.
+  /// Finds the daemon; connects, and has the bus start it, if needed. Forgets the state of an
+  /// earlier daemon. Call it first in every round.
   Outcome reach(Round& round);
 
-  /// Sends without waiting; receive() takes the answer once.
+  /// Sends without waiting. receive() takes the answer, once.
   std::shared_ptr<Answer> send(Round& round, const Request& request);
   static Outcome receive(Round& round, const Answer& answer, VariantHandle* reply);
   Outcome call(Round& round, const Request& request, VariantHandle* reply);
 
-  /// Begins to open a session unless there is one; finishSession() waits for it.
+  /// Begins to open a session unless one is open; finishSession() waits for it.
   std::shared_ptr<Answer> startSession(Round& round);
   Outcome finishSession(Round& round, const std::shared_ptr<Answer>& answer);
-  /// The session, null before finishSession().
+  /// The session; null before finishSession().
   SecretService* session() { return session_.get(); }
 
   /// Forgets connection, daemon and session.

@@ -1,6 +1,6 @@
 #pragma once
 
-// One call of the keychain: the asynchronous requests that it makes and the deadline over them all.
+// One call of the keychain: its asynchronous requests, and one deadline for all of them.
 
 #include <memory>
 #include <vector>
@@ -9,31 +9,31 @@
 
 namespace talvane::secret_service {
 
-/// What an asynchronous function brings in the end; both null until then.
+/// The result of an asynchronous function; both are null until it arrives.
 struct Answer {
   ObjectHandle<GObject> source;
   ObjectHandle<GAsyncResult> result;
 };
 
-/// While it lives, its context is the thread's default, so that answers arrive there and nothing
-/// else of the program runs. One at a time.
+/// While it exists, its context is the thread's default: answers arrive there, and nothing else of
+/// the program runs. One at a time.
 class Round {
  public:
-  /// The context outlives the round.
+  /// The context must outlive the round.
   explicit Round(GMainContext* context);
-  /// Cancels what is still under way. An answer that comes even after that is dropped.
+  /// Cancels pending requests and drops later answers.
   ~Round();
   Round(const Round&) = delete;
   Round& operator=(const Round&) = delete;
 
-  /// For an asynchronous function's last three arguments: cancellable(), arrived,
+  /// The last three arguments of an asynchronous function: cancellable(), arrived,
   /// ticketFor(answer).
   std::shared_ptr<Answer> expect();
   GCancellable* cancellable() { return cancellable_.get(); }
   static void arrived(GObject* source, GAsyncResult* result, gpointer ticket);
   static gpointer ticketFor(const std::shared_ptr<Answer>& answer);
 
-  /// Waits until the answer is there; false when the round's time ended before.
+  /// Waits for the answer. Returns false if the deadline passes first.
   [[nodiscard]] bool wait(const Answer& answer);
 
  private:
@@ -44,7 +44,7 @@ class Round {
   std::vector<std::shared_ptr<Answer>> answers_;
 };
 
-/// Handles what has arrived at the context, without waiting for more.
+/// Handles the events that have arrived at the context, without waiting for more.
 void runPending(GMainContext* context);
 
 }  // namespace talvane::secret_service

@@ -14,18 +14,18 @@ struct Meaning {
   Retry retry;
 };
 
-// Errors with a name on the bus.
+// Errors that have a name on the bus.
 constexpr Meaning named_meanings[] = {
     {"org.freedesktop.Secret.Error.IsLocked", KeychainStatus::interaction_not_allowed, Retry::no},
     {"org.freedesktop.Secret.Error.NoSession", KeychainStatus::io_error, Retry::yes},
-    // A collection or item that was there a moment ago.
+    // The collection or item existed a moment ago.
     {"org.freedesktop.Secret.Error.NoSuchObject", KeychainStatus::io_error, Retry::yes},
     {"org.freedesktop.DBus.Error.UnknownObject", KeychainStatus::io_error, Retry::yes},
     {"org.freedesktop.DBus.Error.UnknownMethod", KeychainStatus::io_error, Retry::yes},
     {"org.freedesktop.DBus.Error.UnknownInterface", KeychainStatus::io_error, Retry::yes},
     {"org.freedesktop.DBus.Error.ServiceUnknown", KeychainStatus::not_available, Retry::yes},
     {"org.freedesktop.DBus.Error.NameHasNoOwner", KeychainStatus::not_available, Retry::yes},
-    // The bus says this of a recipient that left without an answer.
+    // The bus reports this when the recipient left without answering.
     {"org.freedesktop.DBus.Error.NoReply", KeychainStatus::io_error, Retry::unless_changing},
     {"org.freedesktop.DBus.Error.Disconnected", KeychainStatus::not_available,
      Retry::unless_changing},
@@ -92,39 +92,39 @@ Outcome failure(std::string words) {
 std::string messageOf(KeychainStatus status, const std::string& words) {
   switch (status) {
     case KeychainStatus::ok:
-      return "The keyring answered; there is nothing to do";
+      return "The keychain works; there is nothing to do";
     case KeychainStatus::item_not_found:
-      return "The keyring holds no such item; add the token again if it should be there";
+      return "The keychain has no such item; add the token again if it should be there";
     case KeychainStatus::duplicate_item:
-      return "The keyring already holds such an item; remove that one first or keep it";
+      return "The keychain already has such an item; delete it first, or keep it";
     case KeychainStatus::interaction_not_allowed:
-      return "The keyring is locked; unlock it, for example with the desktop's password manager, "
-             "and try again";
+      return "The keychain is locked; unlock it, for example in the desktop's password manager, "
+             "and "
+             "try again";
     case KeychainStatus::not_available:
-      return "There is no Secret Service on the session bus" + inBrackets(words) +
-             "; log in to the desktop, or start a keyring service such as gnome-keyring, and try "
+      return "No Secret Service on the session bus" + inBrackets(words) +
+             "; log in to the desktop, or start a keychain service such as GNOME Keyring, and try "
              "again";
     case KeychainStatus::no_default_keychain:
-      return "The Secret Service has no default keyring to store into; create one with the "
-             "desktop's password manager and try again";
+      return "The Secret Service has no default keychain; create one in the desktop's password "
+             "manager and try again";
     case KeychainStatus::cannot_decode:
-      return "The item in the keyring is damaged; restore it from a copy, or remove it and add the "
-             "token again";
+      return "The item in the keychain is damaged; restore it from a backup, or delete it and add "
+             "the token again";
     case KeychainStatus::not_responding:
-      return "The keyring gave no answer within two seconds; wait a little and try again, and "
-             "restart the keyring service if that does not help";
+      return "The keychain did not answer within two seconds; try again in a moment, and restart "
+             "the keychain service if that does not help";
     case KeychainStatus::disk_full:
-      return "There is no room left to store the item; free some disk space and try again";
+      return "The disk is full and the item was not stored; free some space and try again";
     case KeychainStatus::write_permission:
-      return "The keyring can be read but not written; choose another default keyring and try "
-             "again";
+      return "The keychain is read-only; choose another default keychain and try again";
     case KeychainStatus::invalid_keychain:
-      return "The keyring is damaged; restore it from a copy and try again";
+      return "The keychain is damaged; restore it from a backup and try again";
     case KeychainStatus::io_error:
       break;
   }
-  return "The keyring reported a failure" + inBrackets(words) +
-         "; try again, and restart the keyring service if that does not help";
+  return "The keychain reported an error" + inBrackets(words) +
+         "; try again, and restart the keychain service if that does not help";
 }
 
 }  // namespace talvane::secret_service

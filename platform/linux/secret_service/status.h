@@ -1,6 +1,6 @@
 #pragma once
 
-// The one translator from the bus's, the daemon's and libsecret's errors to the keychain's.
+// Translates errors of the bus, the daemon and libsecret to the keychain's, in this place only.
 
 #include <string>
 
@@ -11,34 +11,34 @@ namespace talvane::secret_service {
 
 /// How a request ended.
 struct [[nodiscard]] Outcome {
-  /// Whether asking anew, from the start, can do better.
+  /// Whether trying again from the start may succeed.
   enum class Retry {
     no,
     unless_changing,  // the daemon went away and may have carried the request out
-    yes,              // the request was not carried out: what it was sent to is gone
+    yes,              // the request was not carried out: its recipient is gone
   };
 
   KeychainStatus status = KeychainStatus::ok;
-  std::string words;  // the other side's own
+  std::string words;  // the other side's error text
   Retry retry = Retry::no;
 
   [[nodiscard]] bool good() const { return status == KeychainStatus::ok; }
 };
 
-/// The outcome of the error.
+/// The outcome for the error.
 Outcome outcomeOf(const GError& error);
 
-/// The outcome that is nothing but its status.
+/// The outcome for a status alone.
 Outcome outcomeOf(KeychainStatus status);
 
-/// The outcome of an error on the way to the bus or of starting the daemon: where `outcomeOf` knows
-/// no better, there is no keychain to be had.
+/// The outcome for an error while connecting to the bus or starting the daemon: what `outcomeOf`
+/// calls an io_error is not_available here.
 Outcome outcomeOfConnecting(const GError& error);
 
-/// An io_error of our own finding.
+/// An io_error that this side found.
 Outcome failure(std::string words);
 
-/// One sentence for the user; `words` are those of the outcome.
+/// One sentence for the user; `words` come from the outcome.
 std::string messageOf(KeychainStatus status, const std::string& words);
 
 }  // namespace talvane::secret_service

@@ -1,7 +1,7 @@
 #pragma once
 
-// Secrets as one line of base64 text (RFC 4648, with padding): a collection without a password is
-// kept as a text file, which raw bytes and line ends would break.
+// Secrets as one line of base64 text (RFC 4648, with padding): a collection without a password is a
+// text file, which raw bytes and line ends would break.
 
 #include <string>
 #include <string_view>
@@ -12,8 +12,8 @@ namespace talvane::secret_service {
 
 Cleared<std::string> secretText(const SecretBytes& secret);
 
-/// False, with `*secret` untouched, when the text is not base64. White space at its end is allowed:
-/// it is what a restored or hand-made item has there.
+/// Returns false, and leaves `*secret` unchanged, if the text is not base64. Allows white space at
+/// its end, as in restored or hand-made items.
 [[nodiscard]] bool readSecretText(std::string_view text, SecretBytes* secret);
 
 }  // namespace talvane::secret_service

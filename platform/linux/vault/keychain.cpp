@@ -20,7 +20,7 @@
 namespace talvane {
 namespace {
 
-// How a step went. `words`: the sentence for the user; empty where the status alone says enough.
+// How a step ended. `words` is the sentence for the user; empty if the status says enough.
 struct [[nodiscard]] VaultOutcome {
   KeychainStatus status = KeychainStatus::ok;
   std::string words = {};
@@ -32,12 +32,12 @@ VaultOutcome damaged(std::string words) {
   return {KeychainStatus::invalid_keychain, std::move(words)};
 }
 
-// What an errno means. `denied`: what it is when rights are wanting.
+// What an errno means. `denied` is the status for missing permissions.
 VaultOutcome failed(const std::string& path, int error, KeychainStatus denied) {
   if (error == 0) return {};
   std::string text = std::generic_category().message(error);
-  if (error == ELOOP) text = "there is a link in its place, which is not followed";
-  if (error == EPERM) text = "it is not yours alone";
+  if (error == ELOOP) text = "it is a symbolic link, which is not followed";
+  if (error == EPERM) text = "it belongs to another user";
   switch (error) {
     case ENOSPC:
     case EDQUOT:
@@ -53,16 +53,16 @@ VaultOutcome failed(const std::string& path, int error, KeychainStatus denied) {
     case ENAMETOOLONG:
     case ENOTDIR:
       return {KeychainStatus::not_available,
-              path + " cannot be used (" + text + "); check what it is and who owns it"};
+              "Cannot use " + path + " (" + text + "); check what it is and who owns it"};
     default:
       return {KeychainStatus::io_error,
-              path + " could not be read or written (" + text + "); check the disk and try again"};
+              "Cannot read or write " + path + " (" + text + "); check the disk and try again"};
   }
 }
 
 VaultOutcome readingFailed(const std::string& path, int error) {
   if (error == ENOENT) return {KeychainStatus::item_not_found};
-  if (error == EINVAL) return damaged(path + " is no file of the vault; restore it from a backup");
+  if (error == EINVAL) return damaged(path + " is not a keychain file; restore it from a backup");
   return failed(path, error, KeychainStatus::not_available);
 }
 
@@ -124,11 +124,11 @@ class VaultKeychain final : public KeychainService {
 
   std::string message(KeychainStatus status) override {
     if (status == last_.status && !last_.words.empty()) return last_.words;
-    return keychainWords("The embedded vault " + vault_, status);
+    return keychainWords("The keychain " + vault_, status);
   }
 
   KeychainDescription describe() override {
-    return {"embedded vault", vault_, finished(lookFromOutside().outcome)};
+    return {"vault", vault_, finished(lookFromOutside().outcome)};
   }
 
   void beginReading(const std::string& /*account*/) override {
@@ -144,8 +144,8 @@ class VaultKeychain final : public KeychainService {
   KeychainStatus beginChange() override {
     if (!change_) return finished(openChange(Missing::create));
     return finished({KeychainStatus::io_error,
-                     "The embedded vault " + vault_ +
-                         " is in the middle of another change; try again when it has ended"});
+                     "The keychain " + vault_ +
+                         " is in the middle of another change; try again when it is done"});
   }
 
   KeychainStatus endChange() override { return finished(closeChange()); }
@@ -181,11 +181,11 @@ class VaultKeychain final : public KeychainService {
       return outcome;
     }
     return damaged(key_ +
-                   " is damaged, and the embedded vault cannot be opened without it; restore the "
-                   "file from a backup");
+                   " is damaged, and the keychain cannot be opened without it; restore the file "
+                   "from a backup");
   }
 
-  // A vault that is yet to be made is an empty one.
+  // A vault that does not exist yet is empty.
   VaultOutcome read(Look* look) const {
     if (!sealingReady()) return {KeychainStatus::io_error};
     SecretBytes file;
@@ -194,20 +194,20 @@ class VaultKeychain final : public KeychainService {
     if (!outcome.ok()) return outcome;
     if (!hasVaultHeader(file)) {
       return damaged(vault_ +
-                     " is damaged, not a vault, or one of another version of this program, and "
+                     " is damaged, not a keychain, or from another version of this program, and "
                      "nothing was changed; restore the file from a backup or move it away");
     }
     outcome = readKey(&look->key);
     if (outcome.status == KeychainStatus::item_not_found) {
       return damaged(key_ +
-                     " is missing, and the embedded vault cannot be opened without it; restore the "
-                     "file from a backup");
+                     " is missing, and the keychain cannot be opened without it; restore the file "
+                     "from a backup");
     }
     if (!outcome.ok()) return outcome;
     if (!unseal(file, look->key, &look->packed)) {
-      return damaged(vault_ + " cannot be opened with " + key_ +
+      return damaged("Cannot open " + vault_ + " with " + key_ +
                      ": one of them is damaged, or they do not belong together; restore both from "
-                     "one backup");
+                     "the same backup");
     }
     return unpackItems(look->packed, &look->items) ? VaultOutcome{} : damaged({});
   }
@@ -217,13 +217,13 @@ class VaultKeychain final : public KeychainService {
     FileDescriptor folder;
     look.outcome = readingFailed(folder_, openOwnFolder(folder_, &folder));
     if (look.outcome.ok()) look.outcome = read(&look);
-    // Where there is no folder yet there is no vault.
+    // Without the folder there is no vault.
     if (look.outcome.status == KeychainStatus::item_not_found) look.outcome = {};
     return look;
   }
 
-  // Processes that change the vault take turns. A file system that locks no folder, as NFS, leaves
-  // that to the store's lock.
+  // Processes that change the vault take turns. On a file system that cannot lock a folder, such as
+  // NFS, the store's lock does that.
   static VaultOutcome lock(Change& change) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
     while (flock(change.folder.get(), LOCK_EX | LOCK_NB) != 0) {
@@ -235,7 +235,7 @@ class VaultKeychain final : public KeychainService {
     return {};
   }
 
-  // item_not_found: there is no folder, and none is to be made.
+  // item_not_found: the folder is missing and is not to be created.
   VaultOutcome openChange(Missing missing) {
     if (missing == Missing::create && !makePrivateFolder(folder_)) {
       return writingFailed(folder_, errno);
@@ -244,7 +244,7 @@ class VaultKeychain final : public KeychainService {
     VaultOutcome outcome = readingFailed(folder_, openOwnFolder(folder_, &change->folder));
     if (outcome.ok()) outcome = lock(*change);
     if (outcome.ok()) outcome = read(&change->look);
-    // Renaming would pass over the rights of the file.
+    // Renaming would ignore the file's permissions.
     for (const std::string& path : {folder_, vault_}) {
       const bool denied = faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0;
       if (outcome.ok() && denied && errno != ENOENT) outcome = writingFailed(path, errno);
@@ -270,7 +270,7 @@ class VaultKeychain final : public KeychainService {
     if (!change) return {};
     const SecretBytes packed = packItems(change->look.items);
     if (packed.get() == change->look.packed.get()) return {};
-    // Under the lock drafts are those of processes that were killed.
+    // Under the lock, any draft was left by a killed process.
     if (change->locked) {
       removeDrafts(vault_);
       removeDrafts(key_);
@@ -282,12 +282,12 @@ class VaultKeychain final : public KeychainService {
     const Bytes file = seal(packed, key);
     if (file.size() > largest_vault) {
       return {KeychainStatus::io_error,
-              "The secret is too large for the embedded vault " + vault_ + "; store a smaller one"};
+              "The secret is too large for the keychain " + vault_ + "; store a smaller one"};
     }
     return writingFailed(vault_, putBytes(replaceFile, vault_, file));
   }
 
-  // For a first vault; the key that is there already when a first start did not come further.
+  // For a first vault. An interrupted first change may have left a key: use it.
   VaultOutcome makeKey(SecretBytes* key) const {
     VaultOutcome outcome = readKey(key);
     if (outcome.status != KeychainStatus::item_not_found) return outcome;
