@@ -17,8 +17,8 @@ class ImportCommand final : public Command {
         "import", "Add a token from an otpauth:// URL or from the QR code in an image");
     parser
         ->add_option("source", source_,
-                     "A URL, a PNG or JPEG file, or - to read a URL from standard input; others on "
-                     "this computer can see a URL given here while the command runs")
+                     "A PNG or JPEG file, a URL, or - to read a URL from standard input; while the "
+                     "command runs, others on this computer can see a URL given here")
         ->default_str("-")
         ->type_name("URL|FILE");
     parser->add_flag("--replace", replace_,

@@ -38,8 +38,8 @@ std::string bright(const Colour& colour, ColourDepth depth) {
   return colour.red < 0.5F ? "\x1b[32m" : "\x1b[33m";
 }
 
-// The passcode's colours run from black to red for a light page. The terminal's own colour takes
-// the place of black, which would not show on a dark one; what reddens turns bright red at once.
+// The passcode's colours run from black to red, for a light background. On a terminal, its own text
+// colour replaces black, which would be invisible on a dark background, and any red is bright red.
 std::string textColour(const Colour& colour, ColourDepth depth) {
   if (depth == ColourDepth::none) return {};
   return colour.red > 0 ? "\x1b[1;91m" : "\x1b[1m";

@@ -14,7 +14,7 @@
 namespace talvane {
 namespace {
 
-// Each is one change that another program got in.
+// Each try lost to a change by another program.
 constexpr int most_tries = 100;
 
 std::optional<std::size_t> slotNumber(const std::string& text) {

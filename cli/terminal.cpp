@@ -65,7 +65,7 @@ bool steersTerminal(const Character& character) {
   if (!character.valid) return true;
   const char32_t code_point = character.code_point;
   if (code_point < 0x20 || (code_point >= 0x7F && code_point < 0xA0)) return true;
-  // Marks that turn the direction of what follows.
+  // Marks that change the direction of the text after them.
   if (code_point == 0x061C || code_point == 0x200E || code_point == 0x200F ||
       (code_point >= 0x202A && code_point <= 0x202E) ||
       (code_point >= 0x2066 && code_point <= 0x2069)) {

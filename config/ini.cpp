@@ -20,18 +20,18 @@ namespace {
 
 using Property = std::variant<std::string Ini::*, bool Ini::*, std::int64_t Ini::*>;
 
-// One key of the file: where its value goes and what it is without the file.
+// One key of the file: its property and its default.
 struct Setting {
   std::string_view key;
   Property property;
   std::variant<std::string_view, bool, std::int32_t> default_value;
 };
 
-// CMake names the system: each has a page of its own.
+// CMake sets the system: each has its own page.
 constexpr std::string_view getting_started =
     "https://softtoken.talvane.example/getting-started/" SOFTTOKEN_SYSTEM;
 
-// In the order in which they are read, which shows in the trace.
+// In the order of reading, which the trace shows.
 constexpr auto settings_table = std::to_array<Setting>({
     {"EnrolURL", &Ini::EnrolURL, ""},
     {"Debug", &Ini::bDebug, false},
@@ -163,7 +163,7 @@ std::string Ini::tidyEnrolURL() const {
   std::string url;
   if (EnrolURL.empty()) {
     vane::log("INI: TidyEnrolURL:  No INI EnrolURL, trying UserDefaults...");
-    // A remembered address is noted for whoever reads the trace; only the settings file counts.
+    // Log a remembered address for readers of the trace; only the settings file counts.
     std::string value;
     if (defaults_.string("EnrolURL", &value) == UserDefaults::Found::yes) {
       vane::log("INI: TidyEnrolURL:  value:{}", value);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint16_t all_locations = 255;
 
-// The file's text; otherwise the error's number.
+// The file's text, or the error's number.
 int readText(const std::string& path, std::string* text) {
   if (const int error = readRegularFile(path, text); error != 0) return error;
   return isUtf8(*text) ? 0 : EILSEQ;

@@ -57,7 +57,7 @@ bool sendAll(int to, const char* bytes, std::size_t count) {
   return true;
 }
 
-// Passes on what has come; false once nothing more will.
+// Forwards the received data. Returns false at the end of the connection.
 bool passOn(int from, int to) {
   std::array<char, 16384> bytes{};
   const ssize_t count = recv(from, bytes.data(), bytes.size(), 0);
@@ -102,7 +102,7 @@ void Front::listen() const {
   for (;;) {
     Socket client(accept(socket_, nullptr, nullptr));
     if (client.get() < 0) {
-      // Too many at once, perhaps.
+      // Perhaps too many at once.
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
       continue;
     }

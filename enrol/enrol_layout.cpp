@@ -110,7 +110,7 @@ int getInfoHeight(const TaEnrolClient& client) {
 
 std::string pinPrompt(const TaEnrolClient& client) {
   std::string prompt = "Please choose $EN_INDEFINITE_ARTICLE$ $PINLENGTH$-character PIN. ";
-  // The rule knows no other number that begins with a vowel.
+  // The rule covers no other number that begins with a vowel.
   replaceAll(&prompt, "$EN_INDEFINITE_ARTICLE$", client.PINLENGTH == 8 ? "an" : "a");
   replaceAll(&prompt, "$PINLENGTH$", std::to_string(client.PINLENGTH));
   if (!hasCaseRule(client)) return prompt;

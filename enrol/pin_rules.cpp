@@ -19,10 +19,10 @@ namespace {
 constexpr std::size_t shortest_answer = 3;
 constexpr std::size_t longest_answer = 13;
 
-// One weakness: which neighbours make it up, and what is said of it.
+// One weakness: the pairs of neighbours that form it, and its messages.
 struct Weakness {
   bool (*applies)(int first, int second);
-  const char* checking;  // the trace line's last words
+  const char* checking;  // the last words of the trace line
   const char* found;
   const char* verdict;
   const char* message;

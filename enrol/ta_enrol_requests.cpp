@@ -17,7 +17,8 @@ namespace {
 constexpr const char* expecting_post_data = "ERR Expecting POST data";
 constexpr std::size_t response_length = 8;
 
-// The code that proves possession: the response of a 13-character seed, else the passcode of now.
+// The code that proves possession: the response for a 13-character seed, otherwise the current
+// passcode.
 std::string checkCode(const SoftTokenInfo& token, const std::optional<std::string>& response) {
   if (response && utf16Length(*response) == response_length) return *response;
   const std::int64_t now = vane::interface() != nullptr ? vane::interface()->CurrentTime() : 0;

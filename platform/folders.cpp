@@ -11,7 +11,7 @@
 namespace talvane {
 namespace {
 
-// Makes the folder's entries last through a power cut.
+// Makes the folder's entries survive a power cut.
 void syncFolder(const std::string& path) {
   const FileDescriptor folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder.isOpen()) static_cast<void>(fsync(folder.get()));
@@ -40,11 +40,11 @@ bool makePrivateFolder(const std::string& path) {
   if (slash == std::string::npos) return false;
   if (slash > 0 && !makePrivateFolder(path.substr(0, slash))) return false;
   if (mkdir(path.c_str(), S_IRWXU) == 0) {
-    if (chmod(path.c_str(), S_IRWXU) != 0) return false;  // any umask
+    if (chmod(path.c_str(), S_IRWXU) != 0) return false;  // regardless of the umask
     syncFolder(path.substr(0, slash + 1));
     return true;
   }
-  // Another program may have made it meanwhile.
+  // Another program may have created it meanwhile.
   const int error = errno;
   if (isFolder(path)) return true;
   errno = error;

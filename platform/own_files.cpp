@@ -27,7 +27,7 @@ int readOpen(int file, std::size_t limit, Cleared<Bytes>* content) {
   if (const int error = checkOwner(file, &status); error != 0) return error;
   if (!S_ISREG(status.st_mode)) return EINVAL;
   if (static_cast<std::uintmax_t>(status.st_size) > limit) return EINVAL;
-  // As far as that is allowed: the disk may be one that is read only.
+  // If that is allowed: the disk may be read-only.
   static_cast<void>(closeToOthers(file, status, S_IRUSR | S_IWUSR));
   *content = Bytes(static_cast<std::size_t>(status.st_size), 0);
   Bytes& bytes = content->mutableValue();
@@ -49,7 +49,7 @@ int openOwnFolder(const std::string& path, FileDescriptor* folder) {
   FileDescriptor opened(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!opened.isOpen()) {
     const int error = errno;
-    // What is there by now, and no link, has just been made by another process.
+    // If it now exists and is no link, another process has just created it.
     const bool link = lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
     return error == ENOENT && link ? ELOOP : error;
   }
@@ -60,7 +60,7 @@ int openOwnFolder(const std::string& path, FileDescriptor* folder) {
 }
 
 int readOwnFile(const std::string& path, std::size_t limit, Cleared<Bytes>* content) {
-  // Without O_NONBLOCK a pipe in its place would hold us for ever.
+  // Without O_NONBLOCK a pipe in its place would block forever.
   const FileDescriptor file(
       open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   if (!file.isOpen()) return errno == ENXIO ? EINVAL : errno;  // a socket

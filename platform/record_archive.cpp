@@ -14,8 +14,8 @@ namespace {
 
 constexpr const char* archiver = "NSKeyedArchiver";
 constexpr std::int64_t archive_version = 100000;
-// The first object: what a reference to nothing refers to. A text of that content must be wrapped
-// to be told from it.
+// The first object, which a null reference refers to. A text with the same content must be wrapped
+// to differ from it.
 constexpr const char* null_text = "$null";
 
 // The $objects under construction.
@@ -69,7 +69,7 @@ class ObjectReader {
  public:
   explicit ObjectReader(std::vector<plist_t> objects) : objects_(std::move(objects)) {}
 
-  // Null when the UID is out of range or refers to nothing.
+  // Null if the UID is out of range or refers to nothing.
   [[nodiscard]] plist_t object(std::optional<std::size_t> uid) const {
     return uid && *uid > 0 && *uid < objects_.size() ? objects_[*uid] : nullptr;
   }
@@ -112,7 +112,7 @@ class ObjectReader {
   }
 
  private:
-  // A class description is small; a large one is not searched, for each object of it, at length.
+  // A class description is small. Do not search a large one for each of its objects.
   static constexpr std::size_t largest_description = 8;
 
   [[nodiscard]] bool isOfClass(plist_t object,
@@ -183,7 +183,7 @@ SecretBytes archiveRecord(const Record& record) {
 }
 
 std::optional<Record> unarchiveRecord(const Bytes& archive) {
-  // libplist trusts its input further than we do ours.
+  // libplist trusts its input more than this code may.
   if (!isSafePropertyList(archive)) return {};
   plist_t node = nullptr;
   plist_from_bin(reinterpret_cast<const char*>(archive.data()),

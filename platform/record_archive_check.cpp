@@ -18,7 +18,7 @@ constexpr std::size_t top_object_at = 16;
 constexpr std::size_t table_offset_at = 24;
 constexpr std::size_t longest_offset = 4;
 
-// What an archive of a record needs, with room to spare. Texts, data and numbers may stand in
+// Generous limits for an archive of a record. Texts, data and numbers may stand in
 // several places; each is counted each time, as a reader makes a copy each time.
 constexpr std::size_t most_nodes = 16384;
 constexpr std::size_t most_content = 2 * largest_archive;
@@ -51,7 +51,7 @@ class Checker {
   }
 
  private:
-  // An object at one of the places where it stands.
+  // One occurrence of an object.
   struct Place {
     std::size_t object;
     unsigned depth;

@@ -8,8 +8,8 @@
 namespace talvane {
 namespace {
 
-// Whole numbers of the binary form are signed. libplist learned to tell that in 2.3; its unsigned
-// numbers are wider since then.
+// Whole numbers in the binary form are signed. libplist tells signed from unsigned since 2.3, and
+// has wider unsigned numbers since then.
 #ifdef SOFTTOKEN_PLIST_TELLS_SIGNS
 plist_t newNumber(std::int64_t number) {
   return plist_new_int(number);

@@ -40,14 +40,14 @@ int writeAll(int descriptor, std::string_view content) {
   return 0;
 }
 
-// Gives the draft the file's name, unless that is taken.
+// Renames the draft to the file, unless that exists.
 int takeFreeName(const std::string& draft, const std::string& path) {
   if (link(draft.c_str(), path.c_str()) == 0) {
     unlink(draft.c_str());
     return 0;
   }
   if (errno != EPERM && errno != ENOTSUP && errno != ENOSYS) return errno;
-  // A file system without hard links.
+  // The file system has no hard links.
   struct stat status {};
   if (lstat(path.c_str(), &status) == 0) return EEXIST;
   return rename(draft.c_str(), path.c_str()) == 0 ? 0 : errno;
@@ -74,7 +74,7 @@ int putFile(const std::string& path, std::string_view content, mode_t mode,
     unlink(draft.c_str());
     return error;
   }
-  // EINVAL: a file system whose folders need no sync.
+  // EINVAL: the file system does not sync folders.
   return fsync(folder.get()) == 0 || errno == EINVAL ? 0 : errno;
 }
 

@@ -33,7 +33,7 @@ KeychainStatus TaKeyChain::storePassword(const std::string* password, const Reco
     return finished(found);
   }
   const SecretBytes secret = dict != nullptr ? archiveRecord(*dict) : SecretBytes();
-  // What could not be read back is not stored; a text may hold what is not UTF-8.
+  // Do not store a text that could not be read back, such as invalid UTF-8.
   if (dict != nullptr && !unarchiveRecord(secret)) return finished(KeychainStatus::cannot_decode);
   return finished(found == KeychainStatus::ok ? keychain_.replace(_service, account_, secret)
                                               : keychain_.add(_service, account_, secret));

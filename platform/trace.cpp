@@ -20,7 +20,7 @@ std::string trace_path;
 std::atomic<bool> trace_on = false;
 std::uint8_t size_limit = 1;  // in units
 
-// A new file has mode 0600, an old one gets it; anything but a regular file is left alone.
+// A new file gets mode 0600, and so does an old one. Leaves anything but a regular file alone.
 std::FILE* openTrace() {
   FileDescriptor descriptor(open(trace_path.c_str(),
                                  O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,

@@ -11,7 +11,7 @@
 namespace talvane {
 namespace {
 
-// Found, or found to be missing: the keychain is well.
+// The keychain answered: the item exists, or is missing.
 bool isAnswer(KeychainStatus status) {
   return status == KeychainStatus::ok || status == KeychainStatus::item_not_found;
 }
@@ -71,7 +71,7 @@ KeychainStatus vaneinterface::save(const std::string& name, const Record& data) 
 bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
   const KeychainStatus status = TaKeyChain(keychain_, name, identifiers_.loginName()).getDict(data);
   if (recording_ != nullptr) {
-    // A missing item is no trouble, and asked for often.
+    // A missing item is normal and frequent: no words for it.
     recording_->last_load_ = isAnswer(status) ? Answer{status, ""} : answer(status);
   }
   in_trouble_ = !isAnswer(status);
@@ -89,7 +89,7 @@ bool vaneinterface::KeyChainDelete(const std::string& name) {
   const bool looked_up = isAnswer(item.lookup());
   in_trouble_ = status != KeychainStatus::ok || !looked_up;
   if (recording_ != nullptr) recording_->noteChange(answer(looked_up ? status : item.lookup()));
-  // What is gone for certain need not be protected.
+  // A record that is certainly gone needs no protection.
   if (!in_trouble_) failed_loads_.erase(name);
   return status == KeychainStatus::ok;
 }

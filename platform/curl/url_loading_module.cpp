@@ -47,7 +47,7 @@ std::string part(const Url& url, CURLUPart which) {
   return copy;
 }
 
-// A URL's host as cookies name it: in lower case, a numeric one without brackets.
+// A URL's host as in cookies: in lower case, without the brackets of an address.
 std::string cookieHost(std::string host) {
   if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
   return lowerCase(host);

@@ -17,7 +17,7 @@
 namespace talvane {
 namespace {
 
-// What a source looked like when it was read; another stamp means that it has changed.
+// The state of a source when it was read; a different stamp means that it has changed.
 struct Stamp {
   dev_t device = 0;
   ino_t inode = 0;
@@ -40,7 +40,7 @@ std::string firstLine(const std::string& path) {
 }
 
 // The block device of the file system mounted at "/": its number and its node, from mountinfo
-// (proc_pid_mountinfo(5)). Some file systems show another number than their device has.
+// (proc_pid_mountinfo(5)). Some file systems report another number than their device.
 struct RootMount {
   dev_t number = 0;
   std::string source;
@@ -57,7 +57,7 @@ RootMount rootMount(const std::string& mountinfo) {
     while (fields >> field && field != "-") {
     }
     std::string type;
-    fields >> type >> root.source;  // the last mount at "/" is the one seen
+    fields >> type >> root.source;  // the last mount at "/" is the visible one
     const std::size_t colon = number.find(':');
     if (colon != std::string::npos) {
       root.number = makedev(
@@ -107,7 +107,7 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
 
   std::string volumeUuid() override {
     const std::array<Stamp, 2> stamps = {stampOf("/"), stampOf(paths_.volume_links)};
-    // Of "/" only the file system counts, not when its folder last changed.
+    // For "/" only the file system matters, not the folder's change time.
     const bool same = volume_read_ && stamps[0].device == volume_stamps_[0].device &&
                       stamps[1] == volume_stamps_[1];
     if (!same) {
@@ -136,11 +136,11 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
     login_name_.clear();
     user_.clear();
     std::optional<UserEntry> entry;
-    // A directory service that does not answer yet is asked again the next time.
+    // Ask a directory service that does not answer yet again next time.
     account_read_ = readUserEntry(uid, &entry) == 0;
     if (!entry) return;
     login_name_ = entry->name;
-    // The UUID that directory services give to a local user id.
+    // The UUID that directory services derive from a local user id.
     user_ = fmt::format("{}{}{}FFFFEEEE-DDDD-CCCC-BBBB-AAAA{:08X}", login_name_,
                         upperCase(login_name_), static_cast<int>(uid), uid);
   }

@@ -42,7 +42,7 @@ bool FolderWatch::readChanges() {
   bool changed = false;
   bool folders_changed = false;
   std::array<char, 65536> buffer;
-  // A bound, so that a program that writes without end does not keep us here.
+  // A limit, so that a program that keeps writing cannot block this one.
   for (int round = 0; round < 16; ++round) {
     const ssize_t length = read(descriptor_.get(), buffer.data(), buffer.size());
     if (length <= 0) break;
@@ -63,7 +63,7 @@ bool FolderWatch::readChanges() {
       }
     }
   }
-  // Before anybody looks at the folders: what happens after the look must be noticed.
+  // Watch before anyone reads the folders, so that no later change is missed.
   if (folders_changed) watchAll();
   return changed;
 }
@@ -79,8 +79,8 @@ void FolderWatch::watchAll() {
 }
 
 void FolderWatch::watch(const std::string& folder, Watches* watches) const {
-  // What is missing may appear just before the watch on the folder above begins. A few attempts: a
-  // folder that may not be watched must not keep us here.
+  // A missing folder may appear just before the watch on its parent begins, so try again; only a
+  // few times, because some folders cannot be watched.
   for (int attempt = 0; attempt < 4; ++attempt) {
     const bool there = add(folder, "", watches);
     std::string path = folder;

@@ -41,7 +41,8 @@ std::string executablePath() {
   const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
   if (length <= 0 || static_cast<std::size_t>(length) == buffer.size()) return {};
   std::string path(buffer.data(), static_cast<std::size_t>(length));
-  // The kernel's mark when the file was replaced, as by an update, since the program started.
+  // The kernel appends this if the file was replaced, for example by an update, after the program
+  // started.
   constexpr std::string_view deleted = " (deleted)";
   struct stat status {};
   if (path.ends_with(deleted) && lstat(path.c_str(), &status) != 0) {

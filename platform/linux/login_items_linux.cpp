@@ -15,10 +15,10 @@
 #include "platform/login_items_list.h"
 #include "platform/replace_file.h"
 
-// The autostart folders of the Desktop Application Autostart Specification. The list's order is
-// that of the folders, the user's own first. In a folder the files that this program writes come
-// first, the latest number before the others; then the rest by name. Of several files of one name
-// only the first counts.
+// The autostart folders of the Desktop Application Autostart Specification. The list follows the
+// order of the folders, the user's own first. In a folder, the files that this program writes come
+// first, from the highest number down; then the rest by name. Of several files with one name, only
+// the first counts.
 
 namespace talvane {
 namespace {
@@ -67,7 +67,7 @@ struct FolderCloser {
   void operator()(DIR* folder) const { closedir(folder); }
 };
 
-// The names of the desktop entries in the folder, in the list's order.
+// The names of the folder's desktop entries, in the list's order.
 std::vector<std::string> filesIn(const std::string& path) {
   std::vector<std::string> files;
   const std::unique_ptr<DIR, FolderCloser> folder(opendir(path.c_str()));
@@ -137,7 +137,7 @@ class AutostartList final : public LoginItemsList {
   }
 
   void insertAtHead(const std::string& target) override {
-    // An entry for anything else would never be found again.
+    // An entry for anything else could never be found again.
     if (executableFile(target) != target) return;
     int number = 1;
     for (const std::string& folder : folders_) {
@@ -151,7 +151,7 @@ class AutostartList final : public LoginItemsList {
   void remove(const LoginItem& item) override {
     const auto* own = dynamic_cast<const AutostartItem*>(&item);
     if (own == nullptr || !isThere(pathIn(own->folder, own->file))) return;
-    // A file of the system stays, and one that the user's has hidden so far must not reappear.
+    // A system file stays, and one that the user's file has hidden must not reappear.
     const bool in_system = std::any_of(folders_.begin() + 1, folders_.end(), [&](auto& folder) {
       return isThere(pathIn(folder, own->file));
     });
@@ -181,8 +181,8 @@ class AutostartList final : public LoginItemsList {
   }
 
  private:
-  // Whether an own file of that name takes nothing away: there is none so far, or one that counts
-  // as deleted, or one for the same program that is switched off or not for this session.
+  // Whether the user's file of that name may be overwritten: it does not exist, counts as deleted,
+  // or starts the same program but is switched off or not for this session.
   [[nodiscard]] bool mayBeReplaced(const std::string& file, const std::string& target) const {
     for (const std::string& folder : folders_) {
       const std::string path = pathIn(folder, file);
@@ -193,7 +193,7 @@ class AutostartList final : public LoginItemsList {
     return true;
   }
 
-  // Puts the text into the user's folder in one step, or leaves that as it was.
+  // Writes the text to the user's folder in one step, or leaves it unchanged.
   void replaceOwnFile(const std::string& file, const std::string& text) const {
     const std::string& folder = folders_.front();
     if (!makePrivateFolder(folder)) return;

@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view group = "[softtoken]";
 
 // A key file (Desktop Entry Specification, "Basic format of the file") with one group, in the
-// config folder; replaced as a whole by each change.
+// config folder. Each change replaces the whole file.
 class KeyFileDefaults final : public UserDefaults {
  public:
   Found string(const std::string& key, std::string* value) override {
@@ -41,7 +41,7 @@ class KeyFileDefaults final : public UserDefaults {
 
   static std::string path() { return configFolder() + "/defaults.conf"; }
 
-  // A file that is not there is empty. One with a line that is none of ours cannot be trusted.
+  // A missing file is empty. A file with an unknown line cannot be trusted.
   static bool load(Values* values) {
     std::string text;
     if (const int error = readRegularFile(path(), &text); error != 0) return error == ENOENT;

@@ -36,7 +36,7 @@ class RegistryEntry {
   RegistryEntry(const RegistryEntry&) = delete;
   RegistryEntry& operator=(const RegistryEntry&) = delete;
 
-  /// Empty: no such entry, no such property, or not a text.
+  /// Empty if there is no such entry or property, or if it is not a text.
   [[nodiscard]] std::string textProperty(CFStringRef key) const {
     if (entry_ == IO_OBJECT_NULL) {
       return {};
@@ -50,7 +50,7 @@ class RegistryEntry {
   io_registry_entry_t entry_;
 };
 
-// Nothing is remembered: another disk or another user shows at the next call.
+// Nothing is cached, so that the next call sees another disk or user.
 class MacDeviceIdentifiers final : public DeviceIdentifiers {
  public:
   std::string serialNumber() override {
@@ -62,7 +62,7 @@ class MacDeviceIdentifiers final : public DeviceIdentifiers {
     if (!session) {
       return {};
     }
-    // Always this partition, wherever the system is: existing tokens are bound to it.
+    // Always this partition, wherever the system is: existing tokens depend on it.
     const Owned<DADiskRef> disk(
         DADiskCreateFromBSDName(kCFAllocatorDefault, session.get(), "/dev/disk0s2"));
     if (!disk) {
@@ -88,7 +88,7 @@ class MacDeviceIdentifiers final : public DeviceIdentifiers {
       return result;
     }
     const uid_t user_id = getuid();
-    // Written with a sign: "nobody" is -2.
+    // Signed: "nobody" is -2.
     result += std::to_string(static_cast<std::int32_t>(user_id));
     uuid_t uuid;
     if (mbr_uid_to_uuid(user_id, uuid) == 0) {

@@ -19,7 +19,7 @@ namespace {
 
 using macos::Owned;
 
-/// Absolute, without a slash at the end; empty for null.
+/// Absolute, without a final slash; empty for null.
 std::string pathOf(CFURLRef url) {
   std::array<UInt8, PATH_MAX> path{};
   if (url == nullptr || !CFURLGetFileSystemRepresentation(url, true, path.data(),

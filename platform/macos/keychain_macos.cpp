@@ -13,8 +13,7 @@
 #include "engine/text.h"
 #include "platform/macos/core_foundation.h"
 
-// The items are those of the file-based keychain, whose calls have no other successor than a
-// different kind of item.
+// These calls use the file-based keychain. Their only successor stores another kind of item.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 
 namespace talvane {
@@ -42,7 +41,7 @@ KeychainStatus toStatus(OSStatus number) {
   return static_cast<KeychainStatus>(number);
 }
 
-/// For the length of a scope no keychain call of this process opens a dialog.
+/// Keeps keychain calls of this process from opening dialogs, for the length of a scope.
 class WithoutDialogs {
  public:
   WithoutDialogs() {
@@ -55,7 +54,7 @@ class WithoutDialogs {
   WithoutDialogs(const WithoutDialogs&) = delete;
   WithoutDialogs& operator=(const WithoutDialogs&) = delete;
 
-  /// errSecSuccess, or why dialogs may still open: then make no call.
+  /// errSecSuccess, or why dialogs may still open; then do not call the keychain.
   [[nodiscard]] OSStatus status() const { return status_; }
 
  private:
@@ -63,7 +62,7 @@ class WithoutDialogs {
   OSStatus status_ = errSecSuccess;
 };
 
-/// An item's secret as the keychain hands it out.
+/// An item's secret in the keychain's own memory.
 class Content {
  public:
   Content() = default;
@@ -93,8 +92,8 @@ class Content {
   void* data_ = nullptr;
 };
 
-/// The length that the names of items have always been given: of characters, not of bytes. It never
-/// exceeds the bytes there are; a name beyond ASCII is cut short, alike whenever it is used.
+/// The length of an item's name, always in characters, not bytes. It never exceeds the number of
+/// bytes; a name with non-ASCII characters is cut short, in the same way every time.
 UInt32 nameLength(const std::string& name) {
   return static_cast<UInt32>(utf16Length(name));
 }
@@ -169,7 +168,7 @@ class MacKeychain final : public KeychainService {
     }
     status = addItem(service, account, secret);
     if (status != errSecSuccess) {
-      // The caller needs to know why the new item was refused, not how this went.
+      // The caller needs to know why the new item was refused, not the result of this call.
       static_cast<void>(addItem(service, account, old_secret));
     }
     return toStatus(status);

@@ -54,7 +54,7 @@ class MacLoginItems final : public LoginItemsList {
     const CFIndex count = array ? CFArrayGetCount(array.get()) : 0;
     for (CFIndex at = 0; at < count; ++at) {
       const void* item = CFArrayGetValueAtIndex(array.get(), at);
-      // Core Foundation hands its objects out as const and takes them back as not.
+      // Core Foundation returns objects as const but takes them as non-const.
       items.push_back(std::make_shared<MacLoginItem>(
           static_cast<LSSharedFileListItemRef>(const_cast<void*>(item))));
     }

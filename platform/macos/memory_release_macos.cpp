@@ -2,7 +2,7 @@
 
 namespace talvane {
 
-// Nothing to do: the allocator gives it back by itself.
+// Nothing to do: the allocator returns memory by itself.
 void releaseFreedMemory() {}
 
 }  // namespace talvane

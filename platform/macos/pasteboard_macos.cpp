@@ -14,7 +14,7 @@ bool put(PasteboardRef pasteboard, CFStringRef flavor, const std::string& bytes)
   const Owned<CFDataRef> data(CFDataCreate(nullptr,
                                            reinterpret_cast<const std::uint8_t*>(bytes.data()),
                                            static_cast<CFIndex>(bytes.size())));
-  // One item; any number that is not 0 names it.
+  // One item; any number but 0 identifies it.
   const auto item = reinterpret_cast<PasteboardItemID>(std::uintptr_t{1});
   return data && PasteboardPutItemFlavor(pasteboard, item, flavor, data.get(),
                                          kPasteboardFlavorNoFlags) == noErr;

@@ -25,7 +25,7 @@ void setValue(CFStringRef key, CFPropertyListRef value) {
                         kCFPreferencesAnyHost);
 }
 
-/// Writes what was set here and takes in what other processes wrote.
+/// Writes this process's changes and reads those of other processes.
 bool synchronize() {
   return CFPreferencesSynchronize(application(), kCFPreferencesCurrentUser,
                                   kCFPreferencesAnyHost) != 0;
@@ -62,7 +62,7 @@ class MacUserDefaults final : public UserDefaults {
   }
 
  private:
-  /// Numbers and switches count as text, as the "defaults" command writes them.
+  /// Reads numbers and booleans as text, in the form that the "defaults" command prints.
   static bool textOf(CFPropertyListRef object, std::string* value) {
     if (const CFStringRef string = macos::asString(object)) {
       *value = macos::text(string);

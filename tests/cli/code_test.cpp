@@ -95,7 +95,9 @@ TEST(Code, AmbiguousBeginningIsRefused) {
   const CliHome home;
   home.add("Mail at work");
   home.add("Mail at home");
-  expectFailure(home.run({"code", "Mail"}), 3, "softtoken-cli list");
+  const Ended ended = home.run({"code", "Mail"});
+  expectFailure(ended, 3, "\"Mail\" matches 2 tokens: Mail at work, Mail at home; ");
+  expectFailure(ended, 3, "`softtoken-cli list`");
 }
 
 TEST(Code, SlotNumberIsTaken) {
@@ -154,7 +156,7 @@ TEST(Code, TwoTokensOfOneNameAreToldApartBySlot) {
   home.add("Mail", seed_16);
   home.add("Bank", other_seed_16);
   expectSuccess(home.run({"rename", "Bank", "Mail"}));
-  expectFailure(home.run({"code", "Mail"}), 3, "softtoken-cli list");
+  expectFailure(home.run({"code", "Mail"}), 3, "slot number from `softtoken-cli list`");
   expectToken(home, "1", other_seed_16);
 }
 

@@ -368,6 +368,14 @@ TEST(Documents, UseTheUsualWords) {
     std::smatch found;
     EXPECT_FALSE(std::regex_search(text, found, unusual)) << name << ": " << found[0];
   }
+  const CliHome home;
+  std::vector<Strings> lines{{"--help"}};
+  for (const std::string& command : Help().commands) lines.push_back({command, "--help"});
+  for (const Strings& line : lines) {
+    const std::string text = home.run(line).out;
+    std::smatch found;
+    EXPECT_FALSE(std::regex_search(text, found, unusual)) << line.front() << ": " << found[0];
+  }
 }
 
 TEST(BashCompletion, HoldsEveryCommandAndOption) {

@@ -27,7 +27,7 @@ std::string prepareDisplay() {
   if (!isSet("DISPLAY")) {
     return isSet("WAYLAND_DISPLAY") ? std::string() : "No display found" + advice;
   }
-  // The panel has to choose its place, which only X11 lets it do.
+  // The panel must choose its position, which only X11 allows.
   setenv("QT_QPA_PLATFORM", "xcb", 1);
   if (!displayAnswers()) {
     return "Cannot open the display " + std::string(std::getenv("DISPLAY")) + advice;

@@ -7,7 +7,7 @@
 namespace talvane {
 
 void copySecret(const QString& text) {
-  // Without the mark rather than not at all.
+  // Better without the mark than not at all.
   if (!macos::copyConcealedText(text.toStdString())) QGuiApplication::clipboard()->setText(text);
 }
 

@@ -3,7 +3,7 @@
 namespace talvane {
 namespace {
 
-// The menu bar, which is always there.
+// The menu bar always exists.
 class MenuBar final : public StatusArea {
  public:
   bool isThere() override { return true; }

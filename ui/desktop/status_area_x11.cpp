@@ -20,7 +20,7 @@ constexpr const char* watcher_service = "org.kde.StatusNotifierWatcher";
 constexpr const char* watcher_path = "/StatusNotifierWatcher";
 constexpr int patience_milliseconds = 500;
 
-// Null where the toolkit does not show itself by X11.
+// Null if the toolkit does not use X11.
 xcb_connection_t* connection() {
   auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
   return x11 == nullptr ? nullptr : x11->connection();
@@ -62,8 +62,8 @@ class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilte
     signal_ = std::make_unique<BusSignal>(std::move(appeared));
     qGuiApp->installNativeEventFilter(this);
     QDBusConnection bus = QDBusConnection::sessionBus();
-    // The host may come after its watcher, which says so. From whom it comes is not asked: who owns
-    // the watcher's name may not be known here yet.
+    // The host may start after its watcher, which then signals it. Accept the signal from any
+    // sender: the owner of the watcher's name may not be known here yet.
     bus.connect(QString(), QLatin1String(watcher_path), QLatin1String(watcher_service),
                 QStringLiteral("StatusNotifierHostRegistered"), signal_.get(), SLOT(arrive()));
     bus.connect(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
@@ -72,7 +72,7 @@ class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilte
   }
 
  private:
-  // The owner of the tray's selection announces itself to everybody.
+  // The owner of the tray's selection announces itself to all clients.
   bool nativeEventFilter(const QByteArray& type, void* message, qintptr* /*result*/) override {
     if (type != "xcb_generic_event_t") return false;
     const auto* event = static_cast<const xcb_generic_event_t*>(message);

@@ -15,8 +15,7 @@ Tray::~Tray() {
 
 void Tray::show() {
   if (icon_ != nullptr) return;
-  // The toolkit looks once for the kind of status area and keeps to what it found: not before there
-  // is one.
+  // The toolkit looks for the kind of status area only once, so wait until there is one.
   if (area_ == nullptr) {
     area_ = systemStatusArea();
     if (!area_->isThere()) {
@@ -38,7 +37,7 @@ void Tray::show() {
   icon_->show();
 }
 
-// An icon that is embedded tells of the press; what counts is the release.
+// An embedded icon reports the press, but the release counts.
 bool Tray::eventFilter(QObject* watched, QEvent* event) {
   switch (event->type()) {
     case QEvent::MouseButtonPress:

@@ -2,7 +2,7 @@
 
 namespace talvane {
 
-// Nothing to do: a tool window is in no list of windows.
+// Nothing to do: window lists do not contain tool windows.
 void keepOutOfTaskBars(QWidget& /*window*/) {}
 
 }  // namespace talvane

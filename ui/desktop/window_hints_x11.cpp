@@ -8,10 +8,10 @@
 
 namespace talvane {
 
-// Extended Window Manager Hints, _NET_WM_STATE: what is set before the window is mapped counts.
+// Extended Window Manager Hints: set _NET_WM_STATE before the window is mapped.
 void keepOutOfTaskBars(QWidget& window) {
   auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  // There is none on other platforms, though some of them claim to be X11.
+  // Null on other platforms, even on some that claim to be X11.
   xcb_connection_t* display = x11 == nullptr ? nullptr : x11->connection();
   if (display == nullptr) return;
   const std::array<xcb_atom_t, 2> states{atomNamed(display, "_NET_WM_STATE_SKIP_TASKBAR"),

@@ -23,7 +23,7 @@ void dress(QMessageBox& box, const QString& text) {
   box.setIconPixmap(applicationIcon().pixmap(QSize(64, 64), box.devicePixelRatioF()));
   box.setText(title);
   box.setInformativeText(text);
-  // The names that the message box gives its labels.
+  // The message box's own names for its labels.
   if (auto* heading = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
     QFont font = heading->font();
     font.setBold(true);
@@ -32,7 +32,7 @@ void dress(QMessageBox& box, const QString& text) {
   if (auto* body = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel"))) {
     body->setTextFormat(Qt::PlainText);
   }
-  // Wide enough for a sentence to be read, narrow enough to be read at once.
+  // A comfortable line length.
   if (auto* grid = qobject_cast<QGridLayout*>(box.layout())) {
     grid->setColumnMinimumWidth(grid->columnCount() - 1, 260);
   }
@@ -45,7 +45,7 @@ void run(QMessageBox& box) {
   openAlert() = &box;
   box.exec();
   openAlert() = outer;
-  // Not every window manager gives the keyboard back by itself.
+  // Not every window manager returns the keyboard focus by itself.
   if (QWidget* above = box.parentWidget(); above != nullptr && above->isVisible()) {
     above->raise();
     above->activateWindow();

@@ -66,7 +66,7 @@ void KeyedButton::keyPressEvent(QKeyEvent* event) {
     case Qt::Key_Down:
     case Qt::Key_Left:
     case Qt::Key_Right:
-      // Where the arrows lead is the panel's affair.
+      // The panel handles the arrow keys.
       event->ignore();
       return;
     default:
@@ -75,7 +75,7 @@ void KeyedButton::keyPressEvent(QKeyEvent* event) {
 }
 
 bool KeyedButton::event(QEvent* event) {
-  // Hover changes how it looks, though nothing else of it.
+  // Hovering changes only its look.
   if (event->type() == QEvent::HoverEnter || event->type() == QEvent::HoverLeave) update();
   return QAbstractButton::event(event);
 }

@@ -23,8 +23,8 @@ void Countdown::setValue(int value) {
     update();
     return;
   }
-  // A long bar costs more than all else that a second changes: only what has become white, or the
-  // other way round.
+  // Painting a long bar costs more than everything else that changes each second, so repaint only
+  // the part whose colour changed.
   update(0, std::min(old_split, new_split), width(), std::abs(new_split - old_split));
 }
 
@@ -50,7 +50,7 @@ void Countdown::paintEvent(QPaintEvent* /*event*/) {
             length / static_cast<float>(period_ - 1));
   const int split = splitFor(value_);
   QPainter painter(this);
-  // Upright lines of this width, centred; filled as rectangles so that their edges are sharp.
+  // Centred vertical lines of this width, painted as rectangles for sharp edges.
   const int left = countdown_line_x - line_width / 2;
   if (value_ != 0) painter.fillRect(left, 0, line_width, split, Qt::white);
   painter.fillRect(left, split, line_width, height() - split, restColour(value_));

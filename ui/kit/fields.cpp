@@ -22,7 +22,7 @@ void PanelField::paintEvent(QPaintEvent* event) {
 }
 
 void forget(QLineEdit& field) {
-  // clear() counts as typing, which can be undone.
+  // clear() counts as typing, which "Undo" reverses.
   field.setText(QString());
 }
 

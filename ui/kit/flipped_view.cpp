@@ -30,7 +30,7 @@ void TiledImageView::setImage(const QPixmap& image) {
 }
 
 void TiledImageView::paintEvent(QPaintEvent* /*event*/) {
-  // Painting is clipped to what is to be redrawn; the pattern starts at the view's origin anyway.
+  // Painting is clipped to the redrawn part, but the pattern starts at the view's origin.
   QPainter(this).drawTiledPixmap(rect(), _image);
 }
 

@@ -26,7 +26,7 @@ void TextLabel::setFontSize(int size, bool bold) {
 }
 
 void TextLabel::showText(const QString& whole) {
-  // A server says what it likes; more than this nobody reads, nor can it be laid out in time.
+  // A server can send any text. Nobody reads more than this, and its layout would take too long.
   const QString text =
       whole.size() > longest_text ? whole.left(longest_text) + QChar(0x2026) : whole;
   if (text == this->text()) return;

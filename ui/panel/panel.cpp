@@ -41,7 +41,7 @@ void bringToFront(SoftTokenWindow* window) {
   if (QWidget* focus = window->focusWidget()) focus->setFocus();
 }
 
-// `step` rows on from the one that has the focus.
+// The row `step` rows after the focused one.
 bool focusRow(const std::vector<QWidget*>& rows, int step) {
   if (rows.empty()) return false;
   const auto here = std::find(rows.begin(), rows.end(), QApplication::focusWidget());
@@ -131,7 +131,7 @@ void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
     roll(window, "closeWindow",
          closingRoll(window->frameOrigin(), window->height(), ini_.RollupSteps));
   }
-  // One that is shown again at once is not unmapped: window managers may lose its place by that.
+  // Do not unmap a window that is shown again at once: a window manager may lose its place.
   if (!refreshing_) window->hide();
   bOpen = false;
   ow = nullptr;
@@ -141,7 +141,7 @@ void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
   window->setContentView(content);
   delete std::exchange(bg, nullptr);
   content = nullptr;
-  // After what is under way in the view that has closed.
+  // After the closed view has finished its work.
   QMetaObject::invokeMethod(
       this, [this] { releaseClosedPanel(); }, Qt::QueuedConnection);
   vane::log("APP: closeWindow: end");
@@ -208,7 +208,7 @@ void Panel::positionToolbarCommon(QWidget* button, const Frame& frame) {
 }
 
 bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
-  // Pressed while the program worked, and the panel has closed or changed since.
+  // The key was pressed while the program was busy, and the panel has closed or changed since.
   if (window != ow) return true;
   const int page = mainScreen().height() - menu_bar_height - row_step;
   View* view = viewOf(window);
@@ -222,7 +222,7 @@ bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
       return true;
     case Qt::Key_Return:
     case Qt::Key_Enter:
-      // In a field, or where nothing to press has the focus.
+      // In a field, or when no button has the focus.
       if (QAbstractButton* accepting = view->accepting()) accepting->click();
       return true;
     case Qt::Key_Up:
@@ -249,7 +249,7 @@ void Panel::scroll(int movement) {
 
 void Panel::bringIntoView(const QWidget* widget) {
   if (widget == nullptr || ow == nullptr || widget->window() != ow) return;
-  // What lies on an image comes with the whole of it: a row.
+  // Scroll to the whole row, not only the focused widget on it.
   const QWidget* row = dynamic_cast<const FlippedImageView*>(widget->parentWidget());
   if (row == nullptr) row = widget;
   const int first = row->mapTo(static_cast<QWidget*>(ow), QPoint(0, 0)).y();

@@ -9,11 +9,11 @@ constexpr int token_row_distance = 72;
 constexpr int management_row_distance = 30;
 constexpr int first_row_y = 12;
 constexpr int least_list_height = 128;
-constexpr int notice_margin = 16;  // above and below words that stand alone
-constexpr int notice_gap = 8;      // that words under the rows add to the panel
+constexpr int notice_margin = 16;  // above and below a notice that stands alone
+constexpr int notice_gap = 8;      // between the rows and a notice below them
 constexpr int notice_x = 12;
 
-// A count of steps that no screen has room for is as good as one a pixel.
+// More steps than any screen has pixels make no difference.
 constexpr std::int64_t most_steps = 100'000;
 
 }  // namespace
@@ -49,7 +49,7 @@ Frame withoutBands(const Frame& frame) {
 int tokenViewHeight(int tokens, int notice_height) {
   const int height = std::max(token_row_distance * tokens + 84, least_list_height);
   if (notice_height == 0) return height;
-  // Without rows the words have the panel to themselves.
+  // Without rows the notice has the panel to itself.
   return tokens == 0 ? std::max(height, notice_height + 2 * (band_height + notice_margin))
                      : height + notice_height + notice_gap;
 }

@@ -17,11 +17,11 @@
 namespace talvane {
 namespace {
 
-// What one notch of the wheel moves, in points: one row.
+// The movement for one notch of the wheel, in points: one row.
 constexpr int points_a_notch = 72;
 constexpr int units_a_notch = 120;
 
-// As which assistive technologies see the panel.
+// How assistive technologies see the panel.
 QAccessibleInterface* accessibleWindow(const QString& /*class_name*/, QObject* object) {
   auto* window = dynamic_cast<SoftTokenWindow*>(object);
   return window == nullptr ? nullptr : new QAccessibleWidget(window, QAccessible::Dialog);
@@ -78,7 +78,7 @@ void SoftTokenWindow::mousePressEvent(QMouseEvent* event) {
   initial_location_ = event->position();
 }
 
-// Nothing: the panel cannot be dragged.
+// The panel cannot be dragged.
 void SoftTokenWindow::mouseMoveEvent(QMouseEvent* /*event*/) {}
 
 void SoftTokenWindow::keyPressEvent(QKeyEvent* event) {
@@ -95,14 +95,14 @@ void SoftTokenWindow::wheelEvent(QWheelEvent* event) {
 }
 
 void SoftTokenWindow::closeEvent(QCloseEvent* event) {
-  event->accept();  // else the program could not quit
+  event->accept();  // otherwise the program could not quit
   if (closed_by_user) closed_by_user();
 }
 
 void SoftTokenWindow::dragEnterEvent(QDragEnterEvent* event) {
   if (!event->mimeData()->hasUrls() && !event->mimeData()->hasText()) return;
   if (!event->possibleActions().testFlag(Qt::CopyAction)) return;
-  // Never a move: what was dragged stays where it was, whatever becomes of it here.
+  // Never a move: the source keeps what was dragged.
   event->setDropAction(Qt::CopyAction);
   event->accept();
 }

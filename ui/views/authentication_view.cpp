@@ -13,7 +13,7 @@ namespace {
 
 using Field = EnrolViews::Field;
 
-// What the three rows need beside their widest label, in points.
+// The width of the three rows without their widest label, in points.
 constexpr int label_room = 17;
 constexpr int field_distance = 34;
 constexpr int field_room = 51;
@@ -68,7 +68,7 @@ void AuthenticationView::connectFields() {
                                                    {form_.eva_password, Changed::password},
                                                    {form_.eva_passcode, Changed::passcode}};
   for (const auto& [field, changed] : fields) {
-    // Only what the user types counts as a change.
+    // Only typing by the user counts as a change.
     QObject::connect(field, &QLineEdit::textEdited, window(),
                      [this, what = changed] { flow_.controlTextDidChange(what); });
   }
@@ -121,7 +121,7 @@ void AuthenticationView::eva_layout() {
   form_.eva_message->showText(QString::fromStdString(layout.message));
   showRows(layout);
   if (layout.mode == AuthenticationLayout::Mode::busy) {
-    // What follows may block: the wait shows at once.
+    // The next call may block, so show the wait first.
     if (panel_.openPanel() == window()) window()->repaint();
     return;
   }

@@ -56,7 +56,7 @@ void HelpView::showLoginItem() {
   vane::log("HV : init: launch at login {}", launches);
 }
 
-// An entry that another program adds or removes shows at once.
+// Show at once an entry that another program adds or removes.
 void HelpView::followLoginItems() {
   login_items_notifier_.reset();
   watched_login_item_ = parts_.make_login_item();

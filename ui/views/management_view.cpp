@@ -142,7 +142,7 @@ void ManagementView::cv_homeclicked() {
   if (renamed) {
     panel_.switchViewfrom(window(), panel_.window("tv"));
   } else {
-    // What was typed stays in the fields, unless they are another token's by now.
+    // The typed names stay in the fields, unless the tokens have changed.
     tell(renamed.error());
     if (renamed.error().next == Problem::Next::look_again) refreshLater();
   }

@@ -16,9 +16,9 @@ namespace {
 constexpr int control_x = 10;
 constexpr int control_width = 240;
 constexpr int control_height = 20;
-constexpr int most_questions = 1000;  // of one menu, whatever the server sends
+constexpr int most_questions = 1000;  // limit for one menu, whatever the server sends
 
-// `y` is of the lower edge, from the view's lower edge; nullopt: not shown.
+// `y` is the lower edge, measured from the view's lower edge; nullopt if not shown.
 void place(QWidget* control, const std::optional<int>& y, int height, int view_height) {
   control->setVisible(y.has_value());
   if (!y) return;
@@ -30,7 +30,7 @@ void place(QWidget* control, const std::optional<int>& y, int height, int view_h
 QuestionsView::QuestionsView(Panel& panel, Shell& shell, const Ini& ini, EnrolFlow& flow)
     : View("evgi", other_view_height), panel_(panel), shell_(shell), ini_(ini), flow_(flow) {
   load(form_);
-  // Only what the user types counts as a change.
+  // Only typing by the user counts as a change.
   QObject::connect(form_.evgi_pin, &QLineEdit::textEdited, window(),
                    [this] { flow_.controlTextDidChange(EnrolFlow::Changed::pin); });
   for (QComboBox* menu : menus()) {

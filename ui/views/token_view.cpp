@@ -20,7 +20,7 @@ constexpr int row_font_size = 13;
 constexpr int highest_notice = 500;
 constexpr int milliseconds_a_second = 1000;
 
-// To the next full second, so that a passcode changes on screen when it changes.
+// Until the next full second, so that the screen changes exactly when the passcode does.
 int millisecondsToNextSecond() {
   return milliseconds_a_second -
          static_cast<int>(QDateTime::currentMSecsSinceEpoch() % milliseconds_a_second);
@@ -116,7 +116,7 @@ void TokenView::addTokenRow(int index) {
   auto* passcode = named(new TextLabel(row), "tvpasscode");
   passcode->setGeometry(rectangle(passcode_frame));
   passcode->setAlignment(Qt::AlignCenter);
-  // The field reaches below the row: the digits stand in the middle of what is seen of it.
+  // The field extends below the row: centre the digits in its visible part.
   passcode->setContentsMargins(0, 0, 0, passcode_frame.height - copy_button_frame.height - 10);
   passcode->setFontSize(passcode_font_size);
   passcode->setTextColour(Qt::black);
@@ -166,8 +166,7 @@ bool TokenView::keyPressed(const QKeyEvent& event) {
   return true;
 }
 
-// Rows beyond the screens' edge are not painted until they come onto it: a panel of 32 tokens is
-// much higher than a screen.
+// Do not paint rows that are off screen: a panel of 32 tokens is much higher than a screen.
 void TokenView::paintWhatShows() {
   const QScreen* screen = QGuiApplication::primaryScreen();
   if (panel_.openPanel() != window() || screen == nullptr) return;

@@ -14,7 +14,7 @@ constexpr const char* service_interface = "org.freedesktop.Secret.Service";
 constexpr const char* collection_interface = "org.freedesktop.Secret.Collection";
 constexpr const char* item_interface = "org.freedesktop.Secret.Item";
 
-// The attributes that tell our items from others' and from each other. Their names are on disk.
+// The attributes that identify our items. Their names are stored on disk: do not change them.
 constexpr const char* schema_attribute = "xdg:schema";
 constexpr const char* schema_name = "org.talvane.SoftToken";
 constexpr const char* service_attribute = "service";
@@ -51,7 +51,7 @@ std::string textAt(GVariant* dictionary, const char* key) {
   return g_variant_lookup(dictionary, key, "&s", &text) != FALSE ? text : std::string();
 }
 
-// A request that changes something is not sent twice unless it surely went nowhere.
+// Do not repeat a request that changes something, unless it certainly had no effect.
 Outcome changing(Outcome outcome) {
   if (outcome.retry == Outcome::Retry::unless_changing) outcome.retry = Outcome::Retry::no;
   return outcome;
@@ -194,7 +194,7 @@ Outcome Items::decode(GVariant* secrets_by_path, std::map<std::string, ItemSecre
 Outcome Items::read(Round& round, const Paths& paths, const std::string& account,
                     std::map<std::string, ItemSecret>* secrets,
                     std::map<std::string, std::string>* services) {
-  // Everything that need not wait for the session is under way while it is negotiated.
+  // Send everything that does not need the session while it is negotiated.
   const auto session_answer = link_.startSession(round);
   std::vector<std::shared_ptr<Answer>> answers;
   if (services != nullptr) {
@@ -213,7 +213,7 @@ Outcome Items::read(Round& round, const Paths& paths, const std::string& account
   for (std::size_t i = 0; i < answers.size(); ++i) {
     VariantHandle found;
     outcome = receiveProperty(round, *answers[i], "a{ss}", &found);
-    if (outcome.retry == Outcome::Retry::yes) continue;  // deleted by another process just now
+    if (outcome.retry == Outcome::Retry::yes) continue;  // another process has just deleted it
     if (!outcome.good()) return outcome;
     const std::string service = textAt(found.get(), service_attribute);
     if (service.empty() || textAt(found.get(), account_attribute) != account) continue;
@@ -229,7 +229,7 @@ Outcome Items::read(Round& round, const Paths& paths, const std::string& account
 
 Outcome Items::refusePrompt(Round& round, const std::string& prompt) {
   VariantHandle reply;
-  // Whether the daemon heeds it does not change what is reported.
+  // The daemon's answer does not change the result.
   static_cast<void>(link_.call(
       round, {prompt.c_str(), "org.freedesktop.Secret.Prompt", "Dismiss", nullptr, "()"}, &reply));
   return outcomeOf(KeychainStatus::interaction_not_allowed);

@@ -1,4 +1,4 @@
-// The keychain in the user's Secret Service, as a loadable module: programs whose tokens lie
+// The keychain in the user's Secret Service, as a loadable module: programs whose tokens are
 // elsewhere never load libsecret.
 
 #include <dlfcn.h>
@@ -24,15 +24,15 @@ bool isText(const std::string& text) {
   return g_utf8_validate_len(text.data(), text.size(), nullptr) != FALSE;
 }
 
-/// The account's items as one look found them.
+/// A snapshot of the account's items.
 struct Snapshot {
-  KeychainStatus failure = KeychainStatus::ok;  // not ok: there are no entries
+  KeychainStatus failure = KeychainStatus::ok;  // if not ok, there are no entries
   std::map<std::string, ItemSecret> entries;    // by service
-  // What is said of anything else; unset when only another look can tell.
+  // The status of any other item; unset if only another search can tell.
   std::optional<KeychainStatus> missing;
 };
 
-/// What a search found, and of the default collection as much as was asked for.
+/// The result of a search, with the requested facts about the default collection.
 struct Survey {
   Matches matches;
   Collection collection;
@@ -40,17 +40,17 @@ struct Survey {
   [[nodiscard]] bool foundNothing() const {
     return matches.unlocked.empty() && matches.locked.empty();
   }
-  /// What is said of an item that is not among the unlocked ones. Some services cannot search what
-  /// is locked.
+  /// The status of an item that is not among the unlocked ones. Some services cannot search locked
+  /// items.
   [[nodiscard]] KeychainStatus missing() const {
     return matches.locked.empty() && !collection.locked ? KeychainStatus::item_not_found
                                                         : KeychainStatus::interaction_not_allowed;
   }
 };
 
-/// Several items of one service and account are one: the newest is read, replacing leaves one and
-/// removing deletes all. They come about when two processes add at the same time, or from
-/// collections of different times.
+/// Several items with one service and account count as one: reading takes the newest, replacing
+/// leaves one, removing deletes all. They arise when two processes add at the same time, or when
+/// the default collection changes.
 class SecretServiceKeychain final : public KeychainService {
  public:
   SecretServiceKeychain() : context_(g_main_context_new()), items_(link_) {}
@@ -87,7 +87,7 @@ class SecretServiceKeychain final : public KeychainService {
                 SecretBytes* secret);
   Outcome look(Round& round, const std::string& account, Snapshot* snapshot);
 
-  ContextHandle context_;  // outlives what it serves
+  ContextHandle context_;  // must outlive its users
   Link link_;
   Items items_;
   std::string words_;  // of the last failure
@@ -97,10 +97,10 @@ class SecretServiceKeychain final : public KeychainService {
 
 SecretServiceKeychain::~SecretServiceKeychain() {
   link_.drop();
-  runPending(context_.get());  // GLib frees part of what was dropped there
+  runPending(context_.get());  // GLib frees some dropped objects there
 }
 
-/// Runs the work within one round. When what it relied on has gone it is done once more from the
+/// Runs the work in one round. If the daemon or the connection has gone, tries once more from the
 /// start, over a new connection.
 KeychainStatus SecretServiceKeychain::perform(const Work& work) {
   Round round(context_.get());
@@ -126,8 +126,8 @@ Outcome SecretServiceKeychain::search(Round& round, const std::string* service,
   return Items::receiveSearch(round, *answer, matches);
 }
 
-/// The default collection, unlocked if that takes no password; `*unlocked` tells whether it was
-/// done just now.
+/// The default collection, unlocked if that needs no password; `*unlocked` tells whether this call
+/// unlocked it.
 Outcome SecretServiceKeychain::openDefault(Round& round, Collection* collection, bool* unlocked) {
   *unlocked = false;
   Outcome outcome = items_.defaultCollection(round, collection);
@@ -177,7 +177,7 @@ Outcome SecretServiceKeychain::fetch(Round& round, const std::string& service,
   if (!outcome.good()) return outcome;
   const auto found = secrets.find(path);
   if (found == secrets.end()) {
-    // Deleted or locked since the search: another look tells.
+    // Deleted or locked since the search: only another search can tell.
     outcome = failure("the service did not give the item's secret");
     outcome.retry = Outcome::Retry::yes;
     return outcome;
@@ -197,7 +197,7 @@ Outcome SecretServiceKeychain::look(Round& round, const std::string& account, Sn
   Outcome outcome = survey(round, nullptr, account, DefaultCollection::always, &here);
   if (!outcome.good()) return outcome;
   const Paths& unlocked = here.matches.unlocked;
-  // Of items that are locked it is not known whose they are.
+  // The owner of a locked item is unknown.
   if (here.matches.locked.empty()) snapshot->missing = here.missing();
   if (unlocked.empty()) return outcome;
 
@@ -244,12 +244,12 @@ KeychainStatus SecretServiceKeychain::find(const std::string& service, const std
   }
   if (snapshot_->missing) return *snapshot_->missing;
   const KeychainStatus status = findAfresh(service, account, secret);
-  // One wait is enough for all the finds of a reading.
+  // Wait only once for all the finds of a reading.
   if (status == KeychainStatus::not_responding) snapshot_->failure = status;
   return status;
 }
 
-/// `secret` is what the service's item holds after the change; null for none.
+/// `secret` is the content of the service's item after the change; null if it was deleted.
 KeychainStatus SecretServiceKeychain::change(const std::string& service, const std::string& account,
                                              const SecretBytes* secret, DefaultCollection wanted,
                                              const Change& work) {
@@ -260,7 +260,7 @@ KeychainStatus SecretServiceKeychain::change(const std::string& service, const s
   });
   if (!snapshot_ || reading_account_ != account) return status;
   if (status != KeychainStatus::ok || snapshot_->failure != KeychainStatus::ok) {
-    snapshot_.reset();  // the next find looks again
+    snapshot_.reset();  // the next find searches again
   } else if (secret != nullptr) {
     snapshot_->entries[service] = {KeychainStatus::ok, *secret};
   } else {
@@ -275,7 +275,7 @@ KeychainStatus SecretServiceKeychain::add(const std::string& service, const std:
     if (!here.matches.unlocked.empty()) return outcomeOf(KeychainStatus::duplicate_item);
     if (here.missing() != KeychainStatus::item_not_found) return outcomeOf(here.missing());
     if (here.collection.path.empty()) return outcomeOf(KeychainStatus::no_default_keychain);
-    // Not replacing: what another process added since the search is not written over.
+    // Do not replace: another process may have added an item since the search.
     std::string path;
     return items_.create(round, here.collection.path, service, account, secret, false, &path);
   };
@@ -303,7 +303,7 @@ KeychainStatus SecretServiceKeychain::replace(const std::string& service,
 KeychainStatus SecretServiceKeychain::remove(const std::string& service,
                                              const std::string& account) {
   const Change work = [&](Round& round, const Survey& here) {
-    // Locked ones keep the others from being deleted too: they would come back when unlocked.
+    // If any are locked, delete none: the locked ones would reappear when unlocked.
     if (!here.matches.locked.empty() || here.matches.unlocked.empty()) {
       return outcomeOf(here.missing());
     }
@@ -345,8 +345,8 @@ void SecretServiceKeychain::endReading() {
 /// A new keychain, owned by the caller.
 extern "C" __attribute__((visibility("default"))) talvane::KeychainService*
 softtoken_make_keychain() {
-  // GLib keeps the types that this module and libsecret register for as long as the process runs,
-  // so their code has to stay as well.
+  // GLib keeps the types that this module and libsecret register until the process ends, so their
+  // code must stay loaded.
   Dl_info here;
   if (dladdr(reinterpret_cast<void*>(&softtoken_make_keychain), &here) != 0) {
     static_cast<void>(dlopen(here.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE));

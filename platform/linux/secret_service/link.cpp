@@ -25,7 +25,7 @@ GType sessionType() {
   return type;
 }
 
-// Not GLib's search for the address: that may start a bus of its own.
+// Do not use GLib's search for the address: it may start a new bus.
 std::string busAddress() {
   const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
   if (address != nullptr && *address != '\0') return address;

@@ -6,7 +6,7 @@
 namespace talvane::secret_service {
 namespace {
 
-// Together below the two seconds that a call may take.
+// In total less than the two seconds that a call may take.
 constexpr guint time_limit_milliseconds = 1800;
 constexpr gint64 cancelling_limit_microseconds = 100'000;
 
@@ -29,7 +29,7 @@ Round::Round(GMainContext* context)
   g_main_context_push_thread_default(context_);
   g_source_set_callback(timer_, setTrue, &time_is_up_, nullptr);
   g_source_attach(timer_, context_);
-  runPending(context_);  // such as answers that nobody waits for any more
+  runPending(context_);  // for example late answers
 }
 
 Round::~Round() {

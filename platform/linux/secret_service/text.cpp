@@ -61,7 +61,7 @@ bool readSecretText(std::string_view text, SecretBytes* secret) {
       bytes.push_back(static_cast<std::uint8_t>(group >> bits & 255));
     }
   }
-  // What the padding cuts off is zero in text that an encoder wrote.
+  // An encoder sets the bits that the padding cuts off to zero.
   if ((group & ((1U << bits) - 1)) != 0) return false;
   *secret = std::move(result);
   return true;
