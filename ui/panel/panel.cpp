@@ -23,16 +23,6 @@ CloseButton* makeCloseButton(QWidget* parent) {
   return button;
 }
 
-int heightOf(View* view) {
-  if (view == nullptr) return other_view_height;
-  const int height = view->height();
-  if (view->showsTokens()) {
-    vane::log("APP: openWindow: calculated {} height: {}",
-              view->window()->objectName().toStdString(), height);
-  }
-  return height;
-}
-
 void bringToFront(SoftTokenWindow* window) {
   keepOutOfTaskBars(*window);
   window->show();
@@ -105,7 +95,7 @@ void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
     view = other;
     window = other->window();
   }
-  const int height = heightOf(view);
+  const int height = view == nullptr ? other_view_height : view->height();
   window->setFixedSize(window->width(), height);
   Place place{x, y};
   if (x < 0) {
@@ -118,7 +108,11 @@ void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
   if (view != nullptr) view->init();
   window->setFrameOrigin(place);
   bringToFront(window);
-  if (roll_down) roll(window, "openWindow", openingRoll(place, height, ini_.RollupSteps));
+  if (roll_down) {
+    const std::int64_t steps = ini_.RollupSteps;
+    vane::log("APP: openWindow: rolling (steps:{} chunk:{})...", steps, rollChunk(height, steps));
+    for (const Place step : openingRoll(place, height, steps)) window->setFrameOrigin(step);
+  }
   bOpen = true;
   ow = window;
   vane::log("APP: openWindow: end");
@@ -128,8 +122,12 @@ void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
   if (window == nullptr || window != ow) return;
   vane::log("APP: closeWindow: begin (roll:{})", roll_up ? 1 : 0);
   if (roll_up) {
-    roll(window, "closeWindow",
-         closingRoll(window->frameOrigin(), window->height(), ini_.RollupSteps));
+    const std::int64_t steps = ini_.RollupSteps;
+    const int height = window->height();
+    vane::log("APP: closeWindow: rolling (steps:{} chunk:{})...", steps, rollChunk(height, steps));
+    for (const Place step : closingRoll(window->frameOrigin(), height, steps)) {
+      window->setFrameOrigin(step);
+    }
   }
   // Do not unmap a window that is shown again at once: a window manager may lose its place.
   if (!refreshing_) window->hide();
@@ -149,13 +147,6 @@ void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
 
 void Panel::makeBackground(int height) {
   bg = new PanelBackground(height);
-}
-
-void Panel::roll(SoftTokenWindow* window, const char* operation,
-                 const std::vector<Place>& places) const {
-  vane::log("APP: {}: rolling (steps:{} chunk:{})...", operation, ini_.RollupSteps,
-            rollChunk(window->height(), ini_.RollupSteps));
-  for (const Place place : places) window->setFrameOrigin(place);
 }
 
 void Panel::releaseClosedPanel() {

@@ -71,7 +71,6 @@ class Panel : public QObject {
  private:
   void take(std::unique_ptr<View> view);
   [[nodiscard]] View* viewOf(const SoftTokenWindow* window) const;
-  void roll(SoftTokenWindow* window, const char* operation, const std::vector<Place>& places) const;
   void positionToolbarCommon(QWidget* button, const Frame& frame);
   void releaseClosedPanel();
   bool keyPressed(const SoftTokenWindow* window, const QKeyEvent& event);

@@ -11,21 +11,23 @@ void ShownTokens::read() {
   clear();
   vane::log("APP: openWindow: reading tokens...");
   if (auto stored = store_.read()) {
-    stored_ = std::move(*stored);
-    if (stored_.obstacle) trouble_ = stored_.obstacle->words;
+    TOKEN = std::move(*stored);
+    TOKENS = static_cast<int>(TOKEN.list.size());
+    if (TOKEN.obstacle) trouble_ = TOKEN.obstacle->words;
   } else {
     trouble_ = stored.error().words;
   }
-  vane::log("APP: openWindow: found {} tokens", count());
-  for (int i = 0; i < count(); ++i) {
-    const SoftTokenInfo& token = *stored_.list[static_cast<std::size_t>(i)];
+  vane::log("APP: openWindow: found {} tokens", TOKENS);
+  for (int i = 0; i < TOKENS; ++i) {
+    const SoftTokenInfo& token = *TOKEN.list[static_cast<std::size_t>(i)];
     vane::log("APP: openWindow: token[{:02}] d:{} s:{}", i, orNil(token.currentDescription()),
               token.seed32 ? token.seed32->get() : std::string(nil_text));
   }
 }
 
 void ShownTokens::clear() {
-  stored_ = {};
+  TOKEN = {};
+  TOKENS = 0;
   trouble_.clear();
 }
 

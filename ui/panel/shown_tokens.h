@@ -16,15 +16,16 @@ class ShownTokens {
   void read();
   void clear();
 
-  [[nodiscard]] const StoredTokens& stored() const { return stored_; }
-  [[nodiscard]] int count() const { return static_cast<int>(stored_.list.size()); }
+  [[nodiscard]] const StoredTokens& stored() const { return TOKEN; }
+  [[nodiscard]] int count() const { return TOKENS; }
   /// For the user: why the tokens, or those after the last one, could not be read; empty if they
   /// could.
   [[nodiscard]] const std::string& trouble() const { return trouble_; }
 
  private:
   TokenStore& store_;
-  StoredTokens stored_;
+  StoredTokens TOKEN;
+  int TOKENS = 0;
   std::string trouble_;
 };
 

@@ -18,7 +18,9 @@ ManagementView::ManagementView(Panel& panel, Shell& shell, const Ini& ini, Token
 }
 
 int ManagementView::height() {
-  return managementViewHeight(panel_.tokens().count());
+  const int height = managementViewHeight(panel_.tokens().count());
+  vane::log("APP: openWindow: calculated cv height: {}", height);
+  return height;
 }
 
 std::vector<QWidget*> ManagementView::rows() const {

@@ -43,7 +43,9 @@ TokenView::TokenView(Panel& panel, Shell& shell, const Ini& ini, Gateway& gatewa
 }
 
 int TokenView::height() {
-  return tokenViewHeight(panel_.tokens().count(), troubleHeight());
+  const int height = tokenViewHeight(panel_.tokens().count(), troubleHeight());
+  vane::log("APP: openWindow: calculated tv height: {}", height);
+  return height;
 }
 
 int TokenView::troubleHeight() const {
