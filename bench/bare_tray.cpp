@@ -7,9 +7,9 @@
 int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setQuitOnLastWindowClosed(false);
-  QPixmap picture(18, 18);
-  picture.fill(Qt::blue);
-  QSystemTrayIcon icon{QIcon(picture)};
+  QPixmap image(18, 18);
+  image.fill(Qt::blue);
+  QSystemTrayIcon icon{QIcon(image)};
   icon.show();
   return QApplication::exec();
 }

@@ -1,5 +1,5 @@
 // Reading all tokens, as the program does, and one look-up after another beside it; 1, 8 and 32
-// tokens, in the embedded vault and in a Secret Service (a keyring daemon on a bus of our own).
+// tokens, in the embedded vault and in a Secret Service (GNOME Keyring on a private bus).
 
 #include <benchmark/benchmark.h>
 
@@ -60,7 +60,7 @@ void readOneByOne(benchmark::State& state, KeychainService& keychain) {
   state.SetComplexityN(state.range(0));
 }
 
-// Opens the keychain anew for each reading, as a program does that was just started.
+// Opens the keychain again for each reading, as a newly started program does.
 template <typename Make>
 void openAndReadAll(benchmark::State& state, Make make) {
   const auto first = make();

@@ -70,9 +70,9 @@ class DoctorCommand final : public Command {
       const KeychainDescription description = keychain.service->describe();
       const bool good = description.status == KeychainStatus::ok;
       add("keychain", good,
-          fmt::format("{}{}{}, {}", description.name, description.location.empty() ? "" : " at ",
+          fmt::format("{}{}{}{}", description.name, description.location.empty() ? "" : " at ",
                       description.location,
-                      good ? "unlocked" : keychain.service->message(description.status)));
+                      good ? ", unlocked" : ": " + keychain.service->message(description.status)));
       add("keychain choice", true,
           keychain.remembered ? "remembered" : "not made yet: the first token makes it");
       if (!good) return false;

@@ -5,8 +5,8 @@
 //    read, so a damaged or foreign record hides those after it until it is deleted or overwritten;
 //  - a seed is stored sealed with the device key, followed by its hash; it does not load under
 //    another key;
-//  - the engine keeps no token; every call reads the keychain through the gateway. The device key,
-//    the map table and the identity cache are shared by all calls: main thread only.
+//  - the engine keeps no token; every call reads the keychain through the gateway.
+// All calls share the device key, the map table and the identity cache: main thread only.
 
 #include <fmt/core.h>
 

@@ -6,8 +6,8 @@
 //    reads the stored tokens again, and is atomic if the keychain supports that; a call that fails
 //    has then changed nothing;
 //  - a record that does not load is never overwritten; only deleting its slot removes it;
-//  - a call succeeds only when the keychain has confirmed the change. Main thread only. No call
-//    waits longer than the keychain and the lock allow.
+//  - a call succeeds only when the keychain has confirmed the change.
+// Main thread only. No call waits longer than the keychain and the lock allow.
 
 #include <array>
 #include <chrono>
