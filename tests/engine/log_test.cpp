@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 
 #include "engine/log.h"
 #include "engine/vane.h"
@@ -83,6 +84,21 @@ TEST_F(LogTest, LinesGoToTheGatewaySetLast) {
   vane::log("line");
   EXPECT_EQ(other.lines, Lines{"line"});
   EXPECT_TRUE(gateway.lines.empty());
+}
+
+TEST_F(LogTest, PauseKeepsTheLinesOfItsThreadOut) {
+  {
+    const EngineLog::Pause outer;
+    {
+      const EngineLog::Pause inner;
+      vane::log("inner");
+    }
+    EXPECT_FALSE(EngineLog::isWanted());
+    vane::log("outer");
+    std::thread([] { vane::log("of another thread"); }).join();
+  }
+  vane::log("after");
+  EXPECT_EQ(gateway.lines, (Lines{"of another thread", "after"}));
 }
 
 // One call of every kind: none asks the gateway to write a line that it does not want.
