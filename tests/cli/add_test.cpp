@@ -132,9 +132,9 @@ TEST(Add, SeedIsTheFirstLineOfTheInput) {
 
 TEST(Add, MissingSeed) {
   const CliHome home;
-  expectFailure(home.run({"add", "Mail"}), 2, "standard input");
+  expectFailure(home.run({"add", "Mail"}), 2, "Standard input is empty");
   expectFailure(home.run({"add", "Mail"}, Streams{.input_file = Streams::closed}), 2,
-                "standard input");
+                "Standard input is empty");
   expectFailure(home.run({"add", "Mail"}, "\n"), 1, "13 or 16");
   EXPECT_EQ(home.names(), Strings{});
 }
@@ -198,7 +198,7 @@ TEST(Add, NameInUseIsRefused) {
   expectRefused(home, "Mail", other_seed_16, 1, "--replace");
   // Also when the token has another name by now.
   expectSuccess(home.run({"rename", "Mail", "Post"}));
-  expectRefused(home, "Mail", other_seed_16, 1, "slot 0");
+  expectRefused(home, "Mail", other_seed_16, 1, "Slot 0");
   const auto [ended, time] = inOneStep(30, [&] { return home.run({"code", "Mail"}); });
   EXPECT_EQ(ended.out, oathPasscode(seed_16, 30, time) + '\n');
 }

@@ -133,7 +133,9 @@ void deleteAsAdvised(const CliHome& home) {
     ASSERT_TRUE(tokens.is_array());
     if (list.err.empty()) return;
     const std::size_t slot = list.err.rfind(' ') + 1;
-    expectSuccess(home.run({"delete", "--yes", list.err.substr(slot, list.err.size() - slot - 1)}));
+    const std::size_t end = list.err.rfind('`');
+    ASSERT_NE(end, std::string::npos) << list.err;
+    expectSuccess(home.run({"delete", "--yes", list.err.substr(slot, end - slot)}));
   }
 }
 

@@ -261,7 +261,7 @@ TEST(Import, PicturesWithoutExactlyOneTokenCode) {
 
 TEST(Import, MissingUrl) {
   const CliHome home;
-  expectFailure(home.run({"import"}), 2, "standard input");
+  expectFailure(home.run({"import"}), 2, "Standard input is empty");
   expectFailure(home.run({"import"}, "\n"), 1, "otpauth");
 }
 

@@ -28,7 +28,7 @@ TEST(Output, FullDeviceIsAFailure) {
   home.add("A");
   for (const Strings& arguments : printing_commands) {
     SCOPED_TRACE(testing::PrintToString(arguments));
-    expectFailure(home.run(arguments, Streams{.out_file = "/dev/full"}), 1, "Standard output");
+    expectFailure(home.run(arguments, Streams{.out_file = "/dev/full"}), 1, "standard output");
   }
 }
 
@@ -37,7 +37,7 @@ TEST(Output, ClosedStandardOutputIsAFailure) {
   home.add("A");
   for (const Strings& arguments : printing_commands) {
     SCOPED_TRACE(testing::PrintToString(arguments));
-    expectFailure(home.run(arguments, Streams{.out_file = Streams::closed}), 1, "Standard output");
+    expectFailure(home.run(arguments, Streams{.out_file = Streams::closed}), 1, "standard output");
   }
 }
 

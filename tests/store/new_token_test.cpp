@@ -27,7 +27,7 @@ TEST(Names, EmptyOnes) {
     const auto problem = problemWithNames(named(name));
     ASSERT_TRUE(problem.has_value()) << name;
     EXPECT_EQ(problem->next, Problem::Next::other_input);
-    EXPECT_NE(problem->words.find("empty name"), std::string::npos);
+    EXPECT_NE(problem->words.find("name is empty"), std::string::npos);
   }
   EXPECT_TRUE(problemWithNames(SoftTokenInfo()).has_value());
 }
