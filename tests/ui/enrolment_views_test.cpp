@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "enrol/enrol_layout.h"
 #include "tests/ui/app_test.h"
 
 namespace talvane {
@@ -43,8 +44,8 @@ class EnrolmentTest : public AppTest {
   }
 
   std::string message() { return find<QLabel>("eva_message")->text().toStdString(); }
-  Frame place(const std::string& name) { return frameOf(find<QWidget>(name)->geometry()); }
-  bool shows(const std::string& name) { return find<QWidget>(name)->isVisible(); }
+  static Frame place(const std::string& name) { return frameOf(find<QWidget>(name)->geometry()); }
+  static bool shows(const std::string& name) { return find<QWidget>(name)->isVisible(); }
   /// The rows of the sign-in view that show.
   Lines signInRows() {
     Lines rows;
@@ -69,21 +70,32 @@ class EnrolmentTest : public AppTest {
     return items;
   }
 
-  struct Control {
-    const char* name;
-    std::optional<int> y;  // of its lower edge, from the panel's lower edge; nullopt: not shown
-    int height = 20;
-  };
-  void expectPlaces(int height, const std::vector<Control>& controls) {
-    EXPECT_EQ(panel()->height(), height);
-    EXPECT_EQ(panel()->width(), 260);
-    for (const Control& control : controls) {
-      EXPECT_EQ(shows(control.name), control.y.has_value()) << control.name;
-      if (!control.y) continue;
-      EXPECT_EQ(place(control.name),
-                (Frame{10, height - *control.y - control.height, 240, control.height}))
-          << control.name;
+  /// Shown in its place; `y` is of its lower edge, from the panel's lower edge; nullopt: not shown.
+  static void expectPlace(const std::string& name, const std::optional<int>& y, int height = 20) {
+    EXPECT_EQ(shows(name), y.has_value()) << name;
+    if (!y) return;
+    EXPECT_EQ(place(name), flipped({10, *y, 240, height}, panel()->height())) << name;
+  }
+  /// What the layout says of a reply with these lines.
+  void expectLaidOut(const std::string& lines) {
+    askFor(lines);
+    TaEnrolClient client;
+    client.processEnrolResponse(("RESULT:OK,GETINFO\r\n" + lines + token_line).c_str(),
+                                TaEnrolClient::post_parser);
+    EXPECT_EQ(panel()->height(), getInfoHeight(client)) << lines;
+    const GetInfoPlaces places = getInfoPlaces(client, panel()->height());
+    expectPlace("evgi_pinlabel", places.pin_label, pinPromptHeight(client));
+    expectPlace("evgi_pin", places.pin);
+    expectPlace("evgi_questionlabel", places.question_label);
+    for (std::size_t i = 0; i < places.questions.size(); ++i) {
+      expectPlace("evgi_question" + std::to_string(i + 1), places.questions[i]);
+      expectPlace("evgi_answer" + std::to_string(i + 1), places.answers[i]);
     }
+    if (places.pin) {
+      EXPECT_EQ(textOf("evgi_pinlabel"), pinPrompt(client));
+    }
+    EXPECT_EQ(traced({"EVGI: init: showing"}),
+              Lines{std::string("EVGI: init: ") + nameOf(getInfoState(client))});
   }
 };
 
@@ -203,85 +215,36 @@ TEST_F(EnrolmentTest, SignInFormMakesRoomForItsWidestLabel) {
 
 // The view that asks for a PIN and answers.
 
-TEST_F(EnrolmentTest, PinAndThreeQuestions) {
+TEST_F(EnrolmentTest, WhatIsAskedStandsWhereItShould) {
+  const std::string pin_with_rules = "INPUT:USERCREATEPIN=True\r\nPINLENGTH:8\r\nUPPERCASE:1\r\n";
+  for (const std::string& pin : {std::string(), std::string(pin_lines), pin_with_rules}) {
+    for (const std::string& questions :
+         {std::string(), std::string(two_lists), std::string(two_lists) + third_list}) {
+      if (!pin.empty() || !questions.empty()) expectLaidOut(pin + questions);
+      clearTrace();
+    }
+  }
+}
+
+TEST_F(EnrolmentTest, PinAndThreeQuestionsAreTraced) {
   askFor(std::string(pin_lines) + two_lists + third_list);
-  expectPlaces(460, {{"evgi_pinlabel", 460 - 40 - 20},
-                     {"evgi_pin", 460 - 130},
-                     {"evgi_questionlabel", 460 - 180},
-                     {"evgi_question1", 460 - 220},
-                     {"evgi_answer1", 460 - 250},
-                     {"evgi_question2", 460 - 290},
-                     {"evgi_answer2", 460 - 320},
-                     {"evgi_question3", 460 - 360},
-                     {"evgi_answer3", 460 - 390}});
-  EXPECT_EQ(find<QLabel>("evgi_pinlabel")->text(),
-            QStringLiteral("Please choose a 4-character PIN. "));
-  EXPECT_EQ(find<QLabel>("evgi_questionlabel")->text(), QStringLiteral("Secret Questions"));
-  EXPECT_EQ(picked(3), (std::vector{0, 1, 2}));
-  EXPECT_TRUE(find<QLineEdit>("evgi_pin")->hasFocus());
   EXPECT_EQ(
       traced({"EVGI: "}),
       (Lines{"EVGI: init: begin", "EVGI: init: height:460", "EVGI: init: showing PIN and ENROL",
              "EVGI: init: 3 questions", "EVGI: checkpin:  returning NO", "EVGI: init: end"}));
 }
 
-TEST_F(EnrolmentTest, PinAndTwoQuestions) {
-  askFor(std::string(pin_lines) + two_lists);
-  expectPlaces(380, {{"evgi_pinlabel", 380 - 40 - 20},
-                     {"evgi_pin", 380 - 130},
-                     {"evgi_questionlabel", 380 - 180},
-                     {"evgi_question1", 380 - 220},
-                     {"evgi_answer1", 380 - 250},
-                     {"evgi_question2", 380 - 290},
-                     {"evgi_answer2", 380 - 320},
-                     {"evgi_question3", std::nullopt},
-                     {"evgi_answer3", std::nullopt}});
-  EXPECT_EQ(picked(2), (std::vector{0, 1}));
-}
-
-TEST_F(EnrolmentTest, PinWithRulesHasAPromptOf60Points) {
-  askFor("INPUT:USERCREATEPIN=True\r\nPINLENGTH:8\r\nUPPERCASE:1\r\nLOWERCASE:\r\n");
-  expectPlaces(270, {{"evgi_pinlabel", 270 - 40 - 60, 60},
-                     {"evgi_pin", 270 - 130},
-                     {"evgi_questionlabel", std::nullopt},
-                     {"evgi_question1", std::nullopt},
-                     {"evgi_answer1", std::nullopt},
-                     {"evgi_question2", std::nullopt},
-                     {"evgi_answer2", std::nullopt},
-                     {"evgi_question3", std::nullopt},
-                     {"evgi_answer3", std::nullopt}});
-  EXPECT_EQ(find<QLabel>("evgi_pinlabel")->text(),
-            QStringLiteral("Please choose an 8-character PIN.  (Must contain at least 1 uppercase "
-                           "and at least 0 lowercase characters)."));
-  EXPECT_EQ(traced({"EVGI: init: showing"}), Lines{"EVGI: init: showing PIN only"});
-}
-
-TEST_F(EnrolmentTest, TwoQuestionsOnly) {
-  askFor(two_lists);
-  expectPlaces(270, {{"evgi_pinlabel", std::nullopt},
-                     {"evgi_pin", std::nullopt},
-                     {"evgi_questionlabel", 270 - 60},
-                     {"evgi_question1", 270 - 100},
-                     {"evgi_answer1", 270 - 130},
-                     {"evgi_question2", 270 - 170},
-                     {"evgi_answer2", 270 - 200},
-                     {"evgi_question3", std::nullopt},
-                     {"evgi_answer3", std::nullopt}});
-  EXPECT_TRUE(find<QLineEdit>("evgi_answer1")->hasFocus());
-  EXPECT_EQ(traced({"EVGI: init: showing"}), Lines{"EVGI: init: showing QUESTIONS only"});
-}
-
-TEST_F(EnrolmentTest, ThreeQuestionsOnly) {
+TEST_F(EnrolmentTest, QuestionsBeginOnDifferentItems) {
   askFor(std::string(two_lists) + third_list);
-  expectPlaces(320, {{"evgi_pinlabel", std::nullopt},
-                     {"evgi_pin", std::nullopt},
-                     {"evgi_questionlabel", 320 - 60},
-                     {"evgi_question1", 320 - 100},
-                     {"evgi_answer1", 320 - 130},
-                     {"evgi_question2", 320 - 170},
-                     {"evgi_answer2", 320 - 200},
-                     {"evgi_question3", 320 - 240},
-                     {"evgi_answer3", 320 - 270}});
+  EXPECT_EQ(picked(3), (std::vector{0, 1, 2}));
+  EXPECT_EQ(textOf("evgi_questionlabel"), "Secret Questions");
+}
+
+TEST_F(EnrolmentTest, FirstFieldHasTheFocus) {
+  askFor(std::string(pin_lines) + two_lists);
+  EXPECT_TRUE(find<QLineEdit>("evgi_pin")->hasFocus());
+  askFor(two_lists);
+  EXPECT_TRUE(find<QLineEdit>("evgi_answer1")->hasFocus());
 }
 
 TEST_F(EnrolmentTest, NothingToAskIsTracedAndThePanelIs500High) {
