@@ -190,7 +190,8 @@ TEST(Code, UnknownNameDoesNotSteerTheTerminal) {
 TEST(Code, MissingTokenIsUsage) {
   const CliHome home;
   expectFailure(home.run({"code"}), 2, "token");
-  expectFailure(home.run({"code", "A", "B"}), 2, "too many arguments; see `softtoken-cli code --help`");
+  expectFailure(home.run({"code", "A", "B"}), 2,
+                "too many arguments; see `softtoken-cli code --help`");
 }
 
 TEST(Code, TokenBehindADamagedRecordNamesTheRecord) {

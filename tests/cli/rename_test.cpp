@@ -119,7 +119,8 @@ TEST(Rename, MissingArgumentsAreUsage) {
   home.add("Mail");
   expectFailure(home.run({"rename"}), 2, "token");
   expectFailure(home.run({"rename", "Mail"}), 2, "name");
-  expectFailure(home.run({"rename", "Mail", "My", "Post"}), 2, "too many arguments; see `softtoken-cli rename --help`");
+  expectFailure(home.run({"rename", "Mail", "My", "Post"}), 2,
+                "too many arguments; see `softtoken-cli rename --help`");
   EXPECT_EQ(home.names(), Strings{"Mail"});
 }
 
