@@ -129,7 +129,7 @@ TEST_F(AddingTest, RefusedSeedsAndNames) {
     }
     expectRefused([&, s = seed] { return store.plan(token("B", s)); }, Next::other_input, words);
   }
-  expectNotAdded(token(""), Next::other_input, "name is empty");
+  expectNotAdded(token(""), Next::other_input, "The name is empty");
   expectNotAdded(token("a\xE2\x80\xAE"), Next::other_input, "are invisible");
 }
 
@@ -187,9 +187,11 @@ TEST_F(AddingTest, NothingIsStoredWhereRecordsLieBehindOneThatDoesNotLoad) {
     keychain.memory.items.clear();
     fill({"A", "B", "C", "", "E"});
     foreign ? makeForeign(1) : damage(1);
-    expectNotAdded(token("new"), Next::clear_slot, "the record in slot 1 ", 1);
-    expectRefused(adding(token("A", other_seed_16)), Next::clear_slot, "the record in slot 1 ");
-    expectNotAdded(token("C", other_seed_16), Next::clear_slot, "the record in slot 1 ", 1);
+    const char* words = foreign ? "the record in slot 1 belongs to another computer or user"
+                                : "the record in slot 1 is damaged";
+    expectNotAdded(token("new"), Next::clear_slot, words, 1);
+    expectRefused(adding(token("A", other_seed_16)), Next::clear_slot, words);
+    expectNotAdded(token("C", other_seed_16), Next::clear_slot, words, 1);
   }
 }
 
