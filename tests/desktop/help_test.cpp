@@ -43,29 +43,6 @@ TEST_F(HelpTest, AnEntryRemovedByAnotherProgramChangesTheCaption) {
   EXPECT_TRUE(comesToShow(Role::push_button, remove_caption));
 }
 
-TEST_F(HelpTest, TheStateIsThatOfTheFolderAtTheNextStart) {
-  openHelp();
-  clickButton(add_caption);
-  ASSERT_TRUE(comesToShow(Role::push_button, remove_caption));
-  quit();
-  openHelp();
-  EXPECT_TRUE(comesToShow(Role::push_button, remove_caption));
-}
-
-TEST_F(HelpTest, AboutNamesTheVersion) {
-  openHelp();
-  clickButton("About");
-  EXPECT_TRUE(alert().starts_with("Version ")) << alert();
-  clickInAlert("OK");
-  EXPECT_TRUE(alertGoes());
-}
-
-TEST_F(HelpTest, ManageWithoutAnAddressSaysSo) {
-  openHelp();
-  clickButton("Manage Your Token Type");
-  answer("No enrol URL configured", "OK");
-}
-
 TEST_F(HelpTest, GettingStartedOpensItsPage) {
   setSettings("GettingStartedURL=https://start.example/here?a=b\n");
   std::filesystem::create_directory(path("bin"));
@@ -83,12 +60,6 @@ TEST_F(HelpTest, ExitEndsTheProgram) {
   openHelp();
   clickButton("Exit");
   EXPECT_EQ(program_.end(), 0);
-}
-
-TEST_F(HelpTest, HomeGoesHome) {
-  openHelp();
-  clickButton("Home");
-  EXPECT_TRUE(comesToShow(Role::push_button, "Edit"));
 }
 
 // Every thing that can be used can be named by a screen reader.
@@ -133,39 +104,6 @@ TEST_F(NamesTest, OfTheManagementView) {
   ASSERT_TRUE(comesToShow(Role::text, "Description: Two"));
   EXPECT_TRUE(shows(Role::check_box, "Delete: Two"));
   expectNames("management");
-}
-
-TEST_F(NamesTest, OfTheViewsThatAdd) {
-  start();
-  openPanel();
-  clickButton("Add");
-  ASSERT_TRUE(comesToShow(Role::push_button, "Enter manually"));
-  expectNames("add");
-  clickButton("Enter manually");
-  ASSERT_TRUE(comesToShow(Role::text, "Enter a description"));
-  expectNames("manual");
-  fill("Enter a description", "Short");
-  fill("Enter your 13 or 16 character key", seed_13);
-  clickButton("OK");
-  ASSERT_TRUE(comesToShow(Role::text, "Your response code"));
-  expectNames("response");
-}
-
-TEST_F(NamesTest, OfTheHelpView) {
-  start();
-  openPanel();
-  clickButton("Help");
-  ASSERT_TRUE(comesToShow(Role::push_button, "About"));
-  expectNames("help");
-}
-
-TEST_F(NamesTest, OfTheEnrolmentViews) {
-  setSettings("AllowManual=0\nAllowTaEnrol=1\n");
-  start();
-  openPanel();
-  clickButton("Add");
-  ASSERT_TRUE(comesToSay("No enrol URL configured"));
-  expectNames("address");
 }
 
 TEST_F(NamesTest, OfAQuestion) {

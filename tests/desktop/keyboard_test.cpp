@@ -36,37 +36,6 @@ TEST_F(KeyboardTest, ThePanelHasItWhenItOpens) {
   EXPECT_TRUE(closes());
 }
 
-TEST_F(KeyboardTest, TabGoesThroughTheTokenViewAsTheEyeDoes) {
-  openWithTokens();
-  expectOrder("Tab", {"Copy: Two", "Edit", "Help", "Add", "Close", "Copy: One"});
-  expectOrder("shift+Tab", {"Close", "Add", "Help", "Edit", "Copy: Two", "Copy: One"});
-}
-
-TEST_F(KeyboardTest, ArrowsGoThroughTheRows) {
-  openWithTokens();
-  expectOrder("Down", {"Copy: Two", "Copy: Two"});
-  expectOrder("Up", {"Copy: One", "Copy: One"});
-}
-
-TEST_F(KeyboardTest, TabGoesThroughTheManagementView) {
-  openWithTokens();
-  clickButton("Edit");
-  ASSERT_TRUE(focusComesTo("Description: One"));
-  expectOrder("Tab", {"Delete: One", "Description: Two", "Delete: Two", "Delete", "Home", "Add",
-                      "Close", "Description: One"});
-}
-
-TEST_F(KeyboardTest, SpaceChecksABox) {
-  openWithTokens();
-  clickButton("Edit");
-  ASSERT_TRUE(focusComesTo("Description: One"));
-  expectOrder("Tab", {"Delete: One"});
-  screen().key("space");
-  EXPECT_TRUE(until([&] { return thing(Role::check_box, "Delete: One").isChecked(); }));
-  screen().key("space");
-  EXPECT_TRUE(until([&] { return !thing(Role::check_box, "Delete: One").isChecked(); }));
-}
-
 TEST_F(KeyboardTest, TabGoesThroughTheManualView) {
   setSettings("AllowManual=yes\nAllowTaEnrol=no\n");
   start();
@@ -95,27 +64,6 @@ TEST_F(KeyboardTest, TabAndArrowsGoThroughTheAddView) {
   ASSERT_TRUE(focusComesTo("Enrol from a server"));
   expectOrder("Tab", {"Enter manually", "Cancel", "Close", "Enrol from a server"});
   expectOrder("Down", {"Enter manually", "Enter manually"});
-}
-
-TEST_F(KeyboardTest, ReturnAndEscapeInTheResponseView) {
-  start();
-  for (const char* key : {"Return", "Escape"}) {
-    EXPECT_EQ(startAgain({"otpauth://totp/Short?secret=" + std::string(seed_13)}).exit_code, 0);
-    clickInAlert("YES");
-    ASSERT_TRUE(focusComesTo("OK"));
-    ASSERT_TRUE(alertGoes());
-    screen().key(key);
-    EXPECT_TRUE(until([&] { return !panel() || shows(Role::push_button, "Copy: Short"); })) << key;
-  }
-}
-
-TEST_F(KeyboardTest, EscapeClosesTheHelpView) {
-  start();
-  openPanel();
-  clickButton("Help");
-  ASSERT_TRUE(focusComesTo("Getting started"));
-  screen().key("Escape");
-  EXPECT_TRUE(closes());
 }
 
 TEST_F(KeyboardTest, ThePanelHasItAgainAfterAnAlert) {

@@ -28,13 +28,6 @@ TEST_F(FirstStartTest, TheFirstStartAsksAndReturnAnswersNo) {
   EXPECT_EQ(autostartEntries(), Strings());
 }
 
-TEST_F(FirstStartTest, EscapeAnswersNo) {
-  start();
-  answerByKey(first_question, "NO", "Escape");
-  EXPECT_TRUE(rememberedTheAnswer());
-  EXPECT_EQ(autostartEntries(), Strings());
-}
-
 TEST_F(FirstStartTest, TheProgramCanBeEndedWhileItAsks) {
   start();
   ASSERT_TRUE(comesToShow(Role::push_button, "YES"));
@@ -53,29 +46,7 @@ TEST_F(FirstStartTest, YesMakesTheProgramStartAtLogIn) {
   EXPECT_NE(entry.find("--no-console-log"), std::string::npos) << entry;
 }
 
-TEST_F(FirstStartTest, TheSecondStartAsksNothing) {
-  start();
-  answer(first_question, "NO");
-  quit();
-  start();
-  // An open question would come to the front instead.
-  openPanel();
-  EXPECT_TRUE(comesToShow(Role::push_button, "Help"));
-  EXPECT_FALSE(shows(Role::push_button, "YES"));
-}
-
-TEST_F(FirstStartTest, TheSettingsNameTheQuestion) {
-  setSettings("StrStartupAdd=Start at login\n");
-  start();
-  answer("Start at login?", "NO");
-}
-
 class StartTest : public DesktopTest {};
-
-TEST_F(StartTest, NoPanelOpensAtTheStart) {
-  start();
-  EXPECT_FALSE(until([&] { return panel().has_value(); }, std::chrono::milliseconds(300)));
-}
 
 TEST_F(StartTest, AClickOpensAndTheNextCloses) {
   start();
@@ -92,27 +63,6 @@ TEST_F(StartTest, WhatCountsIsTheRelease) {
   screen().press(place.x + place.width / 2, place.y + place.height / 2);
   EXPECT_FALSE(until([&] { return panel().has_value(); }, std::chrono::milliseconds(300)));
   screen().release();
-  EXPECT_TRUE(opens());
-}
-
-TEST_F(StartTest, TwoQuickClicksOpenAndClose) {
-  setSettings("Debug=yes\n");
-  start();
-  clickIcon();
-  clickIcon();
-  // The window manager may be too slow to show it.
-  const auto traced = [&](const char* line) {
-    return readFile(path("home/softtoken.txt")).find(line);
-  };
-  ASSERT_TRUE(until([&] { return traced("APP: closeWindow: end") != std::string::npos; }));
-  const std::size_t opening = traced("APP: openWindow: begin (x:-1 y:-1 roll:1)");
-  const std::size_t closing = traced("APP: closeWindow: begin (roll:1)");
-  ASSERT_NE(closing, std::string::npos);
-  EXPECT_LT(opening, closing);
-  EXPECT_TRUE(closes());
-  // Nor does it come back.
-  EXPECT_FALSE(until([&] { return panel().has_value(); }, std::chrono::milliseconds(300)));
-  clickIcon();
   EXPECT_TRUE(opens());
 }
 

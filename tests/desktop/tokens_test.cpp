@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <ctime>
-#include <regex>
 
 #include "tests/desktop/desktop.h"
 
@@ -32,16 +31,6 @@ TEST_F(PasscodeTest, TheDigitsChangeWithinASecondOfTheirStep) {
   ASSERT_NE(codes().front(), wanted);
   ASSERT_TRUE(until([&] { return std::time(nullptr) >= next; }, std::chrono::seconds(31)));
   EXPECT_TRUE(until([&] { return codes() == Strings{wanted}; }, std::chrono::seconds(1)));
-}
-
-TEST_F(PasscodeTest, AnEmptyStoreHasNothingToEdit) {
-  start();
-  openPanel();
-  EXPECT_FALSE(button("Edit").isEnabled());
-  EXPECT_TRUE(button("Help").isEnabled());
-  EXPECT_TRUE(button("Add").isEnabled());
-  EXPECT_EQ(codes(), Strings());
-  EXPECT_EQ(panel()->place.height, 128);
 }
 
 TEST_F(PasscodeTest, ATokenAddedElsewhereShowsAtTheNextOpening) {
@@ -88,39 +77,6 @@ TEST_F(CopyTest, ByReturn) {
   expectCopied(0, [] { screen().key("Return"); });
 }
 
-TEST_F(CopyTest, ByReturnInTheSecondRow) {
-  ASSERT_TRUE(focusComesTo("Copy: First"));
-  screen().key("Down");
-  ASSERT_TRUE(focusComesTo("Copy: Second"));
-  expectCopied(1, [] { screen().key("Return"); });
-}
-
-TEST_F(CopyTest, BySpace) {
-  ASSERT_TRUE(focusComesTo("Copy: First"));
-  expectCopied(0, [] { screen().key("space"); });
-}
-
-TEST_F(CopyTest, ByTheDigit) {
-  ASSERT_TRUE(focusComesTo("Copy: First"));
-  expectCopied(1, [] { screen().key("2"); });
-}
-
-TEST_F(CopyTest, ADigitWithoutATokenDoesNothing) {
-  ASSERT_TRUE(focusComesTo("Copy: First"));
-  screen().key("3");
-  screen().key("Down");
-  EXPECT_TRUE(focusComesTo("Copy: Second"));
-  EXPECT_TRUE(panel());
-}
-
-TEST_F(CopyTest, TheSettingsThatHaveNoEffectHaveNone) {
-  quit();
-  setSettings("AllowManual=true\nCopyButton=no\nCloseOnCopy=no\n");
-  start();
-  openPanel();
-  expectCopied(0, [&] { clickButton("Copy: First"); });
-}
-
 class LinkTest : public DesktopTest {
  protected:
   static std::string link() {
@@ -139,78 +95,11 @@ TEST_F(LinkTest, ASecondStartWithALinkAsksAndYesStores) {
   EXPECT_EQ(storedNames(), Strings{"Work"});
 }
 
-TEST_F(LinkTest, NoStoresNothing) {
-  start();
-  EXPECT_EQ(startAgain({link()}).exit_code, 0);
-  answer(question, "NO");
-  EXPECT_EQ(storedNames(), Strings());
-}
-
-TEST_F(LinkTest, ReturnIsNo) {
-  start();
-  EXPECT_EQ(startAgain({link()}).exit_code, 0);
-  answerByKey(question, "NO", "Return");
-  EXPECT_EQ(storedNames(), Strings());
-}
-
 TEST_F(LinkTest, TheFirstStartTakesALinkToo) {
   launch({link()});
   answer(question, "YES");
   EXPECT_TRUE(opens());
   EXPECT_EQ(storedNames(), Strings{"Work"});
-}
-
-TEST_F(LinkTest, ALinkThatReplacesATokenSaysSo) {
-  add("Work");
-  start();
-  EXPECT_EQ(startAgain({link()}).exit_code, 0);
-  answer(std::string(question) + "\n\nThis replaces the token of that name.", "YES");
-  EXPECT_TRUE(opens());
-  EXPECT_TRUE(showsPasscode(0, other_seed_16, 60));
-  EXPECT_EQ(storedNames(), Strings{"Work"});
-}
-
-TEST_F(LinkTest, ALinkOf13CharactersShowsItsResponse) {
-  start();
-  EXPECT_EQ(startAgain({"otpauth://totp/Short?secret=" + std::string(seed_13)}).exit_code, 0);
-  answer("Add the token \"Short\", with a new passcode every 30 seconds?", "YES");
-  EXPECT_TRUE(comesToSay("Your response code"));
-  EXPECT_TRUE(std::regex_match(textIn("Your response code"), std::regex("[A-Z2-7]{8}")));
-}
-
-TEST_F(LinkTest, LinksAreRefusedWhereTokensMayNotBeAddedByHand) {
-  setSettings("AllowManual=no\n");
-  start();
-  EXPECT_EQ(startAgain({link()}).exit_code, 0);
-  EXPECT_NE(alert().find("AllowManual"), std::string::npos);
-  clickInAlert("OK");
-  EXPECT_TRUE(alertGoes());
-  EXPECT_EQ(storedNames(), Strings());
-}
-
-TEST_F(LinkTest, ABadLinkIsRefusedWithItsReason) {
-  start();
-  const std::pair<std::string, const char*> bad[] = {
-      {"https://example.org/", "This is not an otpauth:// URL"},
-      {"otpauth://hotp/Work?secret=" + std::string(seed_16), "another type of token"},
-      {"otpauth://totp/Work?period=30", "has no secret"},
-      {"otpauth://totp/Work?secret=" + std::string(seed_16) + "&period=45", "neither 30 nor 60"}};
-  for (const auto& [text, reason] : bad) {
-    EXPECT_EQ(startAgain({text}).exit_code, 0);
-    EXPECT_NE(alert().find(reason), std::string::npos) << text;
-    clickInAlert("OK");
-    ASSERT_TRUE(alertGoes());
-  }
-  EXPECT_EQ(storedNames(), Strings());
-}
-
-TEST_F(LinkTest, ALinkWithAShortSecretIsRefused) {
-  start();
-  EXPECT_EQ(startAgain({"otpauth://totp/Work?secret=MFRGGZDF"}).exit_code, 0);
-  EXPECT_TRUE(until([&] { return alert().starts_with("Invalid seed length"); }));
-  clickInAlert("OK");
-  EXPECT_TRUE(alertGoes());
-  EXPECT_EQ(storedNames(), Strings());
 }
 
 }  // namespace
