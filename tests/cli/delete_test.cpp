@@ -21,37 +21,6 @@ TEST(Delete, MovesTheLaterOnesDown) {
   EXPECT_EQ(home.names(), (Strings{"A", "D", "E"}));
 }
 
-TEST(Delete, PasscodesOfTheOthersStay) {
-  const CliHome home;
-  home.add("B", other_seed_16, 60);
-  home.add("Short", seed_13);
-  const auto [codes, time] = inOneStep(30, [&] {
-    const std::string before = home.run({"code", "Short"}).out;
-    expectSuccess(home.run({"add", "--replace", "A"}, seed_16));
-    expectSuccess(home.run({"add", "--replace", "B"}, other_seed_16));
-    expectSuccess(home.run({"delete", "B", "--yes"}));
-    const Strings after = {before, home.run({"code", "Short"}).out, home.run({"code", "A"}).out};
-    home.add("B", other_seed_16);
-    return after;
-  });
-  EXPECT_EQ(codes[0].size(), 7U);
-  EXPECT_EQ(codes[1], codes[0]);
-  EXPECT_EQ(codes[2], oathPasscode(seed_16, 30, time) + '\n');
-}
-
-TEST(Delete, FirstLastAndAll) {
-  CliHome home;
-  withTokens(home, {"A", "B", "C", "D"});
-  expectSuccess(home.run({"delete", "--yes", "A"}));
-  EXPECT_EQ(home.names(), (Strings{"B", "C", "D"}));
-  expectSuccess(home.run({"delete", "--yes", "D"}));
-  EXPECT_EQ(home.names(), (Strings{"B", "C"}));
-  expectSuccess(home.run({"delete", "--yes", "1", "0"}));
-  EXPECT_EQ(home.names(), Strings{});
-  home.add("Again");
-  EXPECT_EQ(home.names(), Strings{"Again"});
-}
-
 TEST(Delete, SlotsAreThoseOfBeforeTheCommand) {
   CliHome home;
   withTokens(home, {"A", "B", "C", "D"});
@@ -117,14 +86,6 @@ TEST(Delete, DamagedRecordGivesWayToThoseItHid) {
   EXPECT_EQ(home.names(), (Strings{"A", "C", "D"}));
 }
 
-TEST(Delete, DamagedFirstRecord) {
-  CliHome home;
-  withTokens(home, {"A", "B"});
-  home.damage(0);
-  expectSuccess(home.run({"delete", "--yes", "0"}));
-  EXPECT_EQ(home.names(), Strings{"B"});
-}
-
 // Deletes what the program says hides others, as it says; at most a few.
 void deleteAsAdvised(const CliHome& home) {
   for (int i = 0; i < 6; ++i) {
@@ -139,15 +100,6 @@ void deleteAsAdvised(const CliHome& home) {
   }
 }
 
-TEST(Delete, SeveralDamagedRecordsGiveWayToThoseTheyHid) {
-  CliHome home;
-  withTokens(home, {"A", "B", "C", "D"});
-  home.damage(1);
-  home.damage(2);
-  deleteAsAdvised(home);
-  EXPECT_EQ(home.names(), (Strings{"A", "D"}));
-}
-
 TEST(Delete, NothingIsDeletedWhenADamagedRecordKeepsSomeFromBeing) {
   CliHome home;
   withTokens(home, {"A", "B", "C", "D"});
@@ -159,25 +111,6 @@ TEST(Delete, NothingIsDeletedWhenADamagedRecordKeepsSomeFromBeing) {
   EXPECT_EQ(home.changedSince(before), Strings{});
 }
 
-TEST(Delete, GapIsClosed) {
-  CliHome home;
-  withTokens(home, {"A", "B", "C", "D"});
-  home.remove(1);
-  const Ended list = home.run({"list"});
-  EXPECT_NE(list.err.find("softtoken-cli delete 1"), std::string::npos) << list.err;
-  deleteAsAdvised(home);
-  EXPECT_EQ(home.names(), (Strings{"A", "C", "D"}));
-}
-
-TEST(Delete, GapBeforeTheFirstToken) {
-  CliHome home;
-  withTokens(home, {"A", "B"});
-  home.remove(0);
-  EXPECT_EQ(home.run({"doctor"}).exit_code, 1);
-  deleteAsAdvised(home);
-  EXPECT_EQ(home.names(), Strings{"B"});
-}
-
 TEST(Delete, GapsAndDamagedRecordsTogether) {
   CliHome home;
   withTokens(home, {"A", "B", "C", "D", "E", "F"});
@@ -186,19 +119,6 @@ TEST(Delete, GapsAndDamagedRecordsTogether) {
   home.remove(4);
   deleteAsAdvised(home);
   EXPECT_EQ(home.names(), (Strings{"A", "D", "F"}));
-}
-
-TEST(Delete, TokenBeforeADamagedRecordLosesNoOther) {
-  CliHome home;
-  withTokens(home, {"A", "B", "C", "D"});
-  home.damage(2);
-  const Ended ended = home.run({"delete", "--yes", "A"});
-  EXPECT_EQ(ended.signal, 0);
-  // However that ends, B and D must still be had, D once the damaged record has gone.
-  deleteAsAdvised(home);
-  const Strings names = home.names();
-  EXPECT_NE(std::find(names.begin(), names.end(), "B"), names.end());
-  EXPECT_NE(std::find(names.begin(), names.end(), "D"), names.end());
 }
 
 TEST(Delete, NamesInItsReportDoNotSteerTheTerminal) {

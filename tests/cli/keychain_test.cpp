@@ -53,29 +53,6 @@ TEST(Keychain, GarbageInAHomeWithoutAChoiceIsNotTouched) {
   EXPECT_EQ(readFile(home.vault()), "STVAULT, not");
 }
 
-TEST(Keychain, EmptyFileInThePlaceOfTheVaultIsNotTouched) {
-  const CliHome home;
-  home.add("A");
-  writeFile(home.vault(), "");
-  expectEveryCommandFails(home, home.vault());
-  EXPECT_EQ(readFile(home.vault()), "");
-}
-
-TEST(Keychain, TruncatedVaultIsNotTouched) {
-  const CliHome home;
-  for (const char* name : {"A", "B", "C"}) home.add(name);
-  const std::string whole = readFile(home.vault());
-  const std::string part = whole.substr(0, whole.size() / 2);
-  writeFile(home.vault(), part);
-  for (const auto& [arguments, input] : all_commands) {
-    SCOPED_TRACE(arguments.front());
-    const Ended ended = home.run(arguments, input);
-    EXPECT_EQ(ended.signal, 0);
-    EXPECT_EQ(ended.exit_code, 4) << ended.out << ended.err;
-  }
-  EXPECT_EQ(readFile(home.vault()), part);
-}
-
 TEST(Keychain, MissingKeyFileIsNotMadeAnew) {
   const CliHome home;
   home.add("A");
@@ -86,18 +63,6 @@ TEST(Keychain, MissingKeyFileIsNotMadeAnew) {
   expectEveryCommandFails(home, key);
   EXPECT_FALSE(exists(key));
   EXPECT_EQ(readFile(home.vault()), vault);
-  writeFile(key, kept);
-  EXPECT_EQ(home.names(), Strings{"A"});
-}
-
-TEST(Keychain, OtherKeyFileIsRefused) {
-  const CliHome home;
-  home.add("A");
-  const std::string key = home.dataFolder() + "/vault.key";
-  const std::string kept = readFile(key);
-  ASSERT_EQ(kept.size(), 32U);
-  writeFile(key, std::string(32, 'k'));
-  expectEveryCommandFails(home, key);
   writeFile(key, kept);
   EXPECT_EQ(home.names(), Strings{"A"});
 }
@@ -155,15 +120,6 @@ TEST(Keychain, OtherWishThanTheRememberedOneIsRefused) {
   home.keychain = "secret-service";
   expectEveryCommandFails(home, "vault");
   EXPECT_EQ(home.changedSince(before), Strings{});
-}
-
-TEST(Keychain, UnknownRememberedKindIsRefused) {
-  CliHome home;
-  std::filesystem::create_directories(home.path("config/softtoken"));
-  writeFile(home.choiceFile(), "[softtoken]\nKeychain=wallet\n");
-  home.keychain.clear();
-  expectEveryCommandFails(home, "wallet");
-  EXPECT_FALSE(exists(home.vault()));
 }
 
 TEST(Keychain, ChoiceThatCannotBeReadIsRefused) {

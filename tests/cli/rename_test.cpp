@@ -22,29 +22,6 @@ TEST(Rename, KeepsTheCreationNameThePeriodAndThePasscodes) {
   EXPECT_EQ(code.out, oathPasscode(seed_16, 60, time) + '\n');
 }
 
-TEST(Rename, AgainKeepsTheFirstName) {
-  const CliHome home;
-  home.add("Mail");
-  expectSuccess(home.run({"rename", "0", "Post"}));
-  expectSuccess(home.run({"rename", "Mail", "Letters"}));
-  EXPECT_EQ(home.list()[0]["name"], "Letters");
-  EXPECT_EQ(home.list()[0]["created_as"], "Mail");
-}
-
-TEST(Rename, PasscodesOfAThirteenCharacterSeedStay) {
-  const CliHome home;
-  home.add("Short", seed_13);
-  const auto codes = inOneStep(30, [&] {
-                       const std::string before = home.run({"code", "Short"}).out;
-                       expectSuccess(home.run({"rename", "--", "Short", "Renamed"}));
-                       const std::string after = home.run({"code", "Renamed"}).out;
-                       expectSuccess(home.run({"rename", "Renamed", "Short"}));
-                       return std::pair(before, after);
-                     }).first;
-  EXPECT_EQ(codes.first.size(), 7U);
-  EXPECT_EQ(codes.first, codes.second);
-}
-
 TEST(Rename, ToTheSameNameChangesNothingOnDisk) {
   const CliHome home;
   home.add("Mail");
@@ -70,23 +47,6 @@ TEST(Rename, BarsArePutAwayPlusesBecomeBlanksEscapesAreUndone) {
   home.add("Mail");
   expectSuccess(home.run({"rename", "Mail", "Home+b|ox%21"}));
   EXPECT_EQ(home.names(), Strings{"Home box!"});
-}
-
-TEST(Rename, EscapedBarLeavesNoTokenWithoutAName) {
-  const CliHome home;
-  home.add("Mail");
-  expectFailure(home.run({"rename", "Mail", "%7C"}), 2, "name");
-  EXPECT_EQ(home.names(), Strings{"Mail"});
-}
-
-TEST(Rename, NamesThatCannotBeStoredLeaveTheTokenAsItWas) {
-  const CliHome home;
-  for (const char* name : {"A", "B", "C"}) home.add(name);
-  const nlohmann::json before = home.list();
-  for (const char* name : {"a%00b", "%00", "\xFF\xFE", "\xE2\x82"}) {
-    expectFailure(home.run({"rename", "B", name}), 2, "");
-    EXPECT_EQ(home.list(), before);
-  }
 }
 
 TEST(Rename, LongName) {

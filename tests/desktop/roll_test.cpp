@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "tests/desktop/desktop.h"
 #include "ui/panel/panel_geometry.h"
 
