@@ -9,7 +9,7 @@
 #include "config/ini.h"
 #include "engine/vane.h"
 #include "tests/config/settings_places.h"
-#include "tests/support/fake_gateway.h"
+#include "tests/support/gateway_test.h"
 #include "tests/support/memory_user_defaults.h"
 
 namespace talvane::test {
@@ -17,11 +17,8 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-class EnrolUrlTest : public testing::Test {
+class EnrolUrlTest : public GatewayTest {
  protected:
-  EnrolUrlTest() { vane::SetInterface(&gateway); }
-  ~EnrolUrlTest() override { vane::SetInterface(nullptr); }
-
   std::string tidied(const std::string& url) {
     ini.EnrolURL = url;
     std::string result = ini.tidyEnrolURL();
@@ -31,7 +28,6 @@ class EnrolUrlTest : public testing::Test {
 
   SettingsPlaces places;
   MemoryUserDefaults defaults;
-  FakeGateway gateway;
   Ini ini{defaults, places.folders()};
 };
 

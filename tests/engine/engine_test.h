@@ -13,7 +13,7 @@
 #include "engine/gateway.h"
 #include "engine/soft_token_info.h"
 #include "engine/vane.h"
-#include "tests/support/fake_gateway.h"
+#include "tests/support/gateway_test.h"
 #include "tests/support/vectors.h"
 
 namespace talvane::test {
@@ -83,18 +83,9 @@ inline Lines withoutZeroLines(const Lines& lines) {
 
 /// The engine with a gateway in memory; device identity 12345, whose key is
 /// cea8c3e14d4946a808e1fb49c8a802e1, unless a test changes it.
-class EngineTest : public testing::Test {
+class EngineTest : public GatewayTest {
  protected:
-  EngineTest() {
-    gateway.identity = 12345;
-    vane::SetInterface(&gateway);
-  }
-  ~EngineTest() override { vane::SetInterface(nullptr); }
-
-  void TearDown() override {
-    EXPECT_FALSE(gateway.reading_misused);
-    EXPECT_FALSE(gateway.reading());
-  }
+  EngineTest() : GatewayTest(12345) {}
 
   void setIdentity(std::uint32_t identity) {
     gateway.identity = identity;
@@ -120,8 +111,6 @@ class EngineTest : public testing::Test {
     while (!result.empty() && result.back().empty()) result.pop_back();
     return result;
   }
-
-  FakeGateway gateway;
 };
 
 /// What the log says at each step with device identity 12345 and the seed JBSWY3DPEHPK3PXP or its

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "engine/vane.h"
-#include "tests/support/fake_gateway.h"
+#include "tests/support/gateway_test.h"
 #include "tests/support/memory_user_defaults.h"
 
 namespace talvane::test {
@@ -21,13 +21,9 @@ using Mode = AuthenticationLayout::Mode;
 using Focus = AuthenticationLayout::Field;
 using Place = std::optional<int>;
 
-class EnrolLayoutTest : public testing::Test {
+class EnrolLayoutTest : public GatewayTest {
  protected:
-  EnrolLayoutTest() {
-    vane::SetInterface(&gateway);
-    gateway.lines.clear();
-  }
-  ~EnrolLayoutTest() override { vane::SetInterface(nullptr); }
+  EnrolLayoutTest() { gateway.lines.clear(); }
 
   AuthenticationLayout layout(bool userid_is_empty = true, const std::string& message = "") {
     gateway.lines.clear();
@@ -47,7 +43,6 @@ class EnrolLayoutTest : public testing::Test {
     return distinctQuestion(lists, selected, sender);
   }
 
-  FakeGateway gateway;
   MemoryUserDefaults defaults;
   Ini ini{defaults, SettingsFolders{"/nowhere", "/nowhere", "/nowhere"}};
   TaEnrolClient client;

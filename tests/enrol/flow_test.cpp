@@ -80,23 +80,9 @@ void FakeViews::enableAuthenticationSubmit(bool enabled) {
   calls.push_back(enabled ? "enable" : "disable");
 }
 
-Lines RecordingGateway::lines() {
-  const std::lock_guard guard(mutex_);
-  return lines_;
-}
-
-void RecordingGateway::forget() {
-  const std::lock_guard guard(mutex_);
-  lines_.clear();
-}
-
-void RecordingGateway::log(std::string_view text) {
-  const std::lock_guard guard(mutex_);
-  lines_.emplace_back(text);
-}
-
 FlowTest::FlowTest() {
   gateway.setConsole(false);
+  recorder.time = 59;
   vane::SetInterface(&recorder);
   ini.EnrolURL = "https://srv";
   make_loader = [this](std::string*) { return script.makeLoader(); };
@@ -125,7 +111,7 @@ void FlowTest::startFilledIn(const std::string& reply) {
   start(reply);
   views.fields = {{Field::userid, "U"}, {Field::password, "P"}, {Field::passcode, "C"}};
   views.calls.clear();
-  recorder.forget();
+  recorder.takeLines();
 }
 
 void FlowTest::submit(const std::string& reply, long status) {

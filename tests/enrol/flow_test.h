@@ -13,11 +13,12 @@
 
 #include "engine/vane.h"
 #include "enrol/enrol_flow.h"
-#include "platform/memory/memory_keychain.h"
 #include "tests/enrol/script.h"
 #include "tests/platform/fake_device_identifiers.h"
+#include "tests/platform/faulty_keychain.h"
 #include "tests/support/memory_user_defaults.h"
 #include "tests/support/private_home.h"
+#include "tests/support/recording_gateway.h"
 
 namespace talvane::test {
 
@@ -66,37 +67,6 @@ class FakeViews final : public EnrolViews {
   std::deque<std::function<void()>> work_;
 };
 
-/// The real gateway with a clock that stands and a log that is kept.
-class RecordingGateway final : public Gateway {
- public:
-  explicit RecordingGateway(vaneinterface& real) : real_(real) {}
-
-  std::int64_t time = 59;
-  bool listening = true;
-  Lines lines();
-  void forget();
-
-  bool KeyChainSave(const std::string& name, const Record& data) override {
-    return real_.KeyChainSave(name, data);
-  }
-  bool KeyChainLoad(const std::string& name, Record* data) override {
-    return real_.KeyChainLoad(name, data);
-  }
-  bool KeyChainDelete(const std::string& name) override { return real_.KeyChainDelete(name); }
-  bool inTrouble() override { return real_.inTrouble(); }
-  std::string GetDeviceId_SN() override { return real_.GetDeviceId_SN(); }
-  std::string GetDeviceId_HDSN() override { return real_.GetDeviceId_HDSN(); }
-  std::string GetDeviceId_USER() override { return real_.GetDeviceId_USER(); }
-  bool wantsLog() override { return listening; }
-  void log(std::string_view text) override;
-  std::int64_t CurrentTime() override { return time; }
-
- private:
-  vaneinterface& real_;
-  std::mutex mutex_;
-  Lines lines_;
-};
-
 class FlowTest : public testing::Test {
  protected:
   static constexpr const char* page = "https://srv/taenrol/enrol.exe?SoftTokenMode=7200";
@@ -125,7 +95,7 @@ class FlowTest : public testing::Test {
   PrivateHome home;
   MemoryUserDefaults defaults;
   Ini ini{defaults, SettingsFolders{home.home(), home.root() + "/none", home.root() + "/none"}};
-  MemoryKeychain keychain;
+  FaultyKeychain keychain;
   FakeDeviceIdentifiers identifiers;
   vaneinterface gateway{keychain, identifiers};
   TokenStore store{gateway, keychain};

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "engine/vane.h"
-#include "tests/support/fake_gateway.h"
+#include "tests/support/gateway_test.h"
 
 namespace talvane::test {
 namespace {
@@ -23,14 +23,12 @@ constexpr const char* short_answer =
 constexpr const char* long_answer =
     "Answer to secret questions must be no longer than 13 characters.";
 
-class PinRulesTest : public testing::Test {
+class PinRulesTest : public GatewayTest {
  protected:
   PinRulesTest() {
-    vane::SetInterface(&gateway);
     client.bUSERCREATEPIN = true;
     gateway.lines.clear();
   }
-  ~PinRulesTest() override { vane::SetInterface(nullptr); }
 
   void want(std::int64_t length, std::int64_t upper = 0, std::int64_t lower = 0) {
     client.PINLENGTH = length;
@@ -38,7 +36,6 @@ class PinRulesTest : public testing::Test {
     client.LOWERCASE = lower;
   }
 
-  FakeGateway gateway;
   TaEnrolClient client;
 };
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "engine/vane.h"
-#include "tests/support/fake_gateway.h"
+#include "tests/support/gateway_test.h"
 #include "tests/support/vectors.h"
 
 namespace talvane::test {
@@ -24,13 +24,9 @@ constexpr const char* expecting = "ERR Expecting POST data";
 // RFC 4226's key, cut to ten bytes; tests/vectors/passcode.tsv has its passcodes.
 constexpr const char* seed = "GEZDGNBVGY3TQOJQ";
 
-class TaEnrolClientTest : public testing::Test {
+class TaEnrolClientTest : public GatewayTest {
  protected:
-  TaEnrolClientTest() {
-    vane::SetInterface(&gateway);
-    gateway.time = 59;
-  }
-  ~TaEnrolClientTest() override { vane::SetInterface(nullptr); }
+  TaEnrolClientTest() { gateway.time = 59; }
 
   void giveToken(const std::string& seed32, std::int32_t period = 30) {
     client.SOFTTOKEN = std::make_unique<SoftTokenInfo>();
@@ -46,7 +42,6 @@ class TaEnrolClientTest : public testing::Test {
     return client.post.value_or("(nil)");
   }
 
-  FakeGateway gateway;
   TaEnrolClient client;
 };
 

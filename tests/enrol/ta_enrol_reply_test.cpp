@@ -9,7 +9,7 @@
 
 #include "engine/vane.h"
 #include "enrol/ta_enrol_client.h"
-#include "tests/support/fake_gateway.h"
+#include "tests/support/gateway_test.h"
 
 namespace talvane::test {
 namespace {
@@ -23,14 +23,12 @@ const std::string line_of = "TaEnrolClient: ProcessEnrolResponse:   line:";
 const std::string no_post = "TaEnrolClient: ProcessEnrolResponse: POST: (null)";
 const std::string all_done = "TaEnrolClient: ProcessEnrolResponse: OK";
 
-class TaEnrolReplyTest : public testing::Test {
+class TaEnrolReplyTest : public GatewayTest {
  protected:
   TaEnrolReplyTest() {
-    vane::SetInterface(&gateway);
     client.defaultValues();
     gateway.lines.clear();
   }
-  ~TaEnrolReplyTest() override { vane::SetInterface(nullptr); }
 
   std::optional<std::string> get(const std::string& body) {
     gateway.lines.clear();
@@ -41,7 +39,6 @@ class TaEnrolReplyTest : public testing::Test {
     return client.processEnrolResponse(body.c_str(), TaEnrolClient::post_parser);
   }
 
-  FakeGateway gateway;
   TaEnrolClient client;
 };
 

@@ -17,6 +17,10 @@ class FaultyKeychain final : public KeychainService {
   MemoryKeychain memory;
   /// Given the call and its number, from 0 on; ok: the call goes through.
   std::function<KeychainStatus(Call, std::size_t)> fault;
+  /// From now on every call fails so.
+  void failAll(KeychainStatus status) {
+    fault = [=](Call, std::size_t) { return status; };
+  }
   std::size_t calls = 0;
   bool undoes = false;
   KeychainStatus begin_status = KeychainStatus::ok;

@@ -143,21 +143,21 @@ class TokensSurviveTest : public testing::Test {
 };
 
 TEST_F(TokensSurviveTest, ReadingWhileLockedShowsNoneAndKeepsAll) {
-  keychain.memory.status = KeychainStatus::interaction_not_allowed;
+  keychain.failAll(KeychainStatus::interaction_not_allowed);
   {
     const vaneinterface::Recording recording(*gateway);
     EXPECT_EQ(readable(), 0U);
     EXPECT_EQ(recording.lastLoad().status, KeychainStatus::interaction_not_allowed);
     EXPECT_EQ(recording.lastLoad().words, "words for -25308 [-25308]");
   }
-  keychain.memory.status = KeychainStatus::ok;
+  keychain.fault = nullptr;
   EXPECT_EQ(readable(), 5U);
 }
 
 TEST_F(TokensSurviveTest, WritingWhileLockedIsRefusedAndSaid) {
   for (const std::int32_t wish : {vane::first_free_slot, vane::slot_of_same_name}) {
     reset();
-    keychain.memory.status = KeychainStatus::interaction_not_allowed;
+    keychain.failAll(KeychainStatus::interaction_not_allowed);
     std::int32_t index = wish;
     {
       const vaneinterface::Recording recording(*gateway);
@@ -166,7 +166,7 @@ TEST_F(TokensSurviveTest, WritingWhileLockedIsRefusedAndSaid) {
       EXPECT_EQ(recording.failedChange()->status, KeychainStatus::interaction_not_allowed);
       EXPECT_EQ(recording.failedChange()->words, "words for -25308 [-25308]");
     }
-    keychain.memory.status = KeychainStatus::ok;
+    keychain.fault = nullptr;
     EXPECT_EQ(stored(), std::set<Known>(all.begin(), all.end()));
     EXPECT_EQ(readable(), 5U);
     index = wish;

@@ -48,29 +48,30 @@ TEST_F(AddingTest, PlanningChangesNothing) {
 
 TEST_F(AddingTest, PlanningWritesNoLog) {
   fill({"A"});
-  LoggingGateway logging(gateway);
+  RecordingGateway logging(gateway);
   vane::SetInterface(&logging);
   ASSERT_TRUE(store.plan(token("B", seed_13)).has_value());
   ASSERT_TRUE(store.checkRoom().has_value());
-  EXPECT_EQ(logging.lines, Names{});
+  EXPECT_EQ(logging.lines(), Names{});
 }
 
 TEST_F(AddingTest, LogIsThatOfTheEngine) {
   fill({"A", "", "C"});
-  LoggingGateway logging(gateway);
+  RecordingGateway logging(gateway);
   vane::SetInterface(&logging);
   std::int32_t slot = 0;
   std::optional<std::string> response;
   ASSERT_FALSE(vane::NewToken(token("B"), &response, &slot, false).has_value());
   ASSERT_TRUE(vane::ReadToken(1, nullptr));
-  Names plain = std::exchange(logging.lines, {});
+  Names plain = logging.takeLines();
   plain.pop_back();  // of reading back without a token
   vane::DeleteToken(1);
-  logging.lines.clear();
+  logging.takeLines();
   ASSERT_TRUE(store.add(token("B"), SameName::refuse).has_value());
-  ASSERT_GE(logging.lines.size(), plain.size());
-  logging.lines.resize(plain.size());
-  EXPECT_EQ(logging.lines, plain);
+  Names lines = logging.takeLines();
+  ASSERT_GE(lines.size(), plain.size());
+  lines.resize(plain.size());
+  EXPECT_EQ(lines, plain);
 }
 
 TEST_F(AddingTest, SameCreationNameAsksFirst) {
@@ -215,7 +216,7 @@ TEST_F(AddingTest, DeletedSlotTakesTheNextToken) {
 
 TEST_F(AddingTest, KeychainThatDoesNotAnswer) {
   fill({"A"});
-  keychain.memory.status = KeychainStatus::interaction_not_allowed;
+  keychain.failAll(KeychainStatus::interaction_not_allowed);
   expectNotAdded(token("B"), Next::check_keychain, "words for -25308 [-25308]");
 }
 

@@ -126,14 +126,14 @@ TEST_F(ReadingTest, KeychainThatDoesNotAnswerIsNeverEmpty) {
 
 TEST_F(ReadingTest, LooksBehindTheTokensWithoutATrace) {
   fill({"A", "B", "", "D"});
-  LoggingGateway logging(gateway);
+  RecordingGateway logging(gateway);
   vane::SetInterface(&logging);
   vane::TokenArray tokens;
   ASSERT_EQ(vane::ReadAllTokens(tokens), 2);
-  const Names plain = std::exchange(logging.lines, {});
+  const Names plain = logging.takeLines();
   ASSERT_FALSE(plain.empty());
   EXPECT_TRUE(read().obstacle.has_value());
-  EXPECT_EQ(logging.lines, plain);
+  EXPECT_EQ(logging.lines(), plain);
 }
 
 TEST_F(ReadingTest, IsOneLookAtTheKeychain) {

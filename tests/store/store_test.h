@@ -13,6 +13,7 @@
 #include "tests/platform/fake_device_identifiers.h"
 #include "tests/platform/faulty_keychain.h"
 #include "tests/support/private_home.h"
+#include "tests/support/recording_gateway.h"
 
 namespace talvane::test {
 
@@ -41,32 +42,6 @@ class FlakyIdentifiers final : public DeviceIdentifiers {
   std::string volumeUuid() override { return sound.volumeUuid(); }
   std::string user() override { return sound.user(); }
   std::string loginName() override { return sound.loginName(); }
-};
-
-/// Keeps the log.
-class LoggingGateway final : public Gateway {
- public:
-  explicit LoggingGateway(vaneinterface& real) : real_(real) {}
-  Names lines;
-
-  bool KeyChainSave(const std::string& name, const Record& data) override {
-    return real_.KeyChainSave(name, data);
-  }
-  bool KeyChainLoad(const std::string& name, Record* data) override {
-    return real_.KeyChainLoad(name, data);
-  }
-  bool KeyChainDelete(const std::string& name) override { return real_.KeyChainDelete(name); }
-  bool inTrouble() override { return real_.inTrouble(); }
-  void beginReadingSlots() override { real_.beginReadingSlots(); }
-  void endReadingSlots() override { real_.endReadingSlots(); }
-  std::string GetDeviceId_SN() override { return real_.GetDeviceId_SN(); }
-  std::string GetDeviceId_HDSN() override { return real_.GetDeviceId_HDSN(); }
-  std::string GetDeviceId_USER() override { return real_.GetDeviceId_USER(); }
-  bool wantsLog() override { return true; }
-  void log(std::string_view text) override { lines.emplace_back(text); }
-
- private:
-  vaneinterface& real_;
 };
 
 class StoreTest : public testing::Test {

@@ -41,23 +41,6 @@ TEST(MemoryKeychain, TellsMissingAndDuplicateItemsApart) {
   EXPECT_EQ((keychain.items.at({"token", "amira"}).get()), (Bytes{1, 0, 255}));
 }
 
-TEST(MemoryKeychain, FailsAsItIsTold) {
-  MemoryKeychain keychain;
-  ASSERT_EQ(keychain.add("token", "amira", secret_one), Status::ok);
-  keychain.status = Status::interaction_not_allowed;
-  SecretBytes found(secret_two);
-  EXPECT_EQ(keychain.find("token", "amira", &found), Status::interaction_not_allowed);
-  EXPECT_EQ(found.get(), Bytes{2});
-  EXPECT_EQ(keychain.add("other", "amira", secret_one), Status::interaction_not_allowed);
-  EXPECT_EQ(keychain.replace("token", "amira", secret_two), Status::interaction_not_allowed);
-  EXPECT_EQ(keychain.remove("token", "amira"), Status::interaction_not_allowed);
-  EXPECT_EQ(keychain.describe().status, Status::interaction_not_allowed);
-  keychain.status = Status::ok;
-  ASSERT_EQ(keychain.find("token", "amira", &found), Status::ok);
-  EXPECT_EQ(found.get(), (Bytes{1, 0, 255}));
-  EXPECT_EQ(keychain.items.size(), 1U);
-}
-
 TEST(MemoryKeychain, EveryStatusHasWordsOfItsOwn) {
   MemoryKeychain keychain;
   std::set<std::string> messages;
