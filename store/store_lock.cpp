@@ -2,11 +2,11 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include "platform/folders.h"
 
@@ -19,14 +19,14 @@ StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patien
              "; check what is in its place and who may write there";
     return;
   }
-  const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (descriptor < 0) {
+  FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  if (!file.isOpen()) {
     error_ =
         "Cannot open " + path + " (" + std::strerror(errno) + "); check who owns it and its folder";
     return;
   }
   const auto deadline = std::chrono::steady_clock::now() + patience;
-  while (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+  while (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK && errno != EINTR) {
       error_ = "Cannot lock " + path + " (" + std::strerror(errno) +
                "); use a file system that has locks";
@@ -37,14 +37,9 @@ StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patien
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
       continue;
     }
-    close(descriptor);
     return;
   }
-  descriptor_ = descriptor;
-}
-
-StoreLock::~StoreLock() {
-  if (descriptor_ >= 0) close(descriptor_);
+  file_ = std::move(file);
 }
 
 }  // namespace talvane

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <string>
 
+#include "platform/file_descriptor.h"
+
 namespace talvane {
 
 /// The per-user lock that a program holds while it changes the store, from its first read to its
@@ -12,18 +14,15 @@ class StoreLock {
   /// Locks the file "store.lock" in `folder`, and creates a missing folder.
   explicit StoreLock(const std::string& folder,
                      std::chrono::milliseconds patience = std::chrono::seconds(10));
-  ~StoreLock();
-  StoreLock(const StoreLock&) = delete;
-  StoreLock& operator=(const StoreLock&) = delete;
 
   /// False if another program holds the lock or the file cannot be created; `error` says which.
-  [[nodiscard]] bool held() const { return descriptor_ >= 0; }
+  [[nodiscard]] bool held() const { return file_.isOpen(); }
   /// Whether another program holds the lock.
   [[nodiscard]] bool busy() const { return busy_; }
   [[nodiscard]] const std::string& error() const { return error_; }
 
  private:
-  int descriptor_ = -1;
+  FileDescriptor file_;
   bool busy_ = false;
   std::string error_;
 };

@@ -14,6 +14,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "platform/folders.h"
 
@@ -26,23 +27,10 @@ constexpr auto patience_with_request = std::chrono::milliseconds(500);
 constexpr auto patience_with_answer = std::chrono::milliseconds(3000);
 constexpr char taken = '+';
 
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  [[nodiscard]] int get() const { return number_; }
-
- private:
-  int number_;
-};
-
 // Child processes do not inherit it.
-int keptToUs(int descriptor) {
-  if (descriptor >= 0) fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+FileDescriptor keptToUs(int number) {
+  FileDescriptor descriptor(number);
+  if (descriptor.isOpen()) fcntl(descriptor.get(), F_SETFD, FD_CLOEXEC);
   return descriptor;
 }
 
@@ -108,11 +96,7 @@ InstanceChannel::InstanceChannel(const std::string& display)
 
 InstanceChannel::~InstanceChannel() {
   notifier_.reset();
-  if (listening_ >= 0) {
-    unlink(socket_path_.c_str());
-    ::close(listening_);
-  }
-  if (lock_ >= 0) ::close(lock_);
+  if (listening_.isOpen()) unlink(socket_path_.c_str());
 }
 
 bool InstanceChannel::becomeFirst() {
@@ -126,36 +110,30 @@ bool InstanceChannel::becomeFirst() {
     error_ = "The path " + socket_path_ + " is too long; set XDG_RUNTIME_DIR to a shorter one";
     return false;
   }
-  lock_ = open(lock_path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-  if (lock_ < 0) {
+  FileDescriptor lock(open(lock_path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!lock.isOpen()) {
     error_ = "Cannot open " + lock_path_ + " (" + std::strerror(errno) +
              "); check what it is and who owns it";
     return false;
   }
-  if (flock(lock_, LOCK_EX | LOCK_NB) != 0) {
-    ::close(lock_);
-    lock_ = -1;
-    return false;
-  }
+  if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return false;
+  lock_ = std::move(lock);
   // A program that died may have left one.
   unlink(socket_path_.c_str());
-  listening_ = keptToUs(socket(AF_UNIX, SOCK_STREAM, 0));
+  FileDescriptor listening = keptToUs(socket(AF_UNIX, SOCK_STREAM, 0));
   const mode_t mask = umask(0077);
-  const bool listens = listening_ >= 0 &&
-                       bind(listening_, generic(address), sizeof(address)) == 0 &&
-                       ::listen(listening_, SOMAXCONN) == 0;
+  const bool listens = listening.isOpen() &&
+                       bind(listening.get(), generic(address), sizeof(address)) == 0 &&
+                       ::listen(listening.get(), SOMAXCONN) == 0;
   umask(mask);
-  if (!listens) {
-    // The program works without it too.
-    if (listening_ >= 0) ::close(listening_);
-    listening_ = -1;
-  }
+  // The program works without it too.
+  if (listens) listening_ = std::move(listening);
   return true;
 }
 
 void InstanceChannel::listen() {
-  if (listening_ < 0) return;
-  notifier_ = std::make_unique<QSocketNotifier>(listening_, QSocketNotifier::Read);
+  if (!listening_.isOpen()) return;
+  notifier_ = std::make_unique<QSocketNotifier>(listening_.get(), QSocketNotifier::Read);
   connect(notifier_.get(), &QSocketNotifier::activated, this, [this] { accept(); });
 }
 
@@ -166,8 +144,8 @@ void InstanceChannel::accept() {
 
 // Close first: performing the request may wait for the user.
 QByteArray InstanceChannel::takeRequest() const {
-  const Descriptor other(keptToUs(::accept(listening_, nullptr, nullptr)));
-  if (other.get() < 0) return {};
+  const FileDescriptor other = keptToUs(::accept(listening_.get(), nullptr, nullptr));
+  if (!other.isOpen()) return {};
   const QByteArray request = readWhole(other.get(), patience_with_request);
   if (request.isEmpty()) return {};
   static_cast<void>(::send(other.get(), &taken, 1, 0));
@@ -177,8 +155,8 @@ QByteArray InstanceChannel::takeRequest() const {
 bool InstanceChannel::send(const QString& request) const {
   sockaddr_un address{};
   if (!addressOf(socket_path_, &address)) return false;
-  const Descriptor other(keptToUs(socket(AF_UNIX, SOCK_STREAM, 0)));
-  if (other.get() < 0) return false;
+  const FileDescriptor other = keptToUs(socket(AF_UNIX, SOCK_STREAM, 0));
+  if (!other.isOpen()) return false;
   // A program that has just started may hold the lock and not listen yet.
   for (int attempt = 0; ::connect(other.get(), generic(address), sizeof(address)) != 0; ++attempt) {
     if (attempt == 20) return false;

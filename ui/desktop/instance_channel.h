@@ -11,6 +11,8 @@
 #include <optional>
 #include <string>
 
+#include "platform/file_descriptor.h"
+
 class QSocketNotifier;
 
 namespace talvane {
@@ -39,8 +41,8 @@ class InstanceChannel : public QObject {
   std::string lock_path_;
   std::string socket_path_;
   std::string error_;
-  int lock_ = -1;
-  int listening_ = -1;
+  FileDescriptor lock_;
+  FileDescriptor listening_;
   std::unique_ptr<QSocketNotifier> notifier_;
 };
 
