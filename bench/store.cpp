@@ -1,5 +1,5 @@
 // Reading all tokens, as the program does, and one look-up after another beside it; 1, 8 and 32
-// tokens, in the embedded vault and in a Secret Service (GNOME Keyring on a private bus).
+// tokens, in the vault and in a Secret Service (GNOME Keyring on a private bus).
 
 #include <benchmark/benchmark.h>
 

@@ -40,7 +40,7 @@ class ImportCommand final : public Command {
       throw Failure(exit_usage, "The argument is empty; give a URL or an image file");
     if (source_ == "-") {
       const Cleared<std::string> line = readLine("otpauth URL (not shown): ", true);
-      return withoutBlanks(line.get());  // copied from a page or a mail
+      return trimmed(line.get());  // copied from a page or a mail
     }
     if (source_.find("://") != std::string::npos) return source_;
     QrImage image = readQrImage(source_);

@@ -18,7 +18,7 @@ bool isInteger(std::string_view value) {
 }
 
 bool hasSpaceAtEnd(std::string_view text) {
-  return withoutBlanks(text).size() != text.size();
+  return trimmed(text).size() != text.size();
 }
 
 // What is wrong with the value of a known key; empty if nothing is.
@@ -53,17 +53,17 @@ std::vector<SettingsFinding> checkSettings(std::string_view text) {
       continue;
     }
     const auto known = std::find_if(keys.begin(), keys.end(), [&](const Ini::Key& key) {
-      return lowerCase(key.name) == lowerCase(withoutBlanks(line.key));
+      return lowerCase(key.name) == lowerCase(trimmed(line.key));
     });
     if (hasSpaceAtEnd(line.key)) {
       report(fmt::format("The spaces around \"{}\" make it an unknown key; remove them",
-                         withoutBlanks(line.key)));
+                         trimmed(line.key)));
     } else if (known == keys.end()) {
       report(fmt::format("Unknown key \"{}\"", line.key));
     }
     if (hasSpaceAtEnd(line.value)) {
       report(
-          fmt::format("The spaces around \"{}\" are part of the value", withoutBlanks(line.value)));
+          fmt::format("The spaces around \"{}\" are part of the value", trimmed(line.value)));
     }
     if (known == keys.end() || hasSpaceAtEnd(line.key)) continue;
     if (const auto [first, is_new] = seen.emplace(lowerCase(line.key), line.number); !is_new) {

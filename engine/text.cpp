@@ -42,7 +42,7 @@ bool isLineEnd(char32_t c) {
 }
 
 template <typename Predicate>
-std::string_view trimmed(std::string_view text, Predicate unwanted) {
+std::string_view withoutEnds(std::string_view text, Predicate unwanted) {
   while (!text.empty()) {
     const Character character = firstCharacter(text);
     if (!character.valid || !unwanted(character.code_point)) break;
@@ -145,11 +145,11 @@ std::string upperCase(std::string_view text) {
 }
 
 std::string_view withoutLineEnds(std::string_view text) {
-  return trimmed(text, isLineEnd);
+  return withoutEnds(text, isLineEnd);
 }
 
-std::string_view withoutBlanks(std::string_view text) {
-  return trimmed(text, isWhiteSpace);
+std::string_view trimmed(std::string_view text) {
+  return withoutEnds(text, isWhiteSpace);
 }
 
 std::vector<std::string_view> split(std::string_view text, char separator) {

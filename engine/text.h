@@ -48,7 +48,7 @@ std::string upperCase(std::string_view text);
 std::string_view withoutLineEnds(std::string_view text);
 
 /// The text without white space at either end.
-std::string_view withoutBlanks(std::string_view text);
+std::string_view trimmed(std::string_view text);
 
 /// The pieces between the separators: at least one, possibly empty.
 std::vector<std::string_view> split(std::string_view text, char separator);

@@ -62,6 +62,7 @@ void EnrolFlow::eva_init() {
   if (loader_ == nullptr) loader_ = parts_.make_loader(&unavailable);
   session_.reset();
   views_.eva_layout();
+  eva_thread_result_ = "ERR Unknown";
   auto session = std::make_shared<Session>();
   session->http = std::make_shared<TaHttp>(loader_, unavailable);
   session->http->clearcookies(ini_.tidyEnrolURL());

@@ -133,6 +133,7 @@ class EnrolFlow {
   std::shared_ptr<Session> session_;
   Workers workers_;
   bool eva_thread_ = false;
+  std::string eva_thread_result_;  // set at the start; nothing reads it
   bool eva_pleasewait_ = false;
   std::optional<Ending> ending_;
 };

@@ -34,7 +34,7 @@ std::optional<std::string> TaEnrolClient::processEnrolResponse(const char* body,
   while (more) {
     const std::size_t end = rest.find(line_end);
     more = end != std::string_view::npos;
-    const std::string_view text = withoutBlanks(rest.substr(0, end));
+    const std::string_view text = trimmed(rest.substr(0, end));
     if (more) rest.remove_prefix(end + line_end.size());
     vane::log("TaEnrolClient: ProcessEnrolResponse:   line:{}", text);
     if (text.empty()) {
@@ -196,7 +196,7 @@ std::optional<std::string> TaEnrolClient::parseNumber(const Line& line, bool* kn
 TaEnrolClient::Questions TaEnrolClient::parseQuestions(std::string_view text) {
   Questions questions;
   for (const std::string_view piece : split(text, ',')) {
-    const std::string_view question = withoutBlanks(piece);
+    const std::string_view question = trimmed(piece);
     if (!question.empty()) questions.emplace_back(question);
   }
   return questions;

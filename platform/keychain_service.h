@@ -1,7 +1,7 @@
 #pragma once
 
 // A keychain: secret bytes by service and account. Backends store them in a Secret Service, the
-// embedded vault, the system's own keychain, or memory. Main thread only.
+// vault, the system's own keychain, or memory. Main thread only.
 //
 // A missing item is always told apart from every other failure. No call waits longer than two
 // seconds for an answer, asks the user anything, or falls back to another keychain.

@@ -1,5 +1,7 @@
 #include "platform/keychain_words.h"
 
+#include <fmt/core.h>
+
 #include <utility>
 
 namespace talvane {
@@ -32,6 +34,10 @@ std::string keychainWords(const std::string& keychain, KeychainStatus status) {
     if (of == status) return keychain + ' ' + text;
   }
   return keychain + " failed; try again";
+}
+
+std::string messageWithCode(KeychainService& keychain, KeychainStatus status) {
+  return fmt::format("{} [{}]", keychain.message(status), static_cast<int>(status));
 }
 
 }  // namespace talvane

@@ -10,4 +10,7 @@ namespace talvane {
 /// with `keychain`, for example "The keychain /a/path".
 std::string keychainWords(const std::string& keychain, KeychainStatus status);
 
+/// The keychain's own message for the status, followed by the status's number in brackets.
+std::string messageWithCode(KeychainService& keychain, KeychainStatus status);
+
 }  // namespace talvane

@@ -1,9 +1,8 @@
 #include "platform/ta_keychain.h"
 
-#include <fmt/core.h>
-
 #include <utility>
 
+#include "platform/keychain_words.h"
 #include "platform/record_archive.h"
 
 namespace talvane {
@@ -15,9 +14,7 @@ TaKeyChain::TaKeyChain(KeychainService& keychain, std::string service, std::stri
       _error("ERR Unknown") {}
 
 KeychainStatus TaKeyChain::finished(KeychainStatus status) {
-  _error = status == KeychainStatus::ok
-               ? "OK"
-               : fmt::format("ERR {} [{}]", keychain_.message(status), static_cast<int>(status));
+  _error = status == KeychainStatus::ok ? "OK" : "ERR " + messageWithCode(keychain_, status);
   return status;
 }
 

@@ -1,10 +1,9 @@
 #include "platform/vaneinterface.h"
 
-#include <fmt/core.h>
-
 #include <cstdio>
 #include <utility>
 
+#include "platform/keychain_words.h"
 #include "platform/ta_keychain.h"
 #include "platform/trace.h"
 
@@ -35,7 +34,7 @@ vaneinterface::vaneinterface(KeychainService& keychain, DeviceIdentifiers& ident
 
 vaneinterface::Answer vaneinterface::answer(KeychainStatus status) {
   if (status == KeychainStatus::ok) return {};
-  return {status, fmt::format("{} [{}]", keychain_.message(status), static_cast<int>(status))};
+  return {status, messageWithCode(keychain_, status)};
 }
 
 bool vaneinterface::KeyChainSave(const std::string& name, const Record& data) {

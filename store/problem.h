@@ -21,7 +21,7 @@ struct Problem {
     check_keychain  // absent, locked, failing, full, not answering
   };
   Next next = Next::check_keychain;
-  /// For the user: one sentence that says what happened and what to do, without a full stop.
+  /// For the user: what happened and what to do, without a full stop at the end.
   std::string words;
   std::optional<std::int32_t> slot{};
 };

@@ -1,15 +1,13 @@
 #include "store/store_change.h"
 
-#include <fmt/core.h>
-
 #include "platform/folders.h"
+#include "platform/keychain_words.h"
 
 namespace talvane {
 namespace {
 
 Problem keychainProblem(KeychainService& keychain, KeychainStatus status) {
-  return {Problem::Next::check_keychain,
-          fmt::format("{} [{}]", keychain.message(status), static_cast<int>(status))};
+  return {Problem::Next::check_keychain, messageWithCode(keychain, status)};
 }
 
 }  // namespace

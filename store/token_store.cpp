@@ -43,11 +43,7 @@ Problem cutShort(std::string_view not_done) {
 
 // `task` says what failed, and works once the slot is cleared.
 Problem inTheWay(std::string_view task, const Obstacle& obstacle) {
-  return {Next::clear_slot,
-          fmt::format("{}: {}; delete it first", task,
-                      // Lower case within the sentence.
-                      obstacle.kind == Obstacle::Kind::gap ? "s" + obstacle.words.substr(1)
-                                                           : "t" + obstacle.words.substr(1)),
+  return {Next::clear_slot, fmt::format("{}. {}; delete it first", task, obstacle.words),
           obstacle.slot};
 }
 

@@ -16,7 +16,7 @@ namespace {
 constexpr off_t largest_entry = 1024 * 1024;
 
 // The text without the white space that a key file allows around names and values.
-std::string_view trimmed(std::string_view text) {
+std::string_view withoutOuterSpaces(std::string_view text) {
   constexpr std::string_view spaces = " \t\r";
   const std::size_t begin = text.find_first_not_of(spaces);
   if (begin == std::string_view::npos) return {};
@@ -62,7 +62,7 @@ std::string escaped(std::string_view text) {
 std::vector<std::string> listOf(std::string_view value) {
   std::vector<std::string> items;
   for (const std::string_view item : split(value, ';')) {
-    if (!trimmed(item).empty()) items.emplace_back(trimmed(item));
+    if (!withoutOuterSpaces(item).empty()) items.emplace_back(withoutOuterSpaces(item));
   }
   return items;
 }
@@ -166,7 +166,7 @@ std::optional<AutostartEntry> readAutostartEntry(const std::string& path) {
   std::optional<AutostartEntry> entry;
   bool in_group = false;
   for (const std::string_view raw_line : split(text, '\n')) {
-    const std::string_view line = trimmed(raw_line);
+    const std::string_view line = withoutOuterSpaces(raw_line);
     if (line.starts_with('[')) {
       in_group = line == "[Desktop Entry]";
       if (in_group && !entry) entry.emplace();
@@ -174,7 +174,7 @@ std::optional<AutostartEntry> readAutostartEntry(const std::string& path) {
     }
     const std::size_t equals = line.find('=');
     if (!in_group || line.starts_with('#') || equals == std::string_view::npos) continue;
-    takeValue(trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1)), &*entry);
+    takeValue(withoutOuterSpaces(line.substr(0, equals)), withoutOuterSpaces(line.substr(equals + 1)), &*entry);
   }
   return entry;
 }

@@ -23,7 +23,7 @@ inline constexpr const char* seed_13 = "MFRGGZDFMZTWQ";
 using Strings = std::vector<std::string>;
 
 /// A user of the command line without a past: own home, own folders, no bus, no desktop. Tokens may
-/// be added by hand, and the embedded vault is asked for.
+/// be added by hand, and the vault is asked for.
 class CliHome {
  public:
   CliHome();

@@ -176,7 +176,7 @@ std::string headerOf(const std::string& request, const std::string& name) {
   for (const std::string_view line : split(head, '\n')) {
     const std::size_t colon = line.find(':');
     if (colon == std::string_view::npos || lowerCase(line.substr(0, colon)) != name) continue;
-    return std::string(withoutBlanks(line.substr(colon + 1)));
+    return std::string(trimmed(line.substr(colon + 1)));
   }
   return "(none)";
 }

@@ -138,8 +138,8 @@ TEST_F(RemovingTest, TokensBeforeOneThatHidesOthersAreNotDeleted) {
     fill({"A", "B", "C", "D"});
     foreign ? makeForeign(2) : damage(2);
     expectRefused([&] { return remove({0}); }, Next::clear_slot,
-                  foreign ? "The tokens could not be deleted: the record in slot 2 belongs to"
-                          : "The tokens could not be deleted: the record in slot 2 is damaged");
+                  foreign ? "The tokens could not be deleted. The record in slot 2 belongs to"
+                          : "The tokens could not be deleted. The record in slot 2 is damaged");
     expectRefused([&] { return remove({0, 1}); }, Next::clear_slot, "delete it first");
     EXPECT_EQ(remove({1}).error().slot, 2);
   }
