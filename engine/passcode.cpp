@@ -53,11 +53,11 @@ std::string vane::HOTP_getPasscode(std::span<const std::uint8_t> key, std::uint6
   std::uint32_t value = (digest[offset] & 0x7FU) << 24 |
                         static_cast<std::uint32_t>(digest[offset + 1]) << 16 |
                         static_cast<std::uint32_t>(digest[offset + 2]) << 8 | digest[offset + 3];
-  std::array<char, 6> digits{};
-  for (std::size_t i = digits.size(); i-- > 0; value /= 10) {
-    digits[i] = static_cast<char>('0' + value % 10);
+  std::string passcode(6, '0');
+  for (std::size_t i = passcode.size(); i-- > 0; value /= 10) {
+    passcode[i] = static_cast<char>('0' + value % 10);
   }
-  return {digits.data(), digits.size()};
+  return passcode;
 }
 
 }  // namespace talvane
