@@ -1,8 +1,11 @@
+#include <memory>
 #include "cli/add_token.h"
 #include "cli/command.h"
 #include "cli/failure.h"
 #include "cli/first_token.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "engine/soft_token_info.h"
 #include "store/new_token.h"
 
 namespace talvane {

@@ -1,9 +1,13 @@
 #include "cli/add_token.h"
 
 #include <fmt/core.h>
+#include <string>
 
 #include "cli/failure.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "engine/soft_token_info.h"
+#include "store/problem.h"
 
 namespace talvane {
 namespace {

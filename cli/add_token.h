@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/session.h"
+#include "engine/soft_token_info.h"
 
 namespace talvane {
 

@@ -1,7 +1,10 @@
 #include "cli/clipboard.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
+#include <stdlib.h>
+#include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,8 +12,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
 
 // POSIX does not declare it in any header.

@@ -1,9 +1,17 @@
+#include <cstddef>
+#include <cstdint>
 #include <iostream>
+#include <memory>
 
 #include "cli/clipboard.h"
 #include "cli/command.h"
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
 #include "cli/json.h"
+#include "cli/session.h"
+#include "engine/soft_token_info.h"
+#include "engine/vane.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 namespace {

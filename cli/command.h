@@ -1,9 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <functional>
 #include <memory>
-#include <vector>
 
 #include "cli/session.h"
 

@@ -1,12 +1,19 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "cli/command.h"
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "store/problem.h"
+#include "store/stored_tokens.h"
+#include "store/token_store.h"
 
 namespace talvane {
 namespace {

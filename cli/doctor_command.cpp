@@ -1,15 +1,29 @@
 #include <fmt/chrono.h>
 #include <fmt/core.h>
 #include <sys/stat.h>
+#include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "cli/command.h"
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
 #include "cli/json.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "config/ini.h"
 #include "config/read_settings.h"
 #include "enrol/clock_trouble.h"
+#include "platform/device_identifiers.h"
 #include "platform/folders.h"
+#include "platform/keychain_service.h"
+#include "platform/keychains.h"
 #include "platform/url_loading.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 namespace {

@@ -1,19 +1,33 @@
 #include <fmt/core.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
+#include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
 
 #include "cli/command.h"
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "config/ini.h"
+#include "engine/cleared.h"
 #include "enrol/clock_trouble.h"
 #include "enrol/enrol_flow.h"
 #include "enrol/enrol_layout.h"
+#include "enrol/ta_enrol_client.h"
+#include "platform/url_loading.h"
 
 namespace talvane {
 namespace {

@@ -1,6 +1,11 @@
 #include "cli/failure.h"
 
 #include <fmt/core.h>
+#include <cstdint>
+#include <string>
+#include "cli/exit_codes.h"
+#include "store/problem.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 namespace {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
 #include "cli/exit_codes.h"
-#include "store/token_store.h"
+#include "store/problem.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 

@@ -1,8 +1,11 @@
 #include "cli/first_token.h"
 
 #include <fmt/core.h>
+#include <string>
 
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
+#include "config/ini.h"
 
 namespace talvane {
 namespace {

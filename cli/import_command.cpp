@@ -1,8 +1,12 @@
+#include <memory>
 #include "cli/add_token.h"
 #include "cli/command.h"
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
 #include "cli/first_token.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "engine/cleared.h"
 #include "engine/text.h"
 #include "platform/qr_image.h"
 #include "store/new_token.h"

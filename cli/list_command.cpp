@@ -1,12 +1,17 @@
 #include <fmt/core.h>
 
+#include <cstddef>
 #include <iostream>
+#include <memory>
 
 #include "cli/command.h"
 #include "cli/failure.h"
 #include "cli/first_token.h"
 #include "cli/json.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "engine/soft_token_info.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 namespace {

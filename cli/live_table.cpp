@@ -4,9 +4,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
+#include <string>
+#include <string_view>
 
 #include "cli/terminal.h"
+#include "engine/soft_token_info.h"
+#include "engine/vane.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 namespace {

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
-#include "cli/session.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 

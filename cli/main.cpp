@@ -4,11 +4,18 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "cli/command.h"
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
 #include "engine/text.h"
+#include "platform/keychains.h"
 
 namespace talvane {
 namespace {

@@ -1,8 +1,17 @@
 #include <fmt/core.h>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 
 #include "cli/command.h"
 #include "cli/failure.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "engine/log.h"
+#include "engine/soft_token_info.h"
+#include "store/problem.h"
+#include "store/stored_tokens.h"
+#include "store/token_store.h"
 
 namespace talvane {
 namespace {

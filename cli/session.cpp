@@ -2,14 +2,29 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
+#include "config/ini.h"
 #include "config/read_settings.h"
+#include "engine/soft_token_info.h"
+#include "engine/vane.h"
+#include "platform/device_identifiers.h"
+#include "platform/keychains.h"
+#include "platform/user_defaults.h"
+#include "platform/vaneinterface.h"
+#include "store/problem.h"
+#include "store/stored_tokens.h"
+#include "store/token_store.h"
 
 namespace talvane {
 namespace {

@@ -1,17 +1,20 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "cli/failure.h"
 #include "config/ini.h"
-#include "engine/vane.h"
+#include "platform/device_identifiers.h"
 #include "platform/keychains.h"
+#include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"
+#include "store/problem.h"
+#include "store/stored_tokens.h"
 #include "store/token_store.h"
 
 namespace talvane {

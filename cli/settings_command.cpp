@@ -1,11 +1,15 @@
 #include <fmt/core.h>
 
 #include <cstring>
+#include <memory>
 
 #include "cli/command.h"
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
 #include "cli/json.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "config/ini.h"
 #include "config/settings_check.h"
 #include "platform/regular_file.h"
 

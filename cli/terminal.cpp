@@ -1,15 +1,23 @@
 #include "cli/terminal.h"
 
+#include <signal.h>
 #include <termios.h>
 #include <unistd.h>
 #include <utf8proc.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <cstdio>
 #include <iostream>
 #include <optional>
+#include <string>
+#include <string_view>
 
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
+#include "engine/cleared.h"
 #include "engine/text.h"
 
 namespace talvane {

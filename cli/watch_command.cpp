@@ -1,17 +1,23 @@
 #include <fmt/core.h>
 #include <poll.h>
+#include <stdio.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <iostream>
+#include <memory>
 #include <string>
 
 #include "cli/command.h"
 #include "cli/failure.h"
 #include "cli/first_token.h"
 #include "cli/live_table.h"
+#include "cli/session.h"
 #include "cli/terminal.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 namespace {

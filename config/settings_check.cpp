@@ -3,7 +3,13 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "config/ini.h"
 #include "config/settings_text.h"
@@ -62,8 +68,7 @@ std::vector<SettingsFinding> checkSettings(std::string_view text) {
       report(fmt::format("Unknown key \"{}\"", line.key));
     }
     if (hasSpaceAtEnd(line.value)) {
-      report(
-          fmt::format("The spaces around \"{}\" are part of the value", trimmed(line.value)));
+      report(fmt::format("The spaces around \"{}\" are part of the value", trimmed(line.value)));
     }
     if (known == keys.end() || hasSpaceAtEnd(line.key)) continue;
     if (const auto [first, is_new] = seen.emplace(lowerCase(line.key), line.number); !is_new) {

@@ -1,6 +1,10 @@
 #include "config/settings_text.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "engine/text.h"
 

@@ -1,4 +1,8 @@
 #include <nettle/hmac.h>
+#include <nettle/sha1.h>
+#include <array>
+#include <cstdint>
+#include <span>
 
 #include "engine/cleared.h"
 #include "engine/hmac_sha1.h"

@@ -1,4 +1,6 @@
 #include "engine/log.h"
+#include <string_view>
+#include "engine/gateway.h"
 
 namespace talvane {
 namespace {

@@ -1,4 +1,9 @@
 #include "engine/sealed_seed.h"
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
 
 namespace talvane {
 namespace {

@@ -1,9 +1,19 @@
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
 
 #include "engine/base32.h"
+#include "engine/cleared.h"
+#include "engine/gateway.h"
 #include "engine/sealed_seed.h"
 #include "engine/seed_text.h"
+#include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 

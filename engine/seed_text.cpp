@@ -1,8 +1,12 @@
 #include "engine/seed_text.h"
 
 #include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "engine/base32.h"
+#include "engine/cleared.h"
 #include "engine/text.h"
 
 namespace talvane {

@@ -1,9 +1,18 @@
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include "engine/base32.h"
+#include "engine/cleared.h"
 #include "engine/seed_text.h"
+#include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/url.h"
 #include "engine/vane.h"

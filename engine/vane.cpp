@@ -1,4 +1,6 @@
 #include "engine/vane.h"
+#include "engine/gateway.h"
+#include "engine/log.h"
 
 namespace talvane {
 

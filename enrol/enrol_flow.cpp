@@ -1,10 +1,16 @@
 #include "enrol/enrol_flow.h"
 
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "enrol/pin_rules.h"
+#include "enrol/ta_http.h"
+#include "store/problem.h"
 
 namespace talvane {
 namespace {

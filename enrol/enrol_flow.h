@@ -12,9 +12,12 @@
 #include <string>
 
 #include "config/ini.h"
+#include "engine/gateway.h"
 #include "enrol/ta_enrol_client.h"
 #include "enrol/ta_http.h"
 #include "enrol/workers.h"
+#include "platform/url_loading.h"
+#include "store/problem.h"
 #include "store/token_store.h"
 
 namespace talvane {

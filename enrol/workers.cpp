@@ -1,6 +1,9 @@
 #include "enrol/workers.h"
 
 #include <algorithm>
+#include <functional>
+#include <memory>
+#include <thread>
 #include <utility>
 
 namespace talvane {

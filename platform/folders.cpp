@@ -5,6 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
+#include <string>
+#include <string_view>
 
 #include "platform/file_descriptor.h"
 

@@ -7,7 +7,6 @@
 // seconds for an answer, asks the user anything, or falls back to another keychain.
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
 #include "engine/cleared.h"

@@ -2,7 +2,9 @@
 
 #include <fmt/core.h>
 
+#include <string>
 #include <utility>
+#include "platform/keychain_service.h"
 
 namespace talvane {
 namespace {

@@ -3,7 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <memory>
+#include <string>
 #include <utility>
+#include "platform/keychain_service.h"
+#include "platform/user_defaults.h"
 
 namespace talvane {
 namespace {

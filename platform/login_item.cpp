@@ -1,6 +1,10 @@
 #include "platform/login_item.h"
 
+#include <memory>
+#include <optional>
+#include <string>
 #include <utility>
+#include "platform/login_items_list.h"
 
 namespace talvane {
 

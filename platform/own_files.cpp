@@ -2,12 +2,18 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
+#include <string>
 #include <utility>
+#include "engine/cleared.h"
+#include "engine/gateway.h"
+#include "platform/file_descriptor.h"
 
 namespace talvane {
 namespace {

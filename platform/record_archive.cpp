@@ -1,11 +1,19 @@
 #include "platform/record_archive.h"
+#include <plist/plist.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string_view>
 #include <utility>
+#include <variant>
+#include <vector>
 
+#include "engine/gateway.h"
 #include "engine/text.h"
+#include "platform/keychain_service.h"
 #include "platform/record_archive_check.h"
 #include "platform/record_archive_plist.h"
 

@@ -1,7 +1,10 @@
 #include "platform/record_archive_check.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 

@@ -1,9 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
-
-#include "engine/gateway.h"
 
 namespace talvane {
 

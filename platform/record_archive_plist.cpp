@@ -1,9 +1,14 @@
 #include "platform/record_archive_plist.h"
+#include <plist/plist.h>
 
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
+#include "engine/cleared.h"
+#include "engine/gateway.h"
+#include "platform/keychain_service.h"
 
 namespace talvane {
 namespace {

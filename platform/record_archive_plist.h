@@ -4,10 +4,12 @@
 
 #include <plist/plist.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "engine/gateway.h"
 #include "platform/keychain_service.h"

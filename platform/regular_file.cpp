@@ -2,10 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <cstddef>
+#include <string>
 
 #include "platform/file_descriptor.h"
 

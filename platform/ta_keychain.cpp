@@ -1,7 +1,10 @@
 #include "platform/ta_keychain.h"
 
+#include <string>
 #include <utility>
 
+#include "engine/gateway.h"
+#include "platform/keychain_service.h"
 #include "platform/keychain_words.h"
 #include "platform/record_archive.h"
 

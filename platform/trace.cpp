@@ -1,12 +1,18 @@
 #include "platform/trace.h"
 
 #include <fcntl.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
+#include <cstdint>
+#include <cstdio>
 #include <ctime>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include "platform/file_descriptor.h"
 #include "platform/folders.h"

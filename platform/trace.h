@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <memory>
-#include <string>
 #include <string_view>
 #include <utility>
 

@@ -1,6 +1,8 @@
 #include "platform/unavailable_keychain.h"
 
+#include <string>
 #include <utility>
+#include "platform/keychain_service.h"
 
 namespace talvane {
 

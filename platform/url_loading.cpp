@@ -1,4 +1,6 @@
 #include "platform/url_loading.h"
+#include <memory>
+#include <string>
 
 #include "platform/modules.h"
 

@@ -1,9 +1,11 @@
 #include "platform/user_entry.h"
 
 #include <pwd.h>
+#include <sys/types.h>
 
 #include <cerrno>
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace talvane {

@@ -1,8 +1,14 @@
 #include "platform/vaneinterface.h"
 
+#include <cstdint>
 #include <cstdio>
+#include <string>
+#include <string_view>
 #include <utility>
 
+#include "engine/gateway.h"
+#include "platform/device_identifiers.h"
+#include "platform/keychain_service.h"
 #include "platform/keychain_words.h"
 #include "platform/ta_keychain.h"
 #include "platform/trace.h"

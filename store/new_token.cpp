@@ -2,10 +2,16 @@
 
 #include <utf8proc.h>
 
+#include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <tl/expected.hpp>
 
+#include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "store/problem.h"
 
 namespace talvane {
 namespace {

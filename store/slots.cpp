@@ -3,9 +3,21 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <tl/expected.hpp>
 #include <utility>
 
+#include "engine/gateway.h"
 #include "engine/log.h"
+#include "engine/soft_token_info.h"
+#include "engine/vane.h"
+#include "platform/keychain_service.h"
+#include "platform/vaneinterface.h"
+#include "store/problem.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 namespace {

@@ -3,11 +3,10 @@
 // One look at all 32 slots, including those after the slot where the engine stops reading.
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 
-#include "engine/soft_token_info.h"
 #include "engine/vane.h"
 #include "platform/vaneinterface.h"
 #include "store/problem.h"

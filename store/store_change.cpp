@@ -1,7 +1,11 @@
 #include "store/store_change.h"
+#include <chrono>
+#include <tl/expected.hpp>
 
 #include "platform/folders.h"
+#include "platform/keychain_service.h"
 #include "platform/keychain_words.h"
+#include "store/problem.h"
 
 namespace talvane {
 namespace {

@@ -4,10 +4,13 @@
 #include <sys/file.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <string>
 #include <thread>
 #include <utility>
 
+#include "platform/file_descriptor.h"
 #include "platform/folders.h"
 
 namespace talvane {

@@ -3,13 +3,29 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <new>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <tl/expected.hpp>
 #include <utility>
+#include <vector>
 
 #include "engine/log.h"
+#include "engine/soft_token_info.h"
+#include "engine/vane.h"
+#include "platform/keychain_service.h"
+#include "platform/vaneinterface.h"
 #include "store/new_token.h"
+#include "store/problem.h"
 #include "store/slots.h"
 #include "store/store_change.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 namespace {

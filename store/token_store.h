@@ -12,11 +12,9 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
-#include <vector>
 
 #include "engine/soft_token_info.h"
 #include "engine/vane.h"

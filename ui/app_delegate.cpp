@@ -3,14 +3,19 @@
 #include <QApplication>
 #include <QFontMetrics>
 #include <QUrl>
+#include <functional>
+#include <memory>
+#include <string>
 #include <utility>
 
 #include "config/read_settings.h"
+#include "engine/soft_token_info.h"
 #include "engine/vane.h"
 #include "platform/qr_image.h"
 #include "store/new_token.h"
 #include "ui/kit/alert.h"
 #include "ui/kit/look.h"
+#include "ui/panel/soft_token_window.h"
 #include "ui/start.h"
 #include "ui/views/add_view.h"
 #include "ui/views/address_view.h"
@@ -19,6 +24,7 @@
 #include "ui/views/management_view.h"
 #include "ui/views/manual_view.h"
 #include "ui/views/questions_view.h"
+#include "ui/views/response_view.h"
 #include "ui/views/token_view.h"
 
 namespace talvane {

@@ -6,7 +6,6 @@
 #include <QMimeData>
 #include <QObject>
 #include <QString>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,10 +15,12 @@
 #include "platform/device_identifiers.h"
 #include "platform/keychain_service.h"
 #include "platform/login_item.h"
+#include "platform/url_loading.h"
 #include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"
 #include "store/token_store.h"
 #include "ui/panel/panel.h"
+#include "ui/panel/soft_token_window.h"
 #include "ui/views/enrolment_views.h"
 #include "ui/views/response_view.h"
 #include "ui/views/shell.h"

@@ -1,3 +1,4 @@
+#include <signal.h>
 #include <QApplication>
 #include <QDesktopServices>
 #include <QFileOpenEvent>
@@ -7,10 +8,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
 
+#include "config/ini.h"
 #include "config/read_settings.h"
+#include "platform/device_identifiers.h"
 #include "platform/keychains.h"
+#include "platform/login_item.h"
+#include "platform/url_loading.h"
+#include "platform/user_defaults.h"
 #include "ui/app_delegate.h"
 #include "ui/desktop/display.h"
 #include "ui/desktop/instance_channel.h"

@@ -2,8 +2,14 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
+#include <ctime>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>

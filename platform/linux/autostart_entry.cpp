@@ -1,11 +1,17 @@
 #include "platform/linux/autostart_entry.h"
 
+#include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "engine/text.h"
 #include "platform/regular_file.h"
@@ -174,7 +180,8 @@ std::optional<AutostartEntry> readAutostartEntry(const std::string& path) {
     }
     const std::size_t equals = line.find('=');
     if (!in_group || line.starts_with('#') || equals == std::string_view::npos) continue;
-    takeValue(withoutOuterSpaces(line.substr(0, equals)), withoutOuterSpaces(line.substr(equals + 1)), &*entry);
+    takeValue(withoutOuterSpaces(line.substr(0, equals)),
+              withoutOuterSpaces(line.substr(equals + 1)), &*entry);
   }
   return entry;
 }

@@ -2,12 +2,18 @@
 #include <fmt/core.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <fstream>
+#include <memory>
 #include <optional>
 #include <sstream>
+#include <string>
+#include <utility>
 
 #include "engine/text.h"
 #include "platform/device_identifiers.h"

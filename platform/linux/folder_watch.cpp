@@ -1,14 +1,17 @@
 #include "platform/linux/folder_watch.h"
 
 #include <sys/inotify.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "platform/folders.h"
 

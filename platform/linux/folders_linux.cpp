@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "platform/folders.h"

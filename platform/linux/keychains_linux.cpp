@@ -1,8 +1,12 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "platform/folders.h"
+#include "platform/keychain_service.h"
 #include "platform/keychains.h"
 #include "platform/linux/vault/keychain.h"
 #include "platform/modules.h"

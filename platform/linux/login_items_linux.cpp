@@ -4,9 +4,14 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
+#include <memory>
+#include <optional>
 #include <set>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "engine/text.h"
 #include "platform/folders.h"

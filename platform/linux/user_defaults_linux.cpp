@@ -1,5 +1,9 @@
 #include <cerrno>
+#include <cstddef>
 #include <map>
+#include <memory>
+#include <string>
+#include <string_view>
 
 #include "engine/text.h"
 #include "platform/folders.h"

@@ -1,13 +1,17 @@
 #include <png.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <turbojpeg.h>
 #include <zbar.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
+#include "engine/cleared.h"
 #include "engine/text.h"
 #include "platform/qr_image.h"
 #include "platform/regular_file.h"

@@ -1,6 +1,8 @@
+#include <stdlib.h>
 #include <xcb/xcb.h>
 
 #include <cstdlib>
+#include <string>
 
 #include "ui/desktop/display.h"
 

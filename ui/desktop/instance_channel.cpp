@@ -5,6 +5,7 @@
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -14,8 +15,11 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <string>
 #include <utility>
 
+#include "platform/file_descriptor.h"
 #include "platform/folders.h"
 
 namespace talvane {

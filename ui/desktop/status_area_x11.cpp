@@ -7,6 +7,8 @@
 #include <QDBusReply>
 #include <QGuiApplication>
 #include <QObject>
+#include <functional>
+#include <memory>
 #include <utility>
 
 #include "ui/desktop/bus_signal.h"

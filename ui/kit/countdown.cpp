@@ -7,6 +7,7 @@
 
 #include "engine/vane.h"
 #include "ui/kit/countdown_geometry.h"
+#include "ui/kit/frame.h"
 #include "ui/kit/look.h"
 
 namespace talvane {

@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <utility>
 
+#include "ui/kit/frame.h"
 #include "ui/kit/look.h"
 
 namespace talvane {

@@ -4,6 +4,8 @@
 #include <QFontDatabase>
 #include <QPalette>
 #include <QStyleFactory>
+#include "engine/vane.h"
+#include "ui/kit/frame.h"
 
 namespace talvane {
 namespace {

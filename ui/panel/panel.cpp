@@ -3,11 +3,24 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <utility>
+#include <vector>
 
+#include "config/ini.h"
 #include "engine/vane.h"
 #include "platform/memory_release.h"
+#include "store/token_store.h"
 #include "ui/desktop/window_hints.h"
+#include "ui/kit/buttons.h"
+#include "ui/kit/flipped_view.h"
+#include "ui/kit/frame.h"
 #include "ui/kit/look.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/soft_token_window.h"
+#include "ui/panel/view.h"
 
 namespace talvane {
 namespace {

@@ -4,17 +4,18 @@
 
 #include <QMimeData>
 #include <QObject>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
 
 #include "config/ini.h"
+#include "store/token_store.h"
 #include "ui/kit/buttons.h"
+#include "ui/kit/frame.h"
 #include "ui/panel/panel_background.h"
-#include "ui/panel/panel_geometry.h"
 #include "ui/panel/shown_tokens.h"
+#include "ui/panel/soft_token_window.h"
 #include "ui/panel/view.h"
 
 namespace talvane {

@@ -1,5 +1,6 @@
 #include "ui/panel/panel_background.h"
 
+#include "ui/kit/flipped_view.h"
 #include "ui/kit/look.h"
 #include "ui/panel/panel_geometry.h"
 

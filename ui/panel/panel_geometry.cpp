@@ -1,6 +1,9 @@
 #include "ui/panel/panel_geometry.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <vector>
+#include "ui/kit/frame.h"
 
 namespace talvane {
 namespace {

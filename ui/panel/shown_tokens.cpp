@@ -1,7 +1,9 @@
 #include "ui/panel/shown_tokens.h"
 
+#include <cstddef>
 #include <utility>
 
+#include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "store/stored_tokens.h"
 #include "store/token_store.h"
 
 namespace talvane {

@@ -12,7 +12,9 @@
 #include <utility>
 
 #include "ui/kit/flipped_view.h"
+#include "ui/kit/frame.h"
 #include "ui/kit/look.h"
+#include "ui/panel/panel_geometry.h"
 
 namespace talvane {
 namespace {

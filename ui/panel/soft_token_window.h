@@ -4,6 +4,7 @@
 #include <QWidget>
 #include <functional>
 
+#include "ui/kit/frame.h"
 #include "ui/panel/panel_geometry.h"
 
 class QMimeData;

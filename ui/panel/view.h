@@ -5,9 +5,10 @@
 #include <QAbstractButton>
 #include <QString>
 #include <memory>
-#include <utility>
 #include <vector>
 
+#include "ui/kit/frame.h"
+#include "ui/panel/panel_geometry.h"
 #include "ui/panel/soft_token_window.h"
 
 class QKeyEvent;

@@ -1,6 +1,9 @@
 #include "ui/views/add_view.h"
 
 #include "engine/vane.h"
+#include "ui/panel/panel.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/view.h"
 
 namespace talvane {
 

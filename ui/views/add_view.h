@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "ui/panel/panel.h"
+#include "ui/panel/view.h"
 #include "ui_add_view.h"
 
 namespace talvane {

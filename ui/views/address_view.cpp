@@ -1,7 +1,13 @@
 #include "ui/views/address_view.h"
+#include <string>
 
+#include "config/ini.h"
 #include "engine/vane.h"
+#include "enrol/enrol_flow.h"
 #include "ui/kit/look.h"
+#include "ui/panel/panel.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/view.h"
 
 namespace talvane {
 

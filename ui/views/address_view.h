@@ -5,6 +5,7 @@
 #include "config/ini.h"
 #include "enrol/enrol_flow.h"
 #include "ui/panel/panel.h"
+#include "ui/panel/view.h"
 #include "ui_address_view.h"
 
 namespace talvane {

@@ -2,11 +2,23 @@
 
 #include <QFontMetrics>
 #include <algorithm>
+#include <cstddef>
+#include <initializer_list>
+#include <string>
 #include <utility>
 
+#include "config/ini.h"
 #include "engine/vane.h"
+#include "enrol/enrol_flow.h"
+#include "enrol/enrol_layout.h"
+#include "ui/kit/fields.h"
 #include "ui/kit/look.h"
+#include "ui/panel/panel.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/view.h"
+#include "ui/views/address_view.h"
 #include "ui/views/enrolment_ending.h"
+#include "ui/views/shell.h"
 
 namespace talvane {
 namespace {

@@ -9,6 +9,7 @@
 #include "enrol/enrol_flow.h"
 #include "enrol/enrol_layout.h"
 #include "ui/panel/panel.h"
+#include "ui/panel/view.h"
 #include "ui/views/address_view.h"
 #include "ui/views/shell.h"
 #include "ui_authentication_view.h"

@@ -1,6 +1,8 @@
 #include "ui/views/enrolment_ending.h"
 
 #include "enrol/clock_trouble.h"
+#include "enrol/enrol_flow.h"
+#include "ui/views/shell.h"
 
 namespace talvane {
 

@@ -1,4 +1,9 @@
 #include "ui/views/enrolment_views.h"
+#include <string>
+#include "enrol/enrol_flow.h"
+#include "ui/views/address_view.h"
+#include "ui/views/authentication_view.h"
+#include "ui/views/questions_view.h"
 
 namespace talvane {
 namespace {

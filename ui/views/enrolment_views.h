@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include "enrol/enrol_flow.h"
 #include "ui/panel/panel.h"
 #include "ui/views/address_view.h"

@@ -1,10 +1,20 @@
 #include "ui/views/help_view.h"
 
+#include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "config/ini.h"
 #include "engine/vane.h"
+#include "platform/login_items_list.h"
+#include "ui/kit/buttons.h"
 #include "ui/kit/product.h"
+#include "ui/panel/panel.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/view.h"
+#include "ui/views/shell.h"
 
 namespace talvane {
 

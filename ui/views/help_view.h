@@ -9,6 +9,7 @@
 #include "config/ini.h"
 #include "platform/login_item.h"
 #include "ui/panel/panel.h"
+#include "ui/panel/view.h"
 #include "ui/views/shell.h"
 #include "ui_help_view.h"
 

@@ -1,11 +1,24 @@
 #include "ui/views/management_view.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
 #include <utility>
+#include <vector>
 
+#include "config/ini.h"
+#include "engine/soft_token_info.h"
 #include "engine/vane.h"
+#include "store/token_store.h"
 #include "ui/kit/alert.h"
+#include "ui/kit/fields.h"
+#include "ui/kit/flipped_view.h"
 #include "ui/kit/look.h"
+#include "ui/panel/panel.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/view.h"
+#include "ui/views/shell.h"
 
 namespace talvane {
 

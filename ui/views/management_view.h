@@ -3,10 +3,12 @@
 #include <vector>
 
 #include "config/ini.h"
+#include "store/problem.h"
 #include "store/token_store.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/flipped_view.h"
 #include "ui/panel/panel.h"
+#include "ui/panel/view.h"
 #include "ui/views/shell.h"
 #include "ui_management_view.h"
 

@@ -1,7 +1,19 @@
 #include "ui/views/manual_view.h"
+#include <cstddef>
+#include <string>
 
+#include "config/ini.h"
+#include "engine/cleared.h"
+#include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "store/token_store.h"
+#include "ui/kit/fields.h"
+#include "ui/panel/panel.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/view.h"
+#include "ui/views/response_view.h"
+#include "ui/views/shell.h"
 
 namespace talvane {
 namespace {

@@ -3,6 +3,7 @@
 #include "config/ini.h"
 #include "store/token_store.h"
 #include "ui/panel/panel.h"
+#include "ui/panel/view.h"
 #include "ui/views/response_view.h"
 #include "ui/views/shell.h"
 #include "ui_manual_view.h"

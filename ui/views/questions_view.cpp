@@ -1,14 +1,25 @@
 #include "ui/views/questions_view.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "config/ini.h"
 #include "engine/vane.h"
+#include "enrol/enrol_flow.h"
+#include "enrol/enrol_layout.h"
 #include "enrol/pin_rules.h"
+#include "enrol/ta_enrol_client.h"
+#include "ui/kit/fields.h"
 #include "ui/kit/look.h"
+#include "ui/panel/panel.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/view.h"
 #include "ui/views/enrolment_ending.h"
+#include "ui/views/shell.h"
 
 namespace talvane {
 namespace {

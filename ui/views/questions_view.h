@@ -3,11 +3,14 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <array>
+#include <cstddef>
+#include <optional>
 
 #include "config/ini.h"
 #include "enrol/enrol_flow.h"
-#include "enrol/enrol_layout.h"
+#include "enrol/ta_enrol_client.h"
 #include "ui/panel/panel.h"
+#include "ui/panel/view.h"
 #include "ui/views/shell.h"
 #include "ui_questions_view.h"
 

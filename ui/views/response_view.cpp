@@ -1,7 +1,11 @@
 #include "ui/views/response_view.h"
+#include <string>
 
 #include "engine/vane.h"
 #include "ui/kit/look.h"
+#include "ui/panel/panel.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/view.h"
 
 namespace talvane {
 namespace {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "ui/panel/panel.h"
+#include "ui/panel/view.h"
 #include "ui_response_view.h"
 
 namespace talvane {

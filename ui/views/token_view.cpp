@@ -5,12 +5,25 @@
 #include <QKeyEvent>
 #include <QScreen>
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
 #include <utility>
+#include <vector>
 
+#include "config/ini.h"
+#include "engine/gateway.h"
+#include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "ui/desktop/pasteboard.h"
+#include "ui/kit/countdown.h"
+#include "ui/kit/flipped_view.h"
 #include "ui/kit/look.h"
+#include "ui/panel/panel.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/view.h"
+#include "ui/views/shell.h"
 
 namespace talvane {
 namespace {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QTimer>
-#include <memory>
 #include <vector>
 
 #include "config/ini.h"
@@ -11,6 +10,7 @@
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/text_label.h"
 #include "ui/panel/panel.h"
+#include "ui/panel/view.h"
 #include "ui/views/shell.h"
 #include "ui_token_view.h"
 

@@ -1,9 +1,17 @@
 #include "platform/linux/secret_service/items.h"
 
 #include <cstring>
+#include <map>
+#include <memory>
+#include <string>
 #include <string_view>
-#include <utility>
+#include <vector>
 
+#include "engine/cleared.h"
+#include "platform/keychain_service.h"
+#include "platform/linux/secret_service/handles.h"
+#include "platform/linux/secret_service/round.h"
+#include "platform/linux/secret_service/status.h"
 #include "platform/linux/secret_service/text.h"
 
 namespace talvane::secret_service {

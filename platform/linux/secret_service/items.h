@@ -3,12 +3,16 @@
 // The Secret Service's collections and items. No request makes the daemon ask the user anything; an
 // offered prompt is dismissed.
 
-#include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "platform/keychain_service.h"
+#include "platform/linux/secret_service/handles.h"
 #include "platform/linux/secret_service/link.h"
+#include "platform/linux/secret_service/round.h"
+#include "platform/linux/secret_service/status.h"
 
 namespace talvane::secret_service {
 

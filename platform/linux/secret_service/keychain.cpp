@@ -15,6 +15,7 @@
 #include "platform/linux/secret_service/items.h"
 #include "platform/linux/secret_service/link.h"
 #include "platform/linux/secret_service/round.h"
+#include "platform/linux/secret_service/status.h"
 
 namespace talvane {
 namespace secret_service {

@@ -1,6 +1,12 @@
 #include "platform/linux/secret_service/link.h"
 
 #include <cstdlib>
+#include <memory>
+#include <string>
+#include "platform/keychain_service.h"
+#include "platform/linux/secret_service/handles.h"
+#include "platform/linux/secret_service/round.h"
+#include "platform/linux/secret_service/status.h"
 
 namespace talvane::secret_service {
 namespace {

@@ -1,7 +1,7 @@
 #include "platform/linux/secret_service/round.h"
 
 #include <algorithm>
-#include <utility>
+#include <memory>
 
 namespace talvane::secret_service {
 namespace {

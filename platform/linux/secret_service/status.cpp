@@ -1,7 +1,10 @@
 #include "platform/linux/secret_service/status.h"
 
+#include <string>
 #include <string_view>
 #include <utility>
+#include "platform/keychain_service.h"
+#include "platform/linux/secret_service/handles.h"
 
 namespace talvane::secret_service {
 namespace {

@@ -2,10 +2,11 @@
 
 // Translates errors of the bus, the daemon and libsecret to the keychain's, in this place only.
 
+#include <glib.h>
+
 #include <string>
 
 #include "platform/keychain_service.h"
-#include "platform/linux/secret_service/handles.h"
 
 namespace talvane::secret_service {
 

@@ -1,8 +1,14 @@
 #include "platform/linux/secret_service/text.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <utility>
+#include "engine/cleared.h"
+#include "engine/gateway.h"
+#include "platform/keychain_service.h"
 
 namespace talvane::secret_service {
 namespace {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "engine/cleared.h"
 #include "platform/keychain_service.h"
 
 namespace talvane::secret_service {

@@ -2,16 +2,23 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
 
+#include "engine/gateway.h"
+#include "platform/file_descriptor.h"
 #include "platform/folders.h"
+#include "platform/keychain_service.h"
 #include "platform/keychain_words.h"
 #include "platform/linux/vault/sealed_items.h"
 #include "platform/own_files.h"

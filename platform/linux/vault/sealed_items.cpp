@@ -4,7 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <span>
+#include <utility>
+#include "platform/keychain_service.h"
 
 namespace talvane {
 namespace {

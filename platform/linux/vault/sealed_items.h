@@ -5,10 +5,12 @@
 // packed item is its service, account and secret, each preceded by its length. All numbers are
 // unsigned 32-bit integers, low byte first.
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <utility>
 
+#include "engine/gateway.h"
 #include "platform/keychain_service.h"
 
 namespace talvane {
