@@ -317,12 +317,12 @@ TEST_F(TraceTest, FullDiskIsSilent) {
 
 TEST_F(TraceTest, NoDescriptorIsLeftOpen) {
   talibobjc_Trace::traceOn(true);
-  const std::size_t before = entriesIn("/proc/self/fd");
+  const std::size_t before = entriesIn("/dev/fd");
   for (int i = 0; i < 20; ++i) talibobjc_Trace::traceNSString("x");
   talibobjc_Trace::traceSet(folder.path());  // cannot be opened for writing
   talibobjc_Trace::traceOn(true);
   for (int i = 0; i < 20; ++i) talibobjc_Trace::traceNSString("x");
-  EXPECT_EQ(entriesIn("/proc/self/fd"), before);
+  EXPECT_EQ(entriesIn("/dev/fd"), before);
 }
 
 TEST_F(TraceTest, ThreadsWriteWholeEntries) {
