@@ -240,7 +240,7 @@ TEST(Add, RecordOfAnotherComputerIsNotOverwritten) {
   expectFailure(home.run({"add", "A"}, std::string(seed_16) + '\n'), 4, "slot 0");
   const auto before = home.files();
   constexpr const char* words =
-      "the record in slot 0 belongs to another computer or user, or was changed; delete it first "
+      "The record in slot 0 belongs to another computer or user, or was changed; delete it first "
       "with "
       "`softtoken-cli delete 0`";
   for (const Strings& options : {Strings{}, Strings{"--replace"}}) {

@@ -208,7 +208,7 @@ TEST_F(FlowFinalTest, RecordOfAnotherComputerIsNotWrittenOver) {
   startGetInfo("INPUT:GETMBNUMBER=True\r\n");
   submitGetInfo(complete);
   ASSERT_EQ(storedNames(), Lines{"Work"});
-  const Bytes kept = keychain.items.begin()->second.get();
+  const Bytes kept = keychain.memory.items.begin()->second.get();
   identifiers.serial = "of another machine";
   startGetInfo("INPUT:GETMBNUMBER=True\r\n");
   const std::size_t requests = script.requests().size();
@@ -216,8 +216,8 @@ TEST_F(FlowFinalTest, RecordOfAnotherComputerIsNotWrittenOver) {
   EXPECT_EQ(script.requests().size(), requests);
   EXPECT_FALSE(flow->ending()->stored);
   EXPECT_NE(flow->ending()->problem.find("slot 0"), std::string::npos);
-  ASSERT_EQ(keychain.items.size(), 1U);
-  EXPECT_EQ(keychain.items.begin()->second.get(), kept);
+  ASSERT_EQ(keychain.memory.items.size(), 1U);
+  EXPECT_EQ(keychain.memory.items.begin()->second.get(), kept);
 }
 
 TEST_F(FlowFinalTest, NamesThatCannotBeStoredEndItBeforeTheLastRequest) {

@@ -26,7 +26,10 @@ constexpr const char* seed = "GEZDGNBVGY3TQOJQ";
 
 class TaEnrolClientTest : public GatewayTest {
  protected:
-  TaEnrolClientTest() { gateway.time = 59; }
+  TaEnrolClientTest() {
+    gateway.time = 59;
+    gateway.lines.clear();
+  }
 
   void giveToken(const std::string& seed32, std::int32_t period = 30) {
     client.SOFTTOKEN = std::make_unique<SoftTokenInfo>();

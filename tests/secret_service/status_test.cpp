@@ -1,3 +1,4 @@
+#include "platform/linux/secret_service/handles.h"
 #include "platform/linux/secret_service/status.h"
 
 #include <gtest/gtest.h>

@@ -162,7 +162,7 @@ TEST_F(AddingTest, GapIsFilled) {
 TEST_F(AddingTest, TokenOfTheSameNameBehindAGapIsNotDoubled) {
   fill({"A", "", "C"});
   expectNotAdded(token("C", other_seed_16), Next::clear_slot,
-                 "slot 1 is empty and hides the tokens after it; delete it first", 1);
+                 "Slot 1 is empty and hides the tokens after it; delete it first", 1);
 }
 
 TEST_F(AddingTest, RecordThatDoesNotLoadIsNotWrittenOver) {
@@ -174,9 +174,9 @@ TEST_F(AddingTest, RecordThatDoesNotLoadIsNotWrittenOver) {
     // Nothing behind it: a new token would have to take its place or be hidden.
     expectNotAdded(
         token("B"), Next::clear_slot,
-        foreign ? "the record in slot 0 belongs to another computer or user, or was changed; "
+        foreign ? "The record in slot 0 belongs to another computer or user, or was changed; "
                   "delete it first"
-                : "the record in slot 0 is damaged; delete it first",
+                : "The record in slot 0 is damaged; delete it first",
         0);
     EXPECT_EQ(store.checkRoom().error().next, Next::clear_slot);
   }
@@ -188,8 +188,8 @@ TEST_F(AddingTest, NothingIsStoredWhereRecordsLieBehindOneThatDoesNotLoad) {
     keychain.memory.items.clear();
     fill({"A", "B", "C", "", "E"});
     foreign ? makeForeign(1) : damage(1);
-    const char* words = foreign ? "the record in slot 1 belongs to another computer or user"
-                                : "the record in slot 1 is damaged";
+    const char* words = foreign ? "The record in slot 1 belongs to another computer or user"
+                                : "The record in slot 1 is damaged";
     expectNotAdded(token("new"), Next::clear_slot, words, 1);
     expectRefused(adding(token("A", other_seed_16)), Next::clear_slot, words);
     expectNotAdded(token("C", other_seed_16), Next::clear_slot, words, 1);

@@ -190,7 +190,7 @@ TEST_F(RemovingTest, GapBeforeATokenBeforeOneThatDoesNotLoad) {
   fill({"A", "", "C", "D", "E"});
   makeForeign(3);
   const Bytes kept = item(3).get();
-  expectRefused([&] { return remove({0}); }, Next::clear_slot, "slot 1 is empty");
+  expectRefused([&] { return remove({0}); }, Next::clear_slot, "Slot 1 is empty");
   expectRemoved({1}, {"A", "C"});
   EXPECT_EQ(item(3).get(), kept);
   expectRemoved({3}, {"A", "C"});
