@@ -1,5 +1,5 @@
-#include "platform/linux/secret_service/handles.h"
 #include "platform/linux/secret_service/status.h"
+#include "platform/linux/secret_service/handles.h"
 
 #include <gtest/gtest.h>
 
