@@ -1,4 +1,5 @@
 #include <memory>
+
 #include "cli/add_token.h"
 #include "cli/command.h"
 #include "cli/failure.h"

@@ -1,6 +1,7 @@
 #include "cli/add_token.h"
 
 #include <fmt/core.h>
+
 #include <string>
 
 #include "cli/failure.h"

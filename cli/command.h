@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+
 #include <memory>
 
 #include "cli/session.h"

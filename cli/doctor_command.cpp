@@ -1,6 +1,7 @@
 #include <fmt/chrono.h>
 #include <fmt/core.h>
 #include <sys/stat.h>
+
 #include <chrono>
 #include <cstdint>
 #include <ctime>

@@ -1,8 +1,10 @@
 #include "cli/failure.h"
 
 #include <fmt/core.h>
+
 #include <cstdint>
 #include <string>
+
 #include "cli/exit_codes.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"

@@ -1,6 +1,7 @@
 #include "cli/first_token.h"
 
 #include <fmt/core.h>
+
 #include <string>
 
 #include "cli/exit_codes.h"

@@ -1,4 +1,5 @@
 #include <fmt/core.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>

@@ -1,8 +1,8 @@
 // A small enrolment server to try and test the program with. Not for production.
 
 #include <httplib.h>
-
 #include <CLI/CLI.hpp>
+
 #include <csignal>
 #include <cstdint>
 #include <cstdio>

@@ -1,6 +1,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+
 #include "engine/vane.h"
 
 namespace talvane {

@@ -1,5 +1,7 @@
 #include "engine/log.h"
+
 #include <string_view>
+
 #include "engine/gateway.h"
 
 namespace talvane {

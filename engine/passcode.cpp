@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+
 #include "engine/base32.h"
 #include "engine/cleared.h"
 #include "engine/hmac_sha1.h"

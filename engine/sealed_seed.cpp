@@ -1,4 +1,5 @@
 #include "engine/sealed_seed.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>

@@ -1,4 +1,5 @@
 #include "engine/vane.h"
+
 #include "engine/gateway.h"
 #include "engine/log.h"
 

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <utility>
+
 #include "platform/keychain_service.h"
 
 namespace talvane {

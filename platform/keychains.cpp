@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+
 #include "platform/keychain_service.h"
 #include "platform/user_defaults.h"
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+
 #include "platform/login_items_list.h"
 
 namespace talvane {

@@ -1,6 +1,7 @@
 #include "platform/modules.h"
 
 #include <dlfcn.h>
+
 #include <string>
 
 #include "platform/folders.h"

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <string>
 #include <utility>
+
 #include "engine/cleared.h"
 #include "engine/gateway.h"
 #include "platform/file_descriptor.h"

@@ -1,4 +1,5 @@
 #include "platform/qr_image.h"
+
 #include <string>
 
 #include "platform/modules.h"

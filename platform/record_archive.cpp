@@ -1,4 +1,5 @@
 #include "platform/record_archive.h"
+
 #include <plist/plist.h>
 
 #include <algorithm>

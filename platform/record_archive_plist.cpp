@@ -1,4 +1,5 @@
 #include "platform/record_archive_plist.h"
+
 #include <plist/plist.h>
 
 #include <cstdint>
@@ -6,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <vector>
+
 #include "engine/cleared.h"
 #include "engine/gateway.h"
 #include "platform/keychain_service.h"

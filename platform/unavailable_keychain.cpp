@@ -2,6 +2,7 @@
 
 #include <string>
 #include <utility>
+
 #include "platform/keychain_service.h"
 
 namespace talvane {

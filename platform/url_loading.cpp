@@ -1,4 +1,5 @@
 #include "platform/url_loading.h"
+
 #include <memory>
 #include <string>
 

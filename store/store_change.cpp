@@ -1,4 +1,5 @@
 #include "store/store_change.h"
+
 #include <chrono>
 #include <tl/expected.hpp>
 

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QFontMetrics>
 #include <QUrl>
+
 #include <functional>
 #include <memory>
 #include <string>

@@ -6,6 +6,7 @@
 #include <QMimeData>
 #include <QObject>
 #include <QString>
+
 #include <functional>
 #include <memory>
 #include <string>

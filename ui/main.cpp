@@ -4,6 +4,7 @@
 #include <QFileOpenEvent>
 #include <QTimer>
 #include <QUrl>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>

@@ -1,3 +1,5 @@
+#include "platform/linux/device_identifiers_linux.h"
+
 #include <dirent.h>
 #include <fmt/core.h>
 #include <sys/stat.h>
@@ -17,7 +19,6 @@
 
 #include "engine/text.h"
 #include "platform/device_identifiers.h"
-#include "platform/linux/device_identifiers_linux.h"
 #include "platform/user_entry.h"
 
 namespace talvane {

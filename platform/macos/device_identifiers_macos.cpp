@@ -1,5 +1,3 @@
-#include "platform/device_identifiers.h"
-
 #include <CoreFoundation/CoreFoundation.h>
 #include <DiskArbitration/DiskArbitration.h>
 #include <IOKit/IOKitLib.h>
@@ -13,6 +11,7 @@
 #include <string>
 
 #include "engine/text.h"
+#include "platform/device_identifiers.h"
 #include "platform/macos/core_foundation.h"
 #include "platform/user_entry.h"
 

@@ -1,5 +1,3 @@
-#include "platform/folders.h"
-
 #include <CoreFoundation/CoreFoundation.h>
 #include <limits.h>
 #include <mach-o/dyld.h>
@@ -11,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/folders.h"
 #include "platform/macos/core_foundation.h"
 #include "platform/user_entry.h"
 

@@ -1,10 +1,9 @@
-#include "platform/user_defaults.h"
-
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <string>
 
 #include "platform/macos/core_foundation.h"
+#include "platform/user_defaults.h"
 
 namespace talvane {
 namespace {

@@ -8,8 +8,8 @@
 #include <sys/types.h>
 #include <sys/un.h>
 #include <unistd.h>
-
 #include <QSocketNotifier>
+
 #include <array>
 #include <cerrno>
 #include <chrono>

@@ -1,8 +1,8 @@
-#include "ui/desktop/pasteboard.h"
-
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMimeData>
+
+#include "ui/desktop/pasteboard.h"
 
 namespace talvane {
 

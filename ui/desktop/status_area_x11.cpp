@@ -1,5 +1,4 @@
 #include <xcb/xcb.h>
-
 #include <QAbstractNativeEventFilter>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -7,6 +6,7 @@
 #include <QDBusReply>
 #include <QGuiApplication>
 #include <QObject>
+
 #include <functional>
 #include <memory>
 #include <utility>

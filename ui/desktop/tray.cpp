@@ -2,9 +2,11 @@
 
 #include <QApplication>
 #include <QMouseEvent>
+
 #include <functional>
 #include <memory>
 #include <utility>
+
 #include "ui/desktop/status_area.h"
 
 namespace talvane {

@@ -1,6 +1,6 @@
 #include <xcb/xcb.h>
-
 #include <QGuiApplication>
+
 #include <array>
 
 #include "ui/desktop/window_hints.h"

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <xcb/xcb.h>
-
 #include <QByteArray>
+
 #include <cstdint>
 #include <cstdlib>
 #include <memory>

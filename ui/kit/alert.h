@@ -3,6 +3,7 @@
 #include <QIcon>
 #include <QString>
 #include <QWidget>
+
 #include <cstdint>
 
 namespace talvane {

@@ -1,6 +1,7 @@
 #include "ui/kit/countdown.h"
 
 #include <QPainter>
+
 #include <algorithm>
 #include <cstdlib>
 #include <utility>

@@ -1,6 +1,7 @@
 #include "ui/kit/flipped_view.h"
 
 #include <QPainter>
+
 #include <utility>
 
 #include "ui/kit/frame.h"

@@ -4,6 +4,7 @@
 #include <QFontDatabase>
 #include <QPalette>
 #include <QStyleFactory>
+
 #include "engine/vane.h"
 #include "ui/kit/frame.h"
 

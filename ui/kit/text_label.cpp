@@ -2,6 +2,7 @@
 
 #include <QPainter>
 #include <QTextOption>
+
 #include "ui/kit/look.h"
 
 namespace talvane {

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QKeyEvent>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

@@ -4,6 +4,7 @@
 
 #include <QMimeData>
 #include <QObject>
+
 #include <functional>
 #include <memory>
 #include <utility>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <vector>
+
 #include "ui/kit/frame.h"
 
 namespace talvane {

@@ -9,6 +9,7 @@
 #include <QMouseEvent>
 #include <QScreen>
 #include <QWheelEvent>
+
 #include <utility>
 
 #include "ui/kit/flipped_view.h"

@@ -2,6 +2,7 @@
 
 #include <QPointF>
 #include <QWidget>
+
 #include <functional>
 
 #include "ui/kit/frame.h"

@@ -1,4 +1,5 @@
 #include "ui/views/address_view.h"
+
 #include <string>
 
 #include "config/ini.h"

@@ -1,6 +1,7 @@
 #include "ui/views/authentication_view.h"
 
 #include <QFontMetrics>
+
 #include <algorithm>
 #include <cstddef>
 #include <initializer_list>

@@ -2,6 +2,7 @@
 
 #include <QLineEdit>
 #include <QRect>
+
 #include <array>
 #include <string>
 

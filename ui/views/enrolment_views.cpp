@@ -1,5 +1,7 @@
 #include "ui/views/enrolment_views.h"
+
 #include <string>
+
 #include "enrol/enrol_flow.h"
 #include "ui/views/address_view.h"
 #include "ui/views/authentication_view.h"

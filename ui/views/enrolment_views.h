@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+
 #include "enrol/enrol_flow.h"
 #include "ui/panel/panel.h"
 #include "ui/views/address_view.h"

@@ -2,6 +2,7 @@
 
 #include <QSocketNotifier>
 #include <QString>
+
 #include <functional>
 #include <memory>
 #include <vector>

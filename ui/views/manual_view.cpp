@@ -1,4 +1,5 @@
 #include "ui/views/manual_view.h"
+
 #include <cstddef>
 #include <string>
 

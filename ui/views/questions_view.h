@@ -2,6 +2,7 @@
 
 #include <QComboBox>
 #include <QLineEdit>
+
 #include <array>
 #include <cstddef>
 #include <optional>

@@ -1,4 +1,5 @@
 #include "ui/views/response_view.h"
+
 #include <string>
 
 #include "engine/vane.h"

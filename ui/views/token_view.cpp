@@ -4,6 +4,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QTimer>
+
 #include <vector>
 
 #include "config/ini.h"

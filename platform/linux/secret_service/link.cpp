@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+
 #include "platform/keychain_service.h"
 #include "platform/linux/secret_service/handles.h"
 #include "platform/linux/secret_service/round.h"

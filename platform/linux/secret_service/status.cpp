@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+
 #include "platform/keychain_service.h"
 #include "platform/linux/secret_service/handles.h"
 

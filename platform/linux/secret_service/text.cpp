@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+
 #include "engine/cleared.h"
 #include "engine/gateway.h"
 #include "platform/keychain_service.h"

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <span>
 #include <utility>
+
 #include "platform/keychain_service.h"
 
 namespace talvane {
