@@ -16,6 +16,10 @@ std::string deletion(std::int32_t slot) {
   return fmt::format(" with `softtoken-cli delete {}`", slot);
 }
 
+std::string deletionOfRecord(std::int32_t slot) {
+  return ", or delete it" + deletion(slot) + " and add the token again";
+}
+
 }  // namespace
 
 Failure failureOf(const Problem& problem, InputFrom from) {
@@ -29,6 +33,8 @@ Failure failureOf(const Problem& problem, InputFrom from) {
     case Problem::Next::try_again:
       return {exit_failed, problem.words};
     case Problem::Next::clear_slot:
+      return {exit_keychain, problem.words + (problem.slot ? deletionOfRecord(*problem.slot) : "")};
+    case Problem::Next::close_gap:
       return {exit_keychain, problem.words + (problem.slot ? deletion(*problem.slot) : "")};
     case Problem::Next::check_keychain:
       break;
@@ -37,9 +43,9 @@ Failure failureOf(const Problem& problem, InputFrom from) {
 }
 
 std::string wordsFor(const Obstacle& obstacle) {
-  return obstacle.words +
-         (obstacle.kind == Obstacle::Kind::gap ? "; close the gap" : "; delete it") +
-         deletion(obstacle.slot);
+  return obstacle.kind == Obstacle::Kind::gap
+             ? obstacle.words + "; close the gap" + deletion(obstacle.slot)
+             : obstacle.words + "; " + obstacle.repair + deletionOfRecord(obstacle.slot);
 }
 
 }  // namespace talvane

@@ -27,7 +27,7 @@ enum class InputFrom : std::uint8_t { command_line, elsewhere };
 /// The Failure for a problem, with what to do on the command line.
 Failure failureOf(const Problem& problem, InputFrom from = InputFrom::elsewhere);
 
-/// What hides tokens, with the command that removes it.
+/// What hides tokens, how to repair it, and the command that removes it.
 std::string wordsFor(const Obstacle& obstacle);
 
 }  // namespace talvane

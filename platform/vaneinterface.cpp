@@ -1,10 +1,13 @@
 #include "platform/vaneinterface.h"
 
+#include <fmt/core.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 
 #include "engine/gateway.h"
 #include "platform/device_identifiers.h"
@@ -16,14 +19,26 @@
 namespace talvane {
 namespace {
 
-// The keychain answered: the item exists, or is missing.
+std::string textOf(const Record& record, const char* key) {
+  const auto found = record.find(key);
+  const auto* text = found == record.end() ? nullptr : std::get_if<std::string>(&found->second);
+  return text == nullptr ? std::string() : *text;
+}
+
+vaneinterface::Identity storedUnder(const Record& record) {
+  return {textOf(record, "fpsn"), textOf(record, "fphd"), textOf(record, "fpus"), {}, {}};
+}
+
+// The keychain answered: the item exists, if damaged, or is missing.
 bool isAnswer(KeychainStatus status) {
-  return status == KeychainStatus::ok || status == KeychainStatus::item_not_found;
+  return status == KeychainStatus::ok || status == KeychainStatus::item_not_found ||
+         status == KeychainStatus::cannot_decode;
 }
 
 }  // namespace
 
-vaneinterface::Recording::Recording(vaneinterface& gateway) : gateway_(gateway) {
+vaneinterface::Recording::Recording(vaneinterface& gateway)
+    : gateway_(gateway), identity_(gateway.readIdentity()) {
   gateway_.recording_ = this;
 }
 
@@ -38,8 +53,35 @@ void vaneinterface::Recording::noteChange(const Answer& answer) {
 vaneinterface::vaneinterface(KeychainService& keychain, DeviceIdentifiers& identifiers, Clock clock)
     : keychain_(keychain), identifiers_(identifiers), clock_(std::move(clock)) {}
 
+bool vaneinterface::Recording::hasSameIdentity() const {
+  return gateway_.readIdentity() == identity_;
+}
+
+vaneinterface::Identity vaneinterface::readIdentity() const {
+  Identity identity;
+  identity.serial_number = identifiers_.serialNumber();
+  identity.volume_uuid = identifiers_.volumeUuid();
+  identity.user = identifiers_.user();
+  identity.login_name = identifiers_.loginName();
+  identity.problem = identifiers_.problem();
+  return identity;
+}
+
+// One identity for a recording or a reading; otherwise that of the moment.
+vaneinterface::Identity vaneinterface::identity() const {
+  if (recording_ != nullptr) return recording_->identity_;
+  if (reading_identity_) return *reading_identity_;
+  return readIdentity();
+}
+
 vaneinterface::Answer vaneinterface::answer(KeychainStatus status) {
   if (status == KeychainStatus::ok) return {};
+  if (const std::string problem = identity().problem; !problem.empty()) {
+    return {
+        KeychainStatus::not_available,
+        fmt::format("This computer's identity cannot be read: {}; make it readable and try again",
+                    problem)};
+  }
   return {status, messageWithCode(keychain_, status)};
 }
 
@@ -57,7 +99,9 @@ KeychainStatus vaneinterface::save(const std::string& name, const Record& data) 
   if (const auto failed = failed_loads_.find(name); failed != failed_loads_.end()) {
     return failed->second;
   }
-  const std::string account = identifiers_.loginName();
+  const Identity now = identity();
+  if (!now.problem.empty()) return KeychainStatus::not_available;
+  const std::string& account = now.login_name;
   if (recording_ != nullptr && recording_->replaceable_.count(name) == 0) {
     const KeychainStatus found = keychain_.find(name, account, nullptr);
     if (found == KeychainStatus::ok) {
@@ -67,20 +111,25 @@ KeychainStatus vaneinterface::save(const std::string& name, const Record& data) 
     if (found != KeychainStatus::item_not_found) return found;
   }
   Record with_identifiers = data;
-  with_identifiers["fpsn"] = GetDeviceId_SN();
-  with_identifiers["fphd"] = GetDeviceId_HDSN();
-  with_identifiers["fpus"] = GetDeviceId_USER();
+  with_identifiers["fpsn"] = now.serial_number;
+  with_identifiers["fphd"] = now.volume_uuid;
+  with_identifiers["fpus"] = now.user;
   return TaKeyChain(keychain_, name, account).storeDict(with_identifiers);
 }
 
 bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
-  const KeychainStatus status = TaKeyChain(keychain_, name, identifiers_.loginName()).getDict(data);
+  const Identity now = identity();
+  const KeychainStatus status = now.problem.empty()
+                                    ? TaKeyChain(keychain_, name, now.login_name).getDict(data)
+                                    : KeychainStatus::not_available;
   if (recording_ != nullptr) {
+    recording_->stored_under_ = status == KeychainStatus::ok ? storedUnder(*data) : Identity();
     // A missing item is normal and frequent: no words for it.
-    recording_->last_load_ = isAnswer(status) ? Answer{status, ""} : answer(status);
+    recording_->last_load_ =
+        status == KeychainStatus::item_not_found ? Answer{status, ""} : answer(status);
   }
   in_trouble_ = !isAnswer(status);
-  if (in_trouble_) {
+  if (in_trouble_ || status == KeychainStatus::cannot_decode) {
     failed_loads_[name] = status;
   } else {
     failed_loads_.erase(name);
@@ -89,7 +138,13 @@ bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
 }
 
 bool vaneinterface::KeyChainDelete(const std::string& name) {
-  TaKeyChain item(keychain_, name, identifiers_.loginName());
+  const Identity now = identity();
+  if (!now.problem.empty()) {
+    in_trouble_ = true;
+    if (recording_ != nullptr) recording_->noteChange(answer(KeychainStatus::not_available));
+    return false;
+  }
+  TaKeyChain item(keychain_, name, now.login_name);
   const KeychainStatus status = item.remove();
   const bool looked_up = isAnswer(item.lookup());
   in_trouble_ = status != KeychainStatus::ok || !looked_up;
@@ -100,31 +155,34 @@ bool vaneinterface::KeyChainDelete(const std::string& name) {
 }
 
 void vaneinterface::beginReadingSlots() {
-  if (readings_++ == 0) keychain_.beginReading(identifiers_.loginName());
+  if (readings_++ > 0) return;
+  reading_identity_ = identity();
+  keychain_.beginReading(reading_identity_->login_name);
 }
 
 void vaneinterface::endReadingSlots() {
   if (--readings_ > 0) return;
   keychain_.endReading();
-  identity_.reset();
+  reading_identity_.reset();
+  reading_number_.reset();
 }
 
 std::string vaneinterface::GetDeviceId_SN() {
-  return identifiers_.serialNumber();
+  return identity().serial_number;
 }
 
 std::string vaneinterface::GetDeviceId_HDSN() {
-  return identifiers_.volumeUuid();
+  return identity().volume_uuid;
 }
 
 std::string vaneinterface::GetDeviceId_USER() {
-  return identifiers_.user();
+  return identity().user;
 }
 
 std::uint32_t vaneinterface::GetDeviceId() {
   if (readings_ == 0) return Gateway::GetDeviceId();
-  if (!identity_) identity_ = Gateway::GetDeviceId();
-  return *identity_;
+  if (!reading_number_) reading_number_ = Gateway::GetDeviceId();
+  return *reading_number_;
 }
 
 std::int64_t vaneinterface::CurrentTime() {

@@ -17,7 +17,9 @@ namespace talvane {
 /// The token engine's gateway to this system. Borrows the keychain and the identifiers.
 ///
 /// Saves a record only if its last load, if any, found the record or found that it is missing. So
-/// it never treats a locked, hung or damaged keychain as empty and overwrites it.
+/// it never treats a locked, hung or damaged keychain as empty and overwrites it. While one of the
+/// identifiers cannot be read, it loads, saves and deletes nothing: every call fails with
+/// not_available.
 class vaneinterface final : public Gateway {
  public:
   /// The result of a keychain call, with words for the user if the keychain did not answer it.
@@ -26,8 +28,19 @@ class vaneinterface final : public Gateway {
     std::string words;
   };
 
+  /// The identifiers at one moment.
+  struct Identity {
+    std::string serial_number;
+    std::string volume_uuid;
+    std::string user;
+    std::string login_name;
+    std::string problem;  // not empty: one cannot be read
+    friend bool operator==(const Identity&, const Identity&) = default;
+  };
+
   /// Records the results of the keychain calls in its scope, and stops them from overwriting
-  /// existing records. One at a time.
+  /// existing records. Reads the identifiers when it begins: the scope has one identity. One at a
+  /// time.
   class Recording {
    public:
     explicit Recording(vaneinterface& gateway);
@@ -39,6 +52,11 @@ class vaneinterface final : public Gateway {
     void mayReplace(const std::string& name) { replaceable_.insert(name); }
 
     [[nodiscard]] const Answer& lastLoad() const { return last_load_; }
+    /// The texts that the record of the last load was stored under; of another type or missing: "".
+    [[nodiscard]] const Identity& storedUnder() const { return stored_under_; }
+    [[nodiscard]] const Identity& identity() const { return identity_; }
+    /// Whether the identifiers still are what they were at the beginning.
+    [[nodiscard]] bool hasSameIdentity() const;
     [[nodiscard]] bool hasSaved() const { return has_saved_; }
     /// The first save or deletion that failed, lookup included; nullopt if none did.
     [[nodiscard]] const std::optional<Answer>& failedChange() const { return failed_change_; }
@@ -50,8 +68,10 @@ class vaneinterface final : public Gateway {
     void noteChange(const Answer& answer);
 
     vaneinterface& gateway_;
+    const Identity identity_;
     std::set<std::string> replaceable_;
     Answer last_load_;
+    Identity stored_under_;
     std::optional<Answer> failed_change_;
     bool has_saved_ = false;
     bool refused_ = false;
@@ -86,6 +106,8 @@ class vaneinterface final : public Gateway {
   void setConsole(bool on) { console_ = on; }
 
  private:
+  [[nodiscard]] Identity readIdentity() const;
+  [[nodiscard]] Identity identity() const;
   Answer answer(KeychainStatus status);
   KeychainStatus save(const std::string& name, const Record& data);
 
@@ -96,8 +118,9 @@ class vaneinterface final : public Gateway {
   std::map<std::string, KeychainStatus>
       failed_loads_;  // by record, as long as its last load failed
   bool in_trouble_ = false;
-  int readings_ = 0;                       // begun and not ended
-  std::optional<std::uint32_t> identity_;  // of the reading under way
+  int readings_ = 0;                             // begun and not ended
+  std::optional<Identity> reading_identity_;     // of the reading under way
+  std::optional<std::uint32_t> reading_number_;  // made of it
   Recording* recording_ = nullptr;
 };
 

@@ -17,7 +17,8 @@ struct Problem {
     make_room,      // all slots hold tokens: delete one
     look_again,     // the tokens changed in the meantime: read them again
     try_again,      // another program is changing the tokens, or did in between
-    clear_slot,     // the record or gap at `slot` is in the way: delete it first
+    clear_slot,     // the record at `slot` is in the way: repair it, or else delete it
+    close_gap,      // the gap at `slot` is in the way: delete it
     check_keychain  // absent, locked, failing, full, not answering
   };
   Next next = Next::check_keychain;

@@ -13,6 +13,7 @@
 #include "engine/gateway.h"
 #include "engine/log.h"
 #include "engine/soft_token_info.h"
+#include "engine/text.h"
 #include "engine/vane.h"
 #include "platform/keychain_service.h"
 #include "platform/vaneinterface.h"
@@ -23,6 +24,38 @@ namespace talvane {
 namespace {
 
 using State = Slots::State;
+
+using Identity = vaneinterface::Identity;
+
+// Why a record that is whole does not load.
+struct Reason {
+  std::string words;
+  std::string repair;
+};
+
+std::string shown(const std::string& identifier) {
+  return identifier.empty() ? "missing" : identifier;
+}
+
+Reason reasonOf(const Identity& then, const Identity& now) {
+  if (then == Identity()) {
+    return {"it belongs to another computer or user, or was changed",
+            "restore the keychain from a backup"};
+  }
+  std::string changes;
+  const auto compare = [&](const char* what, const std::string& before, const std::string& today) {
+    if (before == today) return;
+    changes += fmt::format("{}when the {} was {}; it is {} now", changes.empty() ? "" : ", and ",
+                           what, shown(before), shown(today));
+  };
+  compare("machine ID", then.serial_number, now.serial_number);
+  compare("root file system", then.volume_uuid, now.volume_uuid);
+  compare("user", then.user, now.user);
+  if (changes.empty()) {
+    return {"it was changed after it was stored", "restore the keychain from a backup"};
+  }
+  return {"it was stored " + changes, "undo that change"};
+}
 
 std::int32_t numberOf(std::size_t slot) {
   return static_cast<std::int32_t>(slot);
@@ -51,13 +84,16 @@ Obstacle Slots::obstacleAt(std::size_t slot) const {
     case State::damaged:
       obstacle.kind = Obstacle::Kind::damaged;
       obstacle.words = fmt::format("The record in slot {} is damaged{}", slot, hides);
+      obstacle.repair = "restore the keychain from a backup";
       break;
-    case State::foreign:
+    case State::foreign: {
+      Reason reason = reasonOf(stored_under[slot], identity);
       obstacle.kind = Obstacle::Kind::foreign;
-      obstacle.words = fmt::format(
-          "The record in slot {} belongs to another computer or user, or was changed{}{}", slot,
-          obstacle.hidden > 0 ? "," : "", hides);
+      obstacle.words =
+          fmt::format("The record in slot {} does not load{}: {}", slot, hides, reason.words);
+      obstacle.repair = std::move(reason.repair);
       break;
+    }
     case State::empty:
     case State::loads:
       obstacle.kind = Obstacle::Kind::gap;
@@ -88,6 +124,8 @@ Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording
   const SlotReading reading(&gateway);
   vane::clearIdentityCache();
   Slots slots;
+  slots.identity = recording.identity();
+  slots.identity.login_name.clear();
   std::size_t slot = 0;
   bool is_read = false;  // the slot that ended the engine's reading is not read twice
   if (log == LookLog::on) {
@@ -102,6 +140,7 @@ Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording
     switch (recording.lastLoad().status) {
       case KeychainStatus::ok:
         slots.states[slot] = token != nullptr ? State::loads : State::foreign;
+        if (token == nullptr) slots.stored_under[slot] = recording.storedUnder();
         break;
       case KeychainStatus::item_not_found:
         slots.states[slot] = State::empty;

@@ -21,7 +21,8 @@ struct Obstacle {
   /// After the last token that was read; directly after it unless empty slots lie between.
   std::int32_t slot = 0;
   std::int32_t hidden = 0;  // number of records after it
-  std::string words;        // for the user: what it is and what it hides
+  std::string words;        // for the user: what it is, what it hides, and why it does not load
+  std::string repair;       // for the user: what may make it load again; empty for a gap
 };
 
 /// The stored tokens: those in slots 0, 1, ..., in order, none of them null.

@@ -57,10 +57,22 @@ Problem cutShort(std::string_view not_done) {
                       not_done)};
 }
 
-// `task` says what failed, and works once the slot is cleared.
+// `task` says what failed.
 Problem inTheWay(std::string_view task, const Obstacle& obstacle) {
-  return {Next::clear_slot, fmt::format("{}. {}; delete it first", task, obstacle.words),
+  const bool gap = obstacle.kind == Obstacle::Kind::gap;
+  return {gap ? Next::close_gap : Next::clear_slot,
+          fmt::format("{}. {}; {}", task, obstacle.words, gap ? "close the gap" : obstacle.repair),
           obstacle.slot};
+}
+
+// Commits the change, unless it was made under an identity that did not last.
+Result<void> finish(StoreChange& change, const Recording& recording) {
+  if (!recording.hasSameIdentity()) {
+    return tl::unexpected(Problem{
+        Next::try_again,
+        "This computer's identity changed in the meantime; check the tokens and try again"});
+  }
+  return change.finish();
 }
 
 // Running out of memory is a Problem too. The change has been abandoned by then.
@@ -127,19 +139,6 @@ bool isAsSeen(const TokenStore::Selection& selected, const StoredTokens& seen, c
   return true;
 }
 
-// The obstacle to delete first: a record that does not load, is not selected, and has others behind
-// it. Deleting a token moves those down, and the engine would write over it.
-std::optional<Obstacle> obstacleTo(const TokenStore::Selection& selected, const Slots& slots) {
-  const auto tokens_end = selected.begin() + static_cast<std::ptrdiff_t>(slots.count());
-  if (std::all_of(selected.begin(), tokens_end, [](auto flag) { return flag == 0; })) return {};
-  auto unreadable = slots.firstUnreadable(0);
-  while (unreadable && selected[*unreadable] != 0) {
-    unreadable = slots.firstUnreadable(*unreadable + 1);
-  }
-  if (!unreadable || slots.recordsBehind(*unreadable) == 0) return std::nullopt;
-  return slots.obstacle();
-}
-
 // A gap is deleted as a whole; otherwise it would still hide the tokens behind it.
 TokenStore::Selection withWholeGap(TokenStore::Selection selected, const Slots& slots) {
   for (std::size_t slot = 1; slot < selected.size() && slots.recordsBehind(slot) > 0; ++slot) {
@@ -156,7 +155,8 @@ void deleteSlots(const TokenStore::Selection& selected, const Slots& slots) {
     vane::DeleteTokens(selected);
     return;
   }
-  // The engine stops at a record that it cannot read, so the last slot goes first.
+  // The engine moves later tokens down as far as a record that must not be overwritten, so the last
+  // slot goes first.
   for (std::size_t slot = selected.size(); slot-- > 0;) {
     if (selected[slot] == 0) continue;
     TokenStore::Selection one{};
@@ -165,14 +165,38 @@ void deleteSlots(const TokenStore::Selection& selected, const Slots& slots) {
   }
 }
 
+// The tokens that stand in a second slot, as an interrupted change of a keychain leaves them. Of
+// two slots the later one counts as the second, unless only that one is `preferred`; a pair of
+// which one is in `leaving` counts as none.
+TokenStore::Selection repeated(const Slots& slots, const TokenStore::Selection& leaving = {},
+                               const TokenStore::Selection& preferred = {}) {
+  TokenStore::Selection second{};
+  for (std::size_t i = 0; i < second.size(); ++i) {
+    for (std::size_t j = i + 1; j < second.size() && second[i] == 0; ++j) {
+      if (slots.tokens[i] == nullptr || slots.tokens[j] == nullptr || second[j] != 0 ||
+          leaving[i] != 0 || leaving[j] != 0 || !isSameToken(*slots.tokens[i], *slots.tokens[j])) {
+        continue;
+      }
+      second[preferred[j] != 0 && preferred[i] == 0 ? i : j] = 1;
+    }
+  }
+  return second;
+}
+
+bool isEmpty(const TokenStore::Selection& selected) {
+  return std::all_of(selected.begin(), selected.end(), [](auto flag) { return flag == 0; });
+}
+
 // Whether the selected slots are gone, all others are there in the same order, and no token became
 // hidden.
 bool isDeleted(const TokenStore::Selection& selected, const Slots& before, const Slots& after) {
   std::size_t kept = 0;
+  std::size_t left = 0;  // records, whatever their state
   bool closes_gap = false;
   std::size_t next = 0;  // where the next token may be now
   for (std::size_t slot = 0; slot < selected.size(); ++slot) {
     const State state = before.states[slot];
+    if (selected[slot] == 0 && state != State::empty) ++left;
     if (selected[slot] != 0) {
       closes_gap = closes_gap || state == State::empty;
       continue;
@@ -192,7 +216,26 @@ bool isDeleted(const TokenStore::Selection& selected, const Slots& before, const
     if (slot < before.count()) ++kept;
   }
   while (next < selected.size() && after.states[next] != State::loads) ++next;
-  return next == selected.size() && after.count() >= kept + (closes_gap ? 1 : 0);
+  const auto records = std::count_if(after.states.begin(), after.states.end(),
+                                     [](State s) { return s != State::empty; });
+  return next == selected.size() && static_cast<std::size_t>(records) == left &&
+         after.count() >= kept + (closes_gap ? 1 : 0);
+}
+
+// Deletes what stands in a second slot, and looks again.
+Result<Slots> clearRepeated(vaneinterface& gateway, const Recording& recording, Slots&& before,
+                            const TokenStore::Selection& preferred = {}) {
+  const TokenStore::Selection second = repeated(before, {}, preferred);
+  if (isEmpty(second)) return std::move(before);
+  const EngineLog::Pause quiet;
+  deleteSlots(second, before);
+  auto after = lookAtSlots(gateway, recording, LookLog::off);
+  if (after && !isDeleted(second, before, *after)) {
+    return tl::unexpected(recording.failedChange() && !recording.refused()
+                              ? keychainProblem(*recording.failedChange())
+                              : cutShort("changed"));
+  }
+  return after;
 }
 
 }  // namespace
@@ -246,10 +289,11 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
   StoreChange change(keychain_, patience_);
   if (change.problem()) return tl::unexpected(*change.problem());
   Recording recording(gateway_);
-  const auto plan =
-      lookAtSlots(gateway_, recording, LookLog::off).and_then([&](const Slots& slots) {
-        return placeFor(token, slots);
-      });
+  const auto plan = lookAtSlots(gateway_, recording, LookLog::off)
+                        .and_then([&](Slots&& slots) {
+                          return clearRepeated(gateway_, recording, std::move(slots));
+                        })
+                        .and_then([&](const Slots& slots) { return placeFor(token, slots); });
   if (!plan) return tl::unexpected(plan.error());
   if (plan->replaces) {
     if (same_name == SameName::refuse) {
@@ -283,7 +327,7 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
   if (stored == nullptr || stored->description != token.description) {
     return tl::unexpected(Problem{Next::other_input, cannot_be_sealed});
   }
-  return change.finish().map([&] { return added; });
+  return finish(change, recording).map([&] { return added; });
 }
 
 Result<void> TokenStore::rename(std::span<const Rename> renames) {
@@ -325,7 +369,11 @@ Result<void> TokenStore::rename(std::span<const Rename> renames) {
       const auto& renamed = *slots->tokens[static_cast<std::size_t>(slot)];
       if (!written || !isStored(renamed, slot)) return tl::unexpected(cutShort("renamed"));
     }
-    return change.finish();
+    Selection renamed_slots{};
+    for (const std::int32_t slot : changed) renamed_slots[static_cast<std::size_t>(slot)] = 1;
+    slots = clearRepeated(gateway_, recording, std::move(*slots), renamed_slots);
+    if (!slots) return tl::unexpected(slots.error());
+    return finish(change, recording);
   });
 }
 
@@ -337,18 +385,18 @@ Result<void> TokenStore::remove(const Selection& selected, const StoredTokens& s
     const auto before = lookAtSlots(gateway_, recording, LookLog::off);
     if (!before) return tl::unexpected(before.error());
     if (!isAsSeen(selected, seen, *before)) return tl::unexpected(changedMeanwhile("deleted"));
-    if (const auto obstacle = obstacleTo(selected, *before)) {
-      return tl::unexpected(inTheWay("The tokens could not be deleted", *obstacle));
-    }
-    deleteSlots(withWholeGap(selected, *before), *before);
+    Selection leaving = selected;
+    const Selection second = repeated(*before, selected);
+    for (std::size_t slot = 0; slot < leaving.size(); ++slot) leaving[slot] |= second[slot];
+    deleteSlots(withWholeGap(leaving, *before), *before);
     const auto after = lookAtSlots(gateway_, recording, LookLog::off);
     if (!after) return tl::unexpected(after.error());
-    if (!isDeleted(selected, *before, *after)) {
+    if (!isDeleted(leaving, *before, *after)) {
       return tl::unexpected(recording.failedChange() && !recording.refused()
                                 ? keychainProblem(*recording.failedChange())
                                 : cutShort("deleted"));
     }
-    return change.finish();
+    return finish(change, recording);
   });
 }
 

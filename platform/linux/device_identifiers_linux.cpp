@@ -8,17 +8,19 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstddef>
+#include <cerrno>
 #include <cstdint>
-#include <fstream>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "engine/text.h"
 #include "platform/device_identifiers.h"
+#include "platform/regular_file.h"
 #include "platform/user_entry.h"
 
 namespace talvane {
@@ -33,17 +35,16 @@ struct Stamp {
   friend bool operator==(const Stamp&, const Stamp&) = default;
 };
 
+// Empty if there is nothing at the path, which is no failure.
+std::string problemWith(const std::string& path, int error) {
+  if (error == 0 || error == ENOENT || error == ENOTDIR) return {};
+  return path + ": " + std::strerror(error);
+}
+
 Stamp stampOf(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) return {};
   return {status.st_dev, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
-}
-
-std::string firstLine(const std::string& path) {
-  std::ifstream file(path);
-  std::string line;
-  std::getline(file, line);
-  return line;
 }
 
 // The block device of the file system mounted at "/": its number and its node, from mountinfo
@@ -53,9 +54,9 @@ struct RootMount {
   std::string source;
 };
 
-RootMount rootMount(const std::string& mountinfo) {
+RootMount rootMount(const std::string& table) {
   RootMount root;
-  std::ifstream file(mountinfo);
+  std::istringstream file(table);
   for (std::string line; std::getline(file, line);) {
     std::istringstream fields(line);
     std::string id, parent, number, subtree, mount_point, field;
@@ -75,27 +76,42 @@ RootMount rootMount(const std::string& mountinfo) {
   return root;
 }
 
-dev_t blockDevice(const std::string& path) {
+// The number of the block device at the path, 0 if it is none. `*problem` is set if that cannot be
+// told.
+dev_t blockDevice(const std::string& path, std::string* problem) {
   struct stat status {};
-  return stat(path.c_str(), &status) == 0 && S_ISBLK(status.st_mode) ? status.st_rdev : 0;
+  if (stat(path.c_str(), &status) != 0) {
+    if (problem->empty()) *problem = problemWith(path, errno);
+    return 0;
+  }
+  return S_ISBLK(status.st_mode) ? status.st_rdev : 0;
 }
 
-// The name of the link in /dev/disk/by-uuid (udev(7)) that leads to the device.
-std::string uuidOf(const RootMount& root, const std::string& links) {
-  const dev_t source = root.source.starts_with('/') ? blockDevice(root.source) : 0;
-  DIR* folder = opendir(links.c_str());
-  if (folder == nullptr) return {};
-  std::string uuid;
-  while (const dirent* entry = readdir(folder)) {
-    if (entry->d_name[0] == '.') continue;
-    const dev_t device = blockDevice(links + '/' + entry->d_name);
-    if (device != 0 && (device == source || device == root.number)) {
-      uuid = upperCase(entry->d_name);
+// The name of the link in /dev/disk/by-uuid (udev(7)) that leads to the device; empty if none does.
+// `*problem` is set if some cannot be followed and none of the others does.
+std::string uuidOf(const RootMount& root, const std::string& links, std::string* problem) {
+  std::string unknown;
+  const dev_t source = root.source.starts_with('/') ? blockDevice(root.source, &unknown) : 0;
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(links.c_str()), closedir);
+  if (folder == nullptr) {
+    *problem = problemWith(links, errno);
+    return {};
+  }
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(folder.get());
+    if (entry == nullptr) {
+      if (unknown.empty()) unknown = problemWith(links, errno);
       break;
     }
+    if (entry->d_name[0] == '.') continue;
+    const dev_t device = blockDevice(links + '/' + entry->d_name, &unknown);
+    if (device != 0 && (device == source || device == root.number)) {
+      return upperCase(entry->d_name);
+    }
   }
-  closedir(folder);
-  return uuid;
+  *problem = std::move(unknown);
+  return {};
 }
 
 class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
@@ -104,25 +120,17 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
 
   std::string serialNumber() override {
     const Stamp stamp = stampOf(paths_.machine_id);
-    if (!serial_read_ || stamp != serial_stamp_) {
-      serial_ = firstLine(paths_.machine_id);
-      serial_stamp_ = stamp;
-      serial_read_ = true;
-    }
-    return serial_;
+    if (!serial_ || stamp != serial_stamp_) readSerialNumber(stamp);
+    return serial_.value_or("");
   }
 
   std::string volumeUuid() override {
     const std::array<Stamp, 2> stamps = {stampOf("/"), stampOf(paths_.volume_links)};
     // For "/" only the file system matters, not the folder's change time.
-    const bool same = volume_read_ && stamps[0].device == volume_stamps_[0].device &&
-                      stamps[1] == volume_stamps_[1];
-    if (!same) {
-      volume_ = uuidOf(rootMount(paths_.mountinfo), paths_.volume_links);
-      volume_stamps_ = stamps;
-      volume_read_ = true;
-    }
-    return volume_;
+    const bool same =
+        stamps[0].device == volume_stamps_[0].device && stamps[1] == volume_stamps_[1];
+    if (!volume_ || !same) readVolumeUuid(stamps);
+    return volume_.value_or("");
   }
 
   std::string user() override {
@@ -135,16 +143,50 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
     return login_name_;
   }
 
+  [[nodiscard]] std::string problem() const override {
+    for (const std::string* one : {&serial_problem_, &volume_problem_, &account_problem_}) {
+      if (!one->empty()) return *one;
+    }
+    return {};
+  }
+
  private:
+  void readSerialNumber(const Stamp& stamp) {
+    std::string text;
+    const int error = readRegularFile(paths_.machine_id, &text);
+    serial_problem_ = problemWith(paths_.machine_id, error);
+    serial_.reset();
+    if (!serial_problem_.empty()) return;
+    serial_ = text.substr(0, text.find('\n'));
+    serial_stamp_ = stamp;
+  }
+
+  void readVolumeUuid(const std::array<Stamp, 2>& stamps) {
+    std::string table;
+    volume_problem_ = problemWith(paths_.mountinfo, readRegularFile(paths_.mountinfo, &table));
+    volume_.reset();
+    std::string uuid;
+    if (volume_problem_.empty()) {
+      uuid = uuidOf(rootMount(table), paths_.volume_links, &volume_problem_);
+    }
+    if (!volume_problem_.empty()) return;
+    volume_ = std::move(uuid);
+    volume_stamps_ = stamps;
+  }
+
   void readAccount() {
     const uid_t uid = getuid();
-    if (account_read_ && uid == uid_) return;
+    if (!login_name_.empty() && uid == uid_) return;
     uid_ = uid;
     login_name_.clear();
     user_.clear();
     std::optional<UserEntry> entry;
-    // Ask a directory service that does not answer yet again next time.
-    account_read_ = readUserEntry(uid, &entry) == 0;
+    const int error = readUserEntry(uid, &entry);
+    account_problem_ =
+        entry && !entry->name.empty()
+            ? std::string()
+            : fmt::format("user {}: {}", uid,
+                          error == 0 ? "no login name in the user database" : std::strerror(error));
     if (!entry) return;
     login_name_ = entry->name;
     // The UUID that directory services derive from a local user id.
@@ -153,16 +195,17 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
   }
 
   DeviceIdentifierPaths paths_;
-  bool serial_read_ = false;
+  // Unset: not read yet, or not readable.
+  std::optional<std::string> serial_;
   Stamp serial_stamp_;
-  std::string serial_;
-  bool volume_read_ = false;
+  std::string serial_problem_;
+  std::optional<std::string> volume_;
   std::array<Stamp, 2> volume_stamps_;
-  std::string volume_;
-  bool account_read_ = false;
+  std::string volume_problem_;
   uid_t uid_ = 0;
   std::string login_name_;
   std::string user_;
+  std::string account_problem_;
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/folders.h"
+#include "platform/gathered_changes.h"
 #include "platform/keychain_service.h"
 #include "platform/keychains.h"
 #include "platform/linux/vault/keychain.h"
@@ -38,7 +39,8 @@ std::vector<std::string> keychainKinds() {
 }
 
 std::unique_ptr<KeychainService> makeKeychain(const std::string& kind) {
-  return kind == vault ? makeVaultKeychain(dataFolder()) : makeSecretService();
+  if (kind == vault) return makeVaultKeychain(dataFolder());
+  return std::make_unique<GatheredChanges>(makeSecretService());
 }
 
 std::string keychainKindForNewUser(KeychainStatus* status) {

@@ -1,3 +1,9 @@
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/gathered_changes.h"
+#include "platform/keychain_service.h"
 #include "platform/keychains.h"
 #include "platform/macos/keychain_macos.h"
 
@@ -13,7 +19,7 @@ std::vector<std::string> keychainKinds() {
 }
 
 std::unique_ptr<KeychainService> makeKeychain(const std::string& /*kind*/) {
-  return makeSystemKeychain();
+  return std::make_unique<GatheredChanges>(makeSystemKeychain());
 }
 
 std::string keychainKindForNewUser(KeychainStatus* status) {

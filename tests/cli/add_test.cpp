@@ -240,9 +240,7 @@ TEST(Add, RecordOfAnotherComputerIsNotOverwritten) {
   expectFailure(home.run({"add", "A"}, std::string(seed_16) + '\n'), 4, "slot 0");
   const auto before = home.files();
   constexpr const char* words =
-      "The record in slot 0 belongs to another computer or user, or was changed; delete it first "
-      "with "
-      "`softtoken-cli delete 0`";
+      "now; undo that change, or delete it with `softtoken-cli delete 0` and add the token again";
   for (const Strings& options : {Strings{}, Strings{"--replace"}}) {
     for (const char* name : {"A", "B"}) {
       Strings arguments = {"add", name};

@@ -77,6 +77,45 @@ TEST_F(DeviceIdentifiersTest, FolderInThePlaceOfASourceGivesAnEmptyText) {
   });
 }
 
+TEST_F(DeviceIdentifiersTest, MissingSourcesAreNoProblem) {
+  ASSERT_EQ(rmdir(paths.volume_links.c_str()), 0);
+  EXPECT_EQ(identifiers->serialNumber(), "");
+  EXPECT_EQ(identifiers->volumeUuid(), "");
+  EXPECT_NE(identifiers->loginName(), "");
+  EXPECT_EQ(identifiers->problem(), "");
+}
+
+TEST_F(DeviceIdentifiersTest, SourceThatCannotBeReadIsToldAndReadAgain) {
+  writeFile(paths.mountinfo, "");
+  ASSERT_EQ(mkdir(paths.machine_id.c_str(), 0755), 0);
+  EXPECT_EQ(identifiers->serialNumber(), "");
+  EXPECT_EQ(identifiers->problem(), paths.machine_id + ": Is a directory");
+  ASSERT_EQ(rmdir(paths.machine_id.c_str()), 0);
+  writeFile(paths.machine_id, "one\n");
+  EXPECT_EQ(identifiers->serialNumber(), "one");
+  EXPECT_EQ(identifiers->problem(), "");
+
+  ASSERT_EQ(unlink(paths.mountinfo.c_str()), 0);
+  ASSERT_EQ(mkdir(paths.mountinfo.c_str(), 0755), 0);
+  EXPECT_EQ(identifiers->volumeUuid(), "");
+  EXPECT_EQ(identifiers->problem(), paths.mountinfo + ": Is a directory");
+  ASSERT_EQ(rmdir(paths.mountinfo.c_str()), 0);
+  EXPECT_EQ(identifiers->volumeUuid(), "");
+  EXPECT_EQ(identifiers->problem(), "");
+}
+
+TEST_F(DeviceIdentifiersTest, LinkThatCannotBeFollowedIsToldUnlessAnotherOneLeads) {
+  writeFile(paths.mountinfo, mountLine("240:2", "/", "/dev/none"));
+  linkVolume("loop", "by-uuid/loop");
+  EXPECT_EQ(identifiers->volumeUuid(), "");
+  EXPECT_EQ(identifiers->problem(),
+            paths.volume_links + "/loop: Too many levels of symbolic links");
+  if (!makeDevice("sda2", 240, 2)) GTEST_SKIP() << "device nodes may not be made here";
+  linkVolume("aaaa", "sda2");
+  EXPECT_EQ(identifiers->volumeUuid(), "AAAA");
+  EXPECT_EQ(identifiers->problem(), "");
+}
+
 TEST_F(DeviceIdentifiersTest, ChangedMachineIdIsReadAgain) {
   EXPECT_EQ(identifiers->serialNumber(), "");
   writeFile(folder / "new", "one\n");

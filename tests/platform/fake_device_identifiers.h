@@ -11,11 +11,13 @@ class FakeDeviceIdentifiers final : public DeviceIdentifiers {
   std::string serial = "0123456789abcdef";
   std::string volume = "A0B1C2D3-0000-4000-8000-00000000FFFF";
   std::string account = "ada";
+  std::string trouble;
 
   std::string serialNumber() override { return serial; }
   std::string volumeUuid() override { return volume; }
   std::string user() override { return account + " and more"; }
   std::string loginName() override { return account; }
+  [[nodiscard]] std::string problem() const override { return trouble; }
 };
 
 }  // namespace talvane::test

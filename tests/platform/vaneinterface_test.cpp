@@ -242,14 +242,53 @@ TEST_F(VaneInterfaceTest, AReadingHasOneIdentityAndTheNextItsOwn) {
   const std::uint32_t first = identityOf("first");
   const std::uint32_t second = identityOf("second");
   ASSERT_NE(first, second);
+  identifiers.serial = "first";
   gateway.beginReadingSlots();
-  EXPECT_EQ(identityOf("first"), first);
+  EXPECT_EQ(gateway.GetDeviceId(), first);
   EXPECT_EQ(identityOf("second"), first);
   gateway.endReadingSlots();
   EXPECT_EQ(identityOf("second"), second);
   gateway.beginReadingSlots();
   EXPECT_EQ(identityOf("second"), second);
   gateway.endReadingSlots();
+}
+
+TEST_F(VaneInterfaceTest, NothingIsTouchedWhileTheIdentityCannotBeRead) {
+  ASSERT_TRUE(gateway.KeyChainSave("x", {{"desc", "one"}}));
+  const std::size_t before = keychain.memory.items.size();
+  identifiers.trouble = "/etc/machine-id: Permission denied";
+  {
+    const vaneinterface::Recording recording(gateway);
+    Record record;
+    EXPECT_FALSE(gateway.KeyChainLoad("x", &record));
+    EXPECT_EQ(recording.lastLoad().status, KeychainStatus::not_available);
+    EXPECT_EQ(
+        recording.lastLoad().words,
+        "This computer's identity cannot be read: /etc/machine-id: Permission denied; make it "
+        "readable and try again");
+    EXPECT_FALSE(gateway.KeyChainSave("y", {{"desc", "two"}}));
+    EXPECT_FALSE(gateway.KeyChainDelete("x"));
+    EXPECT_TRUE(gateway.inTrouble());
+    EXPECT_EQ(recording.failedChange()->status, KeychainStatus::not_available);
+  }
+  EXPECT_EQ(keychain.memory.items.size(), before);
+  identifiers.trouble.clear();
+  Record record;
+  EXPECT_TRUE(gateway.KeyChainLoad("x", &record));
+}
+
+TEST_F(VaneInterfaceTest, RecordingHasTheIdentityOfItsBeginning) {
+  ASSERT_TRUE(gateway.KeyChainSave("x", {{"desc", "one"}}));
+  const std::string serial = identifiers.serial;
+  const vaneinterface::Recording recording(gateway);
+  identifiers.serial = "another";
+  EXPECT_EQ(gateway.GetDeviceId_SN(), serial);
+  EXPECT_FALSE(recording.hasSameIdentity());
+  Record record;
+  ASSERT_TRUE(gateway.KeyChainLoad("x", &record));
+  EXPECT_EQ(recording.storedUnder().serial_number, serial);
+  EXPECT_EQ(recording.storedUnder().volume_uuid, identifiers.volume);
+  EXPECT_EQ(recording.storedUnder().user, identifiers.user());
 }
 
 TEST_F(VaneInterfaceTest, IdentifiersAreThoseOfTheSystem) {

@@ -161,8 +161,8 @@ TEST_F(AddingTest, GapIsFilled) {
 
 TEST_F(AddingTest, TokenOfTheSameNameBehindAGapIsNotDoubled) {
   fill({"A", "", "C"});
-  expectNotAdded(token("C", other_seed_16), Next::clear_slot,
-                 "Slot 1 is empty and hides the tokens after it; delete it first", 1);
+  expectNotAdded(token("C", other_seed_16), Next::close_gap,
+                 "Slot 1 is empty and hides the tokens after it; close the gap", 1);
 }
 
 TEST_F(AddingTest, RecordThatDoesNotLoadIsNotWrittenOver) {
@@ -174,9 +174,9 @@ TEST_F(AddingTest, RecordThatDoesNotLoadIsNotWrittenOver) {
     // Nothing behind it: a new token would have to take its place or be hidden.
     expectNotAdded(
         token("B"), Next::clear_slot,
-        foreign ? "The record in slot 0 belongs to another computer or user, or was changed; "
-                  "delete it first"
-                : "The record in slot 0 is damaged; delete it first",
+        foreign ? "The record in slot 0 does not load: it was stored when the machine ID was of "
+                  "another machine; it is 0123456789abcdef now; undo that change"
+                : "The record in slot 0 is damaged; restore the keychain from a backup",
         0);
     EXPECT_EQ(store.checkRoom().error().next, Next::clear_slot);
   }
@@ -188,7 +188,7 @@ TEST_F(AddingTest, NothingIsStoredWhereRecordsLieBehindOneThatDoesNotLoad) {
     keychain.memory.items.clear();
     fill({"A", "B", "C", "", "E"});
     foreign ? makeForeign(1) : damage(1);
-    const char* words = foreign ? "The record in slot 1 belongs to another computer or user"
+    const char* words = foreign ? "The record in slot 1 does not load and hides the tokens after it"
                                 : "The record in slot 1 is damaged";
     expectNotAdded(token("new"), Next::clear_slot, words, 1);
     expectRefused(adding(token("A", other_seed_16)), Next::clear_slot, words);
@@ -253,7 +253,7 @@ TEST_F(AddingTest, IdentityThatCannotBeReadForAWhileCostsNoToken) {
   identifiers.questions = 0;
   ASSERT_TRUE(store.add(token("new"), SameName::replace).has_value());
   const std::size_t questions = identifiers.questions;
-  ASSERT_GT(questions, 4U);
+  ASSERT_GE(questions, 2U) << "at the beginning and at the end";
   for (std::size_t first = 0; first < questions; ++first) {
     for (std::size_t end = first + 1; end <= questions; ++end) {
       keychain.memory.items = three;
@@ -291,5 +291,31 @@ TEST_F(AddingTest, TokenSealedUnderAWrongIdentityIsNotSaidToBeStored) {
   EXPECT_GT(refused, 0U);
 }
 
+TEST_F(AddingTest, IdentityThatCannotBeRead) {
+  fill({"A"});
+  identifiers.sound.trouble = "/etc/machine-id: Permission denied";
+  constexpr const char* words =
+      "This computer's identity cannot be read: /etc/machine-id: Permission denied";
+  expectNotAdded(token("B"), Next::check_keychain, words);
+  expectNotAdded(token("A"), Next::check_keychain, words);
+  EXPECT_EQ(store.checkRoom().error().words.find(words), 0U);
+}
+
+TEST_F(AddingTest, IdentityThatChangesMeanwhile) {
+  fill({"A"});
+  keychain.undoes = true;
+  identifiers.questions = 0;
+  identifiers.first_fault = 1;
+  identifiers.end_of_faults = 2;
+  expectRefused(adding(token("B")), Next::try_again, "identity changed in the meantime");
+}
+
+TEST_F(AddingTest, TokenThatAnInterruptionLeftTwiceStandsOnceAgain) {
+  fill({"B", "x", "C", "D", "x"});
+  item(1) = item(0);
+  item(4) = item(3);
+  EXPECT_EQ(store.add(token("E"), SameName::refuse)->slot, 3);
+  EXPECT_EQ(names(), (Names{"B", "C", "D", "E"}));
+}
 }  // namespace
 }  // namespace talvane::test

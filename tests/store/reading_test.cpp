@@ -1,5 +1,6 @@
 // What the store reads, and what it says is in the way.
 
+#include "platform/record_archive.h"
 #include "tests/store/store_test.h"
 
 namespace talvane::test {
@@ -80,15 +81,16 @@ TEST_F(ReadingTest, ForeignRecord) {
   EXPECT_EQ(readNames(), Names{});
   expectObstacle(
       Kind::foreign, 0, 2,
-      "The record in slot 0 belongs to another computer or user, or was changed, and hides "
-      "the tokens after it");
+      "The record in slot 0 does not load and hides the tokens after it: it was stored when the "
+      "machine ID was of another machine; it is 0123456789abcdef now");
 }
 
 TEST_F(ReadingTest, ForeignRecordThatHidesNothing) {
   fill({"A", "B"});
   makeForeign(1);
   expectObstacle(Kind::foreign, 1, 0,
-                 "The record in slot 1 belongs to another computer or user, or was changed");
+                 "The record in slot 1 does not load: it was stored when the machine ID was of "
+                 "another machine; it is 0123456789abcdef now");
 }
 
 TEST_F(ReadingTest, RecordBehindAGapIsTheObstacleWhenItDoesNotLoad) {
@@ -96,8 +98,8 @@ TEST_F(ReadingTest, RecordBehindAGapIsTheObstacleWhenItDoesNotLoad) {
   makeForeign(2);
   expectObstacle(
       Kind::foreign, 2, 1,
-      "The record in slot 2 belongs to another computer or user, or was changed, and hides "
-      "the tokens after it");
+      "The record in slot 2 does not load and hides the tokens after it: it was stored when the "
+      "machine ID was of another machine; it is 0123456789abcdef now");
   damage(2);
   expectObstacle(Kind::damaged, 2, 1,
                  "The record in slot 2 is damaged and hides the tokens after it");
@@ -146,6 +148,39 @@ TEST_F(ReadingTest, OtherUsersHaveOtherTokens) {
   fill({"A"});
   identifiers.sound.account = "bob";
   EXPECT_TRUE(read().list.empty());
+}
+
+TEST_F(ReadingTest, RecordStoredUnderSeveralOtherIdentifiers) {
+  fill({"A"});
+  identifiers.sound.volume = "";
+  identifiers.sound.account = "ada";
+  identifiers.sound.serial = "new";
+  expectObstacle(Kind::foreign, 0, 0,
+                 "The record in slot 0 does not load: it was stored when the machine ID was "
+                 "0123456789abcdef; it is new now, and when the root file system was "
+                 "A0B1C2D3-0000-4000-8000-00000000FFFF; it is missing now");
+  EXPECT_EQ(read().obstacle->repair, "undo that change");
+}
+
+TEST_F(ReadingTest, AlteredRecord) {
+  fill({"A"});
+  auto record = unarchiveRecord(item(0).get());
+  ASSERT_TRUE(record.has_value());
+  std::get<Bytes>((*record)["seed32"])[0] ^= 1U;
+  item(0) = archiveRecord(*record);
+  expectObstacle(Kind::foreign, 0, 0,
+                 "The record in slot 0 does not load: it was changed after it was stored");
+  EXPECT_EQ(read().obstacle->repair, "restore the keychain from a backup");
+}
+
+TEST_F(ReadingTest, IdentityThatCannotBeRead) {
+  fill({"A"});
+  identifiers.sound.trouble = "/etc/machine-id: Permission denied";
+  const auto stored = store.read();
+  ASSERT_FALSE(stored.has_value());
+  EXPECT_EQ(stored.error().words,
+            "This computer's identity cannot be read: /etc/machine-id: Permission denied; make it "
+            "readable and try again");
 }
 
 }  // namespace

@@ -131,17 +131,18 @@ TEST_F(RemovingTest, RecordThatDoesNotLoadAndATokenBeforeIt) {
   }
 }
 
-TEST_F(RemovingTest, TokensBeforeOneThatHidesOthersAreNotDeleted) {
+TEST_F(RemovingTest, TokensBeforeOneThatHidesOthers) {
   for (const bool foreign : {false, true}) {
     SCOPED_TRACE(foreign);
     keychain.memory.items.clear();
-    fill({"A", "B", "C", "D"});
-    foreign ? makeForeign(2) : damage(2);
-    expectRefused([&] { return remove({0}); }, Next::clear_slot,
-                  foreign ? "The tokens could not be deleted. The record in slot 2 belongs to"
-                          : "The tokens could not be deleted. The record in slot 2 is damaged");
-    expectRefused([&] { return remove({0, 1}); }, Next::clear_slot, "delete it first");
-    EXPECT_EQ(remove({1}).error().slot, 2);
+    fill({"A", "B", "C", "X", "D"});
+    foreign ? makeForeign(3) : damage(3);
+    const Bytes in_the_way = item(3).get();
+    const Bytes hidden = item(4).get();
+    expectRemoved({0, 1}, {"C"});
+    EXPECT_EQ(items().size(), 3U);
+    EXPECT_EQ(item(3).get(), in_the_way) << "where it was, byte for byte";
+    EXPECT_EQ(item(4).get(), hidden);
   }
 }
 
@@ -190,7 +191,6 @@ TEST_F(RemovingTest, GapBeforeATokenBeforeOneThatDoesNotLoad) {
   fill({"A", "", "C", "D", "E"});
   makeForeign(3);
   const Bytes kept = item(3).get();
-  expectRefused([&] { return remove({0}); }, Next::clear_slot, "Slot 1 is empty");
   expectRemoved({1}, {"A", "C"});
   EXPECT_EQ(item(3).get(), kept);
   expectRemoved({3}, {"A", "C"});
@@ -282,5 +282,26 @@ TEST_F(RemovingTest, IdentityThatCannotBeReadForAMoment) {
   }
 }
 
+TEST_F(RemovingTest, TokenThatAnInterruptionLeftTwice) {
+  const auto fillTwice = [&] {
+    keychain.memory.items.clear();
+    fill({"B", "x", "C", "D"});
+    item(1) = item(0);
+  };
+  fillTwice();
+  expectRemoved({2}, {"B", "D"});
+  fillTwice();
+  expectRemoved({0}, {"B", "C", "D"});
+  fillTwice();
+  expectRemoved({1, 3}, {"B", "C"});
+}
+
+TEST_F(RemovingTest, IdentityThatCannotBeRead) {
+  fill({"A", "B"});
+  const StoredTokens seen = read();
+  identifiers.sound.trouble = "user 7: no login name in the user database";
+  expectRefused([&] { return store.remove(selection({0}), seen); }, Next::check_keychain,
+                "This computer's identity cannot be read: user 7");
+}
 }  // namespace
 }  // namespace talvane::test

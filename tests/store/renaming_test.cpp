@@ -166,5 +166,20 @@ TEST_F(RenamingTest, IdentityThatCannotBeReadForAMomentKeepsTheToken) {
   }
 }
 
+TEST_F(RenamingTest, TokenThatAnInterruptionLeftTwiceKeepsItsNewName) {
+  keychain.memory.items.clear();
+  fill({"A", "B", "x", "C"});
+  item(2) = item(1);
+  seen = read();
+  ASSERT_TRUE(rename(2, "new").has_value());
+  EXPECT_EQ(names(), (Names{"A", "B|new", "C"}));
+}
+
+TEST_F(RenamingTest, IdentityThatCannotBeRead) {
+  const Items before = items();
+  identifiers.sound.trouble = "/etc/machine-id: Input/output error";
+  EXPECT_EQ(rename(0, "new").error().next, Next::check_keychain);
+  EXPECT_EQ(items(), before);
+}
 }  // namespace
 }  // namespace talvane::test

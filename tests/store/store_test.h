@@ -42,6 +42,7 @@ class FlakyIdentifiers final : public DeviceIdentifiers {
   std::string volumeUuid() override { return sound.volumeUuid(); }
   std::string user() override { return sound.user(); }
   std::string loginName() override { return sound.loginName(); }
+  [[nodiscard]] std::string problem() const override { return sound.problem(); }
 };
 
 class StoreTest : public testing::Test {
