@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -54,7 +53,7 @@ AuthenticationLayout authenticationLayout(const Ini& ini, const TaEnrolClient* c
     layout.mode = Mode::challenge;
     layout.shows_passcode = client->bPASSCODE;
     layout.passcode_row = 0;
-    layout.focus = Field::passcode;
+    layout.focus = layout.shows_passcode ? Field::passcode : Field::submit;
     return layout;
   }
   layout.mode = client->bPASSWORD ? Mode::all_fields : Mode::no_password;
@@ -64,10 +63,12 @@ AuthenticationLayout authenticationLayout(const Ini& ini, const TaEnrolClient* c
   layout.shows_password = client->bPASSWORD;
   layout.shows_passcode = client->VERSION != version_with_choices || client->bPASSCODE;
   layout.passcode_row = client->bPASSWORD ? 2 : 1;
-  if (userid_is_empty) {
-    layout.focus = Field::userid;
-  } else {
-    layout.focus = client->bPASSWORD ? Field::password : Field::passcode;
+  // The focus must not go to a hidden field: Return would then press Cancel.
+  layout.focus = Field::userid;
+  if (!userid_is_empty && layout.shows_password) {
+    layout.focus = Field::password;
+  } else if (!userid_is_empty && layout.shows_passcode) {
+    layout.focus = Field::passcode;
   }
   return layout;
 }
@@ -149,13 +150,6 @@ GetInfoPlaces getInfoPlaces(const TaEnrolClient& client, int height) {
 bool hasEarlierAnswers(const TaEnrolClient& client) {
   return client.bENROL && client.VERSION >= version_with_choices && !client.QUESTION1.empty() &&
          !client.QUESTION2.empty();
-}
-
-std::optional<std::size_t> earlierQuestion(const TaEnrolClient::Questions& titles,
-                                           const std::string& question) {
-  const auto found = std::find(titles.begin(), titles.end(), question);
-  if (found == titles.end()) return std::nullopt;
-  return static_cast<std::size_t>(found - titles.begin());
 }
 
 std::size_t distinctQuestion(const std::vector<TaEnrolClient::Questions>& lists,

@@ -17,7 +17,7 @@ namespace talvane {
 /// The sign-in view. Rows count from the top: user name, password, passcode.
 struct AuthenticationLayout {
   enum class Mode : std::uint8_t { busy, challenge, all_fields, no_password };
-  enum class Field : std::uint8_t { none, userid, password, passcode };
+  enum class Field : std::uint8_t { none, userid, password, passcode, submit };
   Mode mode = Mode::busy;
   bool shows_userid = false;
   bool shows_password = false;
@@ -54,11 +54,8 @@ struct GetInfoPlaces {
 };
 GetInfoPlaces getInfoPlaces(const TaEnrolClient& client, int height);
 
-/// Whether the server sent earlier answers to show, and which item of `titles` is the earlier
-/// question; nullopt if none is.
+/// Whether the server sent earlier answers to show.
 bool hasEarlierAnswers(const TaEnrolClient& client);
-std::optional<std::size_t> earlierQuestion(const TaEnrolClient::Questions& titles,
-                                           const std::string& question);
 
 /// Keeps the chosen questions distinct. `lists` holds the titles of the two or three pop-ups,
 /// `selected` their selected items, of which `sender` (0 to 2) has just changed. Returns the item

@@ -85,6 +85,7 @@ TEST_F(EnrolLayoutTest, ChallengeShowsThePasscodeInTheFirstRow) {
   EXPECT_EQ(challenge.message, "Next code");
   client.bPASSCODE = false;
   EXPECT_FALSE(layout().shows_passcode);
+  EXPECT_EQ(layout(false).focus, Focus::submit);
 }
 
 TEST_F(EnrolLayoutTest, AllFields) {
@@ -119,6 +120,8 @@ TEST_F(EnrolLayoutTest, Version7200WithoutAPasscodeHidesIt) {
       EXPECT_EQ(layout().shows_passcode, shown) << version;
       EXPECT_EQ(layout().shows_password, password);
       EXPECT_TRUE(layout().shows_userid);
+      const Focus next = password ? Focus::password : shown ? Focus::passcode : Focus::userid;
+      EXPECT_EQ(layout(false).focus, next) << version;
     }
   }
 }
@@ -224,12 +227,6 @@ TEST_F(EnrolLayoutTest, EarlierAnswersAreShownToNewServersUsersOnly) {
   client.QUESTION1 = "q";
   client.bENROL = false;
   EXPECT_FALSE(hasEarlierAnswers(client));
-}
-
-TEST_F(EnrolLayoutTest, EarlierQuestionIsTheFirstThatIsEqual) {
-  EXPECT_EQ(earlierQuestion({"a", "b", "b"}, "b"), 1U);
-  EXPECT_EQ(earlierQuestion({"a", "b"}, "B"), std::nullopt);
-  EXPECT_EQ(earlierQuestion({}, ""), std::nullopt);
 }
 
 TEST_F(EnrolLayoutTest, TwoDistinctQuestionsStay) {

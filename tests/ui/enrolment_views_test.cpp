@@ -179,6 +179,20 @@ TEST_F(EnrolmentTest, ChallengeWithoutAPasscodeShowsNoField) {
   EXPECT_TRUE(button("eva_submit")->isEnabled());
 }
 
+TEST_F(EnrolmentTest, ReturnNeverLeavesTheSignInWhereThePasscodeIsHidden) {
+  signIn("RESULT:OK\r\nVERSION:7200\r\n");
+  submit("RESULT:OK,DENIED\r\n");
+  ASSERT_EQ(signInRows(), Lines{"userid"});
+  EXPECT_TRUE(find<QLineEdit>("eva_userid")->hasFocus());
+  submit("RESULT:OK,CHALLENGE\r\nPASSCODE:False\r\nPROMPT:Press OK\r\nINPUT:STATE=1\r\n");
+  EXPECT_TRUE(button("eva_submit")->hasFocus());
+  network.answer("RESULT:OK,DENIED\r\nMESSAGE:Not you\r\n");
+  QTest::keyClick(panel()->focusWidget(), Qt::Key_Return);
+  turnEventLoop();
+  EXPECT_EQ(openView(), "eva");
+  EXPECT_EQ(message(), "Not you");
+}
+
 TEST_F(EnrolmentTest, RefusalStandsInRedInPlaceOfThePrompt) {
   signIn("RESULT:OK\r\nVERSION:7200\r\n");
   EXPECT_EQ(message(), "Please enter the following:");
@@ -339,6 +353,25 @@ TEST_F(EnrolmentTest, QuestionsWithoutEndAreOfferedInPart) {
   for (int i = 0; i < 20000; ++i) list += "q" + std::to_string(i) + ",";
   askFor(list + "\r\nQUESTIONS2:Pet,Song\r\n");
   EXPECT_EQ(find<QComboBox>("evgi_question1")->count(), 1000);
+}
+
+TEST_F(EnrolmentTest, EarlierAnswerToAQuestionThatIsNotOfferedIsLeftOut) {
+  std::string list;
+  for (int i = 0; i < 1001; ++i) list += "q" + std::to_string(i) + ",";
+  askFor("INPUT:ENROL=True\r\nQUESTIONS1:" + list + "\r\nQUESTIONS2:" + list +
+         "\r\nQUESTION1:q1000\r\nANSWER1:Lost\r\nQUESTION2:q999\r\nANSWER2:Rex\r\n");
+  EXPECT_EQ(picked(2), (std::vector{0, 999}));
+  EXPECT_EQ(find<QLineEdit>("evgi_answer1")->text(), QString());
+  EXPECT_EQ(find<QLineEdit>("evgi_answer2")->text(), QStringLiteral("Rex"));
+}
+
+TEST_F(EnrolmentTest, EarlierQuestionIsTheFirstThatIsEqual) {
+  askFor(
+      "INPUT:ENROL=True\r\nQUESTIONS1:a,b,b\r\nQUESTIONS2:a,b\r\nQUESTION1:b\r\nANSWER1:Rex\r\n"
+      "QUESTION2:B\r\nANSWER2:Lost\r\n");
+  EXPECT_EQ(picked(2), (std::vector{1, 1}));
+  EXPECT_EQ(find<QLineEdit>("evgi_answer1")->text(), QStringLiteral("Rex"));
+  EXPECT_EQ(find<QLineEdit>("evgi_answer2")->text(), QString());
 }
 
 TEST_F(EnrolmentTest, AnotherUserFindsTheFieldsEmpty) {

@@ -141,8 +141,8 @@ void AuthenticationView::eva_layout() {
   const auto row = static_cast<std::size_t>(layout.passcode_row);
   form_.eva_passcodelabel->setGeometry(labels_[row]);
   form_.eva_passcode->setGeometry(fields_[row]);
-  showFocus(layout.focus);
   form_.eva_submit->setEnabled(flow_.eva_calcsubmitstate());
+  showFocus(layout.focus);
 }
 
 void AuthenticationView::showRows(const AuthenticationLayout& layout) {
@@ -176,6 +176,9 @@ void AuthenticationView::showFocus(AuthenticationLayout::Field focus) {
       return;
     case AuthenticationLayout::Field::passcode:
       form_.eva_passcode->setFocus();
+      return;
+    case AuthenticationLayout::Field::submit:
+      form_.eva_submit->setFocus();
       return;
     case AuthenticationLayout::Field::none:
       break;

@@ -158,19 +158,18 @@ bool QuestionsView::pinIsGood() const {
 void QuestionsView::showEarlierAnswers(const TaEnrolClient& client) {
   if (!hasEarlierAnswers(client)) return;
   struct Earlier {
-    const std::optional<TaEnrolClient::Questions>& titles;
     const std::string& question;
     const std::string& answer;
   };
-  const Earlier all[] = {{client.QUESTIONS1, client.QUESTION1, client.ANSWER1},
-                         {client.QUESTIONS2, client.QUESTION2, client.ANSWER2},
-                         {client.QUESTIONS3, client.QUESTION3, client.ANSWER3}};
+  const Earlier all[] = {{client.QUESTION1, client.ANSWER1},
+                         {client.QUESTION2, client.ANSWER2},
+                         {client.QUESTION3, client.ANSWER3}};
   for (std::size_t i = 0; i < menus().size(); ++i) {
     const Earlier& earlier = all[i];
-    if (!earlier.titles || earlier.question.empty()) continue;
-    const auto item = earlierQuestion(*earlier.titles, earlier.question);
-    if (!item) continue;
-    menus()[i]->setCurrentIndex(static_cast<int>(*item));
+    // The menu may hold fewer questions than the server sent; an empty one has none.
+    const int item = menus()[i]->findText(QString::fromStdString(earlier.question));
+    if (earlier.question.empty() || item < 0) continue;
+    menus()[i]->setCurrentIndex(item);
     answers()[i]->setText(QString::fromStdString(earlier.answer));
   }
 }
