@@ -290,12 +290,13 @@ void EnrolFlow::EnrolSubmit() {
   TaHttp& http = *session_->http;
   http.post(ini_.tidyEnrolURL(), client.post.value_or(""));
   if (http.date()) ending_->server_ahead = *http.date() - parts_.clock->CurrentTime();
-  const std::string_view body = http.data() == nullptr ? "" : http.data();
-  if (isUtf8(body) && body.starts_with("RESULT:OK,COMPLETE")) {
+  std::optional<std::string_view> body;
+  if (http.data() != nullptr && isUtf8(http.data())) body = http.data();
+  if (body && body->starts_with("RESULT:OK,COMPLETE")) {
     const auto added = parts_.store->addIssued(*client.SOFTTOKEN);
     tellStored(added ? std::nullopt : std::optional(added.error()));
   } else {
-    vane::log("EnrolSubmit: unexpected response: {}", http.data() == nullptr ? nil_text : body);
+    vane::log("EnrolSubmit: unexpected response: {}", body.value_or(nil_text));
     ending_->problem = "The server did not complete the enrolment; try again";
   }
   EndSession();

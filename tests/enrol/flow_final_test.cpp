@@ -138,6 +138,14 @@ TEST_F(FlowFinalTest, ResponseWithoutABodyIsUnexpected) {
   EXPECT_EQ(flow->taenrol(), nullptr);
 }
 
+TEST_F(FlowFinalTest, ResponseThatIsNotUtf8IsUnexpected) {
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  submitGetInfo("RESULT:OK,COMPLETE\xFF");
+  EXPECT_EQ(logged({"EnrolSubmit:"}), Lines{"EnrolSubmit: unexpected response: (null)"});
+  EXPECT_EQ(storedNames(), Lines{});
+  EXPECT_FALSE(flow->ending()->stored);
+}
+
 TEST_F(FlowFinalTest, SeedThatCannotBeUsedLeavesTheViewAsItIs) {
   startFilledIn();
   submit(
