@@ -111,7 +111,7 @@ bool vane::readRecord(const Record& record, SoftTokenInfo* token) {
 
 bool vane::ReadToken(std::uint32_t index, std::unique_ptr<SoftTokenInfo>* token) {
   if (token != nullptr) token->reset();
-  log("  vane::ReadToken: begin: index:{}", index);
+  log("  vane::ReadToken: begin: index:{}", static_cast<std::int32_t>(index));
   log("  vane::ReadToken:   501 skipped (TARGET_OS_IPHONE false)");
   const std::string name = recordName(index);
   log("  vane::ReadToken: key={}", name);

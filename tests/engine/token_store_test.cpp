@@ -101,6 +101,11 @@ TEST_F(TokenStoreTest, RecordThatTheGatewayCannotLoadReadsAsAbsent) {
   EXPECT_FALSE(vane::ReadToken(3, nullptr));
 }
 
+TEST_F(TokenStoreTest, SlotIsTracedAsASignedNumber) {
+  EXPECT_FALSE(read(0xFFFFFFFFU));
+  EXPECT_EQ(gateway.lines, lines::readNothing(-1));
+}
+
 TEST_F(TokenStoreTest, NullReferenceOnlyTestsThatTheRecordExists) {
   gateway.records[slotName(4)] = Record{};
   EXPECT_TRUE(vane::ReadToken(4, nullptr));
