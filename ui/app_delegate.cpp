@@ -90,11 +90,12 @@ void SoftTokenOSXAppDelegate::promptForLoginItem() {
       vane::log("APP: LoginItemPromptDone:  value:{}", value);
       return;
     case UserDefaults::Found::unreadable:
+      vane::log("APP: LoginItemPromptDone:  not found");
       return;  // there is an answer, although it cannot be read now
     case UserDefaults::Found::no:
+      vane::log("APP: LoginItemPromptDone:  not found");
       break;
   }
-  vane::log("APP: LoginItemPromptDone:  not found");
   switch (Alert::ask(nullptr, QString::fromStdString(ini.StrStartupAdd) + QLatin1Char('?'))) {
     case Alert::Result::alternate_return:
       vane::log("APP: add to login items?  YES");

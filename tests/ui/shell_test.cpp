@@ -78,6 +78,8 @@ TEST_F(ShellTest, AnswerThatCannotBeReadIsNotAskedForAnew) {
   launch();
   EXPECT_EQ(alerts.texts(), Lines());
   EXPECT_EQ(defaults.stored, 0U);
+  EXPECT_EQ(traced({"APP: "}), (Lines{"APP: checking for LoginItemPromptDone user preference...",
+                                      "APP: LoginItemPromptDone:  not found"}));
 }
 
 TEST_F(ShellTest, PromptHasTheTextOfTheSettings) {
