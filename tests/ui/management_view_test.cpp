@@ -253,6 +253,23 @@ TEST_F(ManagementTest, KeychainThatRefusesToRemoveIsToldAndKeepsTheToken) {
             (Lines{"Are you sure you want to delete these tokens?", "words for -61 [-61]"}));
 }
 
+TEST_F(ManagementTest, FailedDeletionLeavesTheSelectionAndTheTypedNames) {
+  storeMany(2);
+  show("cv");
+  rename(0, "Bank");
+  check(1);
+  failOn(test::FaultyKeychain::Call::remove, KeychainStatus::write_permission);
+  deleteAndAnswer("YES");
+  fault = nullptr;
+  turnEventLoop();
+  ASSERT_EQ(alerts.seen.size(), 2U);
+  EXPECT_EQ(shownNames(), (Lines{"Bank", "Token 1"}));
+  EXPECT_FALSE(checkboxes()[0]->isChecked());
+  EXPECT_TRUE(checkboxes()[1]->isChecked());
+  deleteAndAnswer("YES");
+  EXPECT_EQ(storedNames(), Lines{"Token 0"});
+}
+
 TEST_F(ManagementTest, KeychainThatRefusesToMoveATokenLosesNone) {
   storeMany(3);
   show("cv");
@@ -393,6 +410,23 @@ TEST_F(ManagementTest, StoreThatCannotBeChangedKeepsTheViewAndTheText) {
   EXPECT_EQ(shownNames(), (Lines{"Bank"}));
   EXPECT_EQ(storedNames(), (Lines{"Mail"}));
   EXPECT_EQ(alerts.seen.size(), 1U);
+}
+
+TEST_F(ManagementTest, HomeNeedsTheStoreOnlyForTypedNames) {
+  store("Mail");
+  show("cv");
+  const std::string file = home.root() + "/file";
+  test::writeFile(file, "");
+  home.environment.set("XDG_DATA_HOME", file);
+  std::size_t calls = 0;
+  fault = [&](test::FaultyKeychain::Call /*call*/) {
+    if (openView() == "cv") ++calls;
+    return KeychainStatus::ok;
+  };
+  click("cvhome");
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(alerts.texts(), Lines());
+  EXPECT_EQ(calls, 0U);
 }
 
 TEST_F(ManagementTest, AddIsTraced) {

@@ -140,7 +140,8 @@ void ManagementView::cv_trashclicked() {
     vane::log("CV : trashclicked: delete tokens confirmation returned YES");
     const auto deleted = store_.remove(selected, panel_.tokens().stored());
     if (!deleted) tell(deleted.error());
-    refreshLater();
+    // A failure keeps the selection and the typed names, unless the tokens have changed.
+    if (deleted || deleted.error().next == Problem::Next::look_again) refreshLater();
   } else if (result == Alert::Result::default_return) {
     vane::log("CV : trashclicked: delete tokens confirmation returned NO");
   } else {
