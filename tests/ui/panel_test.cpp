@@ -96,7 +96,7 @@ class PanelTest : public testing::Test {
     SoftTokenWindow* window = view.window();
     watches.push_back(std::make_unique<test::OnEvent>(
         *window, QEvent::Move,
-        [this, window](QEvent& /*event*/) { places.push_back(window->frameOrigin()); }));
+        [this, window](QEvent& /*event*/) { places.push_back(placeOf(*window)); }));
   }
   void open(const TestView& view, bool roll = false) {
     panel.openWindow(view.window(), -1, -1, roll);
@@ -109,6 +109,10 @@ class PanelTest : public testing::Test {
   static void press(QWidget* widget, Qt::Key key) { QTest::keyClick(widget, key); }
   /// The upper edge of a window, from the screen's.
   static int top(const QWidget* window) { return window->y() - screen().y(); }
+  /// Where the window is, as its lower left corner from the screen's.
+  static Place placeOf(const SoftTokenWindow& window) {
+    return {window.x() - screen().x(), screen().height() - top(&window) - window.height()};
+  }
   static QRect screen() { return QGuiApplication::primaryScreen()->geometry(); }
   template <typename Widget = QWidget>
   Widget* part(const char* name) {
@@ -180,7 +184,7 @@ TEST_F(PanelTest, WindowThatIsNoViewsIs500High) {
   SoftTokenWindow other({0, 0, 260, 10});
   panel.openWindow(&other, 30, 40, false);
   EXPECT_EQ(other.height(), 500);
-  EXPECT_EQ(other.frameOrigin(), (Place{30, 40}));
+  EXPECT_EQ(placeOf(other), (Place{30, 40}));
   EXPECT_EQ(panel.openPanel(), &other);
   panel.switchViewfrom(&other, first.window());  // takes the close button along
 }
@@ -282,9 +286,18 @@ TEST_F(PanelTest, ClosingRollsUp) {
                                 height_of_test_views, 10));
 }
 
+TEST_F(PanelTest, RollUpStartsWhereThePanelWasPlaced) {
+  open(first);
+  first.window()->move(screen().topLeft() + QPoint(3, 200));  // a window manager's idea
+  watch(first);
+  panel.closeclicked();
+  EXPECT_EQ(places, closingRoll(defaultPlace(mainScreenSize(), height_of_test_views, false),
+                                height_of_test_views, 10));
+}
+
 TEST_F(PanelTest, PlaceThatIsGivenIsTaken) {
   panel.openWindow(first.window(), 0, 100, false);
-  EXPECT_EQ(first.window()->frameOrigin(), (Place{0, 100}));
+  EXPECT_EQ(placeOf(*first.window()), (Place{0, 100}));
   EXPECT_EQ(top(first.window()), screen().height() - 100 - height_of_test_views);
 }
 
@@ -480,6 +493,16 @@ TEST_F(HighPanelTest, WheelScrollsARowANotch) {
   EXPECT_EQ(top(high.window()), menu_bar_height - 72);
   turnWheel(1);
   EXPECT_EQ(top(high.window()), menu_bar_height);
+}
+
+TEST_F(HighPanelTest, RollUpStartsWhereItWasScrolledTo) {
+  show(high);
+  turnWheel(-2);
+  const Place scrolled = placeOf(*high.window());
+  high.window()->move(screen().topLeft());
+  watch(high);
+  panel.closeclicked();
+  EXPECT_EQ(places, closingRoll(scrolled, height, 10));
 }
 
 TEST_F(HighPanelTest, WhatGetsTheFocusComesOntoTheScreen) {

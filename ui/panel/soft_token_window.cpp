@@ -58,23 +58,21 @@ QWidget* SoftTokenWindow::setContentView(QWidget* view) {
 }
 
 Place SoftTokenWindow::frameOrigin() const {
-  const QRect screen = mainScreen();
-  const Frame on_screen{x() - screen.x(), y() - screen.y(), width(), height()};
-  const Frame upwards = flipped(on_screen, screen.height());
+  const Frame downwards{placed_.x(), placed_.y(), width(), height()};
+  const Frame upwards = flipped(downwards, mainScreen().height());
   return {upwards.x, upwards.y};
 }
 
 void SoftTokenWindow::setFrameOrigin(Place origin) {
-  const QRect screen = mainScreen();
-  const Frame downwards = flipped({origin.x, origin.y, width(), height()}, screen.height());
-  top_on_screen_ = downwards.y;
-  move(screen.x() + downwards.x, screen.y() + downwards.y);
+  const Frame downwards = flipped({origin.x, origin.y, width(), height()}, mainScreen().height());
+  placed_ = QPoint(downwards.x, downwards.y);
+  move(mainScreen().topLeft() + placed_);
 }
 
 void SoftTokenWindow::setTopOnScreen(int top) {
-  if (top == top_on_screen_) return;
-  top_on_screen_ = top;
-  move(x(), mainScreen().y() + top);
+  if (top == placed_.y()) return;
+  placed_.setY(top);
+  move(mainScreen().topLeft() + placed_);
 }
 
 void SoftTokenWindow::mousePressEvent(QMouseEvent* event) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPoint>
 #include <QPointF>
 #include <QWidget>
 
@@ -31,12 +32,12 @@ class SoftTokenWindow : public QWidget {
   [[nodiscard]] QPointF initialLocation() const { return initial_location_; }
   void setInitialLocation(QPointF location) { initial_location_ = location; }
 
-  /// The window's frame on the screen; the origin is the lower left corner.
+  /// Where the window was last placed on the screen, as its lower left corner. Its own position is
+  /// updated late, and a window manager may have changed it.
   [[nodiscard]] Place frameOrigin() const;
   void setFrameOrigin(Place origin);
-  /// Where its upper edge was last placed, measured down from the screen's upper edge. The window's
-  /// own position is updated late.
-  [[nodiscard]] int topOnScreen() const { return top_on_screen_; }
+  /// The same place, as its upper edge measured down from the screen's upper edge.
+  [[nodiscard]] int topOnScreen() const { return placed_.y(); }
   void setTopOnScreen(int top);
 
   // How the panel handles keys, the wheel and drops. They return true if they handled the event.
@@ -59,7 +60,7 @@ class SoftTokenWindow : public QWidget {
  private:
   QWidget* content_view_ = nullptr;
   QPointF initial_location_;
-  int top_on_screen_ = 0;
+  QPoint placed_;  // its upper left corner, on the main screen
 };
 
 /// Origin and size, on the desktop, of the screen that the panel opens on.
