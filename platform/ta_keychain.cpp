@@ -23,12 +23,9 @@ KeychainStatus TaKeyChain::finished(KeychainStatus status) {
 
 KeychainStatus TaKeyChain::storePassword(const std::string* password, const Record* dict) {
   _error = "ERR Unknown";
+  if (password == nullptr && dict == nullptr) return removeItem();
   const KeychainStatus found = keychain_.find(_service, account_, nullptr);
   lookup_ = found;
-  if (password == nullptr && dict == nullptr) {
-    if (found != KeychainStatus::ok) return finished(KeychainStatus::ok);
-    return finished(keychain_.remove(_service, account_));
-  }
   if (found != KeychainStatus::ok && found != KeychainStatus::item_not_found) {
     return finished(found);
   }
@@ -37,6 +34,16 @@ KeychainStatus TaKeyChain::storePassword(const std::string* password, const Reco
   if (dict != nullptr && !unarchiveRecord(secret)) return finished(KeychainStatus::cannot_decode);
   return finished(found == KeychainStatus::ok ? keychain_.replace(_service, account_, secret)
                                               : keychain_.add(_service, account_, secret));
+}
+
+// Looks up the data too: an item that this program may not read is not its to delete.
+KeychainStatus TaKeyChain::removeItem() {
+  SecretBytes secret;
+  lookup_ = keychain_.find(_service, account_, &secret);
+  // Damaged data was found all the same.
+  if (lookup_ == KeychainStatus::cannot_decode) lookup_ = KeychainStatus::ok;
+  if (lookup_ != KeychainStatus::ok) return finished(KeychainStatus::ok);
+  return finished(keychain_.remove(_service, account_));
 }
 
 KeychainStatus TaKeyChain::getPassword(std::string* password, Record* dict) {

@@ -31,10 +31,12 @@ class TaKeyChain {
   /// Unknown" before the first call.
   [[nodiscard]] const std::string& error() const { return _error; }
 
-  /// The result of the lookup that begins every call. Removing succeeds whatever it is.
+  /// The result of the lookup that begins every call; damaged data counts as found when it is to be
+  /// removed. Removing succeeds whatever it is.
   [[nodiscard]] KeychainStatus lookup() const { return lookup_; }
 
  private:
+  KeychainStatus removeItem();
   KeychainStatus finished(KeychainStatus status);
 
   KeychainService& keychain_;

@@ -22,6 +22,7 @@ class FaultyKeychain final : public KeychainService {
     fault = [=](Call, std::size_t) { return status; };
   }
   std::size_t calls = 0;
+  std::size_t data_asked_for = 0;  // finds that wanted the secret
   bool undoes = false;
   KeychainStatus begin_status = KeychainStatus::ok;
   KeychainStatus end_status = KeychainStatus::ok;
@@ -30,6 +31,7 @@ class FaultyKeychain final : public KeychainService {
 
   KeychainStatus find(const std::string& service, const std::string& account,
                       SecretBytes* secret) override {
+    if (secret != nullptr) ++data_asked_for;
     const KeychainStatus status = ask(Call::find);
     return status == KeychainStatus::ok ? memory.find(service, account, secret) : status;
   }

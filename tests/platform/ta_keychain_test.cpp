@@ -98,11 +98,29 @@ TEST_F(TaKeyChainTest, StoringNeitherTextNorDictionaryRemoves) {
 TEST_F(TaKeyChainTest, RemovingSucceedsWithoutEffectWhenTheLookUpFails) {
   ASSERT_EQ(item.storeDict(recordNamed("one")), KeychainStatus::ok);
   for (const auto& [status, number] : failures) {
+    if (status == KeychainStatus::cannot_decode) continue;
     failAt(FaultyKeychain::Call::find, status);
     EXPECT_EQ(static_cast<int>(item.remove()), 0) << number;
+    EXPECT_EQ(item.lookup(), status);
     EXPECT_EQ(item.error(), "OK") << number;
     EXPECT_EQ(keychain.memory.items.size(), 1U) << number;
   }
+}
+
+TEST_F(TaKeyChainTest, RemovingLooksTheDataUp) {
+  ASSERT_EQ(item.storeDict(recordNamed("one")), KeychainStatus::ok);
+  keychain.data_asked_for = 0;
+  ASSERT_EQ(item.remove(), KeychainStatus::ok);
+  EXPECT_EQ(keychain.data_asked_for, 1U);
+}
+
+TEST_F(TaKeyChainTest, DamagedItemCanBeRemoved) {
+  ASSERT_EQ(item.storeDict(recordNamed("one")), KeychainStatus::ok);
+  failAt(FaultyKeychain::Call::find, KeychainStatus::cannot_decode);
+  EXPECT_EQ(item.remove(), KeychainStatus::ok);
+  EXPECT_EQ(item.error(), "OK");
+  EXPECT_EQ(item.lookup(), KeychainStatus::ok);
+  EXPECT_TRUE(keychain.memory.items.empty());
 }
 
 TEST_F(TaKeyChainTest, FailedRemovalIsReported) {
