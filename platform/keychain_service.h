@@ -4,7 +4,8 @@
 // vault, the system's own keychain, or memory. Main thread only.
 //
 // A missing item is always told apart from every other failure. No call waits longer than two
-// seconds for an answer, asks the user anything, or falls back to another keychain.
+// seconds for an answer, or asks the user anything, unless the keychain was made with MayAsk::yes.
+// None falls back to another keychain.
 
 #include <cstdint>
 #include <string>
@@ -34,6 +35,10 @@ enum class KeychainStatus : std::int32_t {
   not_responding = -67585,    // no answer within two seconds
 };
 
+/// Whether the system's keychain may ask the user to unlock it or to allow the access, and wait for
+/// the answer. Only macOS's asks.
+enum class MayAsk : bool { no, yes };
+
 /// What the doctor command reports about a keychain.
 struct KeychainDescription {
   std::string name;      // "Secret Service", "vault", ...
@@ -61,7 +66,8 @@ class KeychainService {
   [[nodiscard]] virtual KeychainStatus remove(const std::string& service,
                                               const std::string& account) = 0;
 
-  /// One sentence for the user that says what happened and what to do, without a full stop.
+  /// One sentence for the user that says what happened and what to do, without a full stop; on
+  /// macOS the system's own text, unchanged.
   virtual std::string message(KeychainStatus status) = 0;
 
   virtual KeychainDescription describe() = 0;

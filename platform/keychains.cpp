@@ -69,10 +69,12 @@ class ChosenKeychain final : public KeychainService {
   ChosenKeychain(UserDefaults& defaults, const Choice& choice)
       : defaults_(defaults),
         chooses_(false),
+        may_ask_(MayAsk::no),
         choice_(choice),
         keychain_(makeKeychain(choice.kind)) {}
   // Chooses on first use.
-  explicit ChosenKeychain(UserDefaults& defaults) : defaults_(defaults), chooses_(true) {}
+  ChosenKeychain(UserDefaults& defaults, MayAsk may_ask)
+      : defaults_(defaults), chooses_(true), may_ask_(may_ask) {}
 
   KeychainStatus find(const std::string& service, const std::string& account,
                       SecretBytes* secret) override {
@@ -131,7 +133,7 @@ class ChosenKeychain final : public KeychainService {
   bool open() {
     if (keychain_ != nullptr) return true;
     choice_ = chooseKeychain(defaults_, "");
-    if (choice_.error.empty()) keychain_ = makeKeychain(choice_.kind);
+    if (choice_.error.empty()) keychain_ = makeKeychain(choice_.kind, may_ask_);
     return keychain_ != nullptr;
   }
 
@@ -162,6 +164,7 @@ class ChosenKeychain final : public KeychainService {
 
   UserDefaults& defaults_;
   const bool chooses_;
+  const MayAsk may_ask_;
   Choice choice_;
   std::unique_ptr<KeychainService> keychain_;  // null: not opened yet, or `choice_.error` says why
   bool changing_ = false;
@@ -182,8 +185,8 @@ UserKeychain openUserKeychain(UserDefaults& defaults, const std::string& wish) {
   return result;
 }
 
-std::unique_ptr<KeychainService> makeLazyUserKeychain(UserDefaults& defaults) {
-  return std::make_unique<ChosenKeychain>(defaults);
+std::unique_ptr<KeychainService> makeLazyUserKeychain(UserDefaults& defaults, MayAsk may_ask) {
+  return std::make_unique<ChosenKeychain>(defaults, may_ask);
 }
 
 }  // namespace talvane

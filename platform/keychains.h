@@ -16,7 +16,7 @@ std::vector<std::string> keychainKinds();
 
 /// A keychain of one of `keychainKinds()`. If it cannot be loaded, every call returns
 /// not_available.
-std::unique_ptr<KeychainService> makeKeychain(const std::string& kind);
+std::unique_ptr<KeychainService> makeKeychain(const std::string& kind, MayAsk may_ask = MayAsk::no);
 
 /// The kind for a user without a remembered one: a keychain that already holds tokens, else the
 /// desktop's own if it has one. `status` (may be null) gets the result of the first look at that
@@ -39,6 +39,6 @@ UserKeychain openUserKeychain(UserDefaults& defaults, const std::string& wish);
 
 /// The user's keychain, opened on first use. If it cannot be opened, a call returns not_available
 /// with the reason as message, and the next call tries again. Borrows `defaults`.
-std::unique_ptr<KeychainService> makeLazyUserKeychain(UserDefaults& defaults);
+std::unique_ptr<KeychainService> makeLazyUserKeychain(UserDefaults& defaults, MayAsk may_ask);
 
 }  // namespace talvane

@@ -16,6 +16,7 @@
 #include "config/ini.h"
 #include "config/read_settings.h"
 #include "platform/device_identifiers.h"
+#include "platform/keychain_service.h"
 #include "platform/keychains.h"
 #include "platform/login_item.h"
 #include "platform/url_loading.h"
@@ -72,7 +73,7 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
 
   const auto defaults = systemUserDefaults();
   const auto identifiers = systemDeviceIdentifiers();
-  const auto keychain = makeLazyUserKeychain(*defaults);
+  const auto keychain = makeLazyUserKeychain(*defaults, MayAsk::yes);
   Ini ini(*defaults);
   Tray* tray = nullptr;
   AppParts parts;

@@ -38,7 +38,7 @@ std::vector<std::string> keychainKinds() {
   return {secret_service, vault};
 }
 
-std::unique_ptr<KeychainService> makeKeychain(const std::string& kind) {
+std::unique_ptr<KeychainService> makeKeychain(const std::string& kind, MayAsk /*may_ask*/) {
   if (kind == vault) return makeVaultKeychain(dataFolder());
   return std::make_unique<GatheredChanges>(makeSecretService());
 }

@@ -41,20 +41,20 @@ KeychainStatus toStatus(OSStatus number) {
   return static_cast<KeychainStatus>(number);
 }
 
-/// Keeps keychain calls of this process from opening dialogs, for the length of a scope.
-class WithoutDialogs {
+/// Decides whether keychain calls of this process may open dialogs, for the length of a scope.
+class Dialogs {
  public:
-  WithoutDialogs() {
+  explicit Dialogs(MayAsk may_ask) {
     if (SecKeychainGetUserInteractionAllowed(&before_) != errSecSuccess) {
       before_ = true;
     }
-    status_ = SecKeychainSetUserInteractionAllowed(false);
+    status_ = SecKeychainSetUserInteractionAllowed(may_ask == MayAsk::yes);
   }
-  ~WithoutDialogs() { SecKeychainSetUserInteractionAllowed(before_); }
-  WithoutDialogs(const WithoutDialogs&) = delete;
-  WithoutDialogs& operator=(const WithoutDialogs&) = delete;
+  ~Dialogs() { SecKeychainSetUserInteractionAllowed(before_); }
+  Dialogs(const Dialogs&) = delete;
+  Dialogs& operator=(const Dialogs&) = delete;
 
-  /// errSecSuccess, or why dialogs may still open; then do not call the keychain.
+  /// errSecSuccess, or why it could not decide; then do not call the keychain.
   [[nodiscard]] OSStatus status() const { return status_; }
 
  private:
@@ -133,29 +133,31 @@ OSStatus addItem(const std::string& service, const std::string& account,
 
 class MacKeychain final : public KeychainService {
  public:
+  explicit MacKeychain(MayAsk may_ask) : may_ask_(may_ask) {}
+
   KeychainStatus find(const std::string& service, const std::string& account,
                       SecretBytes* secret) override {
-    const WithoutDialogs quiet;
-    if (quiet.status() != errSecSuccess) {
-      return toStatus(quiet.status());
+    const Dialogs dialogs(may_ask_);
+    if (dialogs.status() != errSecSuccess) {
+      return toStatus(dialogs.status());
     }
     return toStatus(findItem(service, account, secret, nullptr));
   }
 
   KeychainStatus add(const std::string& service, const std::string& account,
                      const SecretBytes& secret) override {
-    const WithoutDialogs quiet;
-    if (quiet.status() != errSecSuccess) {
-      return toStatus(quiet.status());
+    const Dialogs dialogs(may_ask_);
+    if (dialogs.status() != errSecSuccess) {
+      return toStatus(dialogs.status());
     }
     return toStatus(addItem(service, account, secret));
   }
 
   KeychainStatus replace(const std::string& service, const std::string& account,
                          const SecretBytes& secret) override {
-    const WithoutDialogs quiet;
-    if (quiet.status() != errSecSuccess) {
-      return toStatus(quiet.status());
+    const Dialogs dialogs(may_ask_);
+    if (dialogs.status() != errSecSuccess) {
+      return toStatus(dialogs.status());
     }
     SecretBytes old_secret;
     Owned<SecKeychainItemRef> old_item;
@@ -175,9 +177,9 @@ class MacKeychain final : public KeychainService {
   }
 
   KeychainStatus remove(const std::string& service, const std::string& account) override {
-    const WithoutDialogs quiet;
-    if (quiet.status() != errSecSuccess) {
-      return toStatus(quiet.status());
+    const Dialogs dialogs(may_ask_);
+    if (dialogs.status() != errSecSuccess) {
+      return toStatus(dialogs.status());
     }
     Owned<SecKeychainItemRef> item;
     const OSStatus status = findItem(service, account, nullptr, &item);
@@ -187,16 +189,13 @@ class MacKeychain final : public KeychainService {
   std::string message(KeychainStatus status) override {
     const Owned<CFStringRef> sentence(
         SecCopyErrorMessageString(static_cast<OSStatus>(status), nullptr));
-    std::string result = macos::text(sentence.get());
-    if (!result.empty() && result.back() == '.') {
-      result.pop_back();
-    }
+    const std::string result = macos::text(sentence.get());
     return result.empty() ? "Unknown error in the keychain; try again" : result;
   }
 
   KeychainDescription describe() override {
     KeychainDescription description{"macOS keychain", "", KeychainStatus::ok};
-    const WithoutDialogs quiet;
+    const Dialogs quiet(MayAsk::no);
     Owned<SecKeychainRef> keychain;
     OSStatus status = SecKeychainCopyDefault(keychain.receive());
     if (status == errSecSuccess) {
@@ -222,12 +221,14 @@ class MacKeychain final : public KeychainService {
     }
     return {path.data(), length};
   }
+
+  const MayAsk may_ask_;
 };
 
 }  // namespace
 
-std::unique_ptr<KeychainService> makeSystemKeychain() {
-  return std::make_unique<MacKeychain>();
+std::unique_ptr<KeychainService> makeSystemKeychain(MayAsk may_ask) {
+  return std::make_unique<MacKeychain>(may_ask);
 }
 
 }  // namespace talvane

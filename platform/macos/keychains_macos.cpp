@@ -18,8 +18,8 @@ std::vector<std::string> keychainKinds() {
   return {keychain};
 }
 
-std::unique_ptr<KeychainService> makeKeychain(const std::string& /*kind*/) {
-  return std::make_unique<GatheredChanges>(makeSystemKeychain());
+std::unique_ptr<KeychainService> makeKeychain(const std::string& /*kind*/, MayAsk may_ask) {
+  return std::make_unique<GatheredChanges>(makeSystemKeychain(may_ask));
 }
 
 std::string keychainKindForNewUser(KeychainStatus* status) {
