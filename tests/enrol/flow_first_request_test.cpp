@@ -1,5 +1,6 @@
 // A session's start, its first request, and what the reply leads to.
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -176,6 +177,22 @@ TEST_F(FlowFirstRequestTest, RedirectStartsASessionOnHttps) {
   EXPECT_EQ(script.requests().at(1).url,
             "https://srv/http://x/taenrol/enrol.exe?SoftTokenMode=7200");
   EXPECT_EQ(logged({"EVA: threadfinished"}), Lines{"EVA: threadfinished: redirect https"});
+}
+
+TEST_F(FlowFirstRequestTest, RedirectOverHttpsStartsNoOtherSession) {
+  for (const char* address : {"https://srv", "HTTPS://srv"}) {
+    script.forget();
+    ini.EnrolURL = address;
+    start("RESULT:REDIRECTHTTPS");
+    EXPECT_EQ(ini.EnrolURL, address);
+    EXPECT_EQ(views.message, "Error: REDIRECTHTTPS");
+    EXPECT_EQ(script.requests().size(), 1U);
+    EXPECT_EQ(views.waiting(), 0U);
+    EXPECT_FALSE(views.submit_enabled);
+    EXPECT_FALSE(flow->pleasewait());
+    EXPECT_EQ(views.open, View::eva);
+    EXPECT_EQ(std::count(views.calls.begin(), views.calls.end(), "refresh"), 0);
+  }
 }
 
 TEST_F(FlowFirstRequestTest, CorrectedAddressStartsASession) {

@@ -1,12 +1,14 @@
 #include "tests/ui/app_test.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QPushButton>
 #include <algorithm>
 #include <map>
 #include <utility>
 
 #include "platform/trace.h"
+#include "ui/kit/icns.h"
 #include "ui/kit/look.h"
 
 namespace talvane {
@@ -78,7 +80,8 @@ void AlertUser::look() {
   if (box->escapeButton() != nullptr) {
     now.escape_button = box->escapeButton()->text().toStdString();
   }
-  now.has_icon = !box->iconPixmap().isNull() && !box->windowIcon().isNull();
+  now.icon = box->iconPixmap().toImage();
+  now.window_icon = box->windowIcon().pixmap(64).toImage();
   seen.push_back(std::move(now));
   if (answers.empty()) {
     pressEscape(*box);
@@ -87,6 +90,21 @@ void AlertUser::look() {
   const auto answer = std::move(answers.front());
   answers.pop_front();
   answer(*box);
+}
+
+void AlertUser::expectIcon(const Seen& alert) {
+  QFile file(QStringLiteral(":/softtoken/Icon.icns"));
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  const QByteArray bytes = file.readAll();
+  const auto pictures = icnsImages(bytes);
+  const auto found = std::find_if(pictures.begin(), pictures.end(),
+                                  [](const IcnsImage& picture) { return picture.width == 64; });
+  ASSERT_NE(found, pictures.end());
+  constexpr auto format = QImage::Format_ARGB32_Premultiplied;
+  const QImage own = QImage::fromData(found->png).convertToFormat(format);
+  ASSERT_FALSE(own.isNull());
+  EXPECT_TRUE(alert.icon.convertToFormat(format) == own);
+  EXPECT_TRUE(alert.window_icon.convertToFormat(format) == own);
 }
 
 Lines AlertUser::texts() const {
@@ -160,7 +178,7 @@ void AppTest::launch() {
     opened_pages.push_back(address.toStdString());
   };
   parts.trace_path = home.home() + "/softtoken.txt";
-  parts.console = false;
+  parts.console = console;
   app_ = std::make_unique<SoftTokenOSXAppDelegate>(std::move(parts));
   app_->applicationDidFinishLaunching();
 }

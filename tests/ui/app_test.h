@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QImage>
 #include <QMessageBox>
 #include <QPointer>
 #include <QTest>
@@ -65,7 +66,8 @@ class AlertUser {
     Lines buttons;
     std::string default_button;
     std::string escape_button;
-    bool has_icon = false;
+    QImage icon;
+    QImage window_icon;
   };
   /// Answers are used up in order; Escape once there are none.
   std::deque<std::function<void(QMessageBox&)>> answers;
@@ -74,6 +76,10 @@ class AlertUser {
   AlertUser();
 
   [[nodiscard]] Lines texts() const;
+  /// Expects the program's own icon in the alert and on its window.
+  static void expectIcon(const Seen& alert);
+  /// Closes the alert without any of its buttons, as the program's end does.
+  static void closeWithoutAnswer(QMessageBox& box) { box.done(QDialog::Accepted + 6); }
 
   static void pressReturn(QMessageBox& box);
   static void pressEscape(QMessageBox& box);
@@ -183,6 +189,8 @@ class AppTest : public testing::Test {
   test::AlertUser alerts;
   test::Lines opened_pages;
   int status_items_shown = 0;
+  /// Whether the log goes to standard error too; before `launch`.
+  bool console = false;
   /// What the clock shows, in seconds since the Unix epoch. It stands until it is set.
   std::int64_t clock = 0;
   /// Asked before every call of the application's to the keychain; ok: it goes through.

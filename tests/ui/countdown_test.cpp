@@ -4,13 +4,18 @@
 
 #include <QImage>
 #include <QTest>
+#include <string>
+#include <vector>
 
 #include "engine/vane.h"
+#include "tests/support/fake_gateway.h"
 #include "tests/ui/painted_region.h"
 #include "ui/kit/countdown_geometry.h"
 
 namespace talvane {
 namespace {
+
+using Lines = std::vector<std::string>;
 
 constexpr QRgb white = 0xffffffff;
 constexpr QRgb untouched = 0xff123456;
@@ -83,6 +88,29 @@ TEST(CountdownBar, SecondHalfOfASixtySecondBarWarnsAsAThirtySecondOne) {
   expectBar(drawn(45, 60, 590), 450, green);  // as value 15
   expectBar(drawn(52, 60, 590), 520, 0xffcccc00);
   expectBar(drawn(55, 60, 590), 550, red);
+}
+
+Lines traceOf(int value, int period, int height) {
+  test::FakeGateway log;
+  vane::SetInterface(&log);
+  drawn(value, period, height);
+  vane::SetInterface(nullptr);
+  std::erase_if(log.lines, [](const std::string& line) {
+    return line.find("ountdown:") == std::string::npos;
+  });
+  return log.lines;
+}
+
+TEST(CountdownBar, DrawingIsTraced) {
+  EXPECT_EQ(traceOf(10, 30, 60),
+            (Lines{"Countdown:drawRect: begin: value:10",
+                   "countdown:drawRect: height:60.000000  height per chunk:2.068965",
+                   "Countdown:drawRect: end"}));
+  EXPECT_EQ(traceOf(59, 60, 590),
+            (Lines{"Countdown:drawRect: begin: value:59",
+                   "countdown:drawRect: height:590.000000  height per chunk:10.000000",
+                   "Countdown:drawRect: end"}));
+  EXPECT_EQ(traceOf(-1, 30, 60), Lines());
 }
 
 TEST(CountdownBar, NegativeValueDrawsNothing) {

@@ -452,6 +452,47 @@ TEST_F(EnrolmentTest, CancelInTheAddressViewGoesToTheAddViewOrHome) {
   EXPECT_EQ(openView(), "tv");
 }
 
+TEST_F(EnrolmentTest, ClosingEndsTheWaitForTheFirstAnswer) {
+  show("eva");
+  network.awaitRequests(1);
+  clearTrace();
+  clickIcon();
+  EXPECT_EQ(
+      traced({"APP: closeWindow: "}),
+      (Lines{"APP: closeWindow: begin (roll:1)", "APP: closeWindow: rolling (steps:10 chunk:27)...",
+             "APP: closeWindow: aborting eva thead", "APP: closeWindow: end"}));
+  network.answer("late");
+  signIn("RESULT:OK\r\nVERSION:7200\r\n");
+  clearTrace();
+  click("eva_cancel");
+  EXPECT_EQ(traced({"APP: closeWindow: aborting"}), Lines()) << "nothing is awaited";
+}
+
+TEST_F(EnrolmentTest, ClockThatIsWrongIsToldAfterTheEnrolment) {
+  clock = 1700000000;
+  for (const std::int64_t ahead : {600, -600, 10}) {
+    askFor(pin_lines);
+    type("evgi_pin", "1357");
+    network.answer(UrlResponse{200, "RESULT:OK,COMPLETE", std::nullopt, clock + ahead});
+    click("evgi_submit");
+    EXPECT_EQ(openView(), "tv");
+  }
+  ASSERT_EQ(alerts.seen.size(), 2U);
+  EXPECT_NE(alerts.seen[0].text.find("clock is 10 minutes behind the server's"), std::string::npos);
+  EXPECT_NE(alerts.seen[1].text.find("clock is 10 minutes ahead of the server's"),
+            std::string::npos);
+}
+
+TEST_F(EnrolmentTest, ClockIsNotToldWhenNothingWasStored) {
+  clock = 1700000000;
+  askFor(pin_lines);
+  type("evgi_pin", "1357");
+  network.answer(UrlResponse{200, "RESULT:OK,DENIED", std::nullopt, clock + 600});
+  click("evgi_submit");
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(alerts.texts(), Lines());
+}
+
 TEST_F(EnrolmentTest, AnswerToASessionThatWasCancelledIsPassedOver) {
   const auto answered = [this](std::size_t count) {
     return QTest::qWaitFor(

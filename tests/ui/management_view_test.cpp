@@ -130,7 +130,7 @@ TEST_F(ManagementTest, DeletingAsksFirst) {
             (std::set<std::string>{"NO", "YES"}));
   EXPECT_EQ(question.default_button, "NO");
   EXPECT_EQ(question.escape_button, "NO");
-  EXPECT_TRUE(question.has_icon);
+  AlertUser::expectIcon(question);
 }
 
 TEST_F(ManagementTest, QuestionsOfTheSettings) {
@@ -192,6 +192,27 @@ TEST_F(ManagementTest, EscapeAnswersNo) {
   click("cvtrash");
   EXPECT_EQ(storedNames(), (Lines{"Mail"}));
   EXPECT_EQ(openView(), "cv");
+}
+
+TEST_F(ManagementTest, ConfirmationThatEndsWithoutAnAnswerDeletesNothing) {
+  store("Mail");
+  show("cv");
+  check(0);
+  alerts.answers.emplace_back(AlertUser::closeWithoutAnswer);
+  click("cvtrash");
+  EXPECT_EQ(storedNames(), (Lines{"Mail"}));
+  EXPECT_EQ(traced({"CV : trashclicked: delete"}),
+            (Lines{"CV : trashclicked: delete tokens confirmation returned unexpected value:2"}));
+}
+
+TEST_F(ManagementTest, CheckboxInAnyOtherStateSelectsNothing) {
+  store("Mail");
+  show("cv");
+  checkboxes()[0]->setCheckState(Qt::PartiallyChecked);
+  clearTrace();
+  click("cvtrash");
+  EXPECT_EQ(alerts.texts(), (Lines{"Please select a token to delete"}));
+  EXPECT_EQ(traced({"CV : trashclicked: ["}), (Lines{"CV : trashclicked: [00] unknown state\n"}));
 }
 
 TEST_F(ManagementTest, DeletingTheLastTokenLeadsHome) {

@@ -31,7 +31,7 @@ TEST_F(ShellTest, FirstRunAsksForTheLoginItemOnce) {
   EXPECT_EQ(prompt.buttons.size(), 2U);
   EXPECT_EQ(prompt.default_button, "NO");
   EXPECT_EQ(prompt.escape_button, "NO");
-  EXPECT_TRUE(prompt.has_icon);
+  AlertUser::expectIcon(prompt);
   launch();
   EXPECT_EQ(alerts.seen.size(), 1U);
 }
@@ -64,6 +64,22 @@ TEST_F(ShellTest, EscapeAnswersNo) {
   launchForTheFirstTime(AlertUser::pressEscape);
   EXPECT_EQ(traced({"APP: add"}), (Lines{"APP: add to login items?  NO"}));
   EXPECT_EQ(login_items.list.insertions, 0U);
+}
+
+TEST_F(ShellTest, QuestionThatEndsWithoutAnAnswerIsRememberedAsAsked) {
+  launchForTheFirstTime(AlertUser::closeWithoutAnswer);
+  EXPECT_EQ(traced({"APP: add"}), (Lines{"APP: add to login items?  unexpected response"}));
+  EXPECT_EQ(login_items.list.insertions, 0U);
+  EXPECT_EQ(promptDone(), "YES");
+}
+
+// Before there is a trace.
+TEST_F(ShellTest, LaunchIsLoggedFirst) {
+  console = true;
+  testing::internal::CaptureStderr();
+  launch();
+  const std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_TRUE(log.starts_with("APP: launching...\n\n")) << log;
 }
 
 TEST_F(ShellTest, SecondRunDoesNotAsk) {
@@ -173,7 +189,7 @@ TEST_F(ShellTest, SimpleMessageBox) {
   EXPECT_EQ(alerts.seen[0].text, "100 % <b>done</b>");
   EXPECT_EQ(alerts.seen[0].buttons, (Lines{"OK"}));
   EXPECT_EQ(alerts.seen[0].default_button, "OK");
-  EXPECT_TRUE(alerts.seen[0].has_icon);
+  AlertUser::expectIcon(alerts.seen[0]);
 }
 
 TEST_F(ShellTest, ReturnAndEscapeCloseTheMessage) {

@@ -219,6 +219,25 @@ TEST_F(TokenViewTest, TimerTicksByItself) {
   EXPECT_TRUE(QTest::qWaitFor([this] { return codes() == Lines{code2}; }, 3000));
 }
 
+TEST_F(TokenViewTest, TimerTicksOnFullSeconds) {
+  constexpr std::int64_t second = 1000;
+  constexpr std::int64_t tolerance = 100;
+  const auto expectFullSecond = [] {
+    const std::int64_t at =
+        QDateTime::currentMSecsSinceEpoch() + find<QTimer>("timer")->remainingTime();
+    EXPECT_LE((at + tolerance) % second, 2 * tolerance) << at;
+  };
+  store("Mail");
+  // At several moments of a second.
+  for (int i = 0; i < 3; ++i) {
+    show("tv");
+    expectFullSecond();
+    QTest::qWait(270);
+    tick(clock);
+    expectFullSecond();
+  }
+}
+
 TEST_F(TokenViewTest, TimerStopsWhenThePanelCloses) {
   store("Mail");
   show("tv");

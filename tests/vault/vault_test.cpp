@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <set>
 
+#include "platform/vaneinterface.h"
+#include "tests/platform/fake_device_identifiers.h"
 #include "tests/support/in_child.h"
 #include "tests/vault/vault_support.h"
 
@@ -30,6 +32,25 @@ TEST(Vault, KeepsItemsForTheNextStart) {
     EXPECT_EQ(secretIn(*keychain, "token " + std::to_string(i)), "secret " + std::to_string(i));
   }
   EXPECT_EQ(statusOf(*keychain, "token 32"), Status::item_not_found);
+}
+
+TEST(Vault, KeepsTheFingerprintsOfARecordForTheNextStart) {
+  const VaultFolder folder;
+  FakeDeviceIdentifiers identifiers;
+  const std::string slot = "TalvaneSoftToken5020";
+  const Record record{{"desc", std::string("Mail")}, {"seed32", Bytes{7, 0, 7}}};
+  {
+    const auto keychain = folder.open();
+    ASSERT_TRUE(vaneinterface(*keychain, identifiers).KeyChainSave(slot, record));
+  }
+  const auto keychain = folder.open();
+  Record read;
+  ASSERT_TRUE(vaneinterface(*keychain, identifiers).KeyChainLoad(slot, &read));
+  Record expected = record;
+  expected["fpsn"] = std::string("0123456789abcdef");
+  expected["fphd"] = std::string("A0B1C2D3-0000-4000-8000-00000000FFFF");
+  expected["fpus"] = std::string("ada and more");
+  EXPECT_EQ(read, expected);
 }
 
 TEST(Vault, TellsMissingAndDuplicateItemsApart) {
