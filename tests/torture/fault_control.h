@@ -3,6 +3,9 @@
 // How a test tells the preloaded library which calls of a program fail, and sees what came of it: a
 // file of this layout that both map. The program finds it by the environment variable
 // SOFTTOKEN_FAULTS. tests/torture/faults.py knows the layout too.
+//
+// Apart from that, SOFTTOKEN_INSTEAD=PATH=OTHER has the program find OTHER wherever it looks for
+// PATH or for what is below it.
 
 #include <cstdint>
 
@@ -38,6 +41,7 @@ struct FaultControl {
   std::int64_t last;
   // Names of modules between spaces: what they allocate does not fail and does not count.
   char spared[512];
+  char only[256];  // part of the path of the files that count; empty: all do
 
   // Written by the program.
   std::int64_t calls;
@@ -46,6 +50,6 @@ struct FaultControl {
   char where[1024];  // the first hit's callers as "module+offset", innermost first
 };
 
-static_assert(sizeof(FaultControl) == 24 + 512 + 24 + 1024);
+static_assert(sizeof(FaultControl) == 24 + 512 + 256 + 24 + 1024);
 
 }  // namespace talvane::torture

@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <stdio_ext.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/random.h>
@@ -122,6 +123,10 @@ void noteCallers() {
   is_looking = false;
 }
 
+bool concerns(const char* path) {
+  return control->only[0] == '\0' || std::strstr(path, control->only) != nullptr;
+}
+
 // Counts the call and tells whether it is to fail; then errno is set.
 bool fails(Call call) {
   if (control == nullptr || is_looking || control->call != call) return false;
@@ -133,12 +138,42 @@ bool fails(Call call) {
   return true;
 }
 
+bool fails(Call call, const char* path) {
+  return control != nullptr && control->call == call && concerns(path) && fails(call);
+}
+
+bool fails(Call call, int file) {
+  if (control == nullptr || control->call != call) return false;
+  if (control->only[0] == '\0') return fails(call);
+  char link[64];
+  char path[4096];
+  std::snprintf(link, sizeof link, "/proc/self/fd/%d", file);
+  const ssize_t length = readlink(link, path, sizeof path - 1);
+  if (length < 0) return false;
+  path[length] = '\0';
+  return fails(call, path);
+}
+
+const char* replaced = nullptr;  // SOFTTOKEN_INSTEAD
+const char* replacement = nullptr;
+
+const char* instead(const char* path) {
+  thread_local char other[4096];
+  const auto length = static_cast<std::size_t>(replacement - replaced - 1);
+  if (replaced == nullptr || std::strncmp(path, replaced, length) != 0) return path;
+  if (path[length] != '\0' && path[length] != '/') return path;
+  std::snprintf(other, sizeof other, "%s%s", replacement, path + length);
+  return other;
+}
+
 FILE* failed(FILE* stream) {
   stream->_flags |= 0x20;  // what ferror() looks at
   return nullptr;
 }
 
 __attribute__((constructor(101))) void begin() {
+  replaced = std::getenv("SOFTTOKEN_INSTEAD");
+  if (replaced != nullptr) replacement = std::strchr(replaced, '=') + 1;
   const char* path = std::getenv("SOFTTOKEN_FAULTS");
   if (path == nullptr) return;
   const int file = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CLOEXEC));
@@ -168,7 +203,7 @@ int open(const char* path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = modeFrom(flags, rest);
   va_end(rest);
-  return fails(Call::open) ? -1 : real(path, flags, mode);
+  return fails(Call::open, path) ? -1 : real(instead(path), flags, mode);
 }
 int open64(const char* path, int flags, ...) {
   REAL(open64);
@@ -176,7 +211,7 @@ int open64(const char* path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = modeFrom(flags, rest);
   va_end(rest);
-  return fails(Call::open) ? -1 : real(path, flags, mode);
+  return fails(Call::open, path) ? -1 : real(instead(path), flags, mode);
 }
 int openat(int folder, const char* path, int flags, ...) {
   REAL(openat);
@@ -184,7 +219,7 @@ int openat(int folder, const char* path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = modeFrom(flags, rest);
   va_end(rest);
-  return fails(Call::open) ? -1 : real(folder, path, flags, mode);
+  return fails(Call::open, path) ? -1 : real(folder, instead(path), flags, mode);
 }
 int openat64(int folder, const char* path, int flags, ...) {
   REAL(openat64);
@@ -192,7 +227,7 @@ int openat64(int folder, const char* path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = modeFrom(flags, rest);
   va_end(rest);
-  return fails(Call::open) ? -1 : real(folder, path, flags, mode);
+  return fails(Call::open, path) ? -1 : real(folder, instead(path), flags, mode);
 }
 // What fortified callers of open() call.
 int __open_2(const char* path, int flags) {
@@ -210,15 +245,15 @@ int creat(const char* path, mode_t mode) {
 }
 FILE* fopen(const char* path, const char* mode) {
   REAL(fopen);
-  return fails(Call::open) ? nullptr : real(path, mode);
+  return fails(Call::open, path) ? nullptr : real(instead(path), mode);
 }
 FILE* fopen64(const char* path, const char* mode) {
   REAL(fopen64);
-  return fails(Call::open) ? nullptr : real(path, mode);
+  return fails(Call::open, path) ? nullptr : real(instead(path), mode);
 }
 DIR* opendir(const char* path) {
   REAL(opendir);
-  return fails(Call::open) ? nullptr : real(path);
+  return fails(Call::open, path) ? nullptr : real(instead(path));
 }
 DIR* fdopendir(int folder) {
   REAL(fdopendir);
@@ -229,32 +264,32 @@ DIR* fdopendir(int folder) {
 
 ssize_t read(int file, void* bytes, std::size_t size) {
   REAL(read);
-  return fails(Call::read) ? -1 : real(file, bytes, size);
+  return fails(Call::read, file) ? -1 : real(file, bytes, size);
 }
 ssize_t __read_chk(int file, void* bytes, std::size_t size, std::size_t /*room*/) {
   return read(file, bytes, size);
 }
 ssize_t pread(int file, void* bytes, std::size_t size, off_t offset) {
   REAL(pread);
-  return fails(Call::read) ? -1 : real(file, bytes, size, offset);
+  return fails(Call::read, file) ? -1 : real(file, bytes, size, offset);
 }
 ssize_t pread64(int file, void* bytes, std::size_t size, off64_t offset) {
   REAL(pread64);
-  return fails(Call::read) ? -1 : real(file, bytes, size, offset);
+  return fails(Call::read, file) ? -1 : real(file, bytes, size, offset);
 }
 ssize_t readv(int file, const iovec* parts, int count) {
   REAL(readv);
-  return fails(Call::read) ? -1 : real(file, parts, count);
+  return fails(Call::read, file) ? -1 : real(file, parts, count);
 }
 std::size_t fread(void* bytes, std::size_t size, std::size_t count, FILE* stream) {
   REAL(fread);
-  if (!fails(Call::read)) return real(bytes, size, count, stream);
+  if (!fails(Call::read, fileno(stream))) return real(bytes, size, count, stream);
   failed(stream);
   return 0;
 }
 char* fgets(char* text, int size, FILE* stream) {
   REAL(fgets);
-  if (!fails(Call::read)) return real(text, size, stream);
+  if (!fails(Call::read, fileno(stream))) return real(text, size, stream);
   failed(stream);
   return nullptr;
 }
@@ -267,11 +302,11 @@ dirent64* readdir64(DIR* folder) {
   return fails(Call::read) ? nullptr : real(folder);
 }
 
-// Writing.
+// Writing. Standard error works always: what went wrong is to be said there.
 
 ssize_t write(int file, const void* bytes, std::size_t size) {
   REAL(write);
-  return fails(Call::write) ? -1 : real(file, bytes, size);
+  return file != STDERR_FILENO && fails(Call::write) ? -1 : real(file, bytes, size);
 }
 ssize_t pwrite(int file, const void* bytes, std::size_t size, off_t offset) {
   REAL(pwrite);
@@ -287,13 +322,14 @@ ssize_t writev(int file, const iovec* parts, int count) {
 }
 std::size_t fwrite(const void* bytes, std::size_t size, std::size_t count, FILE* stream) {
   REAL(fwrite);
-  if (!fails(Call::write)) return real(bytes, size, count, stream);
+  if (stream == stderr || !fails(Call::write)) return real(bytes, size, count, stream);
   failed(stream);
   return 0;
 }
 int fflush(FILE* stream) {
   REAL(fflush);
-  if (stream == nullptr || !fails(Call::write)) return real(stream);
+  const bool writes = stream != nullptr && stream != stderr && __fpending(stream) > 0;
+  if (!writes || !fails(Call::write)) return real(stream);
   failed(stream);
   return EOF;
 }
@@ -348,6 +384,10 @@ int posix_fallocate(int file, off_t offset, off_t size) {
   REAL(posix_fallocate);
   return fails(Call::ftruncate) ? errno : real(file, offset, size);
 }
+ssize_t readlink(const char* path, char* text, std::size_t size) {
+  REAL(readlink);
+  return real(instead(path), text, size);
+}
 int mkdir(const char* path, mode_t mode) {
   REAL(mkdir);
   return fails(Call::make_folder) ? -1 : real(path, mode);
@@ -366,11 +406,11 @@ int flock(int file, int operation) {
 int stat(const char* path, struct stat* status) {
   static const auto real =
       reinterpret_cast<int (*)(const char*, struct stat*)>(dlsym(RTLD_NEXT, "stat"));
-  return fails(Call::stat) ? -1 : real(path, status);
+  return fails(Call::stat, path) ? -1 : real(instead(path), status);
 }
 int lstat(const char* path, struct stat* status) {
   REAL(lstat);
-  return fails(Call::stat) ? -1 : real(path, status);
+  return fails(Call::stat, path) ? -1 : real(instead(path), status);
 }
 int fstat(int file, struct stat* status) {
   REAL(fstat);
@@ -378,7 +418,7 @@ int fstat(int file, struct stat* status) {
 }
 int fstatat(int folder, const char* path, struct stat* status, int flags) {
   REAL(fstatat);
-  return fails(Call::stat) ? -1 : real(folder, path, status, flags);
+  return fails(Call::stat, path) ? -1 : real(folder, instead(path), status, flags);
 }
 int getpwuid_r(uid_t user, passwd* entry, char* room, std::size_t size, passwd** found) {
   REAL(getpwuid_r);

@@ -1,9 +1,9 @@
 // Runs a program and kills it when one of its processes or threads is about to make a system call.
 //
-//   softtoken-torture-kill [--changing] NUMBER PROGRAM [ARGUMENT...]
+//   softtoken-torture-kill [--changing] DESCRIPTOR NUMBER PROGRAM [ARGUMENT...]
 //
 // Kills at the system call NUMBER, from 1; with --changing only those count that change files, or
-// what other programs see of them. 0: at none. Writes one line to the descriptor 3: the count of
+// what other programs see of them. 0: at none. Writes one line to the descriptor: the count of
 // calls so far and the number of the last. Ends with 0 when it has killed, else 3 when the program
 // ended by itself with 0, and 4 when it ended otherwise.
 
@@ -65,7 +65,6 @@ bool changes(const SystemCall& info) {
     case SYS_fchmod:
     case SYS_fchmodat:
     case SYS_flock:
-    case SYS_close:
       return true;
     case SYS_openat:
       return opensToChange(info, 2);
@@ -158,14 +157,15 @@ int main(int argc, char** argv) {
   int at = 1;
   const bool only_changing = argc > 1 && std::string_view(argv[1]) == "--changing";
   if (only_changing) ++at;
-  if (argc < at + 2) return 2;
-  const long number = std::strtol(argv[at], nullptr, 10);
-  fcntl(3, F_SETFD, FD_CLOEXEC);
+  if (argc < at + 3) return 2;
+  const int report = static_cast<int>(std::strtol(argv[at], nullptr, 10));
+  const long number = std::strtol(argv[at + 1], nullptr, 10);
+  fcntl(report, F_SETFD, FD_CLOEXEC);
   const pid_t child = fork();
   if (child < 0) return 2;
-  if (child == 0) trace(argv + at + 1);
+  if (child == 0) trace(argv + at + 2);
   Tracer tracer(child, only_changing, number);
   const int outcome = tracer.run();
-  dprintf(3, "%ld %lu\n", tracer.calls(), tracer.last());
+  dprintf(report, "%ld %lu\n", tracer.calls(), tracer.last());
   return outcome;
 }
