@@ -19,6 +19,8 @@ ROOT = Path(__file__).resolve().parents[2]
 # Where the vault lies below a home. Which files there are in it is learnt from a home that is well.
 DATA_FOLDER = "data/softtoken"
 CHOICE_FOLDER = "config/softtoken"
+# Where the keyring daemon keeps its keyrings; it has written a change before it says so.
+KEYRINGS = "data/keyrings"
 
 SLOWEST = 10.0  # seconds that a command may take before it counts as hanging
 
@@ -150,7 +152,7 @@ class Home:
     def files(self):
         """Content by path below the folders that hold what is stored."""
         result = {}
-        for top in (DATA_FOLDER, CHOICE_FOLDER):
+        for top in (DATA_FOLDER, CHOICE_FOLDER, KEYRINGS):
             for path in sorted((self.folder / top).rglob("*")):
                 if path.is_file() and not path.is_symlink():
                     result[str(path.relative_to(self.folder))] = path.read_bytes()
@@ -159,7 +161,7 @@ class Home:
     def shown(self):
         """The tokens as a clean start shows them, each with its right passcode; raises Trouble."""
         digest = hashlib.sha256(repr(sorted(self.files().items())).encode()).digest()
-        if self.bus or digest not in self.seen:
+        if digest not in self.seen:
             found = self.look()
             if len(self.seen) > 5000:
                 self.seen.clear()
@@ -292,7 +294,7 @@ def unclear(text):
     return ""
 
 
-def judge(home, command, ended, clean_output, began):
+def judge(home, command, ended, clean_output, began, duplicates=False):
     """Raises Trouble when what came of the command, run with trouble from outside, is not right."""
     if ended.hung or ended.seconds > SLOWEST:
         raise Trouble(f"hangs for {ended.seconds:.1f} s")
@@ -304,7 +306,7 @@ def judge(home, command, ended, clean_output, began):
         wrong = unclear(ended.err)
         if wrong:
             raise Trouble(f"the message {wrong}: {ended.err!r}")
-        check_either(home, command)
+        check_either(home, command, duplicates)
         return
     if command.says and not re.search(command.says, ended.out):
         raise Trouble(f"success, but says {ended.out!r}")

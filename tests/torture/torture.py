@@ -17,6 +17,7 @@ from report import Row, Table
 GROUPS = {
     "faults": "calls of the system that fail, by command",
     "kills": "kill -9 during changes of the vault",
+    "keyring": "trouble at every message to a keyring, and kill -9",
     "races": "first starts at the same time",
     "damage": "flipped bits and cut files of the vault",
     "disk": "full disks",
