@@ -17,10 +17,10 @@ namespace {
 
 constexpr std::uint16_t all_locations = 255;
 
-// The file's text, or the error's number.
-int readText(const std::string& path, std::string* text) {
-  if (const int error = readRegularFile(path, text); error != 0) return error;
-  return isUtf8(*text) ? 0 : EILSEQ;
+std::uint8_t unreadableFor(int error) {
+  talibobjc_Trace::traceWithFormat("TaSettings:readfile: error:[{}] {}", error,
+                                   std::strerror(error));
+  return TaSettings::unreadable;
 }
 
 }  // namespace
@@ -32,11 +32,12 @@ SettingsFolders SettingsFolders::ofThisSystem() {
 std::uint8_t TaSettings::readfile(const std::string& path) {
   talibobjc_Trace::traceWithFormat("TaSettings:readfile: begin: {}", path);
   std::string text;
-  if (const int error = readText(path, &text); error != 0) {
-    talibobjc_Trace::traceWithFormat("TaSettings:readfile: error:[{}] {}", error,
-                                     std::strerror(error));
-    return unreadable;
-  }
+  if (const int error = readRegularFile(path, &text); error != 0) return unreadableFor(error);
+  return readtext(text);
+}
+
+std::uint8_t TaSettings::readtext(std::string_view text) {
+  if (!isUtf8(text)) return unreadableFor(EILSEQ);
   return parse(text) ? read_whole : stopped_early;
 }
 

@@ -36,6 +36,8 @@ class TaSettings {
 
   /// Parses one file into the table. `unreadable` leaves the table unchanged.
   std::uint8_t readfile(const std::string& path);
+  /// The same for a file's text.
+  std::uint8_t readtext(std::string_view text);
 
   /// Reads the first readable file from home, system and bundle, of those whose bit is set (a mask
   /// of 0 means all). Returns that location's bit, or 0.

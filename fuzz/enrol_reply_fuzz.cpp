@@ -44,6 +44,7 @@ void useState(TaEnrolClient& client, const std::string& body) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string body(data, data + size);
   talvane::test::FakeGateway gateway;
+  gateway.listening = size % 8 == 0;  // log lines take most of the time
   talvane::vane::SetInterface(&gateway);
 
   TaEnrolClient first;

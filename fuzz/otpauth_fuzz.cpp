@@ -53,6 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
 
   talvane::test::FakeGateway gateway;
+  gateway.listening = size % 8 == 0;  // log lines take most of the time
   gateway.identity = 12345;
   gateway.time = 1700000000;
   talvane::vane::SetInterface(&gateway);

@@ -38,16 +38,14 @@ void put(talvane::Record& record, const char* key, unsigned type, const talvane:
 }
 
 void readFirstSlot() {
-  std::unique_ptr<talvane::SoftTokenInfo> token;
-  const bool readable = talvane::vane::ReadToken(0, &token);
-  require(readable == (token != nullptr));
-  if (readable) {
-    require(token->seed32->get().size() == 16 && token->period > 0);
-    require(talvane::base32_decode(token->seed32->get(), {}).has_value());
-    require(talvane::vane::GeneratePasscode(token->seed32->get(), token->counterAt(1)).has_value());
-  }
   talvane::vane::TokenArray tokens;
-  require(talvane::vane::ReadAllTokens(tokens) == (readable ? 1 : 0));
+  const auto count = talvane::vane::ReadAllTokens(tokens);
+  require(count == (tokens[0] != nullptr ? 1 : 0));
+  if (count == 0) return;
+  const talvane::SoftTokenInfo& token = *tokens[0];
+  require(token.seed32->get().size() == 16 && token.period > 0);
+  require(talvane::base32_decode(token.seed32->get(), {}).has_value());
+  require(talvane::vane::GeneratePasscode(token.seed32->get(), token.counterAt(1)).has_value());
 }
 
 }  // namespace
@@ -59,6 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const talvane::Bytes bytes(data + 2, data + size);
 
   talvane::test::FakeGateway gateway;
+  gateway.listening = size % 8 == 0;  // log lines take most of the time
   gateway.identity = (kind & 0x70U) == 0 ? 0 : kind << 20U;
   talvane::vane::SetInterface(&gateway);
   talvane::Record record;
