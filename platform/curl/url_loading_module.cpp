@@ -87,15 +87,27 @@ struct Cookie {
     const bool secure =
         scheme == "https" || host == "localhost" || host == "127.0.0.1" || host == "::1";
     if (fields[3] == "TRUE" && !secure) return false;
-    const std::string& wanted = fields[2];
-    return path.starts_with(wanted) &&
-           (path.size() == wanted.size() || wanted.ends_with('/') || path[wanted.size()] == '/');
+    const std::string wanted = plainPath(fields[2]);
+    return path.starts_with(wanted) && (path.size() == wanted.size() || path[wanted.size()] == '/');
   }
 
-  // The same cookie, expired long ago: setting it deletes it.
+  // The path as libcurl compares it: without quotes and without a "/" at its end; one that does not
+  // begin with "/" is the root.
+  static std::string plainPath(std::string path) {
+    if (path.starts_with('"')) path.erase(0, 1);
+    if (path.ends_with('"')) path.pop_back();
+    if (!path.starts_with('/')) return {};
+    if (path.ends_with('/')) path.pop_back();
+    return path;
+  }
+
+  // The same cookie, expired long ago: setting it deletes it. A path that is none is left out, which means
+  // the root: as it stands it might be read as the flag behind it.
   [[nodiscard]] std::string expired() const {
+    const bool has_path = fields[2].starts_with('/') || fields[2].starts_with("\"/");
     std::string line;
     for (std::size_t i = 0; i < fields.size(); ++i) {
+      if (i == 2 && !has_path) continue;
       if (i != 0) line += '\t';
       line += i == 4 ? "1" : fields[i];
     }
@@ -111,6 +123,7 @@ class Shared {
     curl_share_setopt(handle_, CURLSHOPT_UNLOCKFUNC, &unlock);
     curl_share_setopt(handle_, CURLSHOPT_USERDATA, this);
     curl_share_setopt(handle_, CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
+    curl_share_setopt(handle_, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
   }
   ~Shared() { curl_share_cleanup(handle_); }
   Shared(const Shared&) = delete;
@@ -193,17 +206,16 @@ class CurlLoader final : public UrlLoader {
   explicit CurlLoader(const UrlLoaderLimits& limits) : limits_(limits) {}
 
   UrlResponse load(const UrlRequest& request) override {
-    Easy handle = takeHandle();
-    if (handle == nullptr) return failure(CURLE_FAILED_INIT, curl_easy_strerror(CURLE_FAILED_INIT));
     UrlRequest next = request;
     for (int redirects = 0;; ++redirects) {
+      const Easy handle = makeHandle();
+      if (handle == nullptr) {
+        return failure(CURLE_FAILED_INIT, curl_easy_strerror(CURLE_FAILED_INIT));
+      }
       UrlResponse response = exchange(handle.get(), next);
       std::string target;
       if (!response.error) target = redirectTarget(handle.get());
-      if (target.empty()) {
-        giveBack(std::move(handle));
-        return response;
-      }
+      if (target.empty()) return response;
       if (redirects == limits_.redirects) {
         return failure(CURLE_TOO_MANY_REDIRECTS, "The server redirects too many times");
       }
@@ -222,7 +234,7 @@ class CurlLoader final : public UrlLoader {
 
   void deleteCookies(const std::string& url) override {
     const Url parsed = parsedUrl(url);
-    Easy handle = takeHandle();
+    const Easy handle = makeHandle();
     if (parsed == nullptr || handle == nullptr) return;
     const std::string scheme = part(parsed, CURLUPART_SCHEME);
     const std::string host = cookieHost(part(parsed, CURLUPART_HOST));
@@ -236,7 +248,6 @@ class CurlLoader final : public UrlLoader {
         curl_easy_setopt(handle.get(), CURLOPT_COOKIELIST, cookie.expired().c_str());
       }
     }
-    giveBack(std::move(handle));
   }
 
   void stop() override { stopped_ = true; }
@@ -248,28 +259,15 @@ class CurlLoader final : public UrlLoader {
     return response;
   }
 
-  // Handles keep their connections, so free ones are reused.
-  Easy takeHandle() {
-    const std::lock_guard guard(mutex_);
-    Easy handle;
-    if (idle_.empty()) {
-      handle.reset(curl_easy_init());
-    } else {
-      handle = std::move(idle_.back());
-      idle_.pop_back();
-    }
+  // One for each exchange: before 8.2 libcurl looks at freed memory when a handle's second answer
+  // begins with a header line that continues another.
+  Easy makeHandle() {
+    Easy handle(curl_easy_init());
     if (handle != nullptr) {
-      curl_easy_setopt(handle.get(), CURLOPT_COOKIEFILE, nullptr);  // a reset leaks the list
-      curl_easy_reset(handle.get());
       curl_easy_setopt(handle.get(), CURLOPT_SHARE, shared_.get());
       curl_easy_setopt(handle.get(), CURLOPT_COOKIEFILE, "");
     }
     return handle;
-  }
-
-  void giveBack(Easy handle) {
-    const std::lock_guard guard(mutex_);
-    idle_.push_back(std::move(handle));
   }
 
   UrlResponse exchange(CURL* handle, const UrlRequest& request) {
@@ -334,9 +332,7 @@ class CurlLoader final : public UrlLoader {
 
   UrlLoaderLimits limits_;
   std::atomic<bool> stopped_ = false;
-  std::mutex mutex_;
-  Shared shared_;  // outlives the handles
-  std::vector<Easy> idle_;
+  Shared shared_;
 };
 
 }  // namespace

@@ -151,6 +151,15 @@ TEST_F(HttpCookiesTest, PathThatEndsInASlash) {
   EXPECT_EQ(carried("/taenrol/x"), no_cookie);
 }
 
+TEST_F(HttpCookiesTest, PathThatIsNoneIsTheRoot) {
+  for (const char* path : {"elsewhere", "?elsewhere", "\"/\"", "TRUE", "FALSE"}) {
+    setCookie(std::string("session=1; Path=") + path, "/page");
+    ASSERT_EQ(carried("/page"), "session=1") << path;
+    clear("/page");
+    EXPECT_EQ(carried("/page"), no_cookie) << path;
+  }
+}
+
 TEST_F(HttpCookiesTest, OnlyThoseThatMatchGo) {
   setCookie("everywhere=1; Path=/");
   setCookie("here=2; Path=/here", "/here");
