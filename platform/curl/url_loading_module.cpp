@@ -14,7 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/text.h"
+#include "platform/curl/cookie.h"
 #include "platform/url_loading.h"
 
 namespace talvane {
@@ -52,68 +52,6 @@ std::string part(const Url& url, CURLUPart which) {
   curl_free(text);
   return copy;
 }
-
-// A URL's host as in cookies: in lower case, without the brackets of an address.
-std::string cookieHost(std::string host) {
-  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
-  return lowerCase(host);
-}
-
-// One line of libcurl's cookie list (the Netscape cookie file format, fields between tabs).
-struct Cookie {
-  std::vector<std::string> fields;
-
-  explicit Cookie(std::string_view line) {
-    std::size_t begin = 0;
-    for (;;) {
-      const std::size_t end = line.find('\t', begin);
-      fields.emplace_back(line.substr(begin, end - begin));
-      if (end == std::string_view::npos) break;
-      begin = end + 1;
-    }
-  }
-
-  [[nodiscard]] bool isSentTo(const std::string& scheme, const std::string& host,
-                              const std::string& path) const {
-    if (fields.size() < 7) return false;
-    std::string domain = fields[0];
-    if (constexpr std::string_view http_only = "#HttpOnly_"; domain.starts_with(http_only)) {
-      domain.erase(0, http_only.size());
-    }
-    if (domain.starts_with('.')) domain.erase(0, 1);
-    const bool below = fields[1] == "TRUE" && host.ends_with("." + domain);
-    if (host != domain && !below) return false;
-    // libcurl treats this computer itself as secure.
-    const bool secure =
-        scheme == "https" || host == "localhost" || host == "127.0.0.1" || host == "::1";
-    if (fields[3] == "TRUE" && !secure) return false;
-    const std::string wanted = plainPath(fields[2]);
-    return path.starts_with(wanted) && (path.size() == wanted.size() || path[wanted.size()] == '/');
-  }
-
-  // The path as libcurl compares it: without quotes and without a "/" at its end; one that does not
-  // begin with "/" is the root.
-  static std::string plainPath(std::string path) {
-    if (path.starts_with('"')) path.erase(0, 1);
-    if (path.ends_with('"')) path.pop_back();
-    if (!path.starts_with('/')) return {};
-    if (path.ends_with('/')) path.pop_back();
-    return path;
-  }
-
-  // The same cookie, expired long ago: setting it deletes it. A path that is none is left out, which means
-  // the root: as it stands it might be read as the flag behind it.
-  [[nodiscard]] std::string expired() const {
-    const bool has_path = fields[2].starts_with('/') || fields[2].starts_with("\"/");
-    std::string line;
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      if (i == 2 && !has_path) continue;
-      if (i != 0) line += '\t';
-      line += i == 4 ? "1" : fields[i];
-    }
-    return line;
-  }
-};
 
 // State that all requests share, for as long as one of them lives.
 class Shared {
