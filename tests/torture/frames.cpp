@@ -91,7 +91,6 @@ milliseconds FrameWatch::longestGap(const std::function<std::optional<unsigned l
     const auto shown = window();
     connection_->look(shown ? static_cast<xcb_window_t>(*shown) : xcb_window_t{XCB_NONE});
     if (!shown) {
-      last = Clock::now();
       std::this_thread::sleep_for(milliseconds(tick));
       continue;
     }

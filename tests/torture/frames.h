@@ -17,8 +17,8 @@ class FrameWatch {
   FrameWatch& operator=(const FrameWatch&) = delete;
 
   /// Asks the window again and again to paint a corner of itself, for `time`, and returns the
-  /// longest time in which it did not. `window` tells which one it is, or that there is none, which
-  /// does not count.
+  /// longest time in which it did not. `window` tells which one it is; while there is none, none
+  /// paints.
   std::chrono::milliseconds longestGap(const std::function<std::optional<unsigned long>()>& window,
                                        std::chrono::milliseconds time);
 

@@ -164,7 +164,7 @@ class MemoryTorture : public DesktopTest {
     signIn();
     press("Submit");
     waitForRequests(isBlind() ? 2 + first_count_ : 2);
-    typeSecretInto("PIN", pin);
+    typeSecretInto("Please choose an 8-character PIN.", pin);
     typeInto("Answer 1", first_answer);
     typeInto("Answer 2", second_answer);
     press("Submit");
