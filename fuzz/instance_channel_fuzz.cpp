@@ -18,7 +18,7 @@
 #include <string>
 #include <string_view>
 
-#include "ui/instance_channel.h"
+#include "ui/desktop/instance_channel.h"
 
 namespace {
 
