@@ -143,7 +143,8 @@ class DoctorCommand final : public Command {
     }
     std::string error;
     UrlLoaderLimits limits;
-    limits.silence = std::chrono::seconds(5);
+    limits.connect = std::chrono::seconds(5);
+    limits.silence = limits.connect;
     const auto loader = makeUrlLoader(&error, limits);
     const UrlResponse response = loader == nullptr ? UrlResponse() : loader->load({url, {}});
     const std::int64_t now = std::time(nullptr);

@@ -3,7 +3,7 @@
 // The process-wide URL loading service. All requests of the process share cookies, in memory only.
 // The service follows redirects, but never from https to http; verifies certificates against the
 // system's trust store, or the file in the environment variable SSL_CERT_FILE; and takes proxies
-// from the environment, as libcurl does. A request ends after a minute without traffic.
+// from the environment, as libcurl does. A request ends when it reaches one of its limits.
 
 #include <chrono>
 #include <cstddef>
@@ -27,6 +27,9 @@ struct UrlResponse {
     std::string description;
     long code = 0;
   };
+  /// The error of a request that was cancelled, or that met a loader that has stopped.
+  static constexpr const char* cancelled = "The request was cancelled";
+  static constexpr long cancelled_code = 42;
   long status = 0;                  // of the last response; 0 if there was none
   std::optional<std::string> body;  // nullopt if the request failed
   std::optional<Error> error;
@@ -41,13 +44,18 @@ class UrlLoader {
   virtual UrlResponse load(const UrlRequest& request) = 0;
   /// Deletes the cookies for the URL.
   virtual void deleteCookies(const std::string& url) = 0;
+  /// Cancels the requests under way with an error, at once. Any thread.
+  virtual void cancel() = 0;
   /// Cancels all current and future requests with an error. Any thread.
   virtual void stop() = 0;
 };
 
+/// The words of an error say which limit was reached.
 struct UrlLoaderLimits {
-  std::chrono::milliseconds silence = std::chrono::seconds(60);
-  std::size_t body = std::size_t{64} << 20;    // bytes of a response
+  std::chrono::milliseconds connect = std::chrono::seconds(30);  // name lookup and TLS included
+  std::chrono::milliseconds silence = std::chrono::seconds(60);  // from then on
+  std::chrono::milliseconds whole = std::chrono::minutes(3);     // redirects included
+  std::size_t body = std::size_t{16} << 20;    // bytes of all responses to a request
   std::size_t headers = std::size_t{1} << 20;  // bytes of all headers of a response
   int redirects = 16;
 };

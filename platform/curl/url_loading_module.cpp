@@ -1,14 +1,17 @@
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -81,30 +84,64 @@ class Shared {
   std::array<std::mutex, CURL_LOCK_DATA_LAST> mutexes_;
 };
 
+struct MultiCleanup {
+  void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
+};
+using Multi = std::unique_ptr<CURLM, MultiCleanup>;
+
+// "3 minutes", "30 seconds", "250 milliseconds".
+std::string inWords(std::chrono::milliseconds time) {
+  const auto count = [](auto number, const char* unit) {
+    return std::to_string(number) + ' ' + unit + (number == 1 ? "" : "s");
+  };
+  constexpr int second = 1000;
+  constexpr int minute = 60 * second;
+  if (time.count() >= 2 * minute && time.count() % minute == 0) {
+    return count(time.count() / minute, "minute");
+  }
+  if (time.count() % second == 0) return count(time.count() / second, "second");
+  return count(time.count(), "millisecond");
+}
+
+std::string inWords(std::size_t bytes) {
+  constexpr std::size_t megabyte = std::size_t{1} << 20;
+  return bytes % megabyte == 0 ? std::to_string(bytes / megabyte) + " MB"
+                               : std::to_string(bytes) + " bytes";
+}
+
+// What the exchanges of one request share.
+struct Whole {
+  Clock::time_point begin = Clock::now();
+  std::size_t body_bytes = 0;
+};
+
 // One exchange, without following redirects.
 struct Exchange {
   const UrlLoaderLimits& limits;
-  const std::atomic<bool>& stopped;
+  Whole& whole;
+  CURL* handle;
   std::string body{};
   std::size_t header_bytes = 0;
   curl_off_t moved = 0;
-  Clock::time_point last_move = Clock::now();
-  const char* refusal = nullptr;  // why this side ended it
+  Clock::time_point begin = Clock::now();
+  Clock::time_point last_move = begin;
+  std::string refusal{};  // why this side ended it
   CURLcode refusal_code = CURLE_OK;
 
-  bool refuse(const char* why, CURLcode code) {
-    refusal = why;
+  void refuse(std::string why, CURLcode code) {
+    refusal = std::move(why);
     refusal_code = code;
-    return false;
   }
 
   static std::size_t takeBody(char* bytes, std::size_t size, std::size_t count, void* exchange) {
     auto& self = *static_cast<Exchange*>(exchange);
     const std::size_t length = size * count;
-    if (length > self.limits.body - self.body.size()) {
-      self.refuse("The server's response is too long", CURLE_FILESIZE_EXCEEDED);
+    if (length > self.limits.body - self.whole.body_bytes) {
+      self.refuse("The server's response is longer than " + inWords(self.limits.body),
+                  CURLE_FILESIZE_EXCEEDED);
       return 0;
     }
+    self.whole.body_bytes += length;
     self.body.append(bytes, length);
     return length;
   }
@@ -114,7 +151,8 @@ struct Exchange {
     auto& self = *static_cast<Exchange*>(exchange);
     self.header_bytes += size * count;
     if (self.header_bytes > self.limits.headers) {
-      self.refuse("The server's headers are too long", CURLE_FILESIZE_EXCEEDED);
+      self.refuse("The server's headers are longer than " + inWords(self.limits.headers),
+                  CURLE_FILESIZE_EXCEEDED);
       return 0;
     }
     return size * count;
@@ -123,19 +161,38 @@ struct Exchange {
   static int watch(void* exchange, curl_off_t /*download*/, curl_off_t received,
                    curl_off_t /*upload*/, curl_off_t sent) {
     auto& self = *static_cast<Exchange*>(exchange);
-    if (self.stopped) {
-      self.refuse("The request was cancelled", CURLE_ABORTED_BY_CALLBACK);
-      return 1;
-    }
     const curl_off_t moved = received + sent + static_cast<curl_off_t>(self.header_bytes);
+    if (moved == self.moved) return 0;
+    self.moved = moved;
+    self.last_move = Clock::now();
+    return 0;
+  }
+
+  // The time left until a limit; none when it is reached, and refuses.
+  std::chrono::milliseconds timeLeft() {
     const auto now = Clock::now();
-    if (moved != self.moved) {
-      self.moved = moved;
-      self.last_move = now;
+    const auto until = [now](Clock::time_point from, std::chrono::milliseconds limit) {
+      return std::chrono::ceil<std::chrono::milliseconds>(from + limit - now);
+    };
+    curl_off_t connected = 0;  // microseconds it took; 0 as long as it lasts
+    curl_easy_getinfo(handle, CURLINFO_PRETRANSFER_TIME_T, &connected);
+    const auto in_all = until(whole.begin, limits.whole);
+    if (in_all.count() <= 0) {
+      refuse("The request took longer than " + inWords(limits.whole), CURLE_OPERATION_TIMEDOUT);
+      return {};
     }
-    if (now - self.last_move < self.limits.silence) return 0;
-    self.refuse("The server did not answer", CURLE_OPERATION_TIMEDOUT);
-    return 1;
+    if (connected == 0) {
+      const auto left = until(begin, limits.connect);
+      if (left.count() > 0) return std::min(left, in_all);
+      refuse("The server could not be reached within " + inWords(limits.connect),
+             CURLE_OPERATION_TIMEDOUT);
+      return {};
+    }
+    last_move = std::max(last_move, begin + std::chrono::microseconds(connected));
+    const auto left = until(last_move, limits.silence);
+    if (left.count() > 0) return std::min(left, in_all);
+    refuse("The server has sent nothing for " + inWords(limits.silence), CURLE_OPERATION_TIMEDOUT);
+    return {};
   }
 };
 
@@ -144,13 +201,18 @@ class CurlLoader final : public UrlLoader {
   explicit CurlLoader(const UrlLoaderLimits& limits) : limits_(limits) {}
 
   UrlResponse load(const UrlRequest& request) override {
+    const Ride ride(*this);
+    if (ride.multi() == nullptr) {
+      return failure(CURLE_FAILED_INIT, curl_easy_strerror(CURLE_FAILED_INIT));
+    }
+    Whole whole;
     UrlRequest next = request;
     for (int redirects = 0;; ++redirects) {
       const Easy handle = makeHandle();
       if (handle == nullptr) {
         return failure(CURLE_FAILED_INIT, curl_easy_strerror(CURLE_FAILED_INIT));
       }
-      UrlResponse response = exchange(handle.get(), next);
+      UrlResponse response = exchange(handle.get(), next, whole, ride);
       std::string target;
       if (!response.error) target = redirectTarget(handle.get());
       if (target.empty()) return response;
@@ -188,9 +250,68 @@ class CurlLoader final : public UrlLoader {
     }
   }
 
-  void stop() override { stopped_ = true; }
+  void cancel() override { endRides(); }
+
+  void stop() override {
+    stopped_ = true;
+    endRides();
+  }
 
  private:
+  // One request under way, as others can end it.
+  class Ride {
+   public:
+    explicit Ride(CurlLoader& loader) : loader_(loader), multi_(curl_multi_init()) {
+      const std::lock_guard guard(loader_.mutex_);
+      loader_.rides_.insert(this);
+    }
+    ~Ride() {
+      const std::lock_guard guard(loader_.mutex_);
+      loader_.rides_.erase(this);
+    }
+    Ride(const Ride&) = delete;
+    Ride& operator=(const Ride&) = delete;
+
+    [[nodiscard]] CURLM* multi() const { return multi_.get(); }
+    [[nodiscard]] bool ended() const { return ended_ || loader_.stopped_; }
+    void end() {
+      ended_ = true;
+      if (multi_ != nullptr) curl_multi_wakeup(multi_.get());
+    }
+
+   private:
+    CurlLoader& loader_;
+    Multi multi_;
+    std::atomic<bool> ended_ = false;
+  };
+
+  void endRides() {
+    const std::lock_guard guard(mutex_);
+    for (Ride* ride : rides_) ride->end();
+  }
+
+  // libcurl's own result, unless this side ends the exchange.
+  static CURLcode perform(CURL* handle, Exchange& exchange, const Ride& ride) {
+    CURLM* multi = ride.multi();
+    if (curl_multi_add_handle(multi, handle) != CURLM_OK) return CURLE_FAILED_INIT;
+    CURLcode result = CURLE_FAILED_INIT;
+    for (int running = 1; running != 0;) {
+      if (ride.ended()) exchange.refuse(UrlResponse::cancelled, CURLE_ABORTED_BY_CALLBACK);
+      if (!exchange.refusal.empty()) break;
+      if (curl_multi_perform(multi, &running) != CURLM_OK) break;
+      int left = 0;
+      const CURLMsg* message = curl_multi_info_read(multi, &left);
+      if (message != nullptr && message->msg == CURLMSG_DONE) result = message->data.result;
+      if (running == 0) break;
+      const auto time = exchange.timeLeft();
+      if (time.count() > 0) {
+        curl_multi_poll(multi, nullptr, 0, static_cast<int>(time.count()), nullptr);
+      }
+    }
+    curl_multi_remove_handle(multi, handle);
+    return result;
+  }
+
   static UrlResponse failure(CURLcode code, std::string description) {
     UrlResponse response;
     response.error = UrlResponse::Error{std::move(description), code};
@@ -208,8 +329,8 @@ class CurlLoader final : public UrlLoader {
     return handle;
   }
 
-  UrlResponse exchange(CURL* handle, const UrlRequest& request) {
-    Exchange exchange{limits_, stopped_};
+  UrlResponse exchange(CURL* handle, const UrlRequest& request, Whole& whole, const Ride& ride) {
+    Exchange exchange{limits_, whole, handle};
     std::array<char, CURL_ERROR_SIZE> words{};
     curl_easy_setopt(handle, CURLOPT_URL, request.url.c_str());
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
@@ -226,7 +347,9 @@ class CurlLoader final : public UrlLoader {
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, &Exchange::watch);
     curl_easy_setopt(handle, CURLOPT_XFERINFODATA, &exchange);
-    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits_.silence.count()));
+    // Its own limit of 300 s must not come first.
+    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS,
+                     static_cast<long>(limits_.connect.count()) * 2);
     // Replaces the system's trust store, as in other programs that use OpenSSL.
     if (const char* trusted = std::getenv("SSL_CERT_FILE"); trusted != nullptr && *trusted != 0) {
       curl_easy_setopt(handle, CURLOPT_CAINFO, trusted);
@@ -240,9 +363,11 @@ class CurlLoader final : public UrlLoader {
     } else {
       curl_easy_setopt(handle, CURLOPT_HTTPGET, 1L);
     }
-    const CURLcode code = curl_easy_perform(handle);
+    const CURLcode code = perform(handle, exchange, ride);
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, nullptr);
-    if (exchange.refusal != nullptr) return failure(exchange.refusal_code, exchange.refusal);
+    if (!exchange.refusal.empty()) {
+      return failure(exchange.refusal_code, std::move(exchange.refusal));
+    }
     if (code != CURLE_OK) {
       return failure(code, words[0] != '\0' ? words.data() : curl_easy_strerror(code));
     }
@@ -270,6 +395,8 @@ class CurlLoader final : public UrlLoader {
 
   UrlLoaderLimits limits_;
   std::atomic<bool> stopped_ = false;
+  std::mutex mutex_;
+  std::set<Ride*> rides_;
   Shared shared_;
 };
 

@@ -15,6 +15,7 @@ class ScriptedLoader final : public UrlLoader {
   explicit ScriptedLoader(Script& script) : script_(script) {}
   UrlResponse load(const UrlRequest& request) override { return script_.load(request); }
   void deleteCookies(const std::string& url) override { script_.deleteCookies(url); }
+  void cancel() override { script_.cancel(); }
   void stop() override { script_.stop(); }
 
  private:
@@ -55,18 +56,20 @@ void Script::awaitRequests(std::size_t count) {
 UrlResponse Script::load(const UrlRequest& request) {
   std::unique_lock lock(mutex_);
   const std::size_t number = requests_.size();
+  const std::size_t cancelled_before = cancelled_;
+  const auto is_ended = [&] { return stopped_ || cancelled_ != cancelled_before; };
   requests_.push_back(request);
   changed_.notify_all();
-  if (keep_waiting_) changed_.wait(lock, [&] { return stopped_ || !answers_.empty(); });
+  if (keep_waiting_) changed_.wait(lock, [&] { return is_ended() || !answers_.empty(); });
   UrlResponse response;
   if (answers_.empty()) {
     response.error = UrlResponse::Error{"no answer", 7};
-  } else {
+  } else if (!is_ended()) {
     response = std::move(answers_.front());
     answers_.pop_front();
   }
-  changed_.wait(lock, [&] { return stopped_ || !held_.contains(number); });
-  if (!stopped_) return response;
+  changed_.wait(lock, [&] { return is_ended() || !held_.contains(number); });
+  if (!is_ended()) return response;
   UrlResponse ended;
   ended.error = UrlResponse::Error{"The request was cancelled", 42};
   return ended;
@@ -75,6 +78,17 @@ UrlResponse Script::load(const UrlRequest& request) {
 void Script::deleteCookies(const std::string& url) {
   const std::lock_guard guard(mutex_);
   cleared_.push_back(url);
+}
+
+void Script::cancel() {
+  const std::lock_guard guard(mutex_);
+  ++cancelled_;
+  changed_.notify_all();
+}
+
+std::size_t Script::cancelled() {
+  const std::lock_guard guard(mutex_);
+  return cancelled_;
 }
 
 void Script::stop() {

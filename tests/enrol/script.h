@@ -29,7 +29,11 @@ class Script {
 
   UrlResponse load(const UrlRequest& request);
   void deleteCookies(const std::string& url);
+  void cancel();
   void stop();
+
+  /// How often the requests under way were cancelled.
+  std::size_t cancelled();
 
   std::vector<UrlRequest> requests();
   std::vector<std::string> cleared();
@@ -45,6 +49,7 @@ class Script {
   std::vector<UrlRequest> requests_;
   std::vector<std::string> cleared_;
   std::set<std::size_t> held_;
+  std::size_t cancelled_ = 0;
   bool keep_waiting_ = false;
   bool stopped_ = false;
   std::size_t loaders_ = 0;
