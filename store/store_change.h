@@ -1,6 +1,8 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <optional>
 
 #include "platform/keychain_service.h"
@@ -9,13 +11,19 @@
 
 namespace talvane {
 
+/// Performs work that may block, and returns whether it is done. If not, it may still be done
+/// later: it must own what it uses.
+using Blocking = std::function<bool(std::function<void()> work)>;
+
 /// One change of the user's store, from its first read to its last write. It holds the per-user
 /// lock, and is atomic if the keychain supports that. A change that is not finished is abandoned,
 /// and undone if the keychain can.
 class StoreChange {
  public:
-  /// Borrows the keychain. Waits up to `patience` for another program's change.
-  StoreChange(KeychainService& keychain, std::chrono::milliseconds patience);
+  /// Borrows the keychain. Waits up to `patience` for another program's change, within `blocking`
+  /// if it is not empty.
+  StoreChange(KeychainService& keychain, std::chrono::milliseconds patience,
+              const Blocking& blocking);
   ~StoreChange();
   StoreChange(const StoreChange&) = delete;
   StoreChange& operator=(const StoreChange&) = delete;
@@ -27,7 +35,7 @@ class StoreChange {
   [[nodiscard]] Result<void> finish();
 
  private:
-  StoreLock lock_;
+  std::shared_ptr<StoreLock> lock_;  // null: not waited for
   KeychainService& keychain_;
   bool open_ = false;
   std::optional<Problem> problem_;

@@ -35,7 +35,8 @@ StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patien
                "); use a file system that has locks";
     } else if (std::chrono::steady_clock::now() >= deadline) {
       busy_ = true;
-      error_ = "Another program is changing the tokens; try again when it has finished";
+      error_ = "Another program is changing the tokens and holds the lock " + path +
+               "; try again when it has finished, or close it";
     } else {
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
       continue;

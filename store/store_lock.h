@@ -13,7 +13,7 @@ class StoreLock {
  public:
   /// Locks the file "store.lock" in `folder`, and creates a missing folder.
   explicit StoreLock(const std::string& folder,
-                     std::chrono::milliseconds patience = std::chrono::seconds(10));
+                     std::chrono::milliseconds patience = std::chrono::seconds(2));
 
   /// False if another program holds the lock or the file cannot be created; `error` says which.
   [[nodiscard]] bool held() const { return file_.isOpen(); }

@@ -241,8 +241,8 @@ Result<Slots> clearRepeated(vaneinterface& gateway, const Recording& recording, 
 }  // namespace
 
 TokenStore::TokenStore(vaneinterface& gateway, KeychainService& keychain,
-                       std::chrono::milliseconds patience)
-    : gateway_(gateway), keychain_(keychain), patience_(patience) {}
+                       std::chrono::milliseconds patience, Blocking blocking)
+    : gateway_(gateway), keychain_(keychain), patience_(patience), blocking_(std::move(blocking)) {}
 
 Result<StoredTokens> TokenStore::read() {
   const Recording recording(gateway_);
@@ -286,7 +286,7 @@ Result<TokenStore::Added> TokenStore::addIssued(const SoftTokenInfo& token) {
 Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName same_name,
                                             Creation creation) {
   if (auto problem = problemWithNames(token)) return tl::unexpected(std::move(*problem));
-  StoreChange change(keychain_, patience_);
+  StoreChange change(keychain_, patience_, blocking_);
   if (change.problem()) return tl::unexpected(*change.problem());
   Recording recording(gateway_);
   const auto plan = lookAtSlots(gateway_, recording, LookLog::off)
@@ -332,7 +332,7 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
 
 Result<void> TokenStore::rename(std::span<const Rename> renames) {
   return withoutThrowing([&]() -> Result<void> {
-    StoreChange change(keychain_, patience_);
+    StoreChange change(keychain_, patience_, blocking_);
     if (change.problem()) return tl::unexpected(*change.problem());
     Recording recording(gateway_);
     auto slots = lookAtSlots(gateway_, recording, LookLog::on);
@@ -379,7 +379,7 @@ Result<void> TokenStore::rename(std::span<const Rename> renames) {
 
 Result<void> TokenStore::remove(const Selection& selected, const StoredTokens& seen) {
   return withoutThrowing([&]() -> Result<void> {
-    StoreChange change(keychain_, patience_);
+    StoreChange change(keychain_, patience_, blocking_);
     if (change.problem()) return tl::unexpected(*change.problem());
     const Recording recording(gateway_);
     const auto before = lookAtSlots(gateway_, recording, LookLog::off);

@@ -21,6 +21,7 @@
 #include "platform/keychain_service.h"
 #include "platform/vaneinterface.h"
 #include "store/problem.h"
+#include "store/store_change.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {
@@ -28,9 +29,9 @@ namespace talvane {
 class TokenStore {
  public:
   /// Borrows both. `gateway` is the engine's (vane::SetInterface) and uses `keychain`. A change
-  /// waits up to `patience` for another program's change.
+  /// waits up to `patience` for another program's change, within `blocking` if it is not empty.
   TokenStore(vaneinterface& gateway, KeychainService& keychain,
-             std::chrono::milliseconds patience = std::chrono::seconds(10));
+             std::chrono::milliseconds patience = std::chrono::seconds(2), Blocking blocking = {});
 
   /// Reads the tokens, and checks for records after the last one. A keychain that does not answer
   /// is a Problem, never an empty list.
@@ -84,6 +85,7 @@ class TokenStore {
   vaneinterface& gateway_;
   KeychainService& keychain_;
   std::chrono::milliseconds patience_;
+  Blocking blocking_;
 };
 
 }  // namespace talvane
