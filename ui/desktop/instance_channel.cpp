@@ -9,6 +9,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <array>
 #include <cerrno>
@@ -26,8 +27,8 @@ namespace talvane {
 namespace {
 
 constexpr std::size_t longest_request = 65536;
-// The first program blocks for at most this long per request; a later one waits for several.
-constexpr auto patience_with_request = std::chrono::milliseconds(500);
+constexpr std::size_t most_peers = 64;
+constexpr auto patience_with_request = std::chrono::seconds(5);
 constexpr auto patience_with_answer = std::chrono::milliseconds(3000);
 constexpr char taken = '+';
 
@@ -94,13 +95,28 @@ std::string displayName() {
   return name;
 }
 
+struct InstanceChannel::Peer {
+  explicit Peer(FileDescriptor connection)
+      : socket(std::move(connection)),
+        notifier(new QSocketNotifier(socket.get(), QSocketNotifier::Read)) {}
+  ~Peer() {
+    notifier->setEnabled(false);
+    notifier->deleteLater();  // it may be calling
+  }
+  Peer(const Peer&) = delete;
+  Peer& operator=(const Peer&) = delete;
+
+  FileDescriptor socket;
+  QSocketNotifier* notifier;
+  QByteArray request;
+};
+
 InstanceChannel::InstanceChannel(const std::string& display)
     : lock_path_(channelFolder() + "/instance" + display + ".lock"),
       socket_path_(channelFolder() + "/instance" + display + ".socket") {}
 
 InstanceChannel::~InstanceChannel() {
-  notifier_.reset();
-  if (listening_.isOpen()) unlink(socket_path_.c_str());
+  close();
 }
 
 bool InstanceChannel::becomeFirst() {
@@ -142,18 +158,47 @@ void InstanceChannel::listen() {
 }
 
 void InstanceChannel::accept() {
-  const QByteArray request = takeRequest();
-  if (!request.isEmpty() && received) received(QString::fromUtf8(request));
+  FileDescriptor other = keptToUs(::accept(listening_.get(), nullptr, nullptr));
+  if (!other.isOpen() || fcntl(other.get(), F_SETFL, O_NONBLOCK) != 0) return;
+  // Whoever came first and has said nothing makes room.
+  if (peers_.size() == most_peers) peers_.erase(peers_.begin());
+  const auto peer = peers_.emplace_back(std::make_shared<Peer>(std::move(other)));
+  const std::weak_ptr<Peer> known = peer;
+  connect(peer->notifier, &QSocketNotifier::activated, this,
+          [this, known] { readFrom(known.lock()); });
+  QTimer::singleShot(patience_with_request, this, [this, known] { drop(known.lock()); });
+  readFrom(peer);
 }
 
-// Close first: performing the request may wait for the user.
-QByteArray InstanceChannel::takeRequest() const {
-  const FileDescriptor other = keptToUs(::accept(listening_.get(), nullptr, nullptr));
-  if (!other.isOpen()) return {};
-  const QByteArray request = readWhole(other.get(), patience_with_request);
-  if (request.isEmpty()) return {};
-  static_cast<void>(::send(other.get(), &taken, 1, 0));
-  return request;
+void InstanceChannel::readFrom(const std::shared_ptr<Peer>& peer) {
+  if (peer == nullptr) return;
+  std::array<char, 4096> piece{};
+  for (;;) {
+    const ssize_t length = read(peer->socket.get(), piece.data(), piece.size());
+    if (length < 0 && errno == EINTR) continue;
+    if (length < 0 && errno == EAGAIN) return;
+    if (length > 0) {
+      peer->request.append(piece.data(), static_cast<qsizetype>(length));
+      if (static_cast<std::size_t>(peer->request.size()) < longest_request) continue;
+    }
+    const QByteArray request = length == 0 ? peer->request : QByteArray();
+    if (!request.isEmpty()) static_cast<void>(::send(peer->socket.get(), &taken, 1, 0));
+    // Close first: performing the request may wait for the user.
+    drop(peer);
+    if (!request.isEmpty() && received) received(QString::fromUtf8(request));
+    return;
+  }
+}
+
+void InstanceChannel::drop(const std::shared_ptr<Peer>& peer) {
+  std::erase(peers_, peer);
+}
+
+void InstanceChannel::close() {
+  notifier_.reset();
+  peers_.clear();
+  if (listening_.isOpen()) unlink(socket_path_.c_str());
+  listening_ = FileDescriptor();
 }
 
 bool InstanceChannel::send(const QString& request) const {

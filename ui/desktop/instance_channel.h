@@ -2,7 +2,8 @@
 
 // One running program per user and display. The first one holds a lock while it runs, and listens;
 // a later one passes its request to it. The lock of a program that died is free. The channel is in
-// a folder that only the user can enter. SIGPIPE must be ignored.
+// a folder that only the user can enter. A connection that makes no request within a few seconds is
+// closed. SIGPIPE must be ignored.
 
 #include <QObject>
 #include <QString>
@@ -10,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/file_descriptor.h"
 
@@ -34,9 +36,16 @@ class InstanceChannel : public QObject {
 
   [[nodiscard]] const std::string& error() const { return error_; }
 
+  /// Takes no more requests.
+  void close();
+
  private:
+  // A program that makes a request. None holds up another, or this program.
+  struct Peer;
+
   void accept();
-  [[nodiscard]] QByteArray takeRequest() const;
+  void readFrom(const std::shared_ptr<Peer>& peer);
+  void drop(const std::shared_ptr<Peer>& peer);
 
   std::string lock_path_;
   std::string socket_path_;
@@ -44,6 +53,7 @@ class InstanceChannel : public QObject {
   FileDescriptor lock_;
   FileDescriptor listening_;
   std::unique_ptr<QSocketNotifier> notifier_;
+  std::vector<std::shared_ptr<Peer>> peers_;  // the oldest first
 };
 
 /// The display of this program, as part of a file name.
