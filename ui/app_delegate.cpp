@@ -4,6 +4,7 @@
 #include <QFontMetrics>
 #include <QUrl>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -27,11 +28,13 @@
 #include "ui/views/questions_view.h"
 #include "ui/views/response_view.h"
 #include "ui/views/token_view.h"
+#include "ui/wait/wait.h"
 
 namespace talvane {
 namespace {
 
 constexpr const char* prompt_done_key = "LoginItemPromptDone";
+constexpr auto store_patience = std::chrono::seconds(2);
 
 }  // namespace
 
@@ -39,13 +42,11 @@ SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
     : parts_(std::move(parts)),
       ini(*parts_.ini),
       gateway_(*parts_.keychain, *parts_.identifiers, parts_.clock),
-      store_(gateway_, *parts_.keychain),
+      store_(gateway_, *parts_.keychain, store_patience, parts_.blocking),
       panel_(ini, store_),
       enrolment_views_(panel_, *this),
       flow_({&enrolment_views_, &ini, &store_, &gateway_, parts_.make_loader,
-             [this](std::function<void()> work) {
-               QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
-             }}) {
+             [this](std::function<void()> work) { Wait::later(this, std::move(work)); }}) {
   gateway_.setConsole(parts_.console);
   panel_.dropped = [this](const QMimeData& content) { takeDropped(content); };
 }
@@ -119,6 +120,10 @@ void SoftTokenOSXAppDelegate::iconClicked() {
 }
 
 void SoftTokenOSXAppDelegate::iconClicked2() {
+  if (Wait::isOn()) {
+    Wait::leave([this] { panel_.closeclicked(); });
+    return;
+  }
   if (Alert::isOpen()) return;
   loadInterface();
   if (!panel_.isOpen()) {
@@ -145,6 +150,8 @@ void SoftTokenOSXAppDelegate::addclicked(SoftTokenWindow* fromWindow) {
 }
 
 void SoftTokenOSXAppDelegate::simpleMessageBox(const QString& text) {
+  // The user knows: they have ended it.
+  if (Wait::isLeaving()) return;
   Alert::tell(panel_.openPanel(), text);
 }
 
@@ -160,6 +167,10 @@ void SoftTokenOSXAppDelegate::perform(const QString& request) {
 }
 
 void SoftTokenOSXAppDelegate::importLink(const QString& link) {
+  if (Wait::isOn()) {
+    Wait::later(this, [this, link] { importLink(link); });
+    return;
+  }
   if (Alert::isOpen()) return;
   loadInterface();
   if (mayAddTokens()) offerToken(link.trimmed().toStdString());
@@ -186,19 +197,16 @@ void SoftTokenOSXAppDelegate::takeDropped(const QMimeData& content) {
   const QString text = content.text().trimmed();
   if (text.startsWith(QLatin1String("otpauth://"), Qt::CaseInsensitive)) link = text;
   // The drag is over before the question is asked.
-  QMetaObject::invokeMethod(
-      this,
-      [this, link, file] {
-        if (!link.isEmpty()) {
-          importLink(link);
-        } else if (!file.isEmpty()) {
-          importImage(file);
-        } else {
-          simpleMessageBox(QStringLiteral(
-              "Drop an otpauth:// link here, or an image of its QR code (PNG or JPEG)"));
-        }
-      },
-      Qt::QueuedConnection);
+  Wait::later(this, [this, link, file] {
+    if (!link.isEmpty()) {
+      importLink(link);
+    } else if (!file.isEmpty()) {
+      importImage(file);
+    } else {
+      simpleMessageBox(
+          QStringLiteral("Drop an otpauth:// link here, or an image of its QR code (PNG or JPEG)"));
+    }
+  });
 }
 
 bool SoftTokenOSXAppDelegate::mayAddTokens() {

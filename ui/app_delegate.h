@@ -19,6 +19,7 @@
 #include "platform/url_loading.h"
 #include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"
+#include "store/store_change.h"
 #include "store/token_store.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/soft_token_window.h"
@@ -44,6 +45,8 @@ struct AppParts {
   /// The trace file.
   std::string trace_path;
   bool console = true;
+  /// Performs what may block; empty: as it is.
+  Blocking blocking;
 };
 
 class SoftTokenOSXAppDelegate : public QObject, public Shell {

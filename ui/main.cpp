@@ -29,6 +29,10 @@
 #include "ui/kit/look.h"
 #include "ui/kit/product.h"
 #include "ui/start.h"
+#include "ui/wait/background_thread.h"
+#include "ui/wait/keychain_in_background.h"
+#include "ui/wait/url_loader_in_background.h"
+#include "ui/wait/wait.h"
 
 namespace talvane {
 namespace {
@@ -73,18 +77,27 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
 
   const auto defaults = systemUserDefaults();
   const auto identifiers = systemDeviceIdentifiers();
-  const auto keychain = makeLazyUserKeychain(*defaults, MayAsk::yes);
+  const auto user_keychain = makeLazyUserKeychain(*defaults, MayAsk::yes);
+  BackgroundThread keychain_thread;
+  KeychainInBackground keychain(*user_keychain, keychain_thread);
   Ini ini(*defaults);
   Tray* tray = nullptr;
   AppParts parts;
-  parts.keychain = keychain.get();
+  parts.keychain = &keychain;
   parts.identifiers = identifiers.get();
   parts.defaults = defaults.get();
   parts.ini = &ini;
   parts.make_login_item = [] { return std::make_unique<talibobjc_LoginItem>(); };
   parts.open_url = [](const QString& address) { QDesktopServices::openUrl(QUrl(address)); };
   parts.show_status_item = [&tray] { tray->show(); };
-  parts.make_loader = [](std::string* error) { return makeUrlLoader(error); };
+  parts.make_loader = [](std::string* error) -> std::unique_ptr<UrlLoader> {
+    auto loader = makeUrlLoader(error);
+    if (loader == nullptr) return nullptr;
+    return std::make_unique<UrlLoaderInBackground>(std::move(loader));
+  };
+  parts.blocking = [&keychain_thread](std::function<void()> work) {
+    return Wait::run(keychain_thread, std::move(work), Wait::For::change);
+  };
   parts.trace_path = trace_path;
   parts.console = options.console;
   SoftTokenOSXAppDelegate delegate(std::move(parts));
@@ -101,7 +114,13 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
     QTimer::singleShot(0, &delegate, [&delegate] { delegate.loadInterface(); });
     if (options.request != QLatin1String(request::start)) delegate.perform(options.request);
   });
-  return QApplication::exec();
+  const int exit_code = QApplication::exec();
+  if (keychain_thread.isBusy()) {
+    // A keychain that does not answer must not delay the end.
+    channel.close();
+    std::_Exit(exit_code);
+  }
+  return exit_code;
 }
 
 int run(int argc, char** argv) {

@@ -1,6 +1,7 @@
 #include "ui/panel/panel.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QKeyEvent>
 
 #include <algorithm>
@@ -62,9 +63,11 @@ bool focusRow(const std::vector<QWidget*>& rows, int step) {
 Panel::Panel(const Ini& ini, TokenStore& store) : ini_(ini), tokens_(store) {
   connect(qApp, &QApplication::focusChanged, this,
           [this](QWidget* /*before*/, QWidget* now) { bringIntoView(now); });
+  Wait::setHost(this);
 }
 
 Panel::~Panel() {
+  Wait::removeHost(this);
   ow = nullptr;
   views_.clear();
 }
@@ -72,7 +75,9 @@ Panel::~Panel() {
 void Panel::take(std::unique_ptr<View> view) {
   SoftTokenWindow* window = view->window();
   window->key_pressed = [this, window](QKeyEvent& event) { return keyPressed(window, event); };
-  window->closed_by_user = [this, window] { closeWindow(window, false); };
+  window->closed_by_user = [this, window] {
+    if (window == ow) closedByUser(false);
+  };
   window->wheel_turned = [this](int points) { scroll(points); };
   window->dropped = [this](const QMimeData& what) {
     if (dropped) dropped(what);
@@ -80,7 +85,7 @@ void Panel::take(std::unique_ptr<View> view) {
   if (close == nullptr) {
     close = makeCloseButton(window);
     connect(close, &QAbstractButton::clicked, this, [this] {
-      if (close->window() == ow) closeclicked();
+      if (close->window() == ow) closedByUser(true);
     });
   }
   views_.push_back(std::move(view));
@@ -101,10 +106,15 @@ View* Panel::viewOf(const SoftTokenWindow* window) const {
 }
 
 void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
+  if (Wait::isOn()) return;
   vane::log("APP: openWindow: begin (x:{} y:{} roll:{})", x, y, roll_down ? 1 : 0);
   tokens_.clear();
   View* view = viewOf(window);
-  if (view != nullptr && view->showsTokens()) tokens_.read();
+  if (view != nullptr && view->showsTokens() && !readTokens()) {
+    window->hide();
+    releaseLater();
+    return;
+  }
   if (View* other = view == nullptr ? nullptr : view->standIn()) {
     view = other;
     window = other->window();
@@ -122,6 +132,7 @@ void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
   if (view != nullptr) view->init();
   window->setFrameOrigin(place);
   bringToFront(window);
+  if (sign_ != nullptr) sign_->hide();
   if (roll_down) {
     const std::int64_t steps = ini_.RollupSteps;
     vane::log("APP: openWindow: rolling (steps:{} chunk:{})...", steps, rollChunk(height, steps));
@@ -153,10 +164,66 @@ void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
   window->setContentView(content);
   delete std::exchange(bg, nullptr);
   content = nullptr;
-  // After the closed view has finished its work.
-  QMetaObject::invokeMethod(
-      this, [this] { releaseClosedPanel(); }, Qt::QueuedConnection);
+  releaseLater();
   vane::log("APP: closeWindow: end");
+}
+
+// After the closed view has finished its work.
+void Panel::releaseLater() {
+  Wait::later(this, [this] { releaseClosedPanel(); });
+}
+
+// False: the user has left meanwhile.
+bool Panel::readTokens() {
+  reading_ = true;
+  tokens_.read();
+  reading_ = false;
+  if (!Wait::isLeaving()) return true;
+  tokens_.clear();
+  if (sign_ != nullptr) sign_->hide();
+  return false;
+}
+
+void Panel::closedByUser(bool roll_up) {
+  if (Wait::isOn()) {
+    Wait::leave([this, roll_up] { closeWindow(ow, roll_up); });
+  } else {
+    closeWindow(ow, roll_up);
+  }
+}
+
+void Panel::waitBegins() {
+  if (!std::exchange(waits_, true)) QGuiApplication::setOverrideCursor(Qt::BusyCursor);
+  if (reading_) {
+    if (sign_ == nullptr) sign_ = std::make_unique<WaitSign>([this] { closedByUser(false); });
+    sign_->show(QString::fromStdString(ini_.StrPleaseWait));
+    return;
+  }
+  if (View* view = viewOf(ow); view != nullptr && waiting_view_ == nullptr) {
+    waiting_view_ = view;
+    view->waits(true);
+  }
+}
+
+void Panel::waitEnds() {
+  if (!std::exchange(waits_, false)) return;
+  QGuiApplication::restoreOverrideCursor();
+  if (View* view = std::exchange(waiting_view_, nullptr)) view->waits(false);
+}
+
+bool Panel::isWayOut(const QWidget* widget) const {
+  if (widget == close || (sign_ != nullptr && widget == sign_->closeButton())) return true;
+  const View* view = viewOf(ow);
+  return view != nullptr && widget == view->cancelling();
+}
+
+void Panel::escape() {
+  const View* view = viewOf(ow);
+  if (QAbstractButton* cancelling = view == nullptr ? nullptr : view->cancelling()) {
+    cancelling->click();
+  } else {
+    closedByUser(true);
+  }
 }
 
 void Panel::makeBackground(int height) {
@@ -214,7 +281,7 @@ void Panel::positionToolbarCommon(QWidget* button, const Frame& frame) {
 
 bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
   // The key was pressed while the program was busy, and the panel has closed or changed since.
-  if (window != ow) return true;
+  if (window != ow || Wait::isOn()) return true;
   const int page = mainScreen().height() - menu_bar_height - row_step;
   View* view = viewOf(window);
   switch (event.key()) {

@@ -18,10 +18,12 @@
 #include "ui/panel/shown_tokens.h"
 #include "ui/panel/soft_token_window.h"
 #include "ui/panel/view.h"
+#include "ui/panel/wait_sign.h"
+#include "ui/wait/wait.h"
 
 namespace talvane {
 
-class Panel : public QObject {
+class Panel : public QObject, private Wait::Host {
  public:
   /// Borrows both.
   Panel(const Ini& ini, TokenStore& store);
@@ -44,8 +46,9 @@ class Panel : public QObject {
   /// The last in the tab order. Exists once a view was added.
   [[nodiscard]] QWidget* closeButton() const { return close; }
 
-  /// Opens the window, at the default place if x < 0. The origin is the lower left corner; y grows
-  /// upwards. A window that belongs to no view is 500 high and stays empty.
+  /// Opens the window, unless the user leaves while the tokens are read; not while the program
+  /// waits for something else. At the default place if x < 0. The origin is the lower left corner;
+  /// y grows upwards. A window that belongs to no view is 500 high and stays empty.
   void openWindow(SoftTokenWindow* window, int x, int y, bool roll);
   /// Does nothing unless this window is open.
   void closeWindow(SoftTokenWindow* window, bool roll);
@@ -74,11 +77,19 @@ class Panel : public QObject {
   void take(std::unique_ptr<View> view);
   [[nodiscard]] View* viewOf(const SoftTokenWindow* window) const;
   void positionToolbarCommon(QWidget* button, const Frame& frame);
+  void releaseLater();
   void releaseClosedPanel();
   bool keyPressed(const SoftTokenWindow* window, const QKeyEvent& event);
   /// In points; negative moves up.
   void scroll(int movement);
   void bringIntoView(const QWidget* widget);
+  bool readTokens();
+  void closedByUser(bool roll_up);
+  void waitBegins() override;
+  void waitEnds() override;
+  [[nodiscard]] bool isWayOut(const QWidget* widget) const override;
+  void escape() override;
+  void closeAtOnce() override { closeclicked(); }
 
   const Ini& ini_;
   ShownTokens tokens_;
@@ -89,6 +100,10 @@ class Panel : public QObject {
   QWidget* content = nullptr;  // the open window's own
   CloseButton* close = nullptr;
   PanelBackground* bg = nullptr;
+  bool reading_ = false;
+  bool waits_ = false;
+  View* waiting_view_ = nullptr;  // that was told of it
+  std::unique_ptr<WaitSign> sign_;
 };
 
 }  // namespace talvane

@@ -11,6 +11,7 @@
 #include "ui/kit/frame.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/soft_token_window.h"
+#include "ui/wait/wait.h"
 
 class QKeyEvent;
 
@@ -44,6 +45,9 @@ class View {
   /// The panel is closed and no click is running. Free what a closed panel does not need.
   virtual void released() {}
 
+  /// While it is open: the program waits for an answer, or no longer does (see Wait).
+  virtual void waits(bool /*waiting*/) {}
+
   // Keys.
 
   /// The button that Return presses, also from a field; null for none.
@@ -76,11 +80,16 @@ class View {
   }
 
   /// Calls `action` on a click, unless the view has closed meanwhile: a click may wait while the
-  /// program works.
+  /// program works. While it waits for an answer, only the cancelling button works.
   template <typename Action>
-  void onClick(const QAbstractButton* button, Action action) {
-    QObject::connect(button, &QAbstractButton::clicked, window(), [this, action] {
-      if (window_->isVisible()) action();
+  void onClick(QAbstractButton* button, Action action) {
+    QObject::connect(button, &QAbstractButton::clicked, window(), [this, button, action] {
+      if (!window_->isVisible()) return;
+      if (!Wait::isOn()) {
+        action();
+      } else if (button == cancelling()) {
+        Wait::leave([button] { button->click(); });
+      }
     });
   }
 

@@ -6,6 +6,7 @@
 #include "ui/views/address_view.h"
 #include "ui/views/authentication_view.h"
 #include "ui/views/questions_view.h"
+#include "ui/wait/wait.h"
 
 namespace talvane {
 namespace {
@@ -39,6 +40,8 @@ void EnrolmentViews::switchView(View from, View to) {
 }
 
 void EnrolmentViews::goHome() {
+  // Cancel or the close button has said where to go instead.
+  if (Wait::isLeaving()) return;
   panel_.switchViewfrom(panel_.openPanel(), panel_.window("tv"));
 }
 

@@ -19,6 +19,7 @@
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
 #include "ui/views/shell.h"
+#include "ui/wait/wait.h"
 
 namespace talvane {
 
@@ -54,8 +55,7 @@ void ManagementView::cv_init() {
   cvview->setObjectName(QStringLiteral("cvview"));
   const int count = panel_.tokens().count();
   if (count == 0) {
-    QMetaObject::invokeMethod(
-        &panel_, [this] { panel_.cvtv(); }, Qt::QueuedConnection);
+    Wait::later(&panel_, [this] { panel_.cvtv(); });
     return;
   }
   for (int i = 0; i < count; ++i) addRow(i);
@@ -184,12 +184,9 @@ std::vector<TokenStore::Rename> ManagementView::typedNames() const {
 }
 
 void ManagementView::refreshLater() {
-  QMetaObject::invokeMethod(
-      window(),
-      [this] {
-        if (panel_.openPanel() == window()) panel_.refreshView(window());
-      },
-      Qt::QueuedConnection);
+  Wait::later(window(), [this] {
+    if (panel_.openPanel() == window()) panel_.refreshView(window());
+  });
 }
 
 void ManagementView::tell(const Problem& problem) {

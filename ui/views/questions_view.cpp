@@ -195,6 +195,23 @@ void QuestionsView::evgi_questionselected(const QComboBox* sender) {
   vane::log("EVGI: questionselected: end");
 }
 
+TextLabel* QuestionsView::topLabel() const {
+  return form_.evgi_pinlabel->isHidden() ? form_.evgi_questionlabel : form_.evgi_pinlabel;
+}
+
+// The same words as in the sign-in view; what was typed still shows, and cannot be changed.
+void QuestionsView::waits(bool waiting) {
+  if (waiting) {
+    prompt_ = topLabel()->text();
+    topLabel()->showText(QString::fromStdString(ini_.StrPleaseWait));
+  } else if (topLabel()->text() == QString::fromStdString(ini_.StrPleaseWait)) {
+    topLabel()->showText(prompt_);
+  }
+  const TaEnrolClient* client = flow_.taenrol();
+  const bool wants_pin = client != nullptr && client->bUSERCREATEPIN;
+  form_.evgi_submit->setEnabled(!waiting && (!wants_pin || pinIsGood()));
+}
+
 void QuestionsView::evgi_submitclicked() {
   vane::log("EVGI: submitclicked: begin");
   flow_.evgi_submitclicked();

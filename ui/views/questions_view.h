@@ -2,6 +2,7 @@
 
 #include <QComboBox>
 #include <QLineEdit>
+#include <QString>
 
 #include <array>
 #include <cstddef>
@@ -10,6 +11,7 @@
 #include "config/ini.h"
 #include "enrol/enrol_flow.h"
 #include "enrol/ta_enrol_client.h"
+#include "ui/kit/text_label.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/view.h"
 #include "ui/views/shell.h"
@@ -35,6 +37,7 @@ class QuestionsView final : public View {
 
   [[nodiscard]] int height() override { return evgi_height(); }
   void init() override { evgi_init(); }
+  void waits(bool waiting) override;
   [[nodiscard]] QAbstractButton* accepting() const override { return form_.evgi_submit; }
   [[nodiscard]] QAbstractButton* cancelling() const override { return form_.evgi_cancel; }
 
@@ -44,6 +47,7 @@ class QuestionsView final : public View {
   void layOut(const TaEnrolClient& client, int height);
   void showEarlierAnswers(const TaEnrolClient& client);
   [[nodiscard]] bool pinIsGood() const;
+  [[nodiscard]] TextLabel* topLabel() const;
   [[nodiscard]] std::array<QComboBox*, 3> menus() const;
   [[nodiscard]] std::array<QLineEdit*, 3> answers() const;
 
@@ -52,6 +56,7 @@ class QuestionsView final : public View {
   const Ini& ini_;
   EnrolFlow& flow_;
   Ui::QuestionsView form_;
+  QString prompt_;  // that the wait replaces
 };
 
 }  // namespace talvane

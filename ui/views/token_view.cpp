@@ -25,6 +25,7 @@
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
 #include "ui/views/shell.h"
+#include "ui/wait/wait.h"
 
 namespace talvane {
 namespace {
@@ -143,8 +144,9 @@ void TokenView::addTokenRow(int index) {
   copy->setDress(PanelButton::Dress::light);
   copy->setText(QString::fromStdString(ini_.StrButtonCopy));
   copy->setAccessibleName(copy->text() + QStringLiteral(": ") + name);
-  QObject::connect(copy, &QAbstractButton::clicked, window(),
-                   [this, copy] { tv_copyclicked(copy); });
+  QObject::connect(copy, &QAbstractButton::clicked, window(), [this, copy] {
+    if (!Wait::isOn()) tv_copyclicked(copy);
+  });
   tvcopy.push_back(copy);
 }
 
@@ -195,6 +197,7 @@ void TokenView::paintWhatShows() {
 }
 
 void TokenView::tv_timer() {
+  if (Wait::isOn()) return;
   vane::log("TV : timer: ");
   paintWhatShows();
   if (timer != nullptr) timer->setInterval(millisecondsToNextSecond());

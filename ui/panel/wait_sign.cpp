@@ -1,0 +1,44 @@
+#include "ui/panel/wait_sign.h"
+
+#include <functional>
+
+#include "ui/desktop/window_hints.h"
+#include "ui/kit/frame.h"
+#include "ui/kit/look.h"
+#include "ui/panel/panel_background.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/soft_token_window.h"
+
+namespace talvane {
+
+WaitSign::WaitSign(const std::function<void()>& leave)
+    : window_({0, 0, panel_width, tokenViewHeight(0)}) {
+  const int height = tokenViewHeight(0);
+  window_.setObjectName(QStringLiteral("wait"));
+  window_.setFixedSize(panel_width, height);
+  auto* background = new PanelBackground(height);
+  delete window_.setContentView(background);
+  text_ = new TextLabel(background);
+  text_->setObjectName(QStringLiteral("waittext"));
+  text_->setAlignment(Qt::AlignCenter);
+  text_->setGeometry(rectangle(withoutBands({0, 0, panel_width, height})));
+  close_ = new CloseButton(background);
+  close_->setObjectName(QStringLiteral("waitclose"));
+  close_->setAccessibleName(QStringLiteral("Close"));
+  close_->setToolTip(close_->accessibleName());
+  close_->setGeometry(rectangle(close_button_frame));
+  QObject::connect(close_, &QAbstractButton::clicked, &window_, leave);
+  window_.closed_by_user = leave;
+}
+
+void WaitSign::show(const QString& text) {
+  if (window_.isVisible()) return;
+  text_->showText(text);
+  window_.setFrameOrigin(defaultPlace(mainScreenSize(), window_.height(), false));
+  keepOutOfTaskBars(window_);
+  window_.show();
+  window_.raise();
+  window_.activateWindow();
+}
+
+}  // namespace talvane

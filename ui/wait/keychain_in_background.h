@@ -1,0 +1,46 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/keychain_service.h"
+#include "ui/wait/background_thread.h"
+#include "ui/wait/wait.h"
+
+namespace talvane {
+
+/// Calls another keychain on a thread while the main thread waits (see Wait). A call that is not
+/// waited for returns not_responding, and so does one within another. One change or reading at a
+/// time, as everywhere.
+class KeychainInBackground final : public KeychainService {
+ public:
+  /// Borrows both. The thread calls the keychain until it has nothing left to do.
+  KeychainInBackground(KeychainService& keychain, BackgroundThread& thread)
+      : keychain_(keychain), thread_(thread) {}
+
+  KeychainStatus find(const std::string& service, const std::string& account,
+                      SecretBytes* secret) override;
+  KeychainStatus add(const std::string& service, const std::string& account,
+                     const SecretBytes& secret) override;
+  KeychainStatus replace(const std::string& service, const std::string& account,
+                         const SecretBytes& secret) override;
+  KeychainStatus remove(const std::string& service, const std::string& account) override;
+  std::string message(KeychainStatus status) override;
+  KeychainDescription describe() override;
+  void beginReading(const std::string& account) override;
+  void endReading() override;
+  KeychainStatus beginChange() override;
+  KeychainStatus endChange() override;
+  void abandonChange() override;
+
+ private:
+  KeychainStatus call(Wait::For what, std::function<KeychainStatus()> work);
+  void callSoon(std::function<void()> work);
+
+  KeychainService& keychain_;
+  BackgroundThread& thread_;
+  bool changing_ = false;
+};
+
+}  // namespace talvane
