@@ -108,7 +108,9 @@ TEST_F(HttpHostileTest, HangsAfterARedirect) {
 }
 
 TEST_F(HttpHostileTest, NeverTakesTheConnection) {
-  useLimits(silenceOf(200ms));
+  UrlLoaderLimits limits;
+  limits.connect = 200ms;
+  useLimits(limits);
   // A listener whose queue is full: the kernel drops what comes after.
   const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_in address{};
@@ -125,13 +127,21 @@ TEST_F(HttpHostileTest, NeverTakesTheConnection) {
     static_cast<void>(connect(filler, static_cast<sockaddr*>(place), length));
   }
   const std::string url = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
-  EXPECT_LT(secondsOf([&] { expectFailure(got(url), timed_out); }), 5);
+  EXPECT_LT(secondsOf([&] {
+              const TaHttp http = got(url);
+              expectFailure(http, timed_out);
+              EXPECT_EQ(*http.error(),
+                        "The server could not be reached within 200 milliseconds [28]");
+            }),
+            5);
   for (const int filler : fillers) close(filler);
   close(listener);
 }
 
 TEST_F(HttpHostileTest, HangsWithinTheHandshake) {
-  useLimits(silenceOf(200ms));
+  UrlLoaderLimits limits;
+  limits.connect = 200ms;
+  useLimits(limits);
   LoopbackServer server([](Connection& connection, const std::string&) { connection.hang(); });
   expectFailure(got("https" + server.url().substr(4)), timed_out);
 }
