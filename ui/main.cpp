@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -24,6 +25,7 @@
 #include "ui/app_delegate.h"
 #include "ui/desktop/display.h"
 #include "ui/desktop/instance_channel.h"
+#include "ui/desktop/session_bus.h"
 #include "ui/desktop/tray.h"
 #include "ui/kit/icns.h"
 #include "ui/kit/look.h"
@@ -68,7 +70,9 @@ int handOver(const InstanceChannel& channel, const QString& request) {
 
 /// Runs as the first program, until the user quits it.
 int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& channel) {
+  std::optional<SilentBusGuard> bus(std::in_place);
   Application application(argc, argv);
+  bus.reset();
   QApplication::setApplicationName(QStringLiteral("Talvane Soft Token"));
   QApplication::setApplicationVersion(QLatin1String(product::version));
   QGuiApplication::setDesktopFileName(QStringLiteral("softtoken"));
