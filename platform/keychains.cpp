@@ -78,25 +78,30 @@ class ChosenKeychain final : public KeychainService {
 
   KeychainStatus find(const std::string& service, const std::string& account,
                       SecretBytes* secret) override {
+    if (silent_) return KeychainStatus::not_responding;
     if (!open()) return KeychainStatus::not_available;
     // Do not wait again for a keychain that has just failed to answer.
     const KeychainStatus seen = std::exchange(choice_.first_look, KeychainStatus::ok);
     if (seen == KeychainStatus::not_responding) return seen;
-    return keychain_->find(service, account, secret);
+    return heard(keychain_->find(service, account, secret));
   }
   KeychainStatus add(const std::string& service, const std::string& account,
                      const SecretBytes& secret) override {
+    if (silent_) return KeychainStatus::not_responding;
     if (!open()) return KeychainStatus::not_available;
     writing_down_failed_ = !writeDown();
     if (writing_down_failed_) return KeychainStatus::write_permission;
-    return keychain_->add(service, account, secret);
+    return heard(keychain_->add(service, account, secret));
   }
   KeychainStatus replace(const std::string& service, const std::string& account,
                          const SecretBytes& secret) override {
-    return open() ? keychain_->replace(service, account, secret) : KeychainStatus::not_available;
+    if (silent_) return KeychainStatus::not_responding;
+    return open() ? heard(keychain_->replace(service, account, secret))
+                  : KeychainStatus::not_available;
   }
   KeychainStatus remove(const std::string& service, const std::string& account) override {
-    return open() ? keychain_->remove(service, account) : KeychainStatus::not_available;
+    if (silent_) return KeychainStatus::not_responding;
+    return open() ? heard(keychain_->remove(service, account)) : KeychainStatus::not_available;
   }
   std::string message(KeychainStatus status) override {
     if (keychain_ == nullptr) return choice_.error;
@@ -118,14 +123,18 @@ class ChosenKeychain final : public KeychainService {
   }
   KeychainStatus beginChange() override {
     chooseAgain();
+    silent_ = false;
     changing_ = open();
     return changing_ ? keychain_->beginChange() : KeychainStatus::not_available;
   }
   KeychainStatus endChange() override {
     if (!std::exchange(changing_, false)) return KeychainStatus::not_available;
-    return keychain_->endChange();
+    if (!std::exchange(silent_, false)) return keychain_->endChange();
+    keychain_->abandonChange();
+    return KeychainStatus::not_responding;
   }
   void abandonChange() override {
+    silent_ = false;
     if (std::exchange(changing_, false)) keychain_->abandonChange();
   }
 
@@ -135,6 +144,12 @@ class ChosenKeychain final : public KeychainService {
     choice_ = chooseKeychain(defaults_, "");
     if (choice_.error.empty()) keychain_ = makeKeychain(choice_.kind, may_ask_);
     return keychain_ != nullptr;
+  }
+
+  // A change asks a keychain that has not answered nothing more: each call would wait again.
+  KeychainStatus heard(KeychainStatus status) {
+    silent_ = changing_ && status == KeychainStatus::not_responding;
+    return status;
   }
 
   // Until the choice is remembered, the answer may change: the desktop's keychain starts late, or
@@ -168,6 +183,7 @@ class ChosenKeychain final : public KeychainService {
   Choice choice_;
   std::unique_ptr<KeychainService> keychain_;  // null: not opened yet, or `choice_.error` says why
   bool changing_ = false;
+  bool silent_ = false;
   bool written_down_ = false;
   bool writing_down_failed_ = false;
 };
