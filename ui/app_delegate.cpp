@@ -4,7 +4,6 @@
 #include <QFontMetrics>
 #include <QUrl>
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -34,7 +33,6 @@ namespace talvane {
 namespace {
 
 constexpr const char* prompt_done_key = "LoginItemPromptDone";
-constexpr auto store_patience = std::chrono::seconds(2);
 
 }  // namespace
 
@@ -42,7 +40,7 @@ SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
     : parts_(std::move(parts)),
       ini(*parts_.ini),
       gateway_(*parts_.keychain, *parts_.identifiers, parts_.clock),
-      store_(gateway_, *parts_.keychain, store_patience, parts_.blocking),
+      store_(gateway_, *parts_.keychain, parts_.patience, parts_.blocking),
       panel_(ini, store_),
       enrolment_views_(panel_, *this),
       flow_({&enrolment_views_, &ini, &store_, &gateway_, parts_.make_loader,

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -47,6 +48,8 @@ struct AppParts {
   bool console = true;
   /// Performs what may block; empty: as it is.
   Blocking blocking;
+  /// How long to wait for other programs that change the tokens.
+  std::chrono::milliseconds patience = std::chrono::seconds(2);
 };
 
 class SoftTokenOSXAppDelegate : public QObject, public Shell {

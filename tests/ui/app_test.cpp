@@ -10,6 +10,8 @@
 #include "platform/trace.h"
 #include "ui/kit/icns.h"
 #include "ui/kit/look.h"
+#include "ui/wait/url_loader_in_background.h"
+#include "ui/wait/wait.h"
 
 namespace talvane {
 
@@ -177,6 +179,18 @@ void AppTest::launch() {
   parts.open_url = [this](const QString& address) {
     opened_pages.push_back(address.toStdString());
   };
+  parts.patience = patience;
+  if (in_background_) {
+    keychain_thread_ = std::make_unique<BackgroundThread>();
+    keychain_in_background_ = std::make_unique<KeychainInBackground>(keychain, *keychain_thread_);
+    parts.keychain = keychain_in_background_.get();
+    parts.blocking = [this](std::function<void()> work) {
+      return Wait::run(*keychain_thread_, std::move(work), Wait::For::change);
+    };
+    parts.make_loader = [this](std::string* /*error*/) -> std::unique_ptr<UrlLoader> {
+      return std::make_unique<UrlLoaderInBackground>(network.makeLoader());
+    };
+  }
   parts.trace_path = home.home() + "/softtoken.txt";
   parts.console = console;
   app_ = std::make_unique<SoftTokenOSXAppDelegate>(std::move(parts));

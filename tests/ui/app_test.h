@@ -12,6 +12,7 @@
 #include <QPointer>
 #include <QTest>
 #include <QTimer>
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -27,6 +28,8 @@
 #include "tests/support/private_home.h"
 #include "tests/ui/frames.h"
 #include "ui/app_delegate.h"
+#include "ui/wait/background_thread.h"
+#include "ui/wait/keychain_in_background.h"
 
 namespace talvane {
 
@@ -101,6 +104,9 @@ class AppTest : public testing::Test {
 
   /// The settings file's text; before `launch`. The trace is on.
   void setSettings(const std::string& text);
+  /// Lets requests and the keychain work on other threads, as in the built program; before
+  /// `launch`.
+  void workInBackground() { in_background_ = true; }
   /// Starts the program. The question about the login items is answered already unless a test has
   /// changed `defaults`.
   void launch();
@@ -191,6 +197,7 @@ class AppTest : public testing::Test {
   int status_items_shown = 0;
   /// Whether the log goes to standard error too; before `launch`.
   bool console = false;
+  std::chrono::milliseconds patience{2000};
   /// What the clock shows, in seconds since the Unix epoch. It stands until it is set.
   std::int64_t clock = 0;
   /// Asked before every call of the application's to the keychain; ok: it goes through.
@@ -200,6 +207,9 @@ class AppTest : public testing::Test {
   void asAnotherProgram(const std::function<void()>& work);
 
   std::size_t writes_ = 0;
+  bool in_background_ = false;
+  std::unique_ptr<BackgroundThread> keychain_thread_;
+  std::unique_ptr<KeychainInBackground> keychain_in_background_;
   std::unique_ptr<Ini> ini_;
   std::unique_ptr<SoftTokenOSXAppDelegate> app_;
 };
