@@ -1,11 +1,17 @@
+#include <fcntl.h>
+#include <sys/file.h>
+
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "engine/text.h"
+#include "platform/file_descriptor.h"
 #include "platform/folders.h"
 #include "platform/regular_file.h"
 #include "platform/replace_file.h"
@@ -14,6 +20,7 @@
 namespace talvane {
 namespace {
 
+constexpr auto patience = std::chrono::seconds(2);
 constexpr std::string_view group = "[softtoken]";
 
 // A key file (Desktop Entry Specification, "Basic format of the file") with one group, in the
@@ -30,20 +37,39 @@ class KeyFileDefaults final : public UserDefaults {
   }
 
   bool setString(const std::string& key, const std::string& value) override {
+    if (value.find('\n') != std::string::npos || !isUtf8(value)) return false;
+    if (!makePrivateFolder(configFolder())) return false;
+    // Another program's change in between would be lost.
+    const FileDescriptor lock = lockedFolder();
     Values values;
-    if (value.find('\n') != std::string::npos || !isUtf8(value) || !load(&values)) return false;
+    if (!lock.isOpen() || !load(&values)) return false;
+    removeDrafts(path());
     values[key] = value;
     std::string text = std::string(group) + '\n';
     for (const auto& [name, content] : values) {
       text.append(name).append("=").append(content).append("\n");
     }
-    return makePrivateFolder(configFolder()) && replaceFile(path(), text) == 0;
+    return replaceFile(path(), text) == 0;
   }
 
  private:
   using Values = std::map<std::string, std::string>;
 
   static std::string path() { return configFolder() + "/defaults.conf"; }
+
+  // None if another program keeps it locked. On a file system without locks it is open all the
+  // same.
+  static FileDescriptor lockedFolder() {
+    FileDescriptor folder(open(configFolder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.isOpen()) return folder;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
+      if (errno != EWOULDBLOCK && errno != EINTR) break;
+      if (std::chrono::steady_clock::now() >= deadline) return FileDescriptor();
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return folder;
+  }
 
   // A missing file is empty. A file with an unknown line cannot be trusted.
   static bool load(Values* values) {

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "tests/support/in_child.h"
 #include "tests/support/private_home.h"
@@ -236,6 +238,22 @@ TEST_F(UserDefaultsTest, BytesThatAreNoKeyFileDoNoHarm) {
       EXPECT_TRUE(value == "none" || value == "unreadable" || value == "=vault") << value;
     });
   }
+}
+
+TEST_F(UserDefaultsTest, ProgramsThatStoreAtTheSameTimeLoseNothing) {
+  std::vector<std::thread> programs;
+  for (int i = 0; i < 8; ++i) {
+    programs.emplace_back([i] { EXPECT_TRUE(store("Key" + std::to_string(i), "kept")); });
+  }
+  for (std::thread& program : programs) program.join();
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(read("Key" + std::to_string(i)), "=kept") << i;
+}
+
+TEST_F(UserDefaultsTest, DraftsOfKilledProgramsAreRemoved) {
+  ASSERT_TRUE(store("Keychain", "vault"));
+  writeFile(file + ".draft-abcdef", "half");
+  ASSERT_TRUE(store("EnrolURL", "x"));
+  EXPECT_FALSE(exists(file + ".draft-abcdef"));
 }
 
 }  // namespace

@@ -458,5 +458,64 @@ TEST_F(ManagementTest, AddIsTraced) {
   EXPECT_EQ(traced({"CV : "}), (Lines{"CV : addclicked: begin", "CV : addclicked: end"}));
 }
 
+class ObstacleTest : public ManagementTest {
+ protected:
+  SecretBytes& item(int slot) {
+    return keychain.memory.items[{"TalvaneSoftToken502" + std::to_string(slot), "ada"}];
+  }
+};
+
+TEST_F(ObstacleTest, RecordThatDoesNotLoadIsDeletedByItsRow) {
+  storeMany(3);
+  item(1) = Bytes{1, 2, 3};
+  show("cv");
+  EXPECT_EQ(shownNames(), Lines{"Token 0"});
+  const auto* obstacle = find<QLineEdit>("cvobstacle");
+  EXPECT_EQ(obstacle->text(), QStringLiteral("Slot 1: unreadable"));
+  EXPECT_TRUE(obstacle->isReadOnly());
+  EXPECT_EQ(frameOf(obstacle->geometry()), managementFieldFrame(1));
+  ASSERT_EQ(checkboxes().size(), 2U);
+  check(1);
+  deleteAndAnswer("YES");
+  ASSERT_EQ(alerts.seen.size(), 1U);
+  EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 2"}));
+  QCoreApplication::processEvents();
+  EXPECT_EQ(shownNames(), (Lines{"Token 0", "Token 2"}));
+  EXPECT_EQ(all<QLineEdit>("cvobstacle").size(), 0U);
+}
+
+TEST_F(ObstacleTest, GapIsClosedByItsRow) {
+  storeMany(4);
+  keychain.memory.items.erase({"TalvaneSoftToken5021", "ada"});
+  keychain.memory.items.erase({"TalvaneSoftToken5022", "ada"});
+  show("cv");
+  EXPECT_EQ(find<QLineEdit>("cvobstacle")->text(), QStringLiteral("Slot 1: empty"));
+  check(1);
+  deleteAndAnswer("YES");
+  EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 3"}));
+}
+
+TEST_F(ObstacleTest, EditOpensForItAlone) {
+  store("Mail");
+  item(0) = Bytes{1, 2, 3};
+  show("tv");
+  EXPECT_TRUE(find<QAbstractButton>("tvconfig")->isEnabled());
+  click("tvconfig");
+  EXPECT_EQ(shownNames(), Lines{});
+  ASSERT_EQ(checkboxes().size(), 1U);
+  check(0);
+  deleteAndAnswer("YES");
+  EXPECT_EQ(keychain.memory.items.size(), 0U);
+}
+
+TEST_F(ObstacleTest, NamesAreTypedBesideIt) {
+  storeMany(2);
+  item(1) = Bytes{1, 2, 3};
+  show("cv");
+  rename(0, "New");
+  click("cvhome");
+  EXPECT_EQ(find<QLabel>("tvdesc")->text(), QStringLiteral("New"));
+}
+
 }  // namespace
 }  // namespace talvane

@@ -190,7 +190,11 @@ void InstanceChannel::readFrom(const std::shared_ptr<Peer>& peer) {
   }
 }
 
+// Closes it now: whoever calls may keep the object while a request is performed.
 void InstanceChannel::drop(const std::shared_ptr<Peer>& peer) {
+  if (peer == nullptr) return;
+  peer->notifier->setEnabled(false);
+  static_cast<void>(peer->socket.close());
   std::erase(peers_, peer);
 }
 

@@ -1,6 +1,7 @@
 #include "ui/panel/shown_tokens.h"
 
 #include <cstddef>
+#include <string>
 #include <utility>
 
 #include "engine/soft_token_info.h"
@@ -9,13 +10,24 @@
 
 namespace talvane {
 
+namespace {
+
+std::string wordsFor(const Obstacle& obstacle) {
+  return obstacle.words + "; " +
+         (obstacle.kind == Obstacle::Kind::gap
+              ? "close the gap in Edit"
+              : obstacle.repair + ", or delete it in Edit and add the token again");
+}
+
+}  // namespace
+
 void ShownTokens::read() {
   clear();
   vane::log("APP: openWindow: reading tokens...");
   if (auto stored = store_.read()) {
     TOKEN = std::move(*stored);
     TOKENS = static_cast<int>(TOKEN.list.size());
-    if (TOKEN.obstacle) trouble_ = TOKEN.obstacle->words;
+    if (TOKEN.obstacle) trouble_ = wordsFor(*TOKEN.obstacle);
   } else {
     trouble_ = stored.error().words;
   }

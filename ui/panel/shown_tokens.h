@@ -19,6 +19,8 @@ class ShownTokens {
 
   [[nodiscard]] const StoredTokens& stored() const { return TOKEN; }
   [[nodiscard]] int count() const { return TOKENS; }
+  /// The number of things that can be deleted: the tokens, and what hides others.
+  [[nodiscard]] int deletable() const { return TOKENS + (TOKEN.obstacle ? 1 : 0); }
   /// For the user: why the tokens, or those after the last one, could not be read; empty if they
   /// could.
   [[nodiscard]] const std::string& trouble() const { return trouble_; }

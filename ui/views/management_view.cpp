@@ -32,18 +32,21 @@ ManagementView::ManagementView(Panel& panel, Shell& shell, const Ini& ini, Token
 }
 
 int ManagementView::height() {
-  const int height = managementViewHeight(panel_.tokens().count());
+  const int height = managementViewHeight(panel_.tokens().deletable());
   vane::log("APP: openWindow: calculated cv height: {}", height);
   return height;
 }
 
 std::vector<QWidget*> ManagementView::rows() const {
-  return {cvdesc.begin(), cvdesc.end()};
+  std::vector<QWidget*> result(cvdesc.begin(), cvdesc.end());
+  if (cvobstacle != nullptr) result.push_back(cvobstacle);
+  return result;
 }
 
 void ManagementView::clearRows() {
   Panel::ClearViewArray(cvdesc);
   Panel::ClearViewArray(cvdelete);
+  delete std::exchange(cvobstacle, nullptr);
   delete std::exchange(cvview, nullptr);
 }
 
@@ -53,12 +56,13 @@ void ManagementView::cv_init() {
   QWidget* room = window()->contentView();
   cvview = new FlippedView(withoutBands(frameOf(room->geometry())), room);
   cvview->setObjectName(QStringLiteral("cvview"));
-  const int count = panel_.tokens().count();
-  if (count == 0) {
+  if (panel_.tokens().deletable() == 0) {
     Wait::later(&panel_, [this] { panel_.cvtv(); });
     return;
   }
+  const int count = panel_.tokens().count();
   for (int i = 0; i < count; ++i) addRow(i);
+  if (const auto& obstacle = panel_.tokens().stored().obstacle) addObstacleRow(count, *obstacle);
   cvview->show();
   form_.cvtrash->setText(QString::fromStdString(ini_.StrButtonDelete));
   form_.cvhome->setText(QString::fromStdString(ini_.StrButtonHome));
@@ -67,7 +71,7 @@ void ManagementView::cv_init() {
   panel_.positionToolbarCentre(form_.cvhome);
   panel_.positionToolbarRight(form_.cvadd);
   setTabOrder();
-  cvdesc.front()->setFocus();
+  rows().front()->setFocus();
   vane::log("CV : init: end");
 }
 
@@ -84,6 +88,28 @@ void ManagementView::addRow(int index) {
   field->setCursorPosition(0);
   cvdesc.push_back(field);
 
+  addCheckbox(index, name);
+}
+
+// What hides tokens has no name, but can be deleted.
+void ManagementView::addObstacleRow(int index, const Obstacle& obstacle) {
+  const QString name =
+      QStringLiteral("Slot %1: %2")
+          .arg(obstacle.slot)
+          .arg(obstacle.kind == Obstacle::Kind::gap ? QStringLiteral("empty")
+                                                    : QStringLiteral("unreadable"));
+  cvobstacle = new PanelField(cvview);
+  cvobstacle->setObjectName(QStringLiteral("cvobstacle"));
+  cvobstacle->setText(name);
+  cvobstacle->setReadOnly(true);
+  cvobstacle->setGeometry(rectangle(managementFieldFrame(index)));
+  cvobstacle->setAlignment(Qt::AlignCenter);
+  cvobstacle->setAccessibleName(name);
+  cvobstacle->setToolTip(QString::fromStdString(obstacle.words).toHtmlEscaped());
+  addCheckbox(index, name);
+}
+
+void ManagementView::addCheckbox(int index, const QString& name) {
   auto* checkbox = new PanelCheckbox(cvview);
   checkbox->setObjectName(QStringLiteral("cvdelete"));
   checkbox->setGeometry(rectangle(managementCheckboxFrame(index)));
@@ -99,11 +125,19 @@ void ManagementView::setTabOrder() {
     QWidget::setTabOrder(before, next);
     before = next;
   };
-  for (std::size_t i = 0; i < cvdesc.size(); ++i) {
-    follow(cvdesc[i]);
+  const std::vector<QWidget*> fields = rows();
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    follow(fields[i]);
     follow(cvdelete[i]);
   }
   follow(form_.cvtrash);
+}
+
+std::size_t ManagementView::slotOf(std::size_t row) const {
+  const StoredTokens& stored = panel_.tokens().stored();
+  return row < stored.list.size() || !stored.obstacle
+             ? row
+             : static_cast<std::size_t>(stored.obstacle->slot);
 }
 
 TokenStore::Selection ManagementView::selection() const {
@@ -111,7 +145,7 @@ TokenStore::Selection ManagementView::selection() const {
   for (std::size_t i = 0; i < cvdelete.size() && i < selected.size(); ++i) {
     switch (cvdelete[i]->checkState()) {
       case Qt::Checked:
-        selected[i] = 1;
+        selected[slotOf(i)] = 1;
         vane::log("CV : trashclicked: [{:02}] on\n", i);
         break;
       case Qt::Unchecked:
@@ -170,7 +204,8 @@ std::vector<TokenStore::Rename> ManagementView::typedNames() const {
   const auto& tokens = panel_.tokens().stored().list;
   for (std::size_t n = 0; n < cvdesc.size() && n < tokens.size(); ++n) {
     const std::string text = cvdesc[n]->text().toStdString();
-    if (text == tokens[n]->currentDescription().value_or("")) {
+    // A field may not be able to hold what is stored: only what was typed counts.
+    if (!cvdesc[n]->isModified() || text == tokens[n]->currentDescription().value_or("")) {
       vane::log("CV : homeclicked: [{}] nothing to do", n);
       continue;
     }

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <QString>
+
+#include <cstddef>
 #include <vector>
 
 #include "config/ini.h"
 #include "store/problem.h"
+#include "store/stored_tokens.h"
 #include "store/token_store.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/flipped_view.h"
@@ -36,7 +40,10 @@ class ManagementView final : public View {
  private:
   void clearRows();
   void addRow(int index);
+  void addObstacleRow(int index, const Obstacle& obstacle);
+  void addCheckbox(int index, const QString& name);
   void setTabOrder();
+  [[nodiscard]] std::size_t slotOf(std::size_t row) const;
   [[nodiscard]] TokenStore::Selection selection() const;
   [[nodiscard]] std::vector<TokenStore::Rename> typedNames() const;
   void refreshLater();
@@ -49,7 +56,8 @@ class ManagementView final : public View {
   Ui::ManagementView form_;
   FlippedView* cvview = nullptr;
   std::vector<PanelField*> cvdesc;
-  std::vector<PanelCheckbox*> cvdelete;
+  std::vector<PanelCheckbox*> cvdelete;  // the last one is that of the obstacle, if there is one
+  PanelField* cvobstacle = nullptr;
 };
 
 }  // namespace talvane

@@ -94,7 +94,7 @@ void TokenView::tv_init() {
   const int count = panel_.tokens().count();
   for (int i = 0; i < count; ++i) addTokenRow(i);
   if (count > 0) startCountdown();
-  form_.tvconfig->setEnabled(count > 0);
+  form_.tvconfig->setEnabled(panel_.tokens().deletable() > 0);
   tvview->show();
   form_.tvconfig->setText(QString::fromStdString(ini_.StrButtonEdit));
   form_.tvhelp->setText(QString::fromStdString(ini_.StrButtonHelp));
