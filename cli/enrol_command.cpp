@@ -1,10 +1,13 @@
 #include <fmt/core.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <condition_variable>
+#include <csignal>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -12,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -207,6 +211,52 @@ class TerminalViews final : public EnrolViews {
   std::deque<std::function<void()>> work_;
 };
 
+// While it lives, a signal that ends the program says what has become of the token; one that comes
+// while the token is being stored waits for that. One at a time.
+class InterruptionWords {
+ public:
+  explicit InterruptionWords(const EnrolFlow& flow) {
+    flow_ = &flow;
+    struct sigaction ending {};
+    ending.sa_handler = say;
+    ending.sa_flags = SA_RESTART;
+    for (std::size_t i = 0; i < signals.size(); ++i) sigaction(signals[i], &ending, &before_[i]);
+  }
+  ~InterruptionWords() {
+    for (std::size_t i = 0; i < signals.size(); ++i) sigaction(signals[i], &before_[i], nullptr);
+    flow_ = nullptr;
+  }
+  InterruptionWords(const InterruptionWords&) = delete;
+  InterruptionWords& operator=(const InterruptionWords&) = delete;
+
+ private:
+  static constexpr std::array signals{SIGINT, SIGTERM, SIGHUP};
+
+  static void say(int signal) {
+    const int error = errno;
+    std::string_view words = "\nsofttoken-cli: Interrupted; nothing was stored\n";
+    switch (flow_->step()) {
+      case EnrolFlow::Step::storing:
+      case EnrolFlow::Step::ended:
+        errno = error;
+        return;
+      case EnrolFlow::Step::completing:
+        words =
+            "\nsofttoken-cli: Interrupted; nothing was stored, though the server may have issued "
+            "the token; enrol again\n";
+        break;
+      case EnrolFlow::Step::signing_in:
+        break;
+    }
+    static_cast<void>(!write(STDERR_FILENO, words.data(), words.size()));
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+  }
+
+  static inline const EnrolFlow* flow_ = nullptr;
+  std::array<struct sigaction, 3> before_{};
+};
+
 class EnrolCommand final : public Command {
  public:
   CLI::App* addTo(CLI::App& line) override {
@@ -234,7 +284,10 @@ class EnrolCommand final : public Command {
         {&views, &settings, &session.store(), &session.gateway(),
          [](std::string* error) { return makeUrlLoader(error); },
          [&views](std::function<void()> work) { views.performOnMainThread(std::move(work)); }});
-    views.converse(flow);
+    {
+      const InterruptionWords words(flow);
+      views.converse(flow);
+    }
     const auto& ending = flow.ending();
     if (!ending || !ending->stored) {
       throw Failure(exit_failed,

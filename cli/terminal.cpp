@@ -6,6 +6,7 @@
 #include <utf8proc.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -36,8 +37,10 @@ termios ordinary{};
 termios special{};
 bool has_screen = false;
 volatile std::sig_atomic_t entered = 0;
+constexpr std::array handled{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
+std::array<struct sigaction, handled.size()> before{};
 
-// This function and the next three are safe in a signal handler.
+// This function and the next four are safe in a signal handler.
 void show(std::string_view sequence) {
   static_cast<void>(!write(STDOUT_FILENO, sequence.data(), sequence.size()));
 }
@@ -56,8 +59,13 @@ void leave() {
   tcsetattr(STDIN_FILENO, TCSAFLUSH, &ordinary);
 }
 
+void restoreHandlers() {
+  for (std::size_t i = 0; i < handled.size(); ++i) sigaction(handled[i], &before[i], nullptr);
+}
+
 void endBySignal(int signal) {
   leave();
+  restoreHandlers();
   std::raise(signal);
 }
 
@@ -127,22 +135,19 @@ TerminalState::TerminalState(Mode mode) {
   special.c_lflag &= ~static_cast<tcflag_t>(ECHO);
   if (mode == Mode::live_screen) special.c_lflag &= ~static_cast<tcflag_t>(ICANON);
   has_screen = mode == Mode::live_screen;
-  struct sigaction ending {};
-  ending.sa_handler = endBySignal;
-  ending.sa_flags = static_cast<int>(SA_RESETHAND);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaction(signal, &ending, nullptr);
-  struct sigaction stopping {};
-  stopping.sa_handler = stopBySignal;
-  stopping.sa_flags = SA_RESTART;
-  sigaction(SIGTSTP, &stopping, nullptr);
+  for (std::size_t i = 0; i < handled.size(); ++i) {
+    struct sigaction action {};
+    action.sa_handler = handled[i] == SIGTSTP ? stopBySignal : endBySignal;
+    action.sa_flags = handled[i] == SIGTSTP ? SA_RESTART : 0;
+    sigaction(handled[i], &action, &before[i]);
+  }
   enter();
 }
 
 TerminalState::~TerminalState() {
+  // A terminal that could not be changed has no handlers either.
+  if (entered != 0) restoreHandlers();
   leave();
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP}) {
-    std::signal(signal, SIG_DFL);
-  }
 }
 
 Cleared<std::string> readLine(std::string_view prompt, bool secret) {

@@ -64,6 +64,7 @@ void EnrolFlow::eva_init() {
   // A PIN that was refused in an earlier session must not block this session's answers.
   views_.enableGetInfoSubmit(true);
   ending_.reset();
+  step_ = Step::signing_in;
   std::string unavailable;
   if (loader_ == nullptr) loader_ = parts_.make_loader(&unavailable);
   session_.reset();
@@ -288,11 +289,13 @@ void EnrolFlow::EnrolSubmit() {
     return;
   }
   TaHttp& http = *session_->http;
+  step_ = Step::completing;
   http.post(ini_.tidyEnrolURL(), client.post.value_or(""));
   if (http.date()) ending_->server_ahead = *http.date() - parts_.clock->CurrentTime();
   std::optional<std::string_view> body;
   if (http.data() != nullptr && isUtf8(http.data())) body = http.data();
   if (body && body->starts_with("RESULT:OK,COMPLETE")) {
+    step_ = Step::storing;
     const auto added = parts_.store->addIssued(*client.SOFTTOKEN);
     tellStored(added ? std::nullopt : std::optional(added.error()));
   } else {
@@ -313,6 +316,7 @@ void EnrolFlow::tellStored(const std::optional<Problem>& problem) {
 
 void EnrolFlow::EndSession() {
   vane::log("EndSession================");
+  step_ = Step::ended;
   session_.reset();
 }
 

@@ -5,6 +5,7 @@
 // performs.
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -110,6 +111,16 @@ class EnrolFlow {
   };
   [[nodiscard]] const std::optional<Ending>& ending() const { return ending_; }
 
+  /// How far the session has come.
+  enum class Step : std::uint8_t {
+    signing_in,  // or none has begun
+    completing,  // the server may issue the token at any time
+    storing,     // it has
+    ended
+  };
+  /// Any thread, and signal handlers.
+  [[nodiscard]] Step step() const { return step_; }
+
  private:
   // The state of one session. The worker of its first GET keeps it alive.
   struct Session {
@@ -139,6 +150,8 @@ class EnrolFlow {
   std::string eva_thread_result_;  // set at the start; nothing reads it
   bool eva_pleasewait_ = false;
   std::optional<Ending> ending_;
+  std::atomic<Step> step_ = Step::signing_in;
+  static_assert(std::atomic<Step>::is_always_lock_free);
 };
 
 }  // namespace talvane
