@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -190,6 +191,36 @@ TEST_F(KeychainsTest, RememberedKeychainThatIsAwayIsAnErrorAndNotAnotherOne) {
     EXPECT_FALSE(vaultExists());
   }
   EXPECT_EQ(defaults.values[key], desktop);
+}
+
+TEST_F(KeychainsTest, KeychainThatDoesNotAnswerIsAskedNothingMoreWithinAChange) {
+  defaults.values[key] = desktop;
+  const auto keychain = makeLazyUserKeychain(defaults);
+  constexpr auto silent = KeychainStatus::not_responding;
+  for (const auto& call : std::vector<std::function<KeychainStatus()>>{
+           [&] { return keychain->find("service", "account", nullptr); },
+           [&] { return addTo(*keychain); },
+           [&] { return keychain->replace("service", "account", Bytes{1}); },
+           [&] { return keychain->remove("service", "account"); }}) {
+    ASSERT_EQ(keychain->beginChange(), KeychainStatus::ok);
+    setDesktop(silent);
+    EXPECT_EQ(call(), silent);
+    setDesktop(KeychainStatus::ok);  // it would answer again
+    EXPECT_EQ(keychain->find("service", "account", nullptr), silent);
+    EXPECT_EQ(addTo(*keychain), silent);
+    EXPECT_EQ(keychain->replace("service", "account", Bytes{1}), silent);
+    EXPECT_EQ(keychain->remove("service", "account"), silent);
+    EXPECT_EQ(keychain->endChange(), silent);
+    EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::item_not_found);
+  }
+  // The next change asks again, and so does one call after another without a change.
+  ASSERT_EQ(keychain->beginChange(), KeychainStatus::ok);
+  EXPECT_EQ(addTo(*keychain), KeychainStatus::ok);
+  EXPECT_EQ(keychain->endChange(), KeychainStatus::ok);
+  setDesktop(silent);
+  EXPECT_EQ(keychain->find("service", "account", nullptr), silent);
+  setDesktop(KeychainStatus::ok);
+  EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::ok);
 }
 
 TEST_F(KeychainsTest, WishIsTakenByANewUserAndThenRemembered) {

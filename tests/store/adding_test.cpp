@@ -1,5 +1,9 @@
 // Planning and adding tokens.
 
+#include <chrono>
+#include <functional>
+#include <utility>
+
 #include "platform/folders.h"
 #include "store/store_lock.h"
 #include "tests/store/store_test.h"
@@ -237,6 +241,38 @@ TEST_F(AddingTest, AnotherProgramChangesTheTokens) {
   ASSERT_TRUE(lock.held());
   expectRefused(adding(token("B")), Next::try_again, "Another program is changing the tokens");
   EXPECT_TRUE(store.plan(token("B")).has_value()) << "needs no lock";
+}
+
+TEST_F(AddingTest, LockIsWaitedForAsTheCallerWants) {
+  int waits = 0;
+  TokenStore patient(gateway, keychain, std::chrono::milliseconds(0),
+                     [&waits](const std::function<void()>& work) {
+                       ++waits;
+                       work();
+                       return true;
+                     });
+  EXPECT_TRUE(patient.add(token("A"), SameName::refuse).has_value());
+  EXPECT_EQ(waits, 1);
+  const StoreLock lock(dataFolder());
+  ASSERT_TRUE(lock.held());
+  expectRefused([&] { return patient.add(token("B"), SameName::refuse); }, Next::try_again,
+                "holds the lock " + dataFolder() + "/store.lock");
+  EXPECT_EQ(waits, 2);
+}
+
+TEST_F(AddingTest, LockThatTheCallerGivesUpIsSetFreeWhenItComes) {
+  fill({"A"});
+  std::function<void()> put_off;
+  TokenStore hasty(gateway, keychain, std::chrono::milliseconds(0),
+                   [&put_off](std::function<void()> work) {
+                     put_off = std::move(work);
+                     return false;
+                   });
+  expectRefused([&] { return hasty.add(token("B"), SameName::refuse); }, Next::try_again,
+                "The change was cancelled");
+  put_off();
+  put_off = nullptr;
+  EXPECT_TRUE(StoreLock(dataFolder(), std::chrono::milliseconds(0)).held());
 }
 
 TEST_F(AddingTest, LockThatCannotBeMade) {
