@@ -245,16 +245,69 @@ TEST_F(InstanceChannelTest, RequestThatIsTooLongIsNotPerformedInPart) {
   EXPECT_EQ(received, (Requests{QStringLiteral("toggle")}));
 }
 
-TEST_F(InstanceChannelTest, SilentClientDoesNotHoldTheFirstUpForLong) {
+TEST_F(InstanceChannelTest, SilentClientsHoldNobodyUp) {
+  InstanceChannel first("");
+  ASSERT_TRUE(first.becomeFirst());
+  listen(first);
+  // Fewer than may be connected at a time, and more.
+  for (const std::size_t count : {20U, 100U}) {
+    std::vector<int> silent;
+    while (silent.size() < count) {
+      silent.push_back(connection());
+      QCoreApplication::processEvents();
+    }
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_TRUE(sent(QStringLiteral("toggle"))) << count;
+    EXPECT_LT(timer.elapsed(), 400) << count;
+    for (const int one : silent) close(one);
+  }
+  EXPECT_EQ(received, (Requests{QStringLiteral("toggle"), QStringLiteral("toggle")}));
+}
+
+TEST_F(InstanceChannelTest, RequestThatComesInPiecesIsWhole) {
+  InstanceChannel first("");
+  ASSERT_TRUE(first.becomeFirst());
+  listen(first);
+  const int slow = connection();
+  for (const char letter : std::string("toggle")) {
+    ASSERT_EQ(write(slow, &letter, 1), 1);
+    QTest::qWait(5);
+    EXPECT_EQ(received, Requests());
+  }
+  EXPECT_TRUE(sent(QStringLiteral("start"))) << "another goes ahead";
+  shutdown(slow, SHUT_WR);
+  EXPECT_TRUE(QTest::qWaitFor([this] { return received.size() == 2; }));
+  EXPECT_EQ(received, (Requests{QStringLiteral("start"), QStringLiteral("toggle")}));
+  char answer = 0;
+  EXPECT_EQ(read(slow, &answer, 1), 1);
+  EXPECT_EQ(answer, '+');
+  close(slow);
+}
+
+TEST_F(InstanceChannelTest, RequestIsTakenWhileAnotherIsPerformed) {
+  InstanceChannel first("");
+  ASSERT_TRUE(first.becomeFirst());
+  first.received = [&](const QString& request) {
+    received.push_back(request);
+    // As a question to the user does.
+    if (received.size() > 1) return;
+    EXPECT_TRUE(sent(QStringLiteral("quit")));
+  };
+  first.listen();
+  EXPECT_TRUE(sent(QStringLiteral("toggle")));
+  EXPECT_EQ(received, (Requests{QStringLiteral("toggle"), QStringLiteral("quit")}));
+}
+
+TEST_F(InstanceChannelTest, ClosedChannelTakesNothing) {
   InstanceChannel first("");
   ASSERT_TRUE(first.becomeFirst());
   listen(first);
   const int silent = connection();
-  QElapsedTimer timer;
-  timer.start();
-  EXPECT_TRUE(sent(QStringLiteral("toggle")));
-  EXPECT_LT(timer.elapsed(), 1500);
-  EXPECT_EQ(received, (Requests{QStringLiteral("toggle")}));
+  QCoreApplication::processEvents();
+  first.close();
+  EXPECT_FALSE(exists(socketPath()));
+  EXPECT_FALSE(InstanceChannel("").send(QStringLiteral("toggle")));
   close(silent);
 }
 

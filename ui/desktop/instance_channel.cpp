@@ -8,9 +8,9 @@
 #include <sys/types.h>
 #include <sys/un.h>
 #include <unistd.h>
+
 #include <QSocketNotifier>
 #include <QTimer>
-
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -99,9 +99,12 @@ struct InstanceChannel::Peer {
   explicit Peer(FileDescriptor connection)
       : socket(std::move(connection)),
         notifier(new QSocketNotifier(socket.get(), QSocketNotifier::Read)) {}
-  ~Peer() {
+  ~Peer() { end(); }
+  void end() {
+    if (notifier == nullptr) return;
     notifier->setEnabled(false);
-    notifier->deleteLater();  // it may be calling
+    std::exchange(notifier, nullptr)->deleteLater();  // it may be calling
+    static_cast<void>(socket.close());
   }
   Peer(const Peer&) = delete;
   Peer& operator=(const Peer&) = delete;
@@ -161,7 +164,7 @@ void InstanceChannel::accept() {
   FileDescriptor other = keptToUs(::accept(listening_.get(), nullptr, nullptr));
   if (!other.isOpen() || fcntl(other.get(), F_SETFL, O_NONBLOCK) != 0) return;
   // Whoever came first and has said nothing makes room.
-  if (peers_.size() == most_peers) peers_.erase(peers_.begin());
+  if (peers_.size() == most_peers) drop(std::shared_ptr<Peer>(peers_.front()));
   const auto peer = peers_.emplace_back(std::make_shared<Peer>(std::move(other)));
   const std::weak_ptr<Peer> known = peer;
   connect(peer->notifier, &QSocketNotifier::activated, this,
@@ -190,11 +193,9 @@ void InstanceChannel::readFrom(const std::shared_ptr<Peer>& peer) {
   }
 }
 
-// Closes it now: whoever calls may keep the object while a request is performed.
 void InstanceChannel::drop(const std::shared_ptr<Peer>& peer) {
   if (peer == nullptr) return;
-  peer->notifier->setEnabled(false);
-  static_cast<void>(peer->socket.close());
+  peer->end();
   std::erase(peers_, peer);
 }
 
