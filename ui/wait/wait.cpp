@@ -20,7 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // Work that is done sooner is not worth an event loop.
-constexpr auto unnoticed = std::chrono::milliseconds(40);
+constexpr auto unnoticed = std::chrono::milliseconds(30);
 
 struct PutOff {
   QPointer<QObject> context;
