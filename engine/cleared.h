@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <type_traits>
 #include <utility>
 
@@ -54,6 +56,25 @@ class Cleared {
   /// For filling in place. Set the size first: a container that grows does not clear the memory it
   /// frees.
   [[nodiscard]] T& mutableValue() { return value_; }
+
+  /// Adds the characters or bytes of `piece` to the end. Memory that the value outgrows is cleared.
+  template <class Piece>
+  void append(const Piece& piece) {
+    const std::size_t size = value_.size() + std::size(piece);
+    if (size > value_.capacity()) {
+      Cleared larger;
+      larger.value_.reserve(std::max(size, 2 * value_.capacity()));
+      larger.value_.insert(larger.value_.end(), value_.begin(), value_.end());
+      value_.swap(larger.value_);
+    }
+    value_.insert(value_.end(), std::begin(piece), std::end(piece));
+  }
+
+  friend bool operator==(const Cleared& a, const Cleared& b) { return a.value_ == b.value_; }
+  template <class U>
+  requires(!std::is_same_v<U, Cleared>) friend bool operator==(const Cleared& a, const U& b) {
+    return a.value_ == b;
+  }
 
   /// Clears all of the memory, including the remains of an earlier, longer value.
   void clear() noexcept {

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/cleared.h"
+
 namespace talvane {
 
 /// The text of a formatted nil.
@@ -17,6 +19,10 @@ inline constexpr std::string_view nil_text = "(null)";
 
 /// The text, or `nil_text`.
 std::string_view orNil(const std::optional<std::string>& text);
+template <typename Text>
+std::string_view orNil(const std::optional<Cleared<Text>>& text) {
+  return text ? std::string_view(text->get()) : nil_text;
+}
 
 /// One character of a text: a code point, or a byte that is not UTF-8.
 struct Character {

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -76,6 +77,40 @@ TEST(Cleared, FillingInPlaceAndClearing) {
   EXPECT_TRUE(bytes->empty());
   EXPECT_EQ(storage[0], 0);
   EXPECT_EQ(storage[2], 0);
+}
+
+TEST(Cleared, AppendsWithinItsMemoryAndBeyond) {
+  Cleared<std::string> text;
+  std::string expected;
+  for (int i = 0; i < 200; ++i) {
+    text.append(std::string_view("ab"));
+    expected += "ab";
+    ASSERT_EQ(text.get(), expected);
+  }
+  Cleared<std::vector<std::uint8_t>> bytes;
+  bytes.append(std::vector<std::uint8_t>{1, 2});
+  bytes.append(std::vector<std::uint8_t>{3});
+  EXPECT_EQ(bytes.get(), (std::vector<std::uint8_t>{1, 2, 3}));
+}
+
+// A short string lives inside its owner.
+TEST(Cleared, AppendingClearsWhatItOutgrows) {
+  Cleared<std::string> text(std::string("JBSWY3DP"));
+  text.append(std::string_view("EHPK3PXPJBSWY3DPEHPK3PXP"));
+  const auto* owner = reinterpret_cast<const char*>(&text);
+  const std::string seed = "JBSWY3DP";
+  EXPECT_EQ(std::search(owner, owner + sizeof(text), seed.begin(), seed.end()),
+            owner + sizeof(text));
+  EXPECT_EQ(text.get(), "JBSWY3DPEHPK3PXPJBSWY3DPEHPK3PXP");
+}
+
+TEST(Cleared, ComparesAsItsValue) {
+  const Cleared<std::string> text(std::string("JBSWY3DP"));
+  EXPECT_TRUE(text == "JBSWY3DP");
+  EXPECT_TRUE(std::string("JBSWY3DP") == text);
+  EXPECT_FALSE(text == std::string("JBSWY3D"));
+  EXPECT_TRUE(text == Cleared<std::string>(text));
+  EXPECT_FALSE(text == Cleared<std::string>());
 }
 
 }  // namespace
