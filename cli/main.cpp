@@ -15,6 +15,7 @@
 #include "cli/session.h"
 #include "cli/terminal.h"
 #include "engine/text.h"
+#include "platform/core_dumps.h"
 #include "platform/keychains.h"
 
 namespace talvane {
@@ -104,6 +105,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   talvane::fillClosedStreams();
+  talvane::forbidCoreDumps();
   try {
     return talvane::run(argc, argv);
   } catch (const talvane::Failure& failure) {

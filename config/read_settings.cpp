@@ -3,12 +3,15 @@
 #include <string>
 
 #include "config/ini.h"
+#include "platform/core_dumps.h"
 #include "platform/trace.h"
 
 namespace talvane {
 namespace {
 
 void switchTo(bool debug) {
+  // Whoever writes seeds to a trace may also keep them in a core dump.
+  if (debug) allowCoreDumps();
   talibobjc_Trace::traceOn(debug);
   const std::string line(64, '-');
   talibobjc_Trace::traceNSString(line);

@@ -16,6 +16,7 @@
 
 #include "config/ini.h"
 #include "config/read_settings.h"
+#include "platform/core_dumps.h"
 #include "platform/device_identifiers.h"
 #include "platform/keychain_service.h"
 #include "platform/keychains.h"
@@ -146,5 +147,6 @@ int run(int argc, char** argv) {
 }  // namespace talvane
 
 int main(int argc, char** argv) {
+  talvane::forbidCoreDumps();
   return talvane::run(argc, argv);
 }

@@ -33,6 +33,7 @@ class TerminalProcess {
   /// Types the text.
   void type(std::string_view text) const;
   void sendSignal(int signal) const;
+  [[nodiscard]] int id() const { return child_; }
   void resize(unsigned short rows, unsigned short columns) const;
 
   /// Waits for the end; `out` is all that the terminal showed.

@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include "tests/cli/cli_home.h"
+#include "tests/support/core_limit.h"
 
 namespace talvane::test {
 namespace {
@@ -70,6 +71,21 @@ TEST(Watch, WithoutTokensOnATerminalEndsAsWell) {
   const Ended ended = home.runOnTerminal({"watch"})->finish();
   EXPECT_EQ(ended.exit_code, 0);
   EXPECT_FALSE(has(ended.out, enter_screen));
+}
+
+TEST(Watch, LeavesNoCoreDumpUnlessDebugIsOn) {
+  const CliHome home;
+  home.add("Mail");
+  const WithCoreDumps some;
+  for (const auto& [settings, limit] :
+       {std::pair("Debug=no\n", rlim_t{0}), std::pair("Debug=yes\n", WithCoreDumps::limit)}) {
+    home.setSettings(settings);
+    const auto terminal = home.runOnTerminal({"watch"});
+    ASSERT_TRUE(terminal->await(enter_screen)) << terminal->shown();
+    EXPECT_EQ(coreLimitOf(terminal->id()), limit) << settings;
+    terminal->type("q");
+    EXPECT_EQ(terminal->finish().exit_code, 0);
+  }
 }
 
 TEST(Watch, ShowsPasscodesAndQuitsOnQ) {

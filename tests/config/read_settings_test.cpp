@@ -6,9 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "platform/core_dumps.h"
 #include "platform/trace.h"
 #include "tests/config/settings_places.h"
 #include "tests/config/trace_file.h"
+#include "tests/support/core_limit.h"
+#include "tests/support/in_child.h"
 #include "tests/support/memory_user_defaults.h"
 #include "tests/support/private_home.h"
 
@@ -146,6 +149,20 @@ TEST_F(ReadSettingsTest, TraceLiesInTheHome) {
   readSettingsWithTrace(ini, trace_path);
   EXPECT_EQ(textsOf(readFile(home.home() + "/softtoken.txt")),
             readersLines("using default: FALSE"));
+}
+
+TEST_F(ReadSettingsTest, DebugAloneAllowsCoreDumps) {
+  for (const bool debug : {true, false}) {
+    writeFile(places.home(), debug ? "Debug=1\n" : "Debug=0\n");
+    for (const bool quietly : {true, false}) {
+      inChild([&] {
+        const WithCoreDumps some;
+        forbidCoreDumps();
+        quietly ? startQuietly() : start();
+        EXPECT_EQ(coreLimitOf(0), debug ? WithCoreDumps::limit : 0) << quietly;
+      });
+    }
+  }
 }
 
 }  // namespace

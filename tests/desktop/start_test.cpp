@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include "tests/desktop/desktop.h"
+#include "tests/support/core_limit.h"
 
 namespace talvane::test {
 namespace {
@@ -55,6 +56,16 @@ TEST_F(StartTest, AClickOpensAndTheNextCloses) {
   clickIcon();
   EXPECT_TRUE(closes());
   EXPECT_TRUE(program_.runs());
+}
+
+TEST_F(StartTest, NoCoreDumpIsLeftUnlessDebugIsOn) {
+  const WithCoreDumps some;
+  start();
+  EXPECT_EQ(coreLimitOf(program_.id()), 0U);
+  quit();
+  setSettings("Debug=yes\n");
+  start();
+  EXPECT_EQ(coreLimitOf(program_.id()), WithCoreDumps::limit);
 }
 
 TEST_F(StartTest, WhatCountsIsTheRelease) {
