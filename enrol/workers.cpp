@@ -14,6 +14,7 @@ void Workers::start(std::function<void()> work) {
   task->work = std::move(work);
   std::thread thread([task = task.get()] {
     task->work();
+    task->work = nullptr;
     task->done = true;
   });
   workers_.push_back({std::move(task), std::move(thread)});

@@ -8,7 +8,8 @@
 
 namespace talvane {
 
-/// Runs pieces of work on a thread each. Use it from one thread, which also destroys the work.
+/// Runs pieces of work on a thread each, and destroys each as soon as it has run, on its thread.
+/// Use it from one thread.
 class Workers {
  public:
   Workers() = default;
