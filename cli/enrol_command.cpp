@@ -71,8 +71,8 @@ class TerminalViews final : public EnrolViews {
   void eva_layout() override {}
   void setAuthenticationMessage(const std::string& text) override { message_ = text; }
   void enableAuthenticationSubmit(bool /*enabled*/) override {}
-  std::string input(Field field) override { return inputs_[field].get(); }
-  void clear(Field field) override { inputs_[field] = std::string(); }
+  Cleared<std::string> input(Field field) override { return inputs_[field]; }
+  void clear(Field field) override { inputs_[field].clear(); }
   GetInfoInput getInfoInput() override { return info_; }
   void enableGetInfoSubmit(bool /*enabled*/) override {}
   std::string addressInput() override { return settings_.EnrolURL; }

@@ -33,15 +33,15 @@ std::int32_t leadingInteger32(std::string_view text) {
 
 // What a URL's query says of a token; a later attribute overrides an earlier one.
 struct TokenAttributes {
-  std::optional<std::string> secret;
+  std::optional<std::string_view> secret;  // in the query
   std::optional<std::string> display;
   std::int32_t period = 30;
 };
 
-TokenAttributes tokenAttributes(const std::optional<std::string>& query) {
+TokenAttributes tokenAttributes(const std::optional<Cleared<std::string>>& query) {
   TokenAttributes attributes;
-  if (!query || query->empty()) return attributes;
-  for (const std::string_view part : split(*query, '&')) {
+  if (!query || query->get().empty()) return attributes;
+  for (const std::string_view part : split(query->get(), '&')) {
     const std::size_t equals = part.find('=');
     const std::string_view attribute = part.substr(0, equals);
     const std::string_view value =

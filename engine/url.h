@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "engine/cleared.h"
+
 namespace talvane {
 
 /// A URL's parts (RFC 3986, appendix B), read as the platform's URL class reads them: scheme, host
@@ -13,7 +15,7 @@ struct UrlParts {
   std::optional<std::string> scheme;
   std::optional<std::string> host;
   std::optional<std::string> path;
-  std::optional<std::string> query;
+  std::optional<Cleared<std::string>> query;  // a token's holds its seed
 };
 
 /// A text without a scheme has no parts.

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "engine/cleared.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "enrol/pin_rules.h"
@@ -79,6 +80,7 @@ void EnrolFlow::eva_init() {
 
 void EnrolFlow::eva_threadstart(const std::shared_ptr<Session>& session) {
   eva_thread_ = true;
+  session->awaits_reply = true;
   workers_.start([this, session, url = ini_.tidyEnrolURL(), allow_http = ini_.bAllowHTTP] {
     const std::optional<std::string> error = firstRequest(*session->http, url, allow_http);
     parts_.run_on_main_thread([this, session, error] { eva_threadfinished(session, error); });
@@ -88,6 +90,7 @@ void EnrolFlow::eva_threadstart(const std::shared_ptr<Session>& session) {
 void EnrolFlow::eva_threadfinished(const std::shared_ptr<Session>& session,
                                    const std::optional<std::string>& error) {
   workers_.joinFinished();
+  session->awaits_reply = false;
   // Ignore a reply to an earlier session.
   if (session != session_) return;
   eva_thread_ = false;
@@ -139,9 +142,9 @@ void EnrolFlow::redirectToHttps(const std::string& error) {
 bool EnrolFlow::eva_calcsubmitstate() {
   const TaEnrolClient* client = taenrol();
   if (client == nullptr) return false;
-  if (client->bChallenge) return !client->bPASSCODE || !views_.input(Field::passcode).empty();
-  if (views_.input(Field::userid).empty()) return false;
-  return !client->bPASSWORD || !views_.input(Field::password).empty();
+  if (client->bChallenge) return !client->bPASSCODE || !views_.input(Field::passcode)->empty();
+  if (views_.input(Field::userid)->empty()) return false;
+  return !client->bPASSWORD || !views_.input(Field::password)->empty();
 }
 
 void EnrolFlow::eva_submitclicked() {
@@ -170,10 +173,13 @@ void EnrolFlow::eva_submitclicked() {
 
 std::optional<std::string> EnrolFlow::makeRequest() {
   TaEnrolClient& client = session_->client;
-  if (client.bChallenge) return client.makeChallengeResponsePOST(views_.input(Field::passcode));
-  std::optional<std::string> password;
-  if (client.bPASSWORD) password = views_.input(Field::password);
-  return client.makeAuthPOST(views_.input(Field::userid), password, views_.input(Field::passcode));
+  const Cleared<std::string> passcode = views_.input(Field::passcode);
+  if (client.bChallenge) return client.makeChallengeResponsePOST(passcode.get());
+  const Cleared<std::string> userid = views_.input(Field::userid);
+  const Cleared<std::string> typed_password = views_.input(Field::password);
+  std::optional<std::string_view> password;
+  if (client.bPASSWORD) password = typed_password.get();
+  return client.makeAuthPOST(userid.get(), password, passcode.get());
 }
 
 std::optional<std::string> EnrolFlow::submit() {
@@ -201,7 +207,7 @@ std::optional<std::string> EnrolFlow::actOnResult() {
     case TaEnrolClient::Result::get_info:
       vane::log("EVA: submitclicked: access accept!");
       if (client.SOFTTOKEN == nullptr) return "ERR Soft token info Nil";
-      if (client.SOFTTOKENURL.empty()) return "ERR Soft token not found in response";
+      if (client.SOFTTOKENURL->empty()) return "ERR Soft token not found in response";
       if (client.bUSERCREATEPIN || client.bGETMBNUMBER || client.bENROL) {
         vane::log("EVA: submitclicked: Need to get info from user. Switching to EnrolGetInfo...");
         views_.switchView(View::eva, View::evgi);
@@ -318,6 +324,12 @@ void EnrolFlow::EndSession() {
   vane::log("EndSession================");
   step_ = Step::ended;
   session_.reset();
+}
+
+void EnrolFlow::forgetSecrets() {
+  if (session_ == nullptr || session_->awaits_reply) return;
+  session_->client.clearSecrets();
+  session_->http->setData(std::nullopt);
 }
 
 void EnrolFlow::controlTextDidChange(Changed field) {

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "config/ini.h"
+#include "engine/cleared.h"
 #include "engine/gateway.h"
 #include "enrol/ta_enrol_client.h"
 #include "enrol/ta_http.h"
@@ -29,9 +30,9 @@ class EnrolViews {
   enum class View : std::uint8_t { tv, av, eva, evgi, evgu };
   enum class Field : std::uint8_t { userid, password, passcode };
   struct GetInfoInput {
-    std::string pin;
+    Cleared<std::string> pin;
     std::array<std::string, 3> questions;  // titles of the selected items
-    std::array<std::string, 3> answers;
+    std::array<Cleared<std::string>, 3> answers;
   };
 
   virtual ~EnrolViews() = default;
@@ -46,7 +47,7 @@ class EnrolViews {
   virtual void eva_layout() = 0;
   virtual void setAuthenticationMessage(const std::string& text) = 0;
   virtual void enableAuthenticationSubmit(bool enabled) = 0;
-  virtual std::string input(Field field) = 0;
+  virtual Cleared<std::string> input(Field field) = 0;
   virtual void clear(Field field) = 0;
 
   virtual GetInfoInput getInfoInput() = 0;
@@ -94,6 +95,10 @@ class EnrolFlow {
   /// The sign-in view closes. The flow no longer waits for the worker, whose result still arrives.
   void abandonWorker() { eva_thread_ = false; }
 
+  /// The views have closed for good. Clears what the session knows of its user and their token; a
+  /// reply under way still arrives.
+  void forgetSecrets();
+
   /// A text field has changed.
   enum class Changed : std::uint8_t { userid, password, passcode, pin, other };
   void controlTextDidChange(Changed field);
@@ -126,6 +131,7 @@ class EnrolFlow {
   struct Session {
     std::shared_ptr<TaHttp> http;
     TaEnrolClient client;
+    bool awaits_reply = false;  // its `http` is in use
   };
 
   void eva_threadstart(const std::shared_ptr<Session>& session);

@@ -8,7 +8,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
+#include "engine/cleared.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "enrol/ta_enrol_client.h"
@@ -39,7 +41,7 @@ constexpr std::array<Weakness, 3> weaknesses{
       "pin.pin must not use all the same characters",
       "Pin must not use all the same characters, this is too weak"}}};
 
-std::int16_t countPairs(const std::u16string& pin, const Weakness& weakness) {
+std::int16_t countPairs(std::u16string_view pin, const Weakness& weakness) {
   std::int64_t count = 0;
   for (std::size_t i = 1; i < pin.size(); ++i) {
     vane::log("pin.checking {} and {} for {}", static_cast<int>(pin[i - 1]),
@@ -55,10 +57,10 @@ std::int16_t countPairs(const std::u16string& pin, const Weakness& weakness) {
 
 bool checkPIN(const TaEnrolClient& client, const std::string& pin) {
   if (!client.bUSERCREATEPIN) return true;
-  const std::u16string units = utf16(pin);
+  const Cleared<std::u16string> units(utf16(pin));
   std::int64_t upper = 0;
   std::int64_t lower = 0;
-  for (const char16_t unit : units) {
+  for (const char16_t unit : units.get()) {
     switch (utf8proc_category(unit)) {
       case UTF8PROC_CATEGORY_LU:
       case UTF8PROC_CATEGORY_LT:  // title case counts as upper
@@ -72,15 +74,15 @@ bool checkPIN(const TaEnrolClient& client, const std::string& pin) {
     }
   }
   const bool good = upper >= client.UPPERCASE && lower >= client.LOWERCASE &&
-                    static_cast<std::int64_t>(units.size()) == client.PINLENGTH;
+                    static_cast<std::int64_t>(units->size()) == client.PINLENGTH;
   vane::log("EVGI: checkpin: {} returning {}", pin, good ? "YES" : "NO");
   return good;
 }
 
 std::optional<std::string> checkPINAdvanced(const TaEnrolClient& client, const std::string& pin) {
-  const std::u16string units = utf16(pin);
+  const Cleared<std::u16string> units(utf16(pin));
   for (const Weakness& weakness : weaknesses) {
-    if (std::int64_t{countPairs(units, weakness)} + 1 != client.PINLENGTH) continue;
+    if (std::int64_t{countPairs(units.get(), weakness)} + 1 != client.PINLENGTH) continue;
     vane::log("{}", weakness.verdict);
     return weakness.message;
   }
@@ -88,13 +90,13 @@ std::optional<std::string> checkPINAdvanced(const TaEnrolClient& client, const s
 }
 
 std::optional<std::string> checkAnswers(const TaEnrolClient& client,
-                                        const std::array<std::string, 3>& answers) {
+                                        const std::array<Cleared<std::string>, 3>& answers) {
   const auto asked = answers.begin() + (client.QUESTIONS3 ? 3 : 2);
-  const auto too_short = [](const std::string& answer) {
-    return utf16Length(answer) < shortest_answer;
+  const auto too_short = [](const Cleared<std::string>& answer) {
+    return utf16Length(answer.get()) < shortest_answer;
   };
-  const auto too_long = [](const std::string& answer) {
-    return utf16Length(answer) > longest_answer;
+  const auto too_long = [](const Cleared<std::string>& answer) {
+    return utf16Length(answer.get()) > longest_answer;
   };
   if (std::any_of(answers.begin(), asked, too_short)) {
     return "Answer to secret questions must be at least 3 characters long.";

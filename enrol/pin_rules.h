@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "engine/cleared.h"
 #include "enrol/ta_enrol_client.h"
 
 namespace talvane {
@@ -21,6 +22,6 @@ std::optional<std::string> checkPINAdvanced(const TaEnrolClient& client, const s
 /// What is wrong with the answers; nullopt if nothing is. The third counts only when the server
 /// sent a third list of questions.
 std::optional<std::string> checkAnswers(const TaEnrolClient& client,
-                                        const std::array<std::string, 3>& answers);
+                                        const std::array<Cleared<std::string>, 3>& answers);
 
 }  // namespace talvane

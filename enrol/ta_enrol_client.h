@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "engine/cleared.h"
 #include "engine/soft_token_info.h"
 
 namespace talvane {
@@ -27,8 +28,8 @@ class TaEnrolClient {
   };
   using Questions = std::vector<std::string>;
 
-  std::optional<std::string> post;  // the body under construction
-  bool bMessage = false;            // later lines continue the "MESSAGE" line
+  std::optional<Cleared<std::string>> post;  // the body under construction
+  bool bMessage = false;                     // later lines continue the "MESSAGE" line
   std::string MESSAGE;
   bool bRedirectHttps = false;  // reserved; never set
   std::int64_t VERSION = 0;     // of the protocol; a reset keeps it
@@ -36,14 +37,14 @@ class TaEnrolClient {
   bool bPASSCODE = false;       // the server wants a passcode
   bool bChallenge = false;      // the last reply was a challenge
   Result RESULT = Result::unknown;
-  std::string SOFTTOKENURL;
+  Cleared<std::string> SOFTTOKENURL;
   bool bUSERCREATEPIN = false;  // the user must choose a PIN
   bool bGETMBNUMBER = false;    // opens the same view, which has no field for it
   bool bENROL = false;          // the user must answer secret questions
   std::string PROMPT;
   std::int64_t UPPERCASE = 0;  // the PIN needs at least this many
   std::int64_t LOWERCASE = 0;
-  std::string PIN;
+  Cleared<std::string> PIN;
   std::int64_t PINLENGTH = 0;  // exact, in UTF-16 units
   std::unique_ptr<SoftTokenInfo> SOFTTOKEN;
   std::optional<Questions> QUESTIONS1;
@@ -52,24 +53,25 @@ class TaEnrolClient {
   std::string QUESTION1;
   std::string QUESTION2;
   std::string QUESTION3;
-  std::string ANSWER1;
-  std::string ANSWER2;
-  std::string ANSWER3;
+  Cleared<std::string> ANSWER1;
+  Cleared<std::string> ANSWER2;
+  Cleared<std::string> ANSWER3;
 
   TaEnrolClient() { defaultValues(); }
-  ~TaEnrolClient() { clearSecrets(); }
   TaEnrolClient(const TaEnrolClient&) = delete;
   TaEnrolClient& operator=(const TaEnrolClient&) = delete;
 
   /// Resets everything but `VERSION`, on which `bPASSCODE` depends.
   void defaultValues();
+  /// Clears the request, the token, the PIN and the answers.
+  void clearSecrets();
 
   // Requests. Each returns an error text, or nullopt with the body in `post`.
 
   /// Adds a pair unchanged, without escapes.
   void addToPOST(std::string_view name, std::string_view value);
   std::optional<std::string> makeAuthPOST(std::string_view userid,
-                                          const std::optional<std::string>& password,
+                                          std::optional<std::string_view> password,
                                           std::string_view passcode);
   std::optional<std::string> makeChallengeResponsePOST(std::string_view passcode);
   /// The final request. Checks the token through the engine, without storing it.
@@ -98,7 +100,6 @@ class TaEnrolClient {
   static Questions parseQuestions(std::string_view text);
 
  private:
-  void clearSecrets();
   std::optional<std::string> parseInput(const Line& line);
   bool parseText(const Line& line);
   std::optional<std::string> parseNumber(const Line& line, bool* known);

@@ -32,12 +32,8 @@ std::string checkCode(const SoftTokenInfo& token, const std::optional<std::strin
 }  // namespace
 
 void TaEnrolClient::clearSecrets() {
-  const auto clear = [](std::string& text) {
-    clearMemory(text.data(), text.size());
-    text.clear();
-  };
-  for (std::string* text : {&SOFTTOKENURL, &PIN, &ANSWER1, &ANSWER2, &ANSWER3}) clear(*text);
-  if (post) clear(*post);
+  for (auto* secret : {&SOFTTOKENURL, &PIN, &ANSWER1, &ANSWER2, &ANSWER3}) secret->clear();
+  SOFTTOKEN.reset();
   post.reset();
 }
 
@@ -59,7 +55,6 @@ void TaEnrolClient::defaultValues() {
   UPPERCASE = 0;
   LOWERCASE = 0;
   PINLENGTH = 0;
-  SOFTTOKEN.reset();
   QUESTIONS1.reset();
   QUESTIONS2.reset();
   QUESTIONS3.reset();
@@ -68,15 +63,15 @@ void TaEnrolClient::defaultValues() {
 
 void TaEnrolClient::addToPOST(std::string_view name, std::string_view value) {
   if (post) {
-    *post += '&';
+    post->append(std::string_view("&"));
   } else {
     post.emplace();
   }
-  post->append(name).append("=").append(value);
+  for (const std::string_view piece : {name, std::string_view("="), value}) post->append(piece);
 }
 
 std::optional<std::string> TaEnrolClient::makeAuthPOST(std::string_view userid,
-                                                       const std::optional<std::string>& password,
+                                                       std::optional<std::string_view> password,
                                                        std::string_view passcode) {
   post.reset();
   if (!password && bPASSWORD) return "ERR Need password";
@@ -87,28 +82,28 @@ std::optional<std::string> TaEnrolClient::makeAuthPOST(std::string_view userid,
 }
 
 std::optional<std::string> TaEnrolClient::makeChallengeResponsePOST(std::string_view passcode) {
-  if (!post || post->empty()) return expecting_post_data;
+  if (!post || post->get().empty()) return expecting_post_data;
   addToPOST("PASSCODE", passcode);
   return std::nullopt;
 }
 
 std::optional<std::string> TaEnrolClient::makeGetInfoResponsePOST() {
   vane::log("TaEnrolClient: MakeGetInfoResponsePOST: begin  (POST currently {} )", orNil(post));
-  if (!post || post->empty()) return expecting_post_data;
+  if (!post || post->get().empty()) return expecting_post_data;
   std::optional<std::string> response = "";
   if (SOFTTOKEN == nullptr || vane::NewToken(*SOFTTOKEN, &response, nullptr, true)) {
     return "ERR NewToken failed";
   }
   addToPOST("CHECKCODE", checkCode(*SOFTTOKEN, response));
-  if (bUSERCREATEPIN) addToPOST("PIN", PIN);
+  if (bUSERCREATEPIN) addToPOST("PIN", PIN.get());
   if (bENROL) {
-    addToPOST("question1", percentEscaped(QUESTION1));
-    addToPOST("answer1", percentEscaped(ANSWER1));
-    addToPOST("question2", percentEscaped(QUESTION2));
-    addToPOST("answer2", percentEscaped(ANSWER2));
+    addToPOST("question1", percentEscaped(QUESTION1).get());
+    addToPOST("answer1", percentEscaped(ANSWER1.get()).get());
+    addToPOST("question2", percentEscaped(QUESTION2).get());
+    addToPOST("answer2", percentEscaped(ANSWER2.get()).get());
     if (QUESTIONS3) {
-      addToPOST("question3", percentEscaped(QUESTION3));
-      addToPOST("answer3", percentEscaped(ANSWER3));
+      addToPOST("question3", percentEscaped(QUESTION3).get());
+      addToPOST("answer3", percentEscaped(ANSWER3.get()).get());
     }
   }
   vane::log("TaEnrolClient: MakeGetInfoResponsePOST: end OK");

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "engine/cleared.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "enrol/ta_enrol_client.h"
@@ -138,23 +139,28 @@ std::optional<std::string> TaEnrolClient::parseInput(const Line& line) {
   if (line.value == "SOFTTOKENURL") {
     SOFTTOKENURL = line.parameter;
     SOFTTOKEN.reset();
-    if (!vane::ParseAuthUrl(SOFTTOKENURL, &SOFTTOKEN)) return "ERR Soft token URL parse error";
+    if (!vane::ParseAuthUrl(SOFTTOKENURL.get(), &SOFTTOKEN))
+      return "ERR Soft token URL parse error";
   }
   addToPOST(line.value, line.parameter);
   return std::nullopt;
 }
 
 bool TaEnrolClient::parseText(const Line& line) {
-  const std::array<std::pair<std::string_view, std::string*>, 7> texts{{{"PROMPT", &PROMPT},
+  const std::array<std::pair<std::string_view, std::string*>, 4> texts{{{"PROMPT", &PROMPT},
                                                                         {"QUESTION1", &QUESTION1},
                                                                         {"QUESTION2", &QUESTION2},
-                                                                        {"QUESTION3", &QUESTION3},
-                                                                        {"ANSWER1", &ANSWER1},
-                                                                        {"ANSWER2", &ANSWER2},
-                                                                        {"ANSWER3", &ANSWER3}}};
+                                                                        {"QUESTION3", &QUESTION3}}};
   for (const auto& [name, text] : texts) {
     if (line.attribute != name) continue;
     *text = line.value;
+    return true;
+  }
+  const std::array<std::pair<std::string_view, Cleared<std::string>*>, 3> answers{
+      {{"ANSWER1", &ANSWER1}, {"ANSWER2", &ANSWER2}, {"ANSWER3", &ANSWER3}}};
+  for (const auto& [name, answer] : answers) {
+    if (line.attribute != name) continue;
+    *answer = line.value;
     return true;
   }
   if (line.attribute == "QUESTIONS1") {

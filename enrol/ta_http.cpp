@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "engine/cleared.h"
 #include "engine/text.h"
 #include "platform/url_loading.h"
 
@@ -16,11 +17,14 @@ namespace talvane {
 TaHttp::TaHttp(std::shared_ptr<UrlLoader> loader, std::string unavailable)
     : loader_(std::move(loader)), unavailable_(std::move(unavailable)) {}
 
-void TaHttp::common(const std::string& url, const std::optional<std::string>& postdata) {
+void TaHttp::common(const std::string& url, const std::optional<Cleared<std::string>>& postdata) {
   status_ = 0;
   data_.reset();
   UrlRequest request{url, postdata};
-  if (request.body) request.body->resize(std::min(request.body->size(), utf16Length(*postdata)));
+  if (request.body) {
+    std::string& body = request.body->mutableValue();
+    body.resize(std::min(body.size(), utf16Length(body)));
+  }
   UrlResponse response;
   if (loader_ != nullptr) {
     response = loader_->load(request);

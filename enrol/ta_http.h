@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "engine/cleared.h"
 #include "platform/url_loading.h"
 
 namespace talvane {
@@ -19,10 +20,10 @@ class TaHttp {
   explicit TaHttp(std::shared_ptr<UrlLoader> loader, std::string unavailable = "");
 
   void get(const std::string& url) { common(url, std::nullopt); }
-  void post(const std::string& url, const std::string& postdata) { common(url, postdata); }
+  void post(const std::string& url, const Cleared<std::string>& postdata) { common(url, postdata); }
   /// Without a body a GET, with one a POST. Sends as many bytes of the body as it has characters
   /// (UTF-16 units): a body that is not ASCII is cut short.
-  void common(const std::string& url, const std::optional<std::string>& postdata);
+  void common(const std::string& url, const std::optional<Cleared<std::string>>& postdata);
   /// Deletes the cookies that would be sent to the URL.
   void clearcookies(const std::string& url);
 
@@ -31,8 +32,8 @@ class TaHttp {
   void setStatus(long status) { status_ = status; }
   /// Body of the last response, followed by a NUL; null if there was none. Valid until the next
   /// request.
-  [[nodiscard]] const char* data() const { return data_ ? data_->c_str() : nullptr; }
-  void setData(std::optional<std::string> data) { data_ = std::move(data); }
+  [[nodiscard]] const char* data() const { return data_ ? data_->get().c_str() : nullptr; }
+  void setData(std::optional<Cleared<std::string>> data) { data_ = std::move(data); }
   /// Error of the last request as "DESCRIPTION [CODE]", or "(null) [0]" if it succeeded; nullopt
   /// before the first request.
   [[nodiscard]] const std::optional<std::string>& error() const { return error_; }
@@ -44,7 +45,7 @@ class TaHttp {
   std::shared_ptr<UrlLoader> loader_;
   std::string unavailable_;
   long status_ = 0;
-  std::optional<std::string> data_;
+  std::optional<Cleared<std::string>> data_;
   std::optional<std::string> error_;
   std::optional<std::int64_t> date_;
 };

@@ -35,7 +35,7 @@ void useState(TaEnrolClient& client, const std::string& body) {
   if (client.makeGetInfoResponsePOST()) {
     require(client.post.value_or("") == before);
   } else {
-    require(client.post->starts_with(before + "&CHECKCODE="));
+    require(client.post->get().starts_with(before + "&CHECKCODE="));
   }
 }
 

@@ -12,12 +12,14 @@
 #include <optional>
 #include <string>
 
+#include "engine/cleared.h"
+
 namespace talvane {
 
 /// One request. With a body, sent unchanged, it is a POST.
 struct UrlRequest {
   std::string url;
-  std::optional<std::string> body;
+  std::optional<Cleared<std::string>> body;
 };
 
 /// The result of a request.
@@ -30,8 +32,8 @@ struct UrlResponse {
   /// The error of a request that was cancelled, or that met a loader that has stopped.
   static constexpr const char* cancelled = "The request was cancelled";
   static constexpr long cancelled_code = 42;
-  long status = 0;                  // of the last response; 0 if there was none
-  std::optional<std::string> body;  // nullopt if the request failed
+  long status = 0;                           // of the last response; 0 if there was none
+  std::optional<Cleared<std::string>> body;  // nullopt if the request failed
   std::optional<Error> error;
   /// The server's clock, seconds since the Unix epoch, from the "Date" header of the last response.
   std::optional<std::int64_t> date;

@@ -15,6 +15,7 @@
 #include "platform/qr_image.h"
 #include "store/new_token.h"
 #include "ui/kit/alert.h"
+#include "ui/kit/fields.h"
 #include "ui/kit/look.h"
 #include "ui/panel/soft_token_window.h"
 #include "ui/start.h"
@@ -171,7 +172,7 @@ void SoftTokenOSXAppDelegate::importLink(const QString& link) {
   }
   if (Alert::isOpen()) return;
   loadInterface();
-  if (mayAddTokens()) offerToken(link.trimmed().toStdString());
+  if (mayAddTokens()) offerToken(secretText(link.trimmed()));
 }
 
 void SoftTokenOSXAppDelegate::importImage(const QString& path) {

@@ -1,5 +1,7 @@
 #include <curl/curl.h>
 
+#include <string.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -7,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <memory>
 #include <mutex>
@@ -17,7 +20,9 @@
 #include <utility>
 #include <vector>
 
+#include "engine/cleared.h"
 #include "platform/curl/cookie.h"
+#include "platform/memory_release.h"
 #include "platform/url_loading.h"
 
 namespace talvane {
@@ -54,6 +59,26 @@ std::string part(const Url& url, CURLUPart which) {
   std::string copy(text);
   curl_free(text);
   return copy;
+}
+
+// libcurl's memory holds requests and replies, so it is cleared before it is freed.
+
+void release(void* block) {
+  clearMemory(block, allocatedSize(block));
+  std::free(block);
+}
+
+void* resize(void* block, std::size_t size) {
+  void* larger = std::malloc(size);
+  if (larger == nullptr || block == nullptr) return larger;
+  std::memcpy(larger, block, std::min(size, allocatedSize(block)));
+  release(block);
+  return larger;
+}
+
+bool startLibcurl() {
+  return curl_global_init_mem(CURL_GLOBAL_DEFAULT, std::malloc, release, resize, strdup,
+                              std::calloc) == CURLE_OK;
 }
 
 // State that all requests share, for as long as one of them lives.
@@ -120,7 +145,7 @@ struct Exchange {
   const UrlLoaderLimits& limits;
   Whole& whole;
   CURL* handle;
-  std::string body{};
+  Cleared<std::string> body{};
   std::size_t header_bytes = 0;
   curl_off_t moved = 0;
   Clock::time_point begin = Clock::now();
@@ -142,7 +167,7 @@ struct Exchange {
       return 0;
     }
     self.whole.body_bytes += length;
-    self.body.append(bytes, length);
+    self.body.append(std::string_view(bytes, length));
     return length;
   }
 
@@ -358,8 +383,8 @@ class CurlLoader final : public UrlLoader {
     if (request.body) {
       curl_easy_setopt(handle, CURLOPT_POST, 1L);
       curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE,
-                       static_cast<curl_off_t>(request.body->size()));
-      curl_easy_setopt(handle, CURLOPT_POSTFIELDS, request.body->data());
+                       static_cast<curl_off_t>(request.body->get().size()));
+      curl_easy_setopt(handle, CURLOPT_POSTFIELDS, request.body->get().data());
     } else {
       curl_easy_setopt(handle, CURLOPT_HTTPGET, 1L);
     }
@@ -406,7 +431,7 @@ class CurlLoader final : public UrlLoader {
 /// A new loader, owned by the caller. The first call must come before other threads use libcurl.
 extern "C" __attribute__((visibility("default"))) talvane::UrlLoader* softtoken_make_url_loader(
     const talvane::UrlLoaderLimits* limits) {
-  static const bool ready = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+  static const bool ready = talvane::startLibcurl();
   static_cast<void>(ready);
   return new talvane::CurlLoader(*limits);
 }

@@ -1,11 +1,15 @@
 #include "platform/memory_release.h"
 
-#include <cstdlib>
-#ifdef __GLIBC__
 #include <malloc.h>
-#endif
+
+#include <cstddef>
+#include <cstdlib>
 
 namespace talvane {
+
+std::size_t allocatedSize(void* block) {
+  return malloc_usable_size(block);
+}
 
 void releaseFreedMemory() {
 #ifdef __GLIBC__

@@ -34,6 +34,38 @@ TEST_F(FlowCancelTest, SignInIsResetAndItsSessionStays) {
   EXPECT_EQ(flow->taenrol()->VERSION, 7200);
 }
 
+TEST_F(FlowCancelTest, SecretsAreForgottenAndTheSessionStays) {
+  startFilledIn();
+  submit(accepting("INPUT:USERCREATEPIN=True\r\nPINLENGTH:4\r\n"));
+  ASSERT_EQ(views.open, View::evgi);
+  TaEnrolClient* client = flow->taenrol();
+  ASSERT_NE(client->SOFTTOKEN, nullptr);
+  client->PIN = "1357";
+  client->ANSWER1 = client->ANSWER2 = client->ANSWER3 = "Rex";
+  flow->forgetSecrets();
+  ASSERT_EQ(flow->taenrol(), client);
+  EXPECT_EQ(client->SOFTTOKEN, nullptr);
+  EXPECT_FALSE(client->post.has_value());
+  for (const auto* secret : {&client->SOFTTOKENURL, &client->PIN, &client->ANSWER1,
+                             &client->ANSWER2, &client->ANSWER3}) {
+    EXPECT_EQ(*secret, "");
+  }
+  EXPECT_TRUE(client->bUSERCREATEPIN);
+}
+
+TEST_F(FlowCancelTest, ReplyUnderWayArrivesAfterForgetting) {
+  flow->forgetSecrets();  // nothing to forget
+  script.hold(0);
+  script.answer(first_reply);
+  flow->eva_init();
+  script.awaitRequests(1);
+  flow->forgetSecrets();
+  script.letGo(0);
+  ASSERT_TRUE(views.performNext());
+  EXPECT_EQ(flow->taenrol()->VERSION, 7200);
+  EXPECT_TRUE(views.submit_enabled);
+}
+
 TEST_F(FlowCancelTest, WithoutASession) {
   flow->eva_cancelclicked();
   EXPECT_EQ(views.calls, Lines{"switch eva tv"});

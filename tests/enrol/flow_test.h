@@ -52,7 +52,7 @@ class FakeViews final : public EnrolViews {
   void eva_layout() override;
   void setAuthenticationMessage(const std::string& text) override;
   void enableAuthenticationSubmit(bool enabled) override;
-  std::string input(Field field) override { return fields[field]; }
+  Cleared<std::string> input(Field field) override { return fields[field]; }
   void clear(Field field) override { fields[field].clear(); }
   GetInfoInput getInfoInput() override { return get_info; }
   void enableGetInfoSubmit(bool enabled) override { get_info_submit_enabled = enabled; }

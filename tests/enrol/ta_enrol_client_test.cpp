@@ -83,8 +83,10 @@ void expectDefaults(const TaEnrolClient& client) {
   for (const auto* questions : {&client.QUESTIONS1, &client.QUESTIONS2, &client.QUESTIONS3}) {
     EXPECT_FALSE(questions->has_value());
   }
-  for (const auto* text : {&client.QUESTION1, &client.QUESTION2, &client.QUESTION3, &client.ANSWER1,
-                           &client.ANSWER2, &client.ANSWER3}) {
+  for (const auto* text : {&client.QUESTION1, &client.QUESTION2, &client.QUESTION3}) {
+    EXPECT_EQ(*text, "");
+  }
+  for (const auto* text : {&client.ANSWER1, &client.ANSWER2, &client.ANSWER3}) {
     EXPECT_EQ(*text, "");
   }
 }

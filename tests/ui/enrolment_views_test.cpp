@@ -385,6 +385,35 @@ TEST_F(EnrolmentTest, AnotherUserFindsTheFieldsEmpty) {
   EXPECT_FALSE(find<QLineEdit>("evgi_answer1")->isUndoAvailable());
 }
 
+TEST_F(EnrolmentTest, FieldsAreEmptiedWhenTheirViewCloses) {
+  const auto expectEmpty = [](const Lines& names) {
+    for (const std::string& name : names) {
+      EXPECT_EQ(find<QLineEdit>(name)->text(), QString()) << name;
+      EXPECT_FALSE(find<QLineEdit>(name)->isUndoAvailable()) << name;
+    }
+  };
+  const Lines sign_in{"eva_userid", "eva_password", "eva_passcode"};
+  signIn("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
+  for (const std::string& name : sign_in) type(name, "secret");
+  clickIcon();
+  expectEmpty(sign_in);
+  signIn("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
+  for (const std::string& name : sign_in) type(name, "secret");
+  submit(std::string("RESULT:OK,GETINFO\r\n") + pin_lines + two_lists + third_list + token_line);
+  ASSERT_EQ(openView(), "evgi");
+  expectEmpty(sign_in);
+  const Lines asked{"evgi_pin", "evgi_answer1", "evgi_answer2", "evgi_answer3"};
+  for (const std::string& name : asked) type(name, "1357");
+  clickIcon();
+  expectEmpty(asked);
+  setSettings("AllowManual=1\n");
+  launch();
+  show("evgu");
+  type("evgu_url", "https://srv");
+  clickIcon();
+  expectEmpty({"evgu_url"});
+}
+
 TEST_F(EnrolmentTest, AnswersLeadToTheTokenInTheTokenView) {
   askFor(std::string(pin_lines) + two_lists);
   type("evgi_pin", "1357");

@@ -1,6 +1,10 @@
 // The add, manual entry and response views.
 
+#include "ui/views/manual_view.h"
+#include "platform/memory/memory_keychain.h"
+#include "tests/support/fake_gateway.h"
 #include "tests/ui/app_test.h"
+#include "ui/views/response_view.h"
 
 namespace talvane {
 namespace {
@@ -67,6 +71,20 @@ TEST_F(ManualTest, UndoDoesNotBringTheSeedBack) {
   EXPECT_FALSE(find<QLineEdit>("mvseed")->isUndoAvailable());
   find<QLineEdit>("mvseed")->undo();
   expectStays("", "");
+}
+
+TEST_F(ManualTest, FieldsAreEmptiedWhenTheirViewCloses) {
+  show("mv");
+  fillIn("Mail", seed1);
+  clickIcon();
+  for (const char* name : {"mvdesc", "mvseed"}) {
+    EXPECT_EQ(find<QLineEdit>(name)->text(), QString()) << name;
+    EXPECT_FALSE(find<QLineEdit>(name)->isUndoAvailable()) << name;
+  }
+  showResponse();
+  EXPECT_EQ(find<QLineEdit>("rvcode")->text().size(), 8);
+  clickIcon();
+  EXPECT_EQ(find<QLineEdit>("rvcode")->text(), QString());
 }
 
 TEST_F(ManualTest, EmptyDescriptionIsRefusedWithItsPrompt) {
@@ -146,6 +164,33 @@ TEST_F(ManualTest, ThirteenCharactersLeadToTheResponse) {
   EXPECT_EQ(traced({"MV : ", "RV : "}),
             (Lines{"MV : okclicked: begin", "MV : okclicked: response: ERYLAECA",
                    "RV : init: begin", "RV : init: end", "MV : okclicked: end"}));
+}
+
+// No seed of 13 characters is stored without a response.
+TEST(ManualViewTest, MissingResponseIsTracedAndTheViewStays) {
+  class QuietShell final : public Shell {
+    void addclicked(SoftTokenWindow* /*from*/) override {}
+    void simpleMessageBox(const QString& /*text*/) override { ADD_FAILURE(); }
+    void menuExit() override {}
+  };
+  const test::PrivateHome home;
+  test::MemoryUserDefaults defaults;
+  const Ini ini(defaults, SettingsFolders{home.home(), home.home(), home.home()});
+  MemoryKeychain keychain;
+  test::NoIdentifiers identifiers;
+  vaneinterface gateway(keychain, identifiers);
+  TokenStore store(gateway, keychain);
+  QuietShell shell;
+  Panel panel(ini, store);
+  auto& rv = panel.add(std::make_unique<ResponseView>(panel));
+  auto& mv = panel.add(std::make_unique<ManualView>(panel, shell, ini, store, rv));
+  panel.openWindow(mv.window(), -1, -1, false);
+  test::FakeGateway log;
+  vane::SetInterface(&log);
+  mv.mv_created(13, {});
+  vane::SetInterface(nullptr);
+  EXPECT_EQ(log.lines, Lines{"MV : okclicked: response nil!"});
+  EXPECT_EQ(panel.openPanel(), mv.window());
 }
 
 TEST_F(ManualTest, ResponseLeadsHome) {

@@ -2,6 +2,10 @@
 
 #include <QCheckBox>
 #include <QLineEdit>
+#include <QString>
+#include <string>
+
+#include "engine/cleared.h"
 
 namespace talvane {
 
@@ -14,7 +18,13 @@ class PanelField : public QLineEdit {
   void paintEvent(QPaintEvent* event) override;
 };
 
-/// Empties a field, so that "Undo" cannot bring the text back.
+/// The text in UTF-8, with nothing left behind by the conversion.
+Cleared<std::string> secretText(const QString& text);
+
+/// What the user has typed.
+Cleared<std::string> secretIn(const QLineEdit& field);
+
+/// Empties a field and clears its memory. "Undo" cannot bring the text back.
 void forget(QLineEdit& field);
 
 /// A check box without a caption; the box is at the left.

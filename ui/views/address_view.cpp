@@ -5,6 +5,7 @@
 #include "config/ini.h"
 #include "engine/vane.h"
 #include "enrol/enrol_flow.h"
+#include "ui/kit/fields.h"
 #include "ui/kit/look.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
@@ -26,6 +27,10 @@ void AddressView::setMessage(const std::string& text) {
 
 std::string AddressView::input() const {
   return form_.evgu_url->text().toStdString();
+}
+
+void AddressView::closed() {
+  forget(*form_.evgu_url);
 }
 
 void AddressView::evgu_init() {

@@ -25,6 +25,7 @@ class AddressView final : public View {
   [[nodiscard]] std::string input() const;
 
   void init() override { evgu_init(); }
+  void closed() override;
   [[nodiscard]] QAbstractButton* accepting() const override { return form_.evgu_submit; }
   [[nodiscard]] QAbstractButton* cancelling() const override { return form_.evgu_cancel; }
 

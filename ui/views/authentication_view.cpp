@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "config/ini.h"
+#include "engine/cleared.h"
 #include "engine/vane.h"
 #include "enrol/enrol_flow.h"
 #include "enrol/enrol_layout.h"
@@ -99,8 +100,8 @@ QLineEdit* AuthenticationView::fieldOf(Field field) const {
   return form_.eva_passcode;
 }
 
-std::string AuthenticationView::input(Field field) const {
-  return fieldOf(field)->text().toStdString();
+Cleared<std::string> AuthenticationView::input(Field field) const {
+  return secretIn(*fieldOf(field));
 }
 
 void AuthenticationView::clear(Field field) {
@@ -114,6 +115,7 @@ View* AuthenticationView::standIn() {
 }
 
 void AuthenticationView::closed() {
+  for (const Field field : {Field::userid, Field::password, Field::passcode}) clear(field);
   if (!flow_.hasWorker()) return;
   vane::log("APP: closeWindow: aborting eva thead");
   flow_.abandonWorker();

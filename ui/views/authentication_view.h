@@ -7,6 +7,7 @@
 #include <string>
 
 #include "config/ini.h"
+#include "engine/cleared.h"
 #include "enrol/enrol_flow.h"
 #include "enrol/enrol_layout.h"
 #include "ui/panel/panel.h"
@@ -32,12 +33,13 @@ class AuthenticationView final : public View {
   /// The flow's message; if empty, the view shows its own prompt. The next `eva_layout` shows it.
   void setMessage(const std::string& text) { message_ = text; }
   void enableSubmit(bool enabled) { form_.eva_submit->setEnabled(enabled); }
-  [[nodiscard]] std::string input(EnrolViews::Field field) const;
+  [[nodiscard]] Cleared<std::string> input(EnrolViews::Field field) const;
   void clear(EnrolViews::Field field);
 
   View* standIn() override;
   void init() override { eva_init(); }
   void closed() override;
+  void released() override { flow_.forgetSecrets(); }
   [[nodiscard]] QAbstractButton* accepting() const override { return form_.eva_submit; }
   [[nodiscard]] QAbstractButton* cancelling() const override { return form_.eva_cancel; }
 

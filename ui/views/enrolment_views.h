@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "engine/cleared.h"
 #include "enrol/enrol_flow.h"
 #include "ui/panel/panel.h"
 #include "ui/views/address_view.h"
@@ -28,7 +29,7 @@ class EnrolmentViews final : public EnrolViews {
   void eva_layout() override { eva_->eva_layout(); }
   void setAuthenticationMessage(const std::string& text) override { eva_->setMessage(text); }
   void enableAuthenticationSubmit(bool enabled) override { eva_->enableSubmit(enabled); }
-  std::string input(Field field) override { return eva_->input(field); }
+  Cleared<std::string> input(Field field) override { return eva_->input(field); }
   void clear(Field field) override { eva_->clear(field); }
   GetInfoInput getInfoInput() override { return evgi_->input(); }
   void enableGetInfoSubmit(bool enabled) override { evgi_->enableSubmit(enabled); }

@@ -56,12 +56,15 @@ void ManualView::mv_init() {
   form_.mvseedlabel->showText(QString::fromStdString(ini_.StrManualSeed));
   form_.mvdesclabel->setTextColour(Qt::white);
   form_.mvseedlabel->setTextColour(Qt::white);
-  forget(*form_.mvdesc);
-  forget(*form_.mvseed);
   panel_.positionToolbarLeft(form_.mvcancel);
   panel_.positionToolbarRight(form_.mvok);
   form_.mvdesc->setFocus();
   vane::log("MV : init: end");
+}
+
+void ManualView::closed() {
+  forget(*form_.mvdesc);
+  forget(*form_.mvseed);
 }
 
 void ManualView::mv_okclicked() {
@@ -72,7 +75,7 @@ void ManualView::mv_okclicked() {
 
 void ManualView::createToken() {
   const std::string description = form_.mvdesc->text().toStdString();
-  const Cleared<std::string> seed = form_.mvseed->text().toStdString();
+  const Cleared<std::string> seed = secretIn(*form_.mvseed);
   if (description.empty()) {
     vane::log("MV : okclicked: aborted :desc empty");
     shell_.simpleMessageBox(QString::fromStdString(ini_.StrManualDesc));
@@ -90,19 +93,21 @@ void ManualView::createToken() {
     shell_.simpleMessageBox(QString::fromStdString(added.error().words));
     return;
   }
-  if (length == whole_seed_length) {
+  mv_created(length, *added);
+}
+
+void ManualView::mv_created(std::size_t seed_length, const TokenStore::Added& added) {
+  if (seed_length == whole_seed_length) {
     vane::log("MV : okclicked: NewToken success: 16 digit seed, returning to tv");
-    forget(*form_.mvseed);
     panel_.switchViewfrom(window(), panel_.window("tv"));
     return;
   }
-  if (!added->response) {
+  if (!added.response) {
     vane::log("MV : okclicked: response nil!");
     return;
   }
-  vane::log("MV : okclicked: response: {}", *added->response);
-  forget(*form_.mvseed);
-  response_.setCode(*added->response);
+  vane::log("MV : okclicked: response: {}", *added.response);
+  response_.setCode(*added.response);
   panel_.switchViewfrom(window(), response_.window());
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "config/ini.h"
 #include "store/token_store.h"
 #include "ui/panel/panel.h"
@@ -18,9 +20,12 @@ class ManualView final : public View {
 
   void mv_init();
   void mv_okclicked();
+  /// What follows once the token is stored: home, or the response code of a 13-character seed.
+  void mv_created(std::size_t seed_length, const TokenStore::Added& added);
   void mv_cancelclicked();
 
   void init() override { mv_init(); }
+  void closed() override;
   [[nodiscard]] QAbstractButton* accepting() const override { return form_.mvok; }
   [[nodiscard]] QAbstractButton* cancelling() const override { return form_.mvcancel; }
 

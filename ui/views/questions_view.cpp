@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "config/ini.h"
+#include "engine/cleared.h"
 #include "engine/vane.h"
 #include "enrol/enrol_flow.h"
 #include "enrol/enrol_layout.h"
@@ -62,10 +63,10 @@ std::array<QLineEdit*, 3> QuestionsView::answers() const {
 
 EnrolViews::GetInfoInput QuestionsView::input() const {
   EnrolViews::GetInfoInput result;
-  result.pin = form_.evgi_pin->text().toStdString();
+  result.pin = secretIn(*form_.evgi_pin);
   for (std::size_t i = 0; i < result.questions.size(); ++i) {
     result.questions[i] = menus()[i]->currentText().toStdString();
-    result.answers[i] = answers()[i]->text().toStdString();
+    result.answers[i] = secretIn(*answers()[i]);
   }
   return result;
 }
@@ -73,6 +74,11 @@ EnrolViews::GetInfoInput QuestionsView::input() const {
 int QuestionsView::evgi_height() {
   const TaEnrolClient* client = flow_.taenrol();
   return client == nullptr ? other_view_height : getInfoHeight(*client);
+}
+
+void QuestionsView::closed() {
+  forget(*form_.evgi_pin);
+  for (QLineEdit* answer : answers()) forget(*answer);
 }
 
 void QuestionsView::evgi_init() {
@@ -152,14 +158,14 @@ void QuestionsView::layOut(const TaEnrolClient& client, int height) {
 
 bool QuestionsView::pinIsGood() const {
   const TaEnrolClient* client = flow_.taenrol();
-  return client != nullptr && checkPIN(*client, form_.evgi_pin->text().toStdString());
+  return client != nullptr && checkPIN(*client, secretIn(*form_.evgi_pin));
 }
 
 void QuestionsView::showEarlierAnswers(const TaEnrolClient& client) {
   if (!hasEarlierAnswers(client)) return;
   struct Earlier {
     const std::string& question;
-    const std::string& answer;
+    const Cleared<std::string>& answer;
   };
   const Earlier all[] = {{client.QUESTION1, client.ANSWER1},
                          {client.QUESTION2, client.ANSWER2},

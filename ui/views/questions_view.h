@@ -38,6 +38,7 @@ class QuestionsView final : public View {
   [[nodiscard]] int height() override { return evgi_height(); }
   void init() override { evgi_init(); }
   void waits(bool waiting) override;
+  void closed() override;
   [[nodiscard]] QAbstractButton* accepting() const override { return form_.evgi_submit; }
   [[nodiscard]] QAbstractButton* cancelling() const override { return form_.evgi_cancel; }
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "engine/vane.h"
+#include "ui/kit/fields.h"
 #include "ui/kit/look.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
@@ -24,12 +25,14 @@ ResponseView::ResponseView(Panel& panel) : View("rv", response_view_height), pan
   onClick(form_.rvok, [this] { rv_okclicked(); });
 }
 
-void ResponseView::setCode(const std::string& code) {
-  form_.rvcode->setText(QString::fromStdString(code));
+void ResponseView::closed() {
+  forget(*form_.rvcode);
 }
 
 void ResponseView::rv_init() {
   vane::log("RV : init: begin");
+  form_.rvcode->setText(QString::fromStdString(code_));
+  code_.clear();
   panel_.positionToolbarLeft(form_.rvok);
   form_.rvok->setFocus();
   vane::log("RV : init: end");

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "engine/cleared.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/view.h"
 #include "ui_response_view.h"
@@ -14,18 +15,20 @@ class ResponseView final : public View {
   /// Borrows the panel.
   explicit ResponseView(Panel& panel);
 
-  /// Sets the code to show.
-  void setCode(const std::string& code);
+  /// The code to show when it opens.
+  void setCode(const std::string& code) { code_ = code; }
 
   void rv_init();
   void rv_okclicked();
 
   void init() override { rv_init(); }
+  void closed() override;
   [[nodiscard]] QAbstractButton* accepting() const override { return form_.rvok; }
 
  private:
   Panel& panel_;
   Ui::ResponseView form_;
+  Cleared<std::string> code_;
 };
 
 }  // namespace talvane

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "engine/cleared.h"
+
+namespace talvane::test {
+
+/// A secret to search this process's memory for. It is kept backwards, so that the search does not
+/// find the test's own copy.
+class Secret {
+ public:
+  explicit constexpr Secret(std::string_view backwards) : backwards_(backwards) {}
+
+  [[nodiscard]] std::size_t size() const { return backwards_.size(); }
+  [[nodiscard]] char at(std::size_t place) const { return backwards_[size() - 1 - place]; }
+  [[nodiscard]] Cleared<std::string> text() const {
+    Cleared<std::string> result;
+    std::string& text = result.mutableValue();
+    text.reserve(size());
+    for (std::size_t i = 0; i < size(); ++i) text += at(i);
+    return result;
+  }
+
+  /// How often the writable memory holds it, in ASCII or in UTF-16. No other thread may run.
+  [[nodiscard]] std::size_t copies() const {
+    std::size_t found = 0;
+    for (const auto& [begin, end] : writableMemory()) found += copiesBetween(begin, end);
+    return found;
+  }
+
+  /// Sanitizers keep freed memory as it was, and much of their own.
+  static constexpr bool canSearch() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    return false;
+#else
+    return true;
+#endif
+  }
+
+ private:
+  using Range = std::pair<const char*, const char*>;
+
+  static std::vector<Range> writableMemory() {
+    std::vector<Range> ranges;
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+      std::uintptr_t begin = 0;
+      std::uintptr_t end = 0;
+      char dash = 0;
+      std::string rights;
+      std::istringstream(line) >> std::hex >> begin >> dash >> end >> rights;
+      if (!rights.starts_with("rw")) continue;
+      ranges.emplace_back(reinterpret_cast<const char*>(begin), reinterpret_cast<const char*>(end));
+    }
+    return ranges;
+  }
+
+  [[nodiscard]] std::size_t copiesBetween(const char* begin, const char* end) const {
+    std::size_t found = 0;
+    const char first = at(0);
+    for (const char* here = begin; here < end; ++here) {
+      here =
+          static_cast<const char*>(std::memchr(here, first, static_cast<std::size_t>(end - here)));
+      if (here == nullptr) break;
+      for (const std::size_t width : {1U, 2U}) {
+        if (isAt(here, end, width)) ++found;
+      }
+    }
+    return found;
+  }
+
+  [[nodiscard]] bool isAt(const char* here, const char* end, std::size_t width) const {
+    if (static_cast<std::size_t>(end - here) < size() * width) return false;
+    for (std::size_t i = 0; i < size(); ++i) {
+      if (here[i * width] != at(i)) return false;
+      if (width == 2 && here[i * width + 1] != 0) return false;
+    }
+    return true;
+  }
+
+  std::string_view backwards_;
+};
+
+}  // namespace talvane::test
