@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOption>
+
 #include <cstddef>
 #include <string>
 #include <string_view>

@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QString>
+
 #include <string>
 
 #include "engine/cleared.h"
