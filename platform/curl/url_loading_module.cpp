@@ -1,5 +1,4 @@
 #include <curl/curl.h>
-#include <string.h>
 
 #include <algorithm>
 #include <array>
