@@ -12,7 +12,8 @@ struct QrImage {
   std::string error;  // for the user, with what to do; empty on success
 };
 
-/// Reads a PNG or JPEG file of at most 64 million pixels. Loads the code for it on first use.
+/// Reads a PNG or JPEG file, unless it is so large or so made that reading it could take over a
+/// second or 64 MB (platform/qr/image_cost.h). Any thread. Loads the code for it on first use.
 QrImage readQrImage(const std::string& path);
 
 }  // namespace talvane

@@ -14,7 +14,11 @@ struct GreyImage {
   std::vector<std::uint8_t> pixels;
 };
 
-/// Decodes a PNG or JPEG file of at most 64 million pixels; transparent pixels are white.
+/// Decodes a PNG or JPEG file whose cost (image_cost.h) is affordable, a large JPEG to a half, a
+/// quarter or an eighth of its size; transparent pixels are white. nullopt for any other file.
 std::optional<GreyImage> decodeImage(std::span<const std::uint8_t> file);
+
+/// The image, reduced by a whole factor to at most `most_pixels` if it has more.
+GreyImage reduced(GreyImage image, std::uint64_t most_pixels);
 
 }  // namespace talvane

@@ -5,26 +5,39 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/cleared.h"
 #include "engine/text.h"
 #include "platform/qr/grey_image.h"
+#include "platform/qr/image_cost.h"
 #include "platform/qr_image.h"
 #include "platform/regular_file.h"
 
 namespace talvane {
 namespace {
 
-constexpr off_t most_bytes = 64'000'000;
+constexpr off_t most_bytes = 32'000'000;
+
+// The search's time grows with the square of the number of finder patterns, which an image can
+// repeat. A large image is searched in every second line, where patterns of single pixels do not
+// count; a code then needs three pixels to a module.
+constexpr std::uint64_t most_searched_pixels = 4'000'000;
+constexpr std::uint64_t most_pixels_searched_whole = 1'000'000;
 
 std::vector<std::string> qrTexts(const GreyImage& grey) {
+  if (grey.pixels.empty()) return {};
   zbar::ImageScanner scanner;
   scanner.set_config(zbar::ZBAR_NONE, zbar::ZBAR_CFG_ENABLE, 0);
   scanner.set_config(zbar::ZBAR_QRCODE, zbar::ZBAR_CFG_ENABLE, 1);
   // Take the raw bytes; otherwise the library may mistake UTF-8 for another encoding.
   scanner.set_config(zbar::ZBAR_QRCODE, zbar::ZBAR_CFG_BINARY, 1);
+  const int step = grey.pixels.size() > most_pixels_searched_whole ? 2 : 1;
+  scanner.set_config(zbar::ZBAR_NONE, zbar::ZBAR_CFG_X_DENSITY, step);
+  scanner.set_config(zbar::ZBAR_NONE, zbar::ZBAR_CFG_Y_DENSITY, step);
   zbar::Image image(grey.width, grey.height, "Y800", grey.pixels.data(), grey.pixels.size());
   std::vector<std::string> texts;
   if (scanner.scan(image) < 0) return texts;
@@ -41,18 +54,29 @@ void read(const std::string& path, QrImage* result) {
     result->error = "There is no file " + path + "; give an otpauth:// URL or an image file";
     return;
   }
+  const std::string too_large = path + " is too large an image; crop it to the QR code";
+  if (status.st_size > most_bytes) {
+    result->error = too_large;
+    return;
+  }
   std::string bytes;
-  if (status.st_size > most_bytes || readRegularFile(path, &bytes) != 0) {
+  if (readRegularFile(path, &bytes) != 0) {
     result->error = "Cannot read " + path + " as an image; use a PNG or JPEG file";
     return;
   }
-  const std::vector<std::uint8_t> file(bytes.begin(), bytes.end());
-  const auto grey = decodeImage(file);
+  const std::span file(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+  const auto cost = costOfImage(file);
+  if (cost && !isAffordable(*cost)) {
+    result->error = too_large;
+    return;
+  }
+  auto grey = decodeImage(file);
   if (!grey) {
     result->error = path + " is not a readable PNG or JPEG image; use another file";
     return;
   }
-  std::vector<std::string> texts = qrTexts(*grey);
+  std::string().swap(bytes);
+  std::vector<std::string> texts = qrTexts(reduced(std::move(*grey), most_searched_pixels));
   if (texts.empty()) {
     result->error = "No QR code found in " + path + "; use a sharper or larger image";
   } else if (texts.size() > 1) {
