@@ -1,16 +1,44 @@
 # Settings that every target of the project shares.
 
+include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+
+# Hardening, as far as the compiler and the processor have it. script/check-hardening looks at the
+# result.
+foreach(flag -fcf-protection -fstack-clash-protection)
+  string(MAKE_C_IDENTIFIER "SOFTTOKEN${flag}" known)
+  check_cxx_compiler_flag("${flag}" ${known})
+  if(${known})
+    list(APPEND hardening "${flag}")
+  endif()
+endforeach()
+# Start-up code of the C library may lack the note; it keeps to the shadow stack all the same.
+check_linker_flag(CXX "-Wl,-z,shstk" SOFTTOKEN_SHADOW_STACK)
+if(SOFTTOKEN_SHADOW_STACK AND SOFTTOKEN_fcf_protection AND NOT APPLE)
+  set(hardening_links "-Wl,-z,shstk")
+endif()
+# Of no effect without optimisation, and in the way of the sanitizers' own checks.
+if(NOT SOFTTOKEN_SANITIZE)
+  set(fortify _FORTIFY_SOURCE=2)
+  if((CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 12)
+      OR (CMAKE_CXX_COMPILER_ID STREQUAL Clang AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 12))
+    set(fortify _FORTIFY_SOURCE=3)
+  endif()
+endif()
+
 add_library(softtoken_options INTERFACE)
 target_compile_options(softtoken_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast
   -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2 -Wimplicit-fallthrough
-  -fstack-protector-strong
+  -fstack-protector-strong ${hardening}
   # GCC 12 sees overlaps within std::string that are not there (its bug 105651).
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>)
-target_compile_definitions(softtoken_options INTERFACE
-  "$<$<CONFIG:Release,RelWithDebInfo>:_FORTIFY_SOURCE=2>")
+target_compile_definitions(softtoken_options INTERFACE _GLIBCXX_ASSERTIONS
+  "$<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:${fortify}>")
 target_link_options(softtoken_options INTERFACE
-  "$<$<PLATFORM_ID:Linux>:-Wl,-z,relro,-z,now,--as-needed>")
+  "$<$<PLATFORM_ID:Linux>:-Wl,-z,relro,-z,now,-z,noexecstack,--as-needed>" ${hardening_links})
 # Includes name the folder: "engine/vane.h".
 target_include_directories(softtoken_options INTERFACE "${PROJECT_SOURCE_DIR}")
 
