@@ -5,7 +5,7 @@
 namespace talvane {
 
 void print(const Json& value) {
-  std::cout << value.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+  std::cout << value.dump(2, ' ', true, Json::error_handler_t::replace) << '\n';
 }
 
 }  // namespace talvane

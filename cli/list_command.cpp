@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <iostream>
 #include <memory>
+#include <string>
 
 #include "cli/command.h"
 #include "cli/failure.h"
@@ -11,6 +12,7 @@
 #include "cli/session.h"
 #include "cli/terminal.h"
 #include "engine/soft_token_info.h"
+#include "engine/text.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {
@@ -22,13 +24,24 @@ class ListCommand final : public Command {
  public:
   CLI::App* addTo(CLI::App& line) override {
     CLI::App* parser = line.add_subcommand("list", "List the tokens, without passcodes");
-    parser->add_flag("--json", json_, "Print JSON");
+    CLI::Option* json = parser->add_flag("--json", json_, "Print JSON");
+    parser
+        ->add_flag(
+            "--names", names_,
+            "Print only the names, one per line, without those that could control a terminal")
+        ->excludes(json);
     return parser;
   }
 
   void run(Session& session) override {
     const StoredTokens tokens = session.readTokens();
-    json_ ? printJson(tokens) : printTable(tokens, session);
+    if (json_) {
+      printJson(tokens);
+    } else if (names_) {
+      printNames(tokens);
+    } else {
+      printTable(tokens, session);
+    }
     if (tokens.obstacle) fmt::print(stderr, "softtoken-cli: {}\n", wordsFor(*tokens.obstacle));
   }
 
@@ -59,7 +72,15 @@ class ListCommand final : public Command {
     print(list);
   }
 
+  static void printNames(const StoredTokens& tokens) {
+    for (const auto& token : tokens.list) {
+      const std::string name = token->currentDescription().value_or("");
+      if (!name.empty() && printable(name) == name) fmt::print("{}\n", name);
+    }
+  }
+
   bool json_ = false;
+  bool names_ = false;
 };
 
 }  // namespace

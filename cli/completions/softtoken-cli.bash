@@ -46,21 +46,12 @@ __softtoken_cli_offer() {
   done
 }
 
-# Offers the names of the tokens, without those that hold control characters: use their slot numbers.
-# Its arguments are the program and its options.
+# Offers the names of the tokens. Its arguments are the program and its options.
 __softtoken_cli_offer_tokens() {
-  local line rest name pattern='^ *"name": "(.*)",?$'
-  while IFS= read -r line; do
-    [[ $line =~ $pattern ]] || continue
-    rest=${BASH_REMATCH[1]} name=''
-    while [[ $rest == *\\* ]]; do
-      name+=${rest%%\\*} rest=${rest#*\\}
-      [[ $rest == [\"\\]* ]] || continue 2
-      name+=${rest:0:1} rest=${rest:1}
-    done
-    name+=$rest
+  local name
+  while IFS= read -r name; do
     [[ $name && ($only_arguments || $name != -*) ]] && __softtoken_cli_offer "$name"
-  done < <("$@" list --json 2>/dev/null </dev/null)
+  done < <("$@" list --names 2>/dev/null </dev/null)
 }
 
 __softtoken_cli_offer_images() {
@@ -77,13 +68,14 @@ __softtoken_cli_offer_images() {
 __softtoken_cli_offer_options() {
   case $command in
     '') __softtoken_cli_offer --help --version --keychain --console-log ;;
-    list | doctor) __softtoken_cli_offer --help --json ;;
+    list) __softtoken_cli_offer --help --json --names ;;
+    doctor) __softtoken_cli_offer --help --json ;;
     settings) __softtoken_cli_offer --help --json --check ;;
     code) __softtoken_cli_offer --help --next --copy --json ;;
     add) __softtoken_cli_offer --help --period --replace ;;
-    import) __softtoken_cli_offer --help --replace ;;
+    import | enrol) __softtoken_cli_offer --help --replace ;;
     delete) __softtoken_cli_offer --help --yes ;;
-    watch | rename | enrol) __softtoken_cli_offer --help ;;
+    watch | rename) __softtoken_cli_offer --help ;;
   esac
 }
 

@@ -33,7 +33,7 @@ function __softtoken_cli_starts
     test (count (__softtoken_cli_arguments)) -eq 1 && __softtoken_cli_uses $argv
 end
 
-# The names of the tokens, without those that hold control characters: use their slot numbers.
+# The names of the tokens.
 function __softtoken_cli_tokens
     set -l words (commandline -opc)
     set -l program $words[1]
@@ -43,10 +43,7 @@ function __softtoken_cli_tokens
     else
         set keychain (string match -- '--keychain=*' $words)
     end
-    set -l names ($program $keychain[1] list --json 2>/dev/null </dev/null |
-        string replace -rf '^ *"name": "(.+)",?$' '$1' |
-        string match -r '^(?:[^\\\\]|\\\\["\\\\])*$' |
-        string replace -ra '\\\\(["\\\\])' '$1')
+    set -l names ($program $keychain[1] list --names 2>/dev/null </dev/null)
     # A name that begins with a hyphen must follow "--".
     contains -- -- $words || set names (string match -v -- '-*' $names)
     string join \n -- $names
@@ -78,6 +75,7 @@ complete -c softtoken-cli -n __softtoken_cli_needs_command -a doctor \
 
 complete -c softtoken-cli -n '__softtoken_cli_uses list code settings doctor' -l json \
     -d 'Print JSON'
+complete -c softtoken-cli -n '__softtoken_cli_uses list' -l names -d 'Print only the names'
 complete -c softtoken-cli -n '__softtoken_cli_uses code' -l next \
     -d 'The next passcode'
 complete -c softtoken-cli -n '__softtoken_cli_uses code' -l copy \
@@ -86,6 +84,8 @@ complete -c softtoken-cli -n '__softtoken_cli_uses add' -l period -x -a '30 60' 
     -d 'How long a passcode lasts'
 complete -c softtoken-cli -n '__softtoken_cli_uses add import' -l replace \
     -d 'Replace the token that was created under the same name'
+complete -c softtoken-cli -n '__softtoken_cli_uses enrol' -l replace \
+    -d 'Replace a token of the same name that does not come from this server'
 complete -c softtoken-cli -n '__softtoken_cli_uses settings' -l check -r -F \
     -d 'Check this settings file instead'
 complete -c softtoken-cli -n '__softtoken_cli_uses delete' -l yes -d 'Do not ask'

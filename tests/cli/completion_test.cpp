@@ -35,11 +35,11 @@ const Strings commands = {"add",    "code", "delete", "doctor",   "enrol",
 // The long options behind each command.
 const std::vector<std::pair<std::string, Strings>> options = {
     {"", {"--console-log", "--help", "--keychain", "--version"}},
-    {"list", {"--help", "--json"}},
+    {"list", {"--help", "--json", "--names"}},
     {"code", {"--copy", "--help", "--json", "--next"}},
     {"watch", {"--help"}},
     {"add", {"--help", "--period", "--replace"}},
-    {"enrol", {"--help"}},
+    {"enrol", {"--help", "--replace"}},
     {"import", {"--help", "--replace"}},
     {"rename", {"--help"}},
     {"delete", {"--help", "--yes"}},
@@ -57,9 +57,12 @@ class Completion : public testing::Test {
       }
     }
     for (const std::string& name : tokens) home.add(name);
-    // These two are not offered: one would be taken for an option, one cannot be typed.
+    // These are not offered: one would be taken for an option, the others cannot be typed and could
+    // control the terminal.
     home.add("-dash");
     home.plant("new\nline", static_cast<std::int32_t>(tokens.size()) + 1);
+    home.plant("Work\xE2\x80\xAE", static_cast<std::int32_t>(tokens.size()) + 2);
+    home.plant("Work\x1B[2J", static_cast<std::int32_t>(tokens.size()) + 3);
   }
 
   [[nodiscard]] Ended shell(const Strings& command) const {
@@ -201,8 +204,8 @@ TEST_F(BashCompletionAtWork, AtAPrompt) {
   }
   terminal.type("exit\n");
   EXPECT_FALSE(terminal.finish().timed_out);
-  EXPECT_EQ(home.names(),
-            (Strings{"five", "two", "four", "one", "six", "three", "Ärger", "-dash", "new\nline"}));
+  EXPECT_EQ(home.names(), (Strings{"five", "two", "four", "one", "six", "three", "Ärger", "-dash",
+                                   "new\nline", "Work\xE2\x80\xAE", "Work\x1B[2J"}));
 }
 
 class FishCompletionAtWork : public Completion {
@@ -289,8 +292,8 @@ TEST_F(ZshCompletionAtWork, AtAPrompt) {
   EXPECT_TRUE(terminal.await("Deleted", std::chrono::seconds(10))) << terminal.shown();
   terminal.type("exit\n");
   EXPECT_FALSE(terminal.finish().timed_out);
-  EXPECT_EQ(home.names(),
-            (Strings{"four", "two", "one", "five", "three", "Ärger", "six", "new\nline"}));
+  EXPECT_EQ(home.names(), (Strings{"four", "two", "one", "five", "three", "Ärger", "six",
+                                   "new\nline", "Work\xE2\x80\xAE", "Work\x1B[2J"}));
 }
 
 }  // namespace

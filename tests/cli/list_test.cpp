@@ -80,6 +80,34 @@ TEST(List, JsonIsValidForNamesOfAnyCharacters) {
   EXPECT_EQ(home.names(), names);
 }
 
+TEST(List, JsonIsAscii) {
+  const CliHome home;
+  home.plant("\xC3\x84rger \xF0\x9F\x94\x91\u202E", 0);
+  const Ended ended = home.run({"list", "--json"});
+  expectSuccess(ended);
+  EXPECT_TRUE(has(ended.out, "\\u00c4rger \\ud83d\\udd11\\u202e")) << ended.out;
+  for (const char c : ended.out) EXPECT_LT(static_cast<unsigned char>(c), 0x7F);
+}
+
+TEST(List, NamesAloneAreThoseThatShowAsTheyAre) {
+  const CliHome home;
+  const Strings names = {"Work",      "a\u202Eb",     "it's \"me\"", "\x1b[2J",
+                         "line\nend", "\xC3\x84rger", "a\u200Bb"};
+  std::int32_t slot = 0;
+  for (const std::string& name : names) home.plant(name, slot++);
+  const Ended ended = home.run({"list", "--names"});
+  expectSuccess(ended);
+  EXPECT_EQ(ended.out, "Work\nit's \"me\"\n\xC3\x84rger\n");
+  EXPECT_EQ(home.run({"list", "--names", "--json"}).exit_code, 2);
+}
+
+TEST(List, NamesAloneOfNoTokensAreNone) {
+  const CliHome home;
+  const Ended ended = home.run({"list", "--names"});
+  expectSuccess(ended);
+  EXPECT_EQ(ended.out, "");
+}
+
 TEST(List, NamesDoNotSteerTheTerminal) {
   const CliHome home;
   home.plant(
@@ -101,6 +129,7 @@ TEST(List, NamesDoNotTurnTheDirectionOfTheLine) {
   expectSuccess(ended);
   EXPECT_FALSE(has(ended.out, "\u202E"));
   EXPECT_FALSE(has(ended.out, "\u2066"));
+  EXPECT_TRUE(has(ended.out, "a\uFFFDb\uFFFDc"));
 }
 
 TEST(List, LongNamesKeepTheColumns) {
