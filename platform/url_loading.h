@@ -1,7 +1,8 @@
 #pragma once
 
 // The process-wide URL loading service. All requests of the process share cookies, in memory only.
-// The service follows redirects, but never from https to http; verifies certificates against the
+// The service follows redirects, but never from https to http, and repeats a POST (307, 308) only
+// to the same scheme, host and port; uses TLS 1.2 or newer; verifies certificates against the
 // system's trust store, or the file in the environment variable SSL_CERT_FILE; and takes proxies
 // from the environment, as libcurl does. A request ends when it reaches one of its limits.
 

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "engine/cleared.h"
+#include "engine/text.h"
 #include "platform/curl/cookie.h"
 #include "platform/memory_release.h"
 #include "platform/url_loading.h"
@@ -51,12 +52,22 @@ Url parsedUrl(const std::string& text) {
   return url;
 }
 
-std::string part(const Url& url, CURLUPart which) {
+std::string part(const Url& url, CURLUPart which, unsigned flags = 0) {
   char* text = nullptr;
-  if (url == nullptr || curl_url_get(url.get(), which, &text, 0) != CURLUE_OK) return {};
+  if (url == nullptr || curl_url_get(url.get(), which, &text, flags) != CURLUE_OK) return {};
   std::string copy(text);
   curl_free(text);
   return copy;
+}
+
+// Scheme, host and port are the same, as libcurl reads them.
+bool isSameOrigin(const std::string& a, const std::string& b) {
+  const auto origin = [](const std::string& text) {
+    const Url url = parsedUrl(text);
+    return lowerCase(part(url, CURLUPART_SCHEME) + "://" + part(url, CURLUPART_HOST)) + ':' +
+           part(url, CURLUPART_PORT, CURLU_DEFAULT_PORT);
+  };
+  return origin(a) == origin(b);
 }
 
 // libcurl's memory holds requests and replies, so it is cleared before it is freed.
@@ -249,8 +260,14 @@ class CurlLoader final : public UrlLoader {
                                                        (to.empty() ? "elsewhere" : to) +
                                                        ", which is not allowed");
       }
-      // As browsers do, posts the body again only if the status requires it.
+      // As browsers do, posts the body again only if the status requires it. It holds a password,
+      // so no other server gets it.
       if (response.status != 307 && response.status != 308) next.body.reset();
+      if (next.body && !isSameOrigin(next.url, target)) {
+        return failure(CURLE_REMOTE_ACCESS_DENIED,
+                       "The server redirects what you entered to another server, "
+                       "which is not allowed");
+      }
       next.url = target;
     }
   }
@@ -359,6 +376,8 @@ class CurlLoader final : public UrlLoader {
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    // Whatever the system's configuration allows.
+    curl_easy_setopt(handle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     // A name server that does not answer must not delay a stop or a time limit.
     curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(handle, CURLOPT_FILETIME, 0L);

@@ -147,6 +147,36 @@ TEST_F(HttpRedirectsTest, ToOtherSchemesIsRefused) {
   }
 }
 
+TEST_F(HttpRedirectsTest, PostIsNotRepeatedToAnotherServer) {
+  constexpr long access_denied = 9;  // CURLE_REMOTE_ACCESS_DENIED
+  for (const int status : {307, 308}) {
+    LoopbackServer there(response("200 OK", "there"));
+    LoopbackServer here(redirect(status, there.url("/x")));
+    TaHttp http = client();
+    http.post(here.url(), "PASSWORD=secret");
+    expectFailure(http, access_denied);
+    EXPECT_EQ(there.finish(), Texts{}) << "another port is another server";
+    LoopbackServer again(response("200 OK", "there"));
+    LoopbackServer getting(redirect(status, again.url("/x")));
+    EXPECT_STREQ(got(getting.url()).data(), "there") << "a GET carries nothing";
+  }
+}
+
+TEST_F(HttpRedirectsTest, PostIsNotRepeatedUnderAnotherHostName) {
+  LoopbackServer server(response("200 OK", "there"));
+  std::string target = server.url("/to");
+  target.replace(target.find("127.0.0.1"), 9, "localhost");
+  LoopbackServer here([&](LoopbackServer::Connection& connection, const std::string& request) {
+    const bool from = lineOf(request).ends_with("/from");
+    connection.send(from ? redirect(307, target) : response("200 OK", "arrived"));
+  });
+  TaHttp http = client();
+  http.post(here.url("/from"), "PASSWORD=secret");
+  EXPECT_EQ(http.status(), 0);
+  EXPECT_EQ(server.finish(), Texts{});
+  EXPECT_EQ(here.finish().size(), 1U);
+}
+
 class HttpsRedirectsTest : public HttpTest {
  protected:
   HttpsRedirectsTest() : certificate(makeCertificate(folder.path(), "IP:127.0.0.1")) {
