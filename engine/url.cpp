@@ -15,6 +15,11 @@ bool isSchemeCharacter(char c) {
          c == '-' || c == '.';
 }
 
+bool isServerCharacter(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
+         c == '.' || c == '_' || c == ':' || c == '[' || c == ']';
+}
+
 // The host of "user@host:port"; brackets of an address are not part of it.
 std::string hostOf(std::string_view authority) {
   authority.remove_prefix(authority.rfind('@') + 1);
@@ -25,6 +30,29 @@ std::string hostOf(std::string_view authority) {
 }
 
 }  // namespace
+
+bool isWebAddress(std::string_view url) {
+  const std::string start = lowerCase(url.substr(0, 8));
+  return start.starts_with("http://") || start == "https://";
+}
+
+std::string originOf(std::string_view url) {
+  if (!isWebAddress(url)) return {};
+  const std::string scheme = lowerCase(url.substr(0, url.find(':')));
+  std::string_view authority = url.substr(scheme.size() + 3);
+  authority = authority.substr(0, authority.find_first_of("/?#"));
+  if (authority.empty() || !std::all_of(authority.begin(), authority.end(), isServerCharacter)) {
+    return {};
+  }
+  std::string_view port;
+  const std::size_t colon = authority.rfind(':');
+  if (colon != std::string_view::npos && !authority.ends_with(']')) {
+    port = authority.substr(colon + 1);
+    authority = authority.substr(0, colon);
+  }
+  if (port.empty()) port = scheme == "https" ? "443" : "80";
+  return scheme + "://" + lowerCase(authority) + ':' + std::string(port);
+}
 
 UrlParts urlParts(std::string_view url) {
   UrlParts parts;

@@ -21,4 +21,11 @@ struct UrlParts {
 /// A text without a scheme has no parts.
 UrlParts urlParts(std::string_view url);
 
+/// The server of an http or https URL: scheme, host and port, in lower case, as "https://host:443".
+/// Empty for any other URL, and for one whose host part holds a user name or unusual characters.
+std::string originOf(std::string_view url);
+
+/// Whether a browser may open it: it begins with "http://" or "https://", in either case.
+bool isWebAddress(std::string_view url);
+
 }  // namespace talvane

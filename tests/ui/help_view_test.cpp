@@ -97,6 +97,17 @@ TEST_F(HelpTest, ItemOfAnotherPlaceDoesNotCount) {
   EXPECT_EQ(caption("hvlaunch"), "Add to \"Login Items\"");
 }
 
+TEST_F(HelpTest, OnlyWebPagesAreOpened) {
+  setSettings("GettingStartedURL=file:///usr/bin/xterm\nEnrolURL=smb://srv/x\n");
+  show("hv");
+  click("hvgs");
+  click("hvmanage");
+  EXPECT_EQ(opened_pages, Lines());
+  ASSERT_EQ(alerts.seen.size(), 2U);
+  EXPECT_NE(alerts.seen[0].text.find("file:///usr/bin/xterm"), std::string::npos);
+  EXPECT_NE(alerts.seen[1].text.find("smb://srv/x"), std::string::npos);
+}
+
 TEST_F(HelpTest, GettingStartedOpensItsPage) {
   setSettings("GettingStartedURL=https://Srv/Start?a=b\n");
   show("hv");

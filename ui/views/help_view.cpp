@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "config/ini.h"
+#include "engine/text.h"
+#include "engine/url.h"
 #include "engine/vane.h"
 #include "platform/login_items_list.h"
 #include "ui/kit/buttons.h"
@@ -83,7 +85,7 @@ void HelpView::followLoginItems() {
 
 void HelpView::hv_gsclicked() {
   vane::log("HV : gsclicked: begin");
-  parts_.open_url(QString::fromStdString(ini_.GettingStartedURL));
+  openPage(ini_.GettingStartedURL);
   vane::log("HV : gsclicked: end");
 }
 
@@ -93,9 +95,21 @@ void HelpView::hv_manageclicked() {
   if (address.empty()) {
     shell_.simpleMessageBox(QStringLiteral("No enrol URL configured"));
   } else {
-    parts_.open_url(QString::fromStdString(address));
+    openPage(address);
   }
   vane::log("HV : manageclicked: end");
+}
+
+// Any other address could start a program.
+void HelpView::openPage(const std::string& address) {
+  if (isWebAddress(address)) {
+    parts_.open_url(QString::fromStdString(address));
+  } else {
+    shell_.simpleMessageBox(QString::fromStdString(
+        "The address \"" + shownName(address) +
+        "\" is not opened, because it does not begin with http:// or https://; ask your "
+        "administrator to correct the settings"));
+  }
 }
 
 void HelpView::hv_aboutclicked() {

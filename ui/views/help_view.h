@@ -42,6 +42,7 @@ class HelpView final : public View {
  private:
   void showLoginItem();
   void followLoginItems();
+  void openPage(const std::string& address);
 
   Panel& panel_;
   Shell& shell_;
