@@ -1,6 +1,7 @@
 #include <fmt/chrono.h>
 #include <fmt/core.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdint>
@@ -18,6 +19,7 @@
 #include "cli/terminal.h"
 #include "config/ini.h"
 #include "config/read_settings.h"
+#include "engine/text.h"
 #include "enrol/clock_trouble.h"
 #include "platform/device_identifiers.h"
 #include "platform/folders.h"
@@ -162,7 +164,13 @@ class DoctorCommand final : public Command {
 
   void examineMode(const std::string& path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0) return;
+    if (lstat(path.c_str(), &status) != 0) return;
+    if (S_ISLNK(status.st_mode) || status.st_uid != geteuid()) {
+      add("file mode", false,
+          fmt::format("{} {}, so it is not used; remove it", path,
+                      S_ISLNK(status.st_mode) ? "is a link" : "belongs to another user"));
+      return;
+    }
     const auto mode = static_cast<unsigned>(status.st_mode & 07777U);
     const bool good = (mode & 077U) == 0;
     add("file mode", good,

@@ -16,6 +16,7 @@
 #include "cli/terminal.h"
 #include "engine/text.h"
 #include "platform/core_dumps.h"
+#include "platform/folders.h"
 #include "platform/keychains.h"
 
 namespace talvane {
@@ -93,6 +94,7 @@ int run(int argc, char** argv) {
     line.exit(error);  // prints the help or the version
     return outputWritten();
   }
+  if (executablePath().empty()) return fail(exit_failed, own_path_unknown);
   Session session(options);
   for (std::size_t i = 0; i < commands.size(); ++i) {
     if (parsers[i]->parsed()) commands[i]->run(session);

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <string>
@@ -29,7 +30,8 @@ std::string withTildeExpanded(std::string_view path) {
 
 std::string executableFolder() {
   const std::string path = executablePath();
-  return path.empty() ? "." : path.substr(0, path.find_last_of('/'));
+  if (path.empty()) return {};
+  return path.substr(0, std::max<std::size_t>(path.find_last_of('/'), 1));
 }
 
 bool isFolder(const std::string& path) {

@@ -15,7 +15,12 @@ std::string dataFolder();
 std::string configFolder();
 /// The running program's file, with all symbolic links resolved; empty if the system does not tell.
 std::string executablePath();
-/// The running program's folder.
+/// What a program says and ends with when `executablePath` is empty.
+inline constexpr const char* own_path_unknown =
+    "The system does not tell where this program is, so it cannot find its modules and settings; "
+    "check that /proc is there";
+/// The running program's folder. It and the next two are empty if the system does not tell: a
+/// program must not take the current folder instead, where anybody may have put a module.
 std::string executableFolder();
 /// The application bundle: `../share/softtoken` beside the executable's folder when that exists,
 /// else the executable's folder; on macOS the .app folder.

@@ -9,7 +9,12 @@
 namespace talvane {
 
 void* moduleFunction(const std::string& name, const char* symbol, std::string* error) {
-  const std::string path = moduleFolder() + '/' + name + ".so";
+  const std::string folder = moduleFolder();
+  if (folder.empty()) {
+    *error = "the system does not tell where the program is";
+    return nullptr;
+  }
+  const std::string path = folder + '/' + name + ".so";
   void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   void* function = module != nullptr ? dlsym(module, symbol) : nullptr;
   if (function == nullptr) {

@@ -9,12 +9,14 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <utility>
 
 #include "engine/cleared.h"
 #include "engine/gateway.h"
 #include "platform/file_descriptor.h"
+#include "platform/folders.h"
 
 namespace talvane {
 namespace {
@@ -64,6 +66,25 @@ int openOwnFolder(const std::string& path, FileDescriptor* folder) {
   if (error == 0) error = closeToOthers(opened.get(), status, S_IRWXU);
   if (error == 0) *folder = std::move(opened);
   return error;
+}
+
+std::string makeOwnFolder(const std::string& path) {
+  struct stat status {};
+  FileDescriptor folder;
+  int error = 0;
+  if (!makePrivateFolder(path)) {
+    error = errno;
+  } else if (lstat(path.c_str(), &status) != 0) {
+    error = errno;
+  } else {
+    error = status.st_uid == geteuid() ? openOwnFolder(path, &folder) : EPERM;
+  }
+  if (error == 0) return {};
+  if (error == EPERM) {
+    return "The folder " + path + " does not belong to you alone; remove it, or ask its owner to";
+  }
+  return "Cannot create the folder " + path + " (" + std::strerror(error) +
+         "); check what is in its place and who may write there";
 }
 
 int readOwnFile(const std::string& path, std::size_t limit, Cleared<Bytes>* content) {

@@ -26,15 +26,17 @@ std::string trace_path;
 std::atomic<bool> trace_on = false;
 std::uint8_t size_limit = 1;  // in units
 
-// A new file gets mode 0600, and so does an old one. Leaves anything but a regular file alone.
+// A new file gets mode 0600, and so does an old one. Leaves alone anything but a regular file of
+// the user's.
 std::FILE* openTrace() {
-  FileDescriptor descriptor(open(trace_path.c_str(),
-                                 O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
-                                 S_IRUSR | S_IWUSR));
+  FileDescriptor descriptor(
+      open(trace_path.c_str(),
+           O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW,
+           S_IRUSR | S_IWUSR));
   struct stat status {};
-  bool usable =
-      descriptor.isOpen() && fstat(descriptor.get(), &status) == 0 && S_ISREG(status.st_mode);
-  if (usable && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0 && status.st_uid == geteuid()) {
+  bool usable = descriptor.isOpen() && fstat(descriptor.get(), &status) == 0 &&
+                S_ISREG(status.st_mode) && status.st_uid == geteuid();
+  if (usable && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
     usable = fchmod(descriptor.get(), S_IRUSR | S_IWUSR) == 0;
   }
   if (usable && status.st_size > limit_unit * size_limit) {

@@ -2,7 +2,8 @@
 
 // One plain-text file of diagnostic lines for the whole process. Every entry opens, writes and
 // closes the file, so it is on disk when its write returns. Any thread; no lock. All failures are
-// silent. Seeds appear in the trace by design, so the file gets mode 0600, even if it exists.
+// silent. Seeds appear in the trace by design, so the file gets mode 0600, even if it exists; a
+// link or another user's file gets nothing.
 
 #include <fmt/core.h>
 

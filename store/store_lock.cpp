@@ -11,18 +11,15 @@
 #include <utility>
 
 #include "platform/file_descriptor.h"
-#include "platform/folders.h"
+#include "platform/own_files.h"
 
 namespace talvane {
 
 StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patience) {
   const std::string path = folder + "/store.lock";
-  if (!makePrivateFolder(folder)) {
-    error_ = "Cannot create the folder " + folder +
-             "; check what is in its place and who may write there";
-    return;
-  }
-  FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  error_ = makeOwnFolder(folder);
+  if (!error_.empty()) return;
+  FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file.isOpen()) {
     error_ =
         "Cannot open " + path + " (" + std::strerror(errno) + "); check who owns it and its folder";

@@ -18,6 +18,7 @@
 #include "config/read_settings.h"
 #include "platform/core_dumps.h"
 #include "platform/device_identifiers.h"
+#include "platform/folders.h"
 #include "platform/keychain_service.h"
 #include "platform/keychains.h"
 #include "platform/login_item.h"
@@ -134,6 +135,7 @@ int run(int argc, char** argv) {
     std::fputs(options.output.c_str(), options.failed ? stderr : stdout);
     return options.failed ? exit_usage : 0;
   }
+  if (executablePath().empty()) return fail(own_path_unknown);
   // A peer that closes its end must not kill this program.
   std::signal(SIGPIPE, SIG_IGN);
   InstanceChannel channel(displayName());

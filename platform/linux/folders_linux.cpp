@@ -54,6 +54,7 @@ std::string executablePath() {
 
 std::string bundleFolder() {
   const std::string executable = executableFolder();
+  if (executable.empty()) return {};
   const std::string shared =
       executable.substr(0, executable.find_last_of('/')) + "/share/softtoken";
   return isFolder(shared) ? shared : executable;
@@ -61,6 +62,7 @@ std::string bundleFolder() {
 
 std::string moduleFolder() {
   const std::string executable = executableFolder();
+  if (executable.empty()) return {};
   return executable.substr(0, executable.find_last_of('/')) + "/lib/softtoken";
 }
 

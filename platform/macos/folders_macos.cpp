@@ -85,7 +85,8 @@ std::string moduleFolder() {
     }
   }
   // Not in a .app folder: the build tree, or an installation below a prefix.
-  return executableFolder() + "/../lib/softtoken";
+  const std::string executable = executableFolder();
+  return executable.empty() ? executable : executable + "/../lib/softtoken";
 }
 
 }  // namespace talvane

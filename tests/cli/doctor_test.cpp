@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "tests/cli/cli_home.h"
 
@@ -106,6 +107,22 @@ TEST(Doctor, TraceThatOthersCanReadIsAFault) {
   EXPECT_TRUE(has(text, "chmod 600 " + home.traceFile())) << text;
   EXPECT_EQ(std::count(examined.ended.err.begin(), examined.ended.err.end(), '\n'), 1);
   EXPECT_TRUE(has(home.run({"doctor"}).out, "!! file mode"));
+}
+
+TEST(Doctor, TraceThatIsNotUsedIsAFault) {
+  const CliHome home;
+  home.add("A");
+  ASSERT_EQ(symlink(home.path("elsewhere").c_str(), home.traceFile().c_str()), 0);
+  const auto link = examine(home).on("file mode");
+  EXPECT_FALSE(link.second);
+  EXPECT_TRUE(has(link.first, home.traceFile() + " is a link, so it is not used; remove it"));
+  if (geteuid() != 0) return;
+  ASSERT_EQ(unlink(home.traceFile().c_str()), 0);
+  writeFile(home.traceFile(), "");
+  ASSERT_EQ(chown(home.traceFile().c_str(), 65534, 65534), 0);
+  const auto foreign = examine(home).on("file mode");
+  EXPECT_FALSE(foreign.second);
+  EXPECT_TRUE(has(foreign.first, home.traceFile() + " belongs to another user")) << foreign.first;
 }
 
 TEST(Doctor, DamagedRecordIsAFault) {

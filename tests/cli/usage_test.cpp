@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/cli/cli_home.h"
+#include "tests/support/in_child.h"
+#include "tests/vault/failing_call.h"
 
 namespace talvane::test {
 namespace {
@@ -24,6 +26,14 @@ TEST(Usage, HelpNamesEveryCommandAndTheExitCodes) {
     }
     EXPECT_TRUE(has(ended.out, "Exit codes"));
   }
+}
+
+TEST(Usage, ProgramThatCannotFindItselfEnds) {
+  const CliHome home;
+  inChild([&] {
+    ASSERT_TRUE(letCallsFail({SYS_readlink, SYS_readlinkat}, EACCES));
+    expectFailure(home.run({"list"}), 1, "does not tell where this program is");
+  });
 }
 
 TEST(Usage, EveryCommandHasHelp) {

@@ -8,9 +8,12 @@
 #include <cstdio>
 #include <string>
 
+#include "platform/modules.h"
+#include "platform/own_files.h"
 #include "tests/platform/installed_copy.h"
 #include "tests/support/in_child.h"
 #include "tests/support/private_home.h"
+#include "tests/vault/failing_call.h"
 
 namespace talvane::test {
 namespace {
@@ -98,6 +101,54 @@ TEST_F(FoldersTest, OnlyAFolderOrALinkToOneIsAFolder) {
     EXPECT_FALSE(isFolder(home.root() + name)) << name;
   }
   EXPECT_FALSE(isFolder(""));
+}
+
+TEST_F(FoldersTest, OwnPathThatCannotBeReadLeadsNowhere) {
+  inChild([] {
+    ASSERT_TRUE(letCallsFail({SYS_readlink, SYS_readlinkat}, EACCES));
+    EXPECT_EQ(executablePath(), "");
+    EXPECT_EQ(executableFolder(), "");
+    EXPECT_EQ(bundleFolder(), "");
+    EXPECT_EQ(moduleFolder(), "");
+    std::string error;
+    EXPECT_EQ(moduleFunction("qr-image", "softtoken_read_qr_image", &error), nullptr);
+    EXPECT_NE(error, "");
+  });
+}
+
+TEST_F(FoldersTest, OwnFolderIsMadeAndClosed) {
+  const std::string path = home.root() + "/own/folder";
+  EXPECT_EQ(makeOwnFolder(path), "");
+  EXPECT_EQ(modeOf(path), 0700);
+  ASSERT_EQ(chmod(path.c_str(), 0777), 0);
+  EXPECT_EQ(makeOwnFolder(path), "");
+  EXPECT_EQ(modeOf(path), 0700);
+  ASSERT_EQ(symlink(path.c_str(), (home.root() + "/link").c_str()), 0);
+  EXPECT_EQ(makeOwnFolder(home.root() + "/link"), "") << "a link of the user's own";
+}
+
+TEST_F(FoldersTest, FolderThatCannotBeMadeIsTold) {
+  writeFile(home.root() + "/file", "content");
+  const std::string problem = makeOwnFolder(home.root() + "/file/below");
+  EXPECT_NE(problem.find("Cannot create the folder " + home.root() + "/file/below ("),
+            std::string::npos)
+      << problem;
+}
+
+TEST_F(FoldersTest, FolderOfAnotherUserIsRefused) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs a second user";
+  const std::string theirs = home.root() + "/theirs";
+  const std::string link = home.root() + "/link";
+  ASSERT_EQ(mkdir(theirs.c_str(), 0755), 0);
+  ASSERT_EQ(chown(theirs.c_str(), nobody, nobody), 0);
+  ASSERT_EQ(symlink(home.data().c_str(), link.c_str()), 0);
+  ASSERT_EQ(lchown(link.c_str(), nobody, nobody), 0);
+  for (const std::string& path : {theirs, link}) {
+    EXPECT_EQ(
+        makeOwnFolder(path),
+        "The folder " + path + " does not belong to you alone; remove it, or ask its owner to");
+  }
+  EXPECT_EQ(modeOf(theirs), 0755) << "left alone";
 }
 
 TEST_F(FoldersTest, PrivateFolderAndThoseAboveItAreCreated) {

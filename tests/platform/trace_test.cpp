@@ -310,6 +310,31 @@ TEST_F(TraceTest, PipeInItsPlaceIsSilentAndDoesNotHang) {
   EXPECT_EQ(modeOf(path), 0666);
 }
 
+TEST_F(TraceTest, LinkInItsPlaceIsNotFollowed) {
+  const std::string elsewhere = folder / "precious";
+  writeFile(elsewhere, "content");
+  ASSERT_EQ(symlink(elsewhere.c_str(), path.c_str()), 0);
+  talibobjc_Trace::traceSet(path);
+  talibobjc_Trace::traceOn(true);
+  talibobjc_Trace::traceNSString("text");
+  EXPECT_EQ(readFile(elsewhere), "content");
+  ASSERT_EQ(unlink(path.c_str()), 0);
+  talibobjc_Trace::traceNSString("text");
+  EXPECT_EQ(onlyText(readFile(path)), "text") << "without the link it works";
+}
+
+TEST_F(TraceTest, FileOfAnotherUserIsLeftAlone) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs a second user";
+  writeFile(path, "content");
+  ASSERT_EQ(chmod(path.c_str(), 0666), 0);
+  ASSERT_EQ(chown(path.c_str(), nobody, nobody), 0);
+  talibobjc_Trace::traceSet(path);
+  talibobjc_Trace::traceOn(true);
+  talibobjc_Trace::traceNSString("text");
+  EXPECT_EQ(readFile(path), "content");
+  EXPECT_EQ(modeOf(path), 0666);
+}
+
 // A limit on the size of files refuses the write as a full disk does.
 TEST_F(TraceTest, FullDiskIsSilent) {
   talibobjc_Trace::traceOn(true);

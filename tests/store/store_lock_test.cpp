@@ -245,5 +245,24 @@ TEST_F(StoreLockTest, PipeInTheFilesPlaceDoesNotHang) {
   inChild([&] { const StoreLock lock(parent.path(), no_patience); }, 10);
 }
 
+TEST(StoreLockOwner, FolderOfAnotherUserIsRefused) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs a second user";
+  const TemporaryFolder folder;
+  ASSERT_EQ(chown(folder.path().c_str(), nobody, nobody), 0);
+  const StoreLock lock(folder.path());
+  EXPECT_FALSE(lock.held());
+  EXPECT_FALSE(lock.busy());
+  EXPECT_NE(lock.error().find("does not belong to you"), std::string::npos) << lock.error();
+}
+
+TEST(StoreLockOwner, LinkInPlaceOfTheLockIsNotFollowed) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(symlink((folder / "precious").c_str(), (folder / "store.lock").c_str()), 0);
+  const StoreLock lock(folder.path());
+  EXPECT_FALSE(lock.held());
+  EXPECT_NE(lock.error().find("store.lock"), std::string::npos) << lock.error();
+  EXPECT_NE(access((folder / "precious").c_str(), F_OK), 0);
+}
+
 }  // namespace
 }  // namespace talvane::test

@@ -1,4 +1,4 @@
-// Of another user's program nothing is tested: that takes two users.
+// Another user takes part where root runs the tests.
 
 #include "ui/desktop/instance_channel.h"
 
@@ -18,6 +18,8 @@
 #include <thread>
 #include <vector>
 
+#include "platform/file_descriptor.h"
+#include "tests/support/in_child.h"
 #include "tests/support/private_home.h"
 
 namespace talvane {
@@ -206,6 +208,37 @@ TEST_F(InstanceChannelTest, FolderThatCannotBeMadeIsTold) {
   EXPECT_FALSE(channel.becomeFirst());
   EXPECT_TRUE(channel.error().starts_with("Cannot create the folder " + file + "/softtoken ("))
       << channel.error();
+}
+
+TEST_F(InstanceChannelTest, FolderOfAnotherUserIsRefused) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs a second user";
+  std::filesystem::create_directory(folder());
+  ASSERT_EQ(chown(folder().c_str(), test::nobody, test::nobody), 0);
+  InstanceChannel channel("");
+  EXPECT_FALSE(channel.becomeFirst());
+  EXPECT_TRUE(channel.error().starts_with("The folder " + folder() + " does not belong to you"))
+      << channel.error();
+  EXPECT_FALSE(exists(lockPath()));
+}
+
+TEST_F(InstanceChannelTest, ProgramOfAnotherUserGetsNoLink) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs a second user";
+  std::filesystem::create_directory(folder());
+  const FileDescriptor listening(socket(AF_UNIX, SOCK_STREAM, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::string path = folder() + "/instance.socket";
+  std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+  ASSERT_EQ(bind(listening.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  const pid_t other = fork();
+  if (other == 0) {
+    char byte = 0;
+    if (setuid(test::nobody) != 0 || ::listen(listening.get(), 1) != 0) _exit(2);
+    const int connection = accept(listening.get(), nullptr, nullptr);
+    _exit(read(connection, &byte, 1) == 0 ? 0 : 1);
+  }
+  EXPECT_FALSE(InstanceChannel("").send(QStringLiteral("open otpauth://totp/a?secret=A")));
+  EXPECT_EQ(test::resultOf(other), 0) << "1: it was sent something";
 }
 
 TEST_F(InstanceChannelTest, LockThatCannotBeOpenedIsTold) {

@@ -22,6 +22,8 @@
 
 #include "platform/file_descriptor.h"
 #include "platform/folders.h"
+#include "platform/own_files.h"
+#include "platform/peer.h"
 
 namespace talvane {
 namespace {
@@ -124,11 +126,8 @@ InstanceChannel::~InstanceChannel() {
 
 bool InstanceChannel::becomeFirst() {
   sockaddr_un address{};
-  if (!makePrivateFolder(channelFolder())) {
-    error_ = "Cannot create the folder " + channelFolder() + " (" + std::strerror(errno) +
-             "); check what is in its place and who may write there";
-    return false;
-  }
+  error_ = makeOwnFolder(channelFolder());
+  if (!error_.empty()) return false;
   if (!addressOf(socket_path_, &address)) {
     error_ = "The path " + socket_path_ + " is too long; set XDG_RUNTIME_DIR to a shorter one";
     return false;
@@ -162,7 +161,10 @@ void InstanceChannel::listen() {
 
 void InstanceChannel::accept() {
   FileDescriptor other = keptToUs(::accept(listening_.get(), nullptr, nullptr));
-  if (!other.isOpen() || fcntl(other.get(), F_SETFL, O_NONBLOCK) != 0) return;
+  if (!other.isOpen() || !peerIsThisUser(other.get()) ||
+      fcntl(other.get(), F_SETFL, O_NONBLOCK) != 0) {
+    return;
+  }
   // Whoever came first and has said nothing makes room.
   if (peers_.size() == most_peers) drop(std::shared_ptr<Peer>(peers_.front()));
   const auto peer = peers_.emplace_back(std::make_shared<Peer>(std::move(other)));
@@ -216,6 +218,8 @@ bool InstanceChannel::send(const QString& request) const {
     if (attempt == 20) return false;
     usleep(50'000);
   }
+  // A link holds a seed.
+  if (!peerIsThisUser(other.get())) return false;
   const QByteArray text = request.toUtf8();
   if (::send(other.get(), text.constData(), static_cast<std::size_t>(text.size()), 0) !=
       text.size()) {
