@@ -8,6 +8,7 @@
 #include "cli/session.h"
 #include "cli/terminal.h"
 #include "engine/soft_token_info.h"
+#include "engine/text.h"
 #include "store/problem.h"
 
 namespace talvane {

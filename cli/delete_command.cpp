@@ -11,6 +11,7 @@
 #include "cli/failure.h"
 #include "cli/session.h"
 #include "cli/terminal.h"
+#include "engine/text.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"
 #include "store/token_store.h"

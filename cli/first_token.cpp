@@ -7,13 +7,14 @@
 #include "cli/exit_codes.h"
 #include "cli/failure.h"
 #include "config/ini.h"
+#include "engine/text.h"
 
 namespace talvane {
 namespace {
 
 // The file for a line that switches a setting on.
 std::string settingsFile(const Ini& settings) {
-  return settings.file().empty() ? "~/tasofttoken.ini" : settings.file();
+  return settings.file().empty() ? "~/tasofttoken.ini" : printable(settings.file());
 }
 
 }  // namespace

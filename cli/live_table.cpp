@@ -11,6 +11,7 @@
 
 #include "cli/terminal.h"
 #include "engine/soft_token_info.h"
+#include "engine/text.h"
 #include "engine/vane.h"
 #include "store/stored_tokens.h"
 

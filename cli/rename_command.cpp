@@ -10,6 +10,7 @@
 #include "cli/terminal.h"
 #include "engine/log.h"
 #include "engine/soft_token_info.h"
+#include "engine/text.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"
 #include "store/token_store.h"

@@ -11,6 +11,7 @@
 #include "cli/terminal.h"
 #include "config/ini.h"
 #include "config/settings_check.h"
+#include "engine/text.h"
 #include "platform/regular_file.h"
 
 namespace talvane {
@@ -48,7 +49,8 @@ class SettingsCommand final : public Command {
              {"settings", list}});
       return;
     }
-    fmt::print("Settings file: {}\n\n", settings.file().empty() ? "none" : settings.file());
+    fmt::print("Settings file: {}\n\n",
+               settings.file().empty() ? "none" : printable(settings.file()));
     fmt::print("{}  {}  VALUE\n", inColumns("KEY", 22), inColumns("FROM", 7));
     for (const Ini::Entry& entry : entries) {
       fmt::print("{}  {}  {}\n", inColumns(entry.key, 22),

@@ -24,8 +24,6 @@
 namespace talvane {
 namespace {
 
-constexpr std::string_view replacement = "\xEF\xBF\xBD";
-
 std::size_t width(const Character& character) {
   if (!character.valid) return 1;
   const int columns = utf8proc_charwidth(static_cast<utf8proc_int32_t>(character.code_point));
@@ -77,31 +75,7 @@ void stopBySignal(int) {
   errno = error;
 }
 
-bool steersTerminal(const Character& character) {
-  if (!character.valid) return true;
-  const char32_t code_point = character.code_point;
-  if (code_point < 0x20 || (code_point >= 0x7F && code_point < 0xA0)) return true;
-  // Marks that change the direction of the text after them.
-  if (code_point == 0x061C || code_point == 0x200E || code_point == 0x200F ||
-      (code_point >= 0x202A && code_point <= 0x202E) ||
-      (code_point >= 0x2066 && code_point <= 0x2069)) {
-    return true;
-  }
-  const auto category = utf8proc_category(static_cast<utf8proc_int32_t>(code_point));
-  return category == UTF8PROC_CATEGORY_ZL || category == UTF8PROC_CATEGORY_ZP;
-}
-
 }  // namespace
-
-std::string printable(std::string_view text) {
-  std::string result;
-  while (!text.empty()) {
-    const Character character = firstCharacter(text);
-    result += steersTerminal(character) ? replacement : text.substr(0, character.length);
-    text.remove_prefix(character.length);
-  }
-  return result;
-}
 
 std::size_t columnsOf(std::string_view text) {
   std::size_t columns = 0;
@@ -155,7 +129,7 @@ Cleared<std::string> readLine(std::string_view prompt, bool secret) {
   const bool on_terminal = isatty(STDIN_FILENO) == 1;
   std::optional<TerminalState> unseen;
   if (on_terminal && secret) unseen.emplace(TerminalState::Mode::unseen_line);
-  if (on_terminal) std::cerr << prompt << std::flush;
+  if (on_terminal) std::cerr << printable(prompt) << std::flush;
   Cleared<std::string> kept;
   std::string& line = kept.mutableValue();
   line.reserve(secret ? longest : 0);  // a growing string would leave copies behind

@@ -9,19 +9,15 @@
 
 namespace talvane {
 
-/// The text with control characters and invalid UTF-8 replaced, so that a name cannot control the
-/// terminal.
-std::string printable(std::string_view text);
-
 /// The text in exactly `columns` columns: cut with "…" or padded with spaces.
 std::string inColumns(std::string_view text, std::size_t columns);
 
 /// Number of columns that the text takes on a terminal.
 std::size_t columnsOf(std::string_view text);
 
-/// Reads one line from standard input, without its line end. On a terminal it prompts on standard
-/// error, and hides the typing if `secret`. Throws Failure at the end of input and for a line that
-/// is too long.
+/// Reads one line from standard input, without its line end. On a terminal it writes the prompt,
+/// made printable, to standard error, and hides the typing if `secret`. Throws Failure at the end
+/// of input and for a line that is too long.
 Cleared<std::string> readLine(std::string_view prompt, bool secret);
 
 /// Asks a yes-or-no question on the terminal. Anything but yes means no.

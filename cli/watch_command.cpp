@@ -17,6 +17,7 @@
 #include "cli/live_table.h"
 #include "cli/session.h"
 #include "cli/terminal.h"
+#include "engine/text.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {

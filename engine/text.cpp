@@ -64,6 +64,22 @@ std::string_view withoutEnds(std::string_view text, Predicate unwanted) {
   return text;
 }
 
+constexpr std::string_view replacement = "\xEF\xBF\xBD";
+constexpr std::size_t longest_shown_name = 60;
+
+template <typename Predicate>
+std::string replaced(std::string_view text, Predicate unwanted) {
+  std::string result;
+  result.reserve(text.size());
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    const bool shown = character.valid && !unwanted(character.code_point);
+    result += shown ? text.substr(0, character.length) : replacement;
+    text.remove_prefix(character.length);
+  }
+  return result;
+}
+
 int hexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
@@ -112,6 +128,38 @@ std::u16string utf16(std::string_view text) {
     text.remove_prefix(character.length);
   }
   return units;
+}
+
+bool isHidden(char32_t character) {
+  if (character == 0xFE0E || character == 0xFE0F) return false;
+  const utf8proc_property_t* property =
+      utf8proc_get_property(static_cast<utf8proc_int32_t>(character));
+  switch (property->category) {
+    case UTF8PROC_CATEGORY_CC:
+    case UTF8PROC_CATEGORY_CF:
+    case UTF8PROC_CATEGORY_ZL:
+    case UTF8PROC_CATEGORY_ZP:
+      return true;
+    default:
+      return property->ignorable != 0;
+  }
+}
+
+std::string printable(std::string_view text) {
+  return replaced(text, isHidden);
+}
+
+std::string printableLines(std::string_view text) {
+  return replaced(text, [](char32_t c) { return c != U'\n' && isHidden(c); });
+}
+
+std::string shownName(std::string_view name) {
+  std::string_view rest = name;
+  for (std::size_t count = 0; count < longest_shown_name && !rest.empty(); ++count) {
+    rest.remove_prefix(firstCharacter(rest).length);
+  }
+  const std::string shown = printable(name.substr(0, name.size() - rest.size()));
+  return rest.empty() ? shown : shown + "…";
 }
 
 bool isUtf8(std::string_view text) {

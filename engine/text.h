@@ -39,6 +39,19 @@ std::size_t utf16Length(std::string_view text);
 /// The UTF-16 code units.
 std::u16string utf16(std::string_view text);
 
+/// Whether the character is invisible, ends a line, or changes how others show: control and format
+/// characters, separators of lines, and those that fonts leave out. The two that choose between
+/// text and emoji do no harm and are not hidden.
+bool isHidden(char32_t character);
+
+/// The text as it may be shown: each hidden character and each byte that is not UTF-8 is replaced
+/// by U+FFFD. Nobody can control a terminal or fake words of ours with it.
+std::string printable(std::string_view text);
+/// The same, but line feeds stay.
+std::string printableLines(std::string_view text);
+/// A name within a sentence: printable, and cut with "…" after 60 characters.
+std::string shownName(std::string_view name);
+
 bool isUtf8(std::string_view text);
 
 bool isAscii(std::string_view text);

@@ -153,7 +153,7 @@ void DesktopTest::clickInAlert(std::string_view button_name) {
     const auto found = std::find_if(parts.begin(), parts.end(), [&](const Thing& it) {
       return it.role == Role::push_button && it.name == button_name;
     });
-    if (found == parts.end() || !isAtRest(*found)) return false;
+    if (found == parts.end() || !found->isEnabled() || !isAtRest(*found)) return false;
     click(*found);
     return true;
   });

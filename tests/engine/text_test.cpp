@@ -22,6 +22,43 @@ using Pieces = std::vector<std::string_view>;
 constexpr std::int64_t greatest = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t least = std::numeric_limits<std::int64_t>::min();
 
+// By the tables of the Unicode standard: Cc, Cf, Zl, Zp and Default_Ignorable_Code_Point.
+TEST(Printable, HiddenCharactersAreReplaced) {
+  for (const char32_t c : std::u32string{0x00,   0x0A,   0x1B,   0x7F,   0x85,   0xAD,   0x034F,
+                                         0x061C, 0x180E, 0x200B, 0x200D, 0x200E, 0x202E, 0x2028,
+                                         0x2029, 0x2060, 0x2066, 0x2069, 0x3164, 0xFEFF, 0xE0041}) {
+    EXPECT_TRUE(isHidden(c)) << std::hex << static_cast<unsigned>(c);
+  }
+  for (const char32_t c : std::u32string{0x20, 0x41, 0xA0, 0xE9, 0x0301, 0x05D0, 0x3000, 0xFE0E,
+                                         0xFE0F, 0xFFFD, 0x1F600}) {
+    EXPECT_FALSE(isHidden(c)) << std::hex << static_cast<unsigned>(c);
+  }
+  EXPECT_EQ(printable("a\x1B[2Jb\nc"), "a\uFFFD[2Jb\uFFFDc");
+  EXPECT_EQ(printable("\u202Ecod.\u200B"), "\uFFFDcod.\uFFFD");
+  EXPECT_EQ(printable("Zoë 日 😀\uFE0F"), "Zoë 日 😀\uFE0F");
+}
+
+TEST(Printable, BytesThatAreNotUtf8AreReplaced) {
+  EXPECT_EQ(printable("a\xFF\x9B"
+                      "31mb\xC3"),
+            "a\uFFFD\uFFFD31mb\uFFFD");
+}
+
+TEST(Printable, LinesMayStay) {
+  EXPECT_EQ(printableLines("a\nb\r\u2028c\n"), "a\nb\uFFFD\uFFFDc\n");
+}
+
+TEST(Printable, NamesInASentenceAreCut) {
+  const std::string sixty(60, 'x');
+  EXPECT_EQ(shownName(sixty), sixty);
+  EXPECT_EQ(shownName(sixty + 'y'), sixty + "…");
+  std::string letters;
+  for (int i = 0; i < 61; ++i) letters += "日";
+  EXPECT_EQ(shownName(letters), letters.substr(3) + "…");
+  EXPECT_EQ(shownName(""), "");
+  EXPECT_EQ(shownName("a\nb"), "a\uFFFDb");
+}
+
 TEST(OrNil, TextOrTheWordForNil) {
   EXPECT_EQ(orNil(std::nullopt), "(null)");
   EXPECT_EQ(orNil(std::string("Mail")), "Mail");

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/trace.h"
+#include "ui/kit/alert.h"
 #include "ui/kit/icns.h"
 #include "ui/kit/look.h"
 #include "ui/wait/url_loader_in_background.h"
@@ -141,6 +142,7 @@ std::function<void(QMessageBox&)> AlertUser::press(const std::string& button) {
 }  // namespace test
 
 AppTest::AppTest() {
+  Alert::yes_delay = {};
   defaults.values["LoginItemPromptDone"] = "YES";
   keychain.fault = [this](test::FaultyKeychain::Call call, std::size_t /*number*/) {
     using Call = test::FaultyKeychain::Call;

@@ -64,6 +64,11 @@ TEST_F(TextLabelTest, TipOfMarkupIsPlainText) {
   EXPECT_TRUE(label.toolTip().startsWith(QStringLiteral("&lt;b&gt;&amp;W")));
 }
 
+TEST_F(TextLabelTest, HiddenCharactersAreShownAsSuch) {
+  label.showText(QStringLiteral("a\u202Eb\tc\nd"));
+  EXPECT_EQ(label.text(), QStringLiteral("a\uFFFDb\uFFFDc\nd"));
+}
+
 TEST_F(TextLabelTest, TipGoesWithTheLongText) {
   label.showText(QString(200, QLatin1Char('W')));
   label.showText(QStringLiteral("Mail"));

@@ -5,7 +5,11 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QTimer>
 
+#include <chrono>
+
+#include "engine/text.h"
 #include "ui/kit/icns.h"
 
 namespace talvane {
@@ -22,7 +26,7 @@ void dress(QMessageBox& box, const QString& text) {
   box.setWindowIcon(applicationIcon());
   box.setIconPixmap(applicationIcon().pixmap(QSize(64, 64), box.devicePixelRatioF()));
   box.setText(title);
-  box.setInformativeText(text);
+  box.setInformativeText(QString::fromStdString(printableLines(text.toStdString())));
   // The message box's own names for its labels.
   if (auto* heading = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
     QFont font = heading->font();
@@ -57,10 +61,14 @@ void run(QMessageBox& box) {
 Alert::Result Alert::ask(QWidget* above, const QString& text) {
   QMessageBox box(above);
   dress(box, text);
-  const QPushButton* yes = box.addButton(QStringLiteral("YES"), QMessageBox::AcceptRole);
+  QPushButton* yes = box.addButton(QStringLiteral("YES"), QMessageBox::AcceptRole);
   QPushButton* no = box.addButton(QStringLiteral("NO"), QMessageBox::RejectRole);
   box.setDefaultButton(no);
   box.setEscapeButton(no);
+  if (yes_delay > std::chrono::milliseconds::zero()) {
+    yes->setEnabled(false);
+    QTimer::singleShot(yes_delay, yes, [yes] { yes->setEnabled(true); });
+  }
   run(box);
   if (box.clickedButton() == yes) return Result::alternate_return;
   return box.clickedButton() == no ? Result::default_return : Result::other;

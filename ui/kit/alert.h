@@ -4,19 +4,23 @@
 #include <QString>
 #include <QWidget>
 
+#include <chrono>
 #include <cstdint>
 
 namespace talvane {
 
-/// The program's modal alerts. They share a title and an icon, and block until answered.
+/// The program's modal alerts. They share a title and an icon, and block until answered. Their
+/// texts are shown as plain text, with hidden characters other than line feeds replaced.
 class Alert {
  public:
   /// The pressed button: the default one, the alternate one, or none of them.
   enum class Result : std::uint8_t { alternate_return = 0, default_return = 1, other = 2 };
 
   static constexpr const char* title = "Talvane Soft Token";
+  inline static std::chrono::milliseconds yes_delay{700};
 
-  /// Default button "NO", also for Return and Escape; alternate button "YES".
+  /// Default button "NO", also for Return and Escape; alternate button "YES". It stays disabled for
+  /// `yes_delay`, so that a click or key meant for something else cannot answer.
   static Result ask(QWidget* above, const QString& text);
   /// One button, "OK".
   static void tell(QWidget* above, const QString& text);

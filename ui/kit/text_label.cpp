@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QTextOption>
 
+#include "engine/text.h"
 #include "ui/kit/look.h"
 
 namespace talvane {
@@ -29,8 +30,9 @@ void TextLabel::setFontSize(int size, bool bold) {
 
 void TextLabel::showText(const QString& whole) {
   // A server can send any text. Nobody reads more than this, and its layout would take too long.
-  const QString text =
-      whole.size() > longest_text ? whole.left(longest_text) + QChar(0x2026) : whole;
+  const QString shown =
+      QString::fromStdString(printableLines(whole.left(longest_text).toStdString()));
+  const QString text = whole.size() > longest_text ? shown + QChar(0x2026) : shown;
   if (text == this->text()) return;
   setText(text);
   const QRect room = contentsRect();
