@@ -100,6 +100,9 @@ class QuickViews final : public EnrolViews {
   std::string addressInput() override { return {}; }
   void setAddressMessage(const std::string& /*text*/) override {}
   void simpleMessageBox(const std::string& /*text*/) override {}
+  bool mayReplace(const SoftTokenInfo& /*issued*/, const std::string& /*stored*/) override {
+    return true;
+  }
   void performOnMainThread(std::function<void()> work) {
     const std::lock_guard guard(mutex_);
     work_.push_back(std::move(work));

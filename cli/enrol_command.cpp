@@ -27,6 +27,8 @@
 #include "cli/terminal.h"
 #include "config/ini.h"
 #include "engine/cleared.h"
+#include "engine/soft_token_info.h"
+#include "engine/text.h"
 #include "enrol/clock_trouble.h"
 #include "enrol/enrol_flow.h"
 #include "enrol/enrol_layout.h"
@@ -40,7 +42,7 @@ namespace {
 // asked for again; elsewhere it ends the command.
 class TerminalViews final : public EnrolViews {
  public:
-  explicit TerminalViews(Ini& settings) : settings_(settings) {}
+  TerminalViews(Ini& settings, bool replace) : settings_(settings), replace_(replace) {}
 
   void converse(EnrolFlow& flow) {
     flow_ = &flow;
@@ -78,6 +80,14 @@ class TerminalViews final : public EnrolViews {
   std::string addressInput() override { return settings_.EnrolURL; }
   void setAddressMessage(const std::string& text) override { address_message_ = text; }
   void simpleMessageBox(const std::string& text) override { complain(text); }
+  bool mayReplace(const SoftTokenInfo& /*issued*/, const std::string& stored) override {
+    if (replace_) return true;
+    throw Failure(
+        exit_failed,
+        fmt::format("Nothing was enrolled: the new token would replace \"{}\", which does "
+                    "not come from this server; add --replace to replace it",
+                    shownName(stored)));
+  }
 
   void performOnMainThread(std::function<void()> work) {
     const std::lock_guard guard(mutex_);
@@ -199,6 +209,7 @@ class TerminalViews final : public EnrolViews {
   }
 
   Ini& settings_;
+  bool replace_;
   EnrolFlow* flow_ = nullptr;
   View view_ = View::eva;
   bool asked_ = false;
@@ -264,6 +275,8 @@ class EnrolCommand final : public Command {
         line.add_subcommand("enrol", "Get a token from your organisation's enrolment server");
     parser->add_option("url", url_, "The server's address; by default the setting EnrolURL")
         ->type_name("URL");
+    parser->add_flag("--replace", replace_,
+                     "Replace a token of the same name that does not come from this server");
     return parser;
   }
 
@@ -279,7 +292,7 @@ class EnrolCommand final : public Command {
     }
     // Checked first: a token that the server issues must have a slot to go to.
     if (const auto room = session.store().checkRoom(); !room) throw failureOf(room.error());
-    TerminalViews views(settings);
+    TerminalViews views(settings, replace_);
     EnrolFlow flow(
         {&views, &settings, &session.store(), &session.gateway(),
          [](std::string* error) { return makeUrlLoader(error); },
@@ -303,6 +316,7 @@ class EnrolCommand final : public Command {
 
  private:
   std::string url_;
+  bool replace_ = false;
 };
 
 }  // namespace

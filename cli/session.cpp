@@ -90,7 +90,7 @@ vaneinterface& Session::gateway() {
 }
 
 TokenStore& Session::store() {
-  if (!store_) store_.emplace(gateway(), *keychain().service);
+  if (!store_) store_.emplace(gateway(), *keychain().service, defaults_.get());
   return *store_;
 }
 

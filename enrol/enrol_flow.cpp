@@ -8,10 +8,12 @@
 
 #include "engine/cleared.h"
 #include "engine/text.h"
+#include "engine/url.h"
 #include "engine/vane.h"
 #include "enrol/pin_rules.h"
 #include "enrol/ta_http.h"
 #include "store/problem.h"
+#include "store/token_store.h"
 
 namespace talvane {
 namespace {
@@ -288,8 +290,23 @@ void EnrolFlow::EnrolSubmit() {
     return;
   }
   // A token that the server issues must have a slot to go to.
-  if (const auto plan = parts_.store->plan(*client.SOFTTOKEN); !plan) {
-    tellStored(plan.error());
+  const std::string server = originOf(ini_.tidyEnrolURL());
+  const auto plan = parts_.store->plan(*client.SOFTTOKEN, server);
+  auto same_name = TokenStore::SameName::refuse;
+  std::optional<Problem> refused;
+  if (!plan) {
+    refused = plan.error();
+  } else if (plan->replaces && !plan->from_same_server) {
+    if (views_.mayReplace(*client.SOFTTOKEN, *plan->replaces)) {
+      same_name = TokenStore::SameName::replace;
+    } else {
+      refused = Problem{Problem::Next::other_input,
+                        "The enrolment was not completed, because its token would have replaced "
+                        "another one"};
+    }
+  }
+  if (refused) {
+    tellStored(refused);
     EndSession();
     views_.goHome();
     return;
@@ -302,7 +319,7 @@ void EnrolFlow::EnrolSubmit() {
   if (http.data() != nullptr && isUtf8(http.data())) body = http.data();
   if (body && body->starts_with("RESULT:OK,COMPLETE")) {
     step_ = Step::storing;
-    const auto added = parts_.store->addIssued(*client.SOFTTOKEN);
+    const auto added = parts_.store->addIssued(*client.SOFTTOKEN, server, same_name);
     tellStored(added ? std::nullopt : std::optional(added.error()));
   } else {
     vane::log("EnrolSubmit: unexpected response: {}", body.value_or(nil_text));

@@ -15,6 +15,7 @@
 #include "config/ini.h"
 #include "engine/cleared.h"
 #include "engine/gateway.h"
+#include "engine/soft_token_info.h"
 #include "enrol/ta_enrol_client.h"
 #include "enrol/ta_http.h"
 #include "enrol/workers.h"
@@ -57,6 +58,9 @@ class EnrolViews {
   virtual void setAddressMessage(const std::string& text) = 0;
 
   virtual void simpleMessageBox(const std::string& text) = 0;
+  /// Asks whether the issued token may replace the stored one of this name, which did not come from
+  /// the same server.
+  virtual bool mayReplace(const SoftTokenInfo& issued, const std::string& stored) = 0;
 };
 
 /// Why the server's address cannot be used; nullopt if it can. The scheme must be in lower case.

@@ -1,6 +1,6 @@
 #include "store/new_token.h"
 
-#include <utf8proc.h>
+#include <fmt/core.h>
 
 #include <memory>
 #include <optional>
@@ -18,31 +18,11 @@ namespace {
 
 using Next = Problem::Next;
 
-// Whether the character is invisible or changes how others show. The two that choose between text
-// and emoji are harmless.
-bool isHidden(utf8proc_int32_t character) {
-  if (character == 0xFE0E || character == 0xFE0F) return false;
-  const utf8proc_property_t* property = utf8proc_get_property(character);
-  switch (property->category) {
-    case UTF8PROC_CATEGORY_CC:
-    case UTF8PROC_CATEGORY_CF:
-    case UTF8PROC_CATEGORY_ZL:
-    case UTF8PROC_CATEGORY_ZP:
-      return true;
-    default:
-      return property->ignorable != 0;
-  }
-}
-
 bool hasHidden(std::string_view text) {
-  const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
-  auto left = static_cast<utf8proc_ssize_t>(text.size());
-  while (left > 0) {
-    utf8proc_int32_t character = 0;
-    const utf8proc_ssize_t length = utf8proc_iterate(bytes, left, &character);
-    if (length <= 0 || isHidden(character)) return true;
-    bytes += length;
-    left -= length;
+  while (!text.empty()) {
+    const Character character = firstCharacter(text);
+    if (isHidden(character.code_point)) return true;
+    text.remove_prefix(character.length);
   }
   return false;
 }
@@ -93,6 +73,18 @@ std::optional<Problem> problemWithNewName(const SoftTokenInfo& token) {
   if (token.currentDescription().value_or("").empty()) return noName();
   const std::string_view names = *token.description;
   return problemWithText(names.substr(names.find('|') + 1));
+}
+
+std::string questionBefore(const SoftTokenInfo& token, const std::optional<std::string>& replaces) {
+  const std::string name = shownName(token.currentDescription().value_or(""));
+  if (!replaces) {
+    return fmt::format("Add the token \"{}\", with a new passcode every {} seconds?", name,
+                       token.period);
+  }
+  return fmt::format(
+      "Replace the stored token \"{}\"? It will be deleted.\n\n"
+      "The new token is \"{}\", with a new passcode every {} seconds.",
+      shownName(*replaces), name, token.period);
 }
 
 Result<std::unique_ptr<SoftTokenInfo>> tokenFromUrl(std::string_view url) {

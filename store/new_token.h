@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "engine/soft_token_info.h"
@@ -15,6 +16,10 @@ std::optional<Problem> problemWithNames(const SoftTokenInfo& token);
 
 /// The same check for the new name of a renamed token.
 std::optional<Problem> problemWithNewName(const SoftTokenInfo& token);
+
+/// The question before a token is stored. `replaces` is the present name of the token that would
+/// go, which is named first: the new token's names are the choice of whoever made the URL.
+std::string questionBefore(const SoftTokenInfo& token, const std::optional<std::string>& replaces);
 
 /// The token that an otpauth URL describes. Its names and seed are not checked yet.
 [[nodiscard]] Result<std::unique_ptr<SoftTokenInfo>> tokenFromUrl(std::string_view url);

@@ -18,8 +18,11 @@
 
 #include "engine/log.h"
 #include "engine/soft_token_info.h"
+#include "engine/text.h"
 #include "engine/vane.h"
+#include "platform/folders.h"
 #include "platform/keychain_service.h"
+#include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"
 #include "store/new_token.h"
 #include "store/problem.h"
@@ -84,6 +87,15 @@ auto withoutThrowing(Change change) -> decltype(change()) {
     return tl::unexpected(
         Problem{Next::try_again, "Not enough memory; close other programs and try again"});
   }
+}
+
+Problem sameNameTaken(const TokenStore::Plan& plan, const std::string& created_as) {
+  std::string words =
+      fmt::format("Slot {} already holds the token \"{}\"", plan.slot, shownName(*plan.replaces));
+  if (*plan.replaces != created_as) {
+    words += fmt::format(", which was created as \"{}\"", shownName(created_as));
+  }
+  return {Next::confirm, words, plan.slot};
 }
 
 // Where the engine puts the token; a Problem if that would lose or hide a record.
@@ -238,11 +250,31 @@ Result<Slots> clearRepeated(vaneinterface& gateway, const Recording& recording, 
   return after;
 }
 
+// The creation names that no token has any longer.
+std::vector<std::string> namesGone(const Slots& before, const Slots& after) {
+  const auto isKept = [&](const std::string& name) {
+    return std::any_of(after.tokens.begin(), after.tokens.end(), [&](const auto& token) {
+      return token != nullptr && token->originalDescription() == name;
+    });
+  };
+  std::vector<std::string> gone;
+  for (const auto& token : before.tokens) {
+    if (token == nullptr) continue;
+    std::string name = token->originalDescription().value_or("");
+    if (!isKept(name)) gone.push_back(std::move(name));
+  }
+  return gone;
+}
+
 }  // namespace
 
-TokenStore::TokenStore(vaneinterface& gateway, KeychainService& keychain,
+TokenStore::TokenStore(vaneinterface& gateway, KeychainService& keychain, UserDefaults* defaults,
                        std::chrono::milliseconds patience, Blocking blocking)
-    : gateway_(gateway), keychain_(keychain), patience_(patience), blocking_(std::move(blocking)) {}
+    : gateway_(gateway),
+      keychain_(keychain),
+      patience_(patience),
+      blocking_(std::move(blocking)),
+      enrolled_at_(defaults) {}
 
 Result<StoredTokens> TokenStore::read() {
   const Recording recording(gateway_);
@@ -255,7 +287,7 @@ Result<StoredTokens> TokenStore::read() {
   });
 }
 
-Result<TokenStore::Plan> TokenStore::plan(const SoftTokenInfo& token) {
+Result<TokenStore::Plan> TokenStore::plan(const SoftTokenInfo& token, const std::string& server) {
   if (auto problem = problemWithNames(token)) return tl::unexpected(std::move(*problem));
   const EngineLog::Pause quiet;
   std::optional<std::string> response;
@@ -263,9 +295,13 @@ Result<TokenStore::Plan> TokenStore::plan(const SoftTokenInfo& token) {
     return tl::unexpected(Problem{Next::other_input, std::move(*refused)});
   }
   const Recording recording(gateway_);
-  return lookAtSlots(gateway_, recording, LookLog::off).and_then([&](const Slots& slots) {
+  auto plan = lookAtSlots(gateway_, recording, LookLog::off).and_then([&](const Slots& slots) {
     return placeFor(token, slots);
   });
+  if (plan && plan->replaces) {
+    plan->from_same_server = enrolled_at_.isFrom(server, *token.originalDescription());
+  }
+  return plan;
 }
 
 Result<void> TokenStore::checkRoom() {
@@ -276,15 +312,16 @@ Result<void> TokenStore::checkRoom() {
 }
 
 Result<TokenStore::Added> TokenStore::add(const SoftTokenInfo& token, SameName same_name) {
-  return withoutThrowing([&] { return store(token, same_name, Creation::here); });
+  return withoutThrowing([&] { return store(token, same_name, std::nullopt); });
 }
 
-Result<TokenStore::Added> TokenStore::addIssued(const SoftTokenInfo& token) {
-  return withoutThrowing([&] { return store(token, SameName::replace, Creation::issued); });
+Result<TokenStore::Added> TokenStore::addIssued(const SoftTokenInfo& token,
+                                                const std::string& server, SameName same_name) {
+  return withoutThrowing([&] { return store(token, same_name, server); });
 }
 
 Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName same_name,
-                                            Creation creation) {
+                                            const std::optional<std::string>& server) {
   if (auto problem = problemWithNames(token)) return tl::unexpected(std::move(*problem));
   StoreChange change(keychain_, patience_, blocking_);
   if (change.problem()) return tl::unexpected(*change.problem());
@@ -295,19 +332,22 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
                         })
                         .and_then([&](const Slots& slots) { return placeFor(token, slots); });
   if (!plan) return tl::unexpected(plan.error());
+  const std::string name = token.originalDescription().value_or("");
   if (plan->replaces) {
-    if (same_name == SameName::refuse) {
-      return tl::unexpected(
-          Problem{Next::confirm,
-                  fmt::format("Slot {} already holds a token that was created as \"{}\"",
-                              plan->slot, token.originalDescription().value_or("")),
-                  plan->slot});
+    if (same_name == SameName::refuse && !(server && enrolled_at_.isFrom(*server, name))) {
+      return tl::unexpected(sameNameTaken(*plan, name));
     }
     recording.mayReplace(vane::recordName(static_cast<std::uint32_t>(plan->slot)));
   }
 
+  // First, so that a failure at worst makes a later enrolment ask.
+  if (!server && !enrolled_at_.forget(name)) {
+    return tl::unexpected(Problem{
+        Next::check_keychain,
+        fmt::format("Cannot write {}/defaults.conf; check who may write there", configFolder())});
+  }
   Added added{vane::slot_of_same_name, std::nullopt};
-  if (creation == Creation::issued) {
+  if (server) {
     static_cast<void>(vane::WriteToken(&added.slot, token));
   } else if (auto refused = vane::NewToken(token, &added.response, &added.slot, false)) {
     return tl::unexpected(Problem{Next::other_input, std::move(*refused)});
@@ -327,7 +367,10 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
   if (stored == nullptr || stored->description != token.description) {
     return tl::unexpected(Problem{Next::other_input, cannot_be_sealed});
   }
-  return finish(change, recording).map([&] { return added; });
+  return finish(change, recording).map([&] {
+    if (server && !server->empty()) enrolled_at_.note(*server, name);
+    return added;
+  });
 }
 
 Result<void> TokenStore::rename(std::span<const Rename> renames) {
@@ -396,7 +439,12 @@ Result<void> TokenStore::remove(const Selection& selected, const StoredTokens& s
                                 ? keychainProblem(*recording.failedChange())
                                 : cutShort("deleted"));
     }
-    return finish(change, recording);
+    return finish(change, recording).map([&] {
+      // What stays noted does no harm: a token that is added under the name forgets it.
+      for (const std::string& name : namesGone(*before, *after)) {
+        static_cast<void>(enrolled_at_.forget(name));
+      }
+    });
   });
 }
 

@@ -19,7 +19,9 @@
 #include "engine/soft_token_info.h"
 #include "engine/vane.h"
 #include "platform/keychain_service.h"
+#include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"
+#include "store/enrolled_at.h"
 #include "store/problem.h"
 #include "store/store_change.h"
 #include "store/stored_tokens.h"
@@ -28,9 +30,10 @@ namespace talvane {
 
 class TokenStore {
  public:
-  /// Borrows both. `gateway` is the engine's (vane::SetInterface) and uses `keychain`. A change
-  /// waits up to `patience` for another program's change, within `blocking` if it is not empty.
-  TokenStore(vaneinterface& gateway, KeychainService& keychain,
+  /// Borrows all. `gateway` is the engine's (vane::SetInterface) and uses `keychain`. `defaults`
+  /// (may be null) remember at which server tokens were enrolled. A change waits up to `patience`
+  /// for another program's change, within `blocking` if it is not empty.
+  TokenStore(vaneinterface& gateway, KeychainService& keychain, UserDefaults* defaults = nullptr,
              std::chrono::milliseconds patience = std::chrono::seconds(2), Blocking blocking = {});
 
   /// Reads the tokens, and checks for records after the last one. A keychain that does not answer
@@ -41,9 +44,11 @@ class TokenStore {
   struct Plan {
     std::int32_t slot = 0;
     std::optional<std::string> replaces{};  // the current name of the token that it would replace
+    bool from_same_server = false;          // the replaced token was enrolled at the given server
   };
   /// Checks the token's names and seed and finds its slot. Changes nothing and takes no lock.
-  [[nodiscard]] Result<Plan> plan(const SoftTokenInfo& token);
+  /// `server` is the server that issues the token, if one does.
+  [[nodiscard]] Result<Plan> plan(const SoftTokenInfo& token, const std::string& server = "");
 
   /// Whether a token with an unused name could be stored now; `plan` answers this for a given
   /// token.
@@ -58,9 +63,11 @@ class TokenStore {
   /// same name; `refuse` reports such a token as a Problem with Next::confirm. Otherwise it goes to
   /// the first empty slot.
   [[nodiscard]] Result<Added> add(const SoftTokenInfo& token, SameName same_name);
-  /// The same, with `replace`, for a token that a server has issued. Returns no response code: the
-  /// server has it already.
-  [[nodiscard]] Result<Added> addIssued(const SoftTokenInfo& token);
+  /// The same for a token that a server has issued (`server` as originOf makes it, or empty), which
+  /// is remembered. `refuse` still replaces a token that was enrolled at the same server. Returns
+  /// no response code: the server has it already.
+  [[nodiscard]] Result<Added> addIssued(const SoftTokenInfo& token, const std::string& server,
+                                        SameName same_name);
 
   struct Rename {
     std::int32_t slot = 0;
@@ -78,14 +85,15 @@ class TokenStore {
   [[nodiscard]] Result<void> remove(const Selection& selected, const StoredTokens& seen);
 
  private:
-  enum class Creation : std::uint8_t { here, issued };
-
-  Result<Added> store(const SoftTokenInfo& token, SameName same_name, Creation creation);
+  /// Without a `server`, the token was not issued by one.
+  Result<Added> store(const SoftTokenInfo& token, SameName same_name,
+                      const std::optional<std::string>& server);
 
   vaneinterface& gateway_;
   KeychainService& keychain_;
   std::chrono::milliseconds patience_;
   Blocking blocking_;
+  EnrolledAt enrolled_at_;
 };
 
 }  // namespace talvane

@@ -41,7 +41,7 @@ SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
     : parts_(std::move(parts)),
       ini(*parts_.ini),
       gateway_(*parts_.keychain, *parts_.identifiers, parts_.clock),
-      store_(gateway_, *parts_.keychain, parts_.patience, parts_.blocking),
+      store_(gateway_, *parts_.keychain, parts_.defaults, parts_.patience, parts_.blocking),
       panel_(ini, store_),
       enrolment_views_(panel_, *this),
       flow_({&enrolment_views_, &ini, &store_, &gateway_, parts_.make_loader,
@@ -53,6 +53,7 @@ SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
 SoftTokenOSXAppDelegate::~SoftTokenOSXAppDelegate() {
   // Its worker still writes to the log.
   flow_.end();
+  image_readers_.join();
   vane::SetInterface(nullptr);
 }
 
@@ -178,8 +179,19 @@ void SoftTokenOSXAppDelegate::importLink(const QString& link) {
 void SoftTokenOSXAppDelegate::importImage(const QString& path) {
   if (Alert::isOpen()) return;
   loadInterface();
-  if (!mayAddTokens()) return;
-  const QrImage image = readQrImage(path.toStdString());
+  if (reads_image_ || !mayAddTokens()) return;
+  reads_image_ = true;
+  image_readers_.start([this, path = path.toStdString()] {
+    const auto image = std::make_shared<QrImage>(readQrImage(path));
+    QMetaObject::invokeMethod(
+        this, [this, image] { takeImage(*image); }, Qt::QueuedConnection);
+  });
+}
+
+void SoftTokenOSXAppDelegate::takeImage(const QrImage& image) {
+  reads_image_ = false;
+  image_readers_.joinFinished();
+  if (Alert::isOpen()) return;
   if (!image.error.empty()) {
     simpleMessageBox(QString::fromStdString(image.error));
     return;
@@ -224,16 +236,12 @@ void SoftTokenOSXAppDelegate::offerToken(const std::string& url) {
     return;
   }
   const SoftTokenInfo& token = **parsed;
-  const QString question =
-      QStringLiteral("Add the token \"%1\", with a new passcode every %2 seconds?")
-          .arg(QString::fromStdString(token.currentDescription().value_or("")))
-          .arg(token.period);
-  const QString warning = QStringLiteral("\n\nThis replaces the token of that name.");
-  if (Alert::ask(panel_.openPanel(), plan->replaces ? question + warning : question) !=
-      Alert::Result::alternate_return) {
-    return;
-  }
-  if (const auto added = store_.add(token, TokenStore::SameName::replace)) {
+  const QString question = QString::fromStdString(questionBefore(token, plan->replaces));
+  if (Alert::ask(panel_.openPanel(), question) != Alert::Result::alternate_return) return;
+  // Another program may have stored a token meanwhile, which the question did not name.
+  const auto same_name =
+      plan->replaces ? TokenStore::SameName::replace : TokenStore::SameName::refuse;
+  if (const auto added = store_.add(token, same_name)) {
     showAdded(*added);
   } else {
     simpleMessageBox(QString::fromStdString(added.error().words));

@@ -14,9 +14,11 @@
 
 #include "config/ini.h"
 #include "enrol/enrol_flow.h"
+#include "enrol/workers.h"
 #include "platform/device_identifiers.h"
 #include "platform/keychain_service.h"
 #include "platform/login_item.h"
+#include "platform/qr_image.h"
 #include "platform/url_loading.h"
 #include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"
@@ -74,14 +76,17 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   /// Asks whether to store the token of an otpauth URL, and stores it. Tells the user if that
   /// fails.
   void importLink(const QString& link);
-  /// The same for the QR code in an image file.
+  /// The same for the QR code in an image file, which a worker reads. One at a time: a path that
+  /// comes meanwhile is passed over.
   void importImage(const QString& path);
+  [[nodiscard]] bool readsImage() const { return reads_image_; }
 
  private:
   void promptForLoginItem();
   void iconClicked2();
   void takeDropped(const QMimeData& content);
   [[nodiscard]] bool mayAddTokens();
+  void takeImage(const QrImage& image);
   void offerToken(const std::string& url);
   void showAdded(const TokenStore::Added& added);
 
@@ -93,6 +98,8 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   EnrolmentViews enrolment_views_;
   EnrolFlow flow_;
   ResponseView* response_ = nullptr;
+  bool reads_image_ = false;
+  Workers image_readers_;
 };
 
 }  // namespace talvane

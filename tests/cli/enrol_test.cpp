@@ -92,6 +92,32 @@ TEST_F(Enrol, PinAndTwoQuestionsWithA13CharacterSeed) {
   expectEnrolled("lea", "lea\n1243\n1\nfido\n1\nblue\n", server.http());
 }
 
+TEST_F(Enrol, TokenThatWasTypedInIsReplacedOnlyOnDemand) {
+  home.add("Demo anna", other_seed_16);
+  expectSuccess(home.run({"rename", "Demo anna", "Mine"}));
+  const Ended refused = home.run({"enrol", server.http()}, "anna\n");
+  EXPECT_EQ(refused.exit_code, 1);
+  EXPECT_NE(refused.err.find("would replace \"Mine\", which does not come from this server; add "
+                             "--replace"),
+            std::string::npos)
+      << refused.err;
+  EXPECT_EQ(home.names(), Strings{"Mine"});
+  const Ended ended = home.run({"enrol", server.http(), "--replace"}, "anna\n");
+  EXPECT_EQ(ended.exit_code, 0) << ended.err;
+  EXPECT_EQ(home.names(), Strings{"Demo anna"});
+}
+
+TEST_F(Enrol, TokenOfTheSameServerIsReplacedWithoutAsking) {
+  for (int i = 0; i < 2; ++i) expectEnrolled("anna", "anna\n", server.http());
+  EXPECT_EQ(home.names(), Strings{"Demo anna"});
+  // The same program, by another name.
+  std::string elsewhere = server.http();
+  elsewhere.replace(elsewhere.find("127.0.0.1"), 9, "localhost");
+  EXPECT_EQ(home.run({"enrol", elsewhere}, "anna\n").exit_code, 1);
+  EXPECT_EQ(home.run({"delete", "--yes", "Demo anna"}).exit_code, 0);
+  EXPECT_EQ(readFile(home.choiceFile()).find("Demo"), std::string::npos) << "forgotten with it";
+}
+
 TEST_F(Enrol, ShortAnswer) {
   expectRefused("ines\n1\nab\n1\nblue\n", server.http(),
                 "Answer to secret questions must be at least 3 characters long.");

@@ -189,6 +189,70 @@ TEST_F(FlowFinalTest, TokenOfTheSameNameIsReplaced) {
   EXPECT_EQ(storedNames(), Lines{"Work"});
 }
 
+class FlowReplacingTest : public FlowFinalTest {
+ protected:
+  /// A token of the name that the server issues, typed by hand and renamed.
+  void typeToken() {
+    SoftTokenInfo token;
+    token.description = "Work|My work";
+    token.seed32 = Cleared<std::string>(std::string("JBSWY3DPEHPK3PXP"));
+    ASSERT_TRUE(store.add(token, TokenStore::SameName::refuse).has_value());
+  }
+  void enrol() {
+    startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+    submitGetInfo(complete);
+  }
+};
+
+TEST_F(FlowReplacingTest, TokenThatCameFromElsewhereStaysAfterNo) {
+  typeToken();
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  const std::size_t requests = script.requests().size();
+  submitGetInfo(complete);
+  EXPECT_EQ(views.questions, Lines{"Work for My work"});
+  EXPECT_EQ(script.requests().size(), requests) << "the server is not told";
+  EXPECT_EQ(storedNames(), Lines{"Work|My work"});
+  EXPECT_FALSE(flow->ending()->stored);
+  EXPECT_NE(flow->ending()->problem.find("not completed"), std::string::npos);
+  EXPECT_EQ(flow->taenrol(), nullptr);
+  EXPECT_EQ(views.calls, Lines{"home"});
+}
+
+TEST_F(FlowReplacingTest, TokenThatCameFromElsewhereGoesAfterYes) {
+  typeToken();
+  views.may_replace = true;
+  enrol();
+  EXPECT_EQ(views.questions.size(), 1U);
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+  EXPECT_TRUE(flow->ending()->stored);
+  enrol();
+  EXPECT_EQ(views.questions.size(), 1U) << "now it comes from this server";
+}
+
+TEST_F(FlowReplacingTest, TokenOfTheSameServerGoesWithoutAQuestion) {
+  for (int i = 0; i < 3; ++i) enrol();
+  EXPECT_EQ(views.questions, Lines{});
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+}
+
+TEST_F(FlowReplacingTest, TokenOfAnotherServerStaysAfterNo) {
+  enrol();
+  ini.EnrolURL = "https://srv:8443";
+  enrol();
+  EXPECT_EQ(views.questions, Lines{"Work for Work"});
+  EXPECT_FALSE(flow->ending()->stored);
+}
+
+TEST_F(FlowReplacingTest, TokenStoredWhileTheServerAnswersStays) {
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  script.answer(complete, 200);
+  script.before_answer = [this] { typeToken(); };
+  flow->evgi_submitclicked();
+  EXPECT_EQ(views.questions, Lines{});
+  EXPECT_EQ(storedNames(), Lines{"Work|My work"});
+  EXPECT_NE(flow->ending()->problem.find("already holds the token \"My work\""), std::string::npos);
+}
+
 TEST_F(FlowFinalTest, FullStore) {
   for (std::int32_t slot = 0; slot < vane::max_tokens; ++slot) {
     SoftTokenInfo token;

@@ -40,6 +40,8 @@ class FakeViews final : public EnrolViews {
   GetInfoInput get_info;
   std::string address;
   Lines boxes;
+  Lines questions;  // whether a token may be replaced, "ISSUED for STORED"
+  bool may_replace = false;
 
   /// Runs the next piece of work for the main thread; waits for it. False: none came in 20 seconds.
   bool performNext();
@@ -59,6 +61,10 @@ class FakeViews final : public EnrolViews {
   std::string addressInput() override { return address; }
   void setAddressMessage(const std::string& text) override { address_message = text; }
   void simpleMessageBox(const std::string& text) override { boxes.push_back(text); }
+  bool mayReplace(const SoftTokenInfo& issued, const std::string& stored) override {
+    questions.push_back(issued.currentDescription().value_or("") + " for " + stored);
+    return may_replace;
+  }
   void performOnMainThread(std::function<void()> work);
 
  private:
@@ -98,7 +104,7 @@ class FlowTest : public testing::Test {
   FaultyKeychain keychain;
   FakeDeviceIdentifiers identifiers;
   vaneinterface gateway{keychain, identifiers};
-  TokenStore store{gateway, keychain};
+  TokenStore store{gateway, keychain, &defaults};
   RecordingGateway recorder{gateway};
   Script script;
   std::function<std::unique_ptr<UrlLoader>(std::string*)> make_loader;

@@ -54,6 +54,7 @@ void Script::awaitRequests(std::size_t count) {
 }
 
 UrlResponse Script::load(const UrlRequest& request) {
+  if (before_answer) before_answer();
   std::unique_lock lock(mutex_);
   const std::size_t number = requests_.size();
   const std::size_t cancelled_before = cancelled_;

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -26,6 +27,9 @@ class Script {
   void keepWaiting() { keep_waiting_ = true; }
   /// Waits until that many requests have come.
   void awaitRequests(std::size_t count);
+
+  /// Runs before each answer, on the thread of the request.
+  std::function<void()> before_answer;
 
   UrlResponse load(const UrlRequest& request);
   void deleteCookies(const std::string& url);

@@ -21,7 +21,7 @@ class AddingTest : public StoreTest {
                       std::int32_t slot = -1) {
     expectRefused(adding(wanted, SameName::replace), next, words);
     expectRefused(adding(wanted, SameName::refuse), next, words);
-    expectRefused([&] { return store.addIssued(wanted); }, next, words);
+    expectRefused([&] { return store.addIssued(wanted, "", SameName::replace); }, next, words);
     expectRefused([&] { return store.plan(wanted); }, next, words);
     EXPECT_EQ(store.plan(wanted).error().slot.value_or(-1), slot);
   }
@@ -82,7 +82,7 @@ TEST_F(AddingTest, SameCreationNameAsksFirst) {
   fill({"A", "B|Bee", "C"});
   const SoftTokenInfo wanted = token("B", other_seed_16);
   expectRefused(adding(wanted, SameName::refuse), Next::confirm,
-                "Slot 1 already holds a token that was created as \"B\"");
+                "Slot 1 already holds the token \"Bee\", which was created as \"B\"");
   EXPECT_EQ(store.add(wanted, SameName::refuse).error().slot, 1);
   EXPECT_EQ(store.plan(wanted)->slot, 1);
   EXPECT_EQ(store.plan(wanted)->replaces, "Bee");
@@ -115,12 +115,13 @@ TEST_F(AddingTest, ThirteenCharactersYieldTheResponseCode) {
 
 TEST_F(AddingTest, IssuedTokenHasNoResponseCode) {
   fill({"A"});
-  const auto added = store.addIssued(token("B", seed_13));
+  const auto added = store.addIssued(token("B", seed_13), "", SameName::refuse);
   ASSERT_TRUE(added.has_value());
   EXPECT_EQ(added->slot, 1);
   EXPECT_FALSE(added->response.has_value());
-  ASSERT_TRUE(store.addIssued(token("A", other_seed_16)).has_value()) << "replaces";
+  ASSERT_TRUE(store.addIssued(token("A", other_seed_16), "", SameName::replace).has_value());
   EXPECT_EQ(names(), (Names{"A", "B"}));
+  EXPECT_EQ(read().list[0]->seed32->get(), other_seed_16);
 }
 
 TEST_F(AddingTest, RefusedSeedsAndNames) {
@@ -229,7 +230,8 @@ TEST_F(AddingTest, ChangeThatCannotBeBegunOrIsNotKept) {
   keychain.undoes = true;
   keychain.end_status = KeychainStatus::disk_full;
   expectRefused(adding(token("B")), Next::check_keychain, "words for -34 [-34]");
-  expectRefused([&] { return store.addIssued(token("B")); }, Next::check_keychain, "-34");
+  expectRefused([&] { return store.addIssued(token("B"), "", SameName::refuse); },
+                Next::check_keychain, "-34");
   keychain.end_status = KeychainStatus::ok;
   keychain.begin_status = KeychainStatus::io_error;
   expectRefused(adding(token("B")), Next::check_keychain, "words for -36 [-36]");

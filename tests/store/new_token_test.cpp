@@ -98,5 +98,40 @@ TEST(TokenFromUrl, WhatIsWrongIsSaid) {
   }
 }
 
+TEST(QuestionBeforeStoring, NamesTheStoredTokenFirst) {
+  SoftTokenInfo token;
+  token.description = "Work|Newsletter";
+  token.period = 60;
+  EXPECT_EQ(questionBefore(token, std::nullopt),
+            "Add the token \"Newsletter\", with a new passcode every 60 seconds?");
+  EXPECT_EQ(questionBefore(token, "My work"),
+            "Replace the stored token \"My work\"? It will be deleted.\n\n"
+            "The new token is \"Newsletter\", with a new passcode every 60 seconds.");
+}
+
+TEST(QuestionBeforeStoring, NamesStandAsTheyAre) {
+  SoftTokenInfo token;
+  token.description = "{} %1 %2";
+  EXPECT_EQ(questionBefore(token, "Bank%1{0}"),
+            "Replace the stored token \"Bank%1{0}\"? It will be deleted.\n\n"
+            "The new token is \"{} %1 %2\", with a new passcode every 30 seconds.");
+}
+
+TEST(QuestionBeforeStoring, NamesCannotPassForOurWords) {
+  SoftTokenInfo token;
+  token.description = "A\n\nB\xE2\x80\xAE" + std::string(200, 'x');
+  const std::string question = questionBefore(token,
+                                              "C\xE2\x80\xA8"
+                                              "D");
+  EXPECT_NE(question.find("\"A\xEF\xBF\xBD\xEF\xBF\xBD"
+                          "B\xEF\xBF\xBDxxx"),
+            std::string::npos);
+  EXPECT_NE(question.find("\"C\xEF\xBF\xBD"
+                          "D\""),
+            std::string::npos);
+  EXPECT_NE(question.find("x…\""), std::string::npos);
+  EXPECT_LT(question.size(), 260U);
+}
+
 }  // namespace
 }  // namespace talvane::test

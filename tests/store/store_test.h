@@ -12,6 +12,7 @@
 #include "store/token_store.h"
 #include "tests/platform/fake_device_identifiers.h"
 #include "tests/platform/faulty_keychain.h"
+#include "tests/support/memory_user_defaults.h"
 #include "tests/support/private_home.h"
 #include "tests/support/recording_gateway.h"
 
@@ -139,7 +140,8 @@ class StoreTest : public testing::Test {
   FaultyKeychain keychain;
   FlakyIdentifiers identifiers;
   vaneinterface gateway{keychain, identifiers};
-  TokenStore store{gateway, keychain, std::chrono::milliseconds(20)};
+  MemoryUserDefaults defaults;
+  TokenStore store{gateway, keychain, &defaults, std::chrono::milliseconds(20)};
 };
 
 }  // namespace talvane::test

@@ -3,6 +3,7 @@
 #include <QDragEnterEvent>
 #include <QMimeData>
 #include <QUrl>
+#include <chrono>
 
 #include "tests/ui/app_test.h"
 
@@ -22,6 +23,12 @@ class ImportTest : public AppTest {
     QMimeData content;
     content.setUrls({QUrl::fromLocalFile(QString::fromStdString(PICTURES + ("/" + name)))});
     drop(content);
+    waitForImage();
+  }
+  void waitForImage() {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (app().readsImage() && std::chrono::steady_clock::now() < deadline) turnEventLoop();
+    ASSERT_FALSE(app().readsImage());
   }
   void drop(const QMimeData& content) {
     panel()->dropped(content);
@@ -70,8 +77,32 @@ TEST_F(ImportTest, ReplacingIsSaid) {
   answer("YES");
   app().importLink(QStringLiteral("otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ"));
   EXPECT_EQ(alerts.texts(),
-            (Lines{"Add the token \"Work\", with a new passcode every 30 seconds?\n\n"
-                   "This replaces the token of that name."}));
+            (Lines{"Replace the stored token \"Work\"? It will be deleted.\n\n"
+                   "The new token is \"Work\", with a new passcode every 30 seconds."}));
+  EXPECT_EQ(storedNames(), (Lines{"Work"}));
+}
+
+TEST_F(ImportTest, TokenThatWouldGoIsNamedAsTheUserKnowsIt) {
+  store("Work", seed2);
+  renameStored(0, "My work");
+  app();
+  answer("NO");
+  app().importLink(QStringLiteral("otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ&display=Bank%251"));
+  EXPECT_EQ(alerts.texts(),
+            (Lines{"Replace the stored token \"My work\"? It will be deleted.\n\n"
+                   "The new token is \"Bank%1\", with a new passcode every 30 seconds."}));
+  EXPECT_EQ(storedNames(), (Lines{"Work|My work"}));
+}
+
+TEST_F(ImportTest, TokenStoredWhileTheQuestionIsOpenStays) {
+  app();
+  alerts.answers.push_back([this](QMessageBox& box) {
+    store("Work", seed2);
+    AlertUser::press("YES")(box);
+  });
+  app().importLink(QString::fromLatin1(link));
+  ASSERT_EQ(alerts.seen.size(), 2U);
+  EXPECT_EQ(alerts.seen[1].text, "Slot 0 already holds the token \"Work\"");
   EXPECT_EQ(storedNames(), (Lines{"Work"}));
 }
 
@@ -160,6 +191,8 @@ TEST_F(ImportTest, LinkThatComesWhileAnAlertIsOpenIsPassedOver) {
 TEST_F(ImportTest, PictureThatIsNotThereIsTold) {
   app();
   app().importImage(QString::fromStdString(home.home() + "/none.png"));
+  EXPECT_EQ(alerts.seen.size(), 0U) << "a worker reads it";
+  waitForImage();
   EXPECT_EQ(alerts.seen.size(), 1U);
   EXPECT_EQ(storedNames(), Lines());
 }
@@ -211,6 +244,22 @@ TEST_F(ImportTest, PicturesWithoutTheOneCodeOfATokenAreTold) {
     ASSERT_EQ(alerts.seen.size(), 1U) << name;
     EXPECT_NE(alerts.seen[0].text.find(words), std::string::npos) << alerts.seen[0].text;
   }
+  EXPECT_EQ(storedNames(), Lines());
+}
+
+TEST_F(ImportTest, ProgramEndsWhileAnImageIsRead) {
+  app().importImage(QString::fromUtf8(PICTURES "/token.png"));
+  EXPECT_TRUE(app().readsImage());
+}
+
+TEST_F(ImportTest, ImageThatIsReadWhenAnAlertOpensIsPassedOver) {
+  app().importImage(QString::fromUtf8(PICTURES "/token.png"));
+  alerts.answers.push_back([this](QMessageBox& box) {
+    waitForImage();
+    AlertUser::pressEscape(box);
+  });
+  app().simpleMessageBox(QStringLiteral("text"));
+  EXPECT_EQ(alerts.texts(), (Lines{"text"}));
   EXPECT_EQ(storedNames(), Lines());
 }
 

@@ -2,7 +2,10 @@
 
 #include <string>
 
+#include "engine/soft_token_info.h"
 #include "enrol/enrol_flow.h"
+#include "store/new_token.h"
+#include "ui/kit/alert.h"
 #include "ui/views/address_view.h"
 #include "ui/views/authentication_view.h"
 #include "ui/views/questions_view.h"
@@ -55,6 +58,11 @@ bool EnrolmentViews::showsAuthentication() {
 
 void EnrolmentViews::simpleMessageBox(const std::string& text) {
   shell_.simpleMessageBox(QString::fromStdString(text));
+}
+
+bool EnrolmentViews::mayReplace(const SoftTokenInfo& issued, const std::string& stored) {
+  return Alert::ask(panel_.openPanel(), QString::fromStdString(questionBefore(issued, stored))) ==
+         Alert::Result::alternate_return;
 }
 
 }  // namespace talvane

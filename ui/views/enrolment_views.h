@@ -3,6 +3,7 @@
 #include <string>
 
 #include "engine/cleared.h"
+#include "engine/soft_token_info.h"
 #include "enrol/enrol_flow.h"
 #include "ui/panel/panel.h"
 #include "ui/views/address_view.h"
@@ -36,6 +37,7 @@ class EnrolmentViews final : public EnrolViews {
   std::string addressInput() override { return evgu_->input(); }
   void setAddressMessage(const std::string& text) override { evgu_->setMessage(text); }
   void simpleMessageBox(const std::string& text) override;
+  bool mayReplace(const SoftTokenInfo& issued, const std::string& stored) override;
 
  private:
   Panel& panel_;
