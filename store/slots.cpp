@@ -34,7 +34,7 @@ struct Reason {
 };
 
 std::string shown(const std::string& identifier) {
-  return identifier.empty() ? "missing" : identifier;
+  return identifier.empty() ? "missing" : printable(identifier);
 }
 
 Reason reasonOf(const Identity& then, const Identity& now) {

@@ -6,7 +6,6 @@
 #include <memory>
 #include <utility>
 
-#include "engine/cleared.h"
 #include "platform/url_loading.h"
 #include "ui/wait/wait.h"
 
@@ -15,13 +14,6 @@ namespace {
 
 struct Exchange {
   explicit Exchange(UrlRequest what) : request(std::move(what)) {}
-  ~Exchange() {
-    for (auto* body : {&request.body, &response.body}) {
-      if (*body) clearMemory((*body)->data(), (*body)->size());
-    }
-  }
-  Exchange(const Exchange&) = delete;
-  Exchange& operator=(const Exchange&) = delete;
 
   UrlRequest request;
   UrlResponse response;
