@@ -195,7 +195,7 @@ TEST_F(KeychainsTest, RememberedKeychainThatIsAwayIsAnErrorAndNotAnotherOne) {
 
 TEST_F(KeychainsTest, KeychainThatDoesNotAnswerIsAskedNothingMoreWithinAChange) {
   defaults.values[key] = desktop;
-  const auto keychain = makeLazyUserKeychain(defaults);
+  const auto keychain = makeLazyUserKeychain(defaults, MayAsk::no);
   constexpr auto silent = KeychainStatus::not_responding;
   for (const auto& call : std::vector<std::function<KeychainStatus()>>{
            [&] { return keychain->find("service", "account", nullptr); },

@@ -247,7 +247,7 @@ TEST_F(AddingTest, AnotherProgramChangesTheTokens) {
 
 TEST_F(AddingTest, LockIsWaitedForAsTheCallerWants) {
   int waits = 0;
-  TokenStore patient(gateway, keychain, std::chrono::milliseconds(0),
+  TokenStore patient(gateway, keychain, nullptr, std::chrono::milliseconds(0),
                      [&waits](const std::function<void()>& work) {
                        ++waits;
                        work();
@@ -265,7 +265,7 @@ TEST_F(AddingTest, LockIsWaitedForAsTheCallerWants) {
 TEST_F(AddingTest, LockThatTheCallerGivesUpIsSetFreeWhenItComes) {
   fill({"A"});
   std::function<void()> put_off;
-  TokenStore hasty(gateway, keychain, std::chrono::milliseconds(0),
+  TokenStore hasty(gateway, keychain, nullptr, std::chrono::milliseconds(0),
                    [&put_off](std::function<void()> work) {
                      put_off = std::move(work);
                      return false;
