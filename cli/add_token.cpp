@@ -6,7 +6,6 @@
 
 #include "cli/failure.h"
 #include "cli/session.h"
-#include "cli/terminal.h"
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "store/problem.h"

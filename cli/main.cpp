@@ -13,7 +13,6 @@
 #include "cli/exit_codes.h"
 #include "cli/failure.h"
 #include "cli/session.h"
-#include "cli/terminal.h"
 #include "engine/text.h"
 #include "platform/core_dumps.h"
 #include "platform/folders.h"

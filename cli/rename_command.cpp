@@ -7,7 +7,6 @@
 #include "cli/command.h"
 #include "cli/failure.h"
 #include "cli/session.h"
-#include "cli/terminal.h"
 #include "engine/log.h"
 #include "engine/soft_token_info.h"
 #include "engine/text.h"

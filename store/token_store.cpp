@@ -340,11 +340,14 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
     recording.mayReplace(vane::recordName(static_cast<std::uint32_t>(plan->slot)));
   }
 
-  // First, so that a failure at worst makes a later enrolment ask.
-  if (!server && !enrolled_at_.forget(name)) {
+  // First, so that a failure at worst makes a later enrolment ask. What a server has issued must be
+  // stored all the same.
+  const bool known = server && enrolled_at_.isFrom(*server, name);
+  if (!known && !enrolled_at_.forget(name) && !server) {
     return tl::unexpected(Problem{
         Next::check_keychain,
-        fmt::format("Cannot write {}/defaults.conf; check who may write there", configFolder())});
+        fmt::format("Cannot change the user defaults; check that {} can be read and written",
+                    configFolder())});
   }
   Added added{vane::slot_of_same_name, std::nullopt};
   if (server) {

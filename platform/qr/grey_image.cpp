@@ -1,7 +1,6 @@
 #include "platform/qr/grey_image.h"
 
 #include <png.h>
-#include <stdio.h>
 #include <turbojpeg.h>
 
 #include <cstddef>
@@ -9,7 +8,6 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <utility>
 #include <vector>
 
 #include "platform/qr/image_cost.h"

@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 #include <zbar.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>

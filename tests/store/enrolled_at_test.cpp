@@ -63,6 +63,20 @@ TEST_F(EnrolledAtTest, TokenThatReplacedAfterAQuestionBelongsToTheNewServer) {
   EXPECT_FALSE(comesFrom(server, "A"));
 }
 
+TEST_F(EnrolledAtTest, TokenThatReplacedFromAnUnknownServerBelongsToNone) {
+  ASSERT_TRUE(store.addIssued(token("A"), server, SameName::refuse).has_value());
+  ASSERT_TRUE(store.addIssued(token("A"), "", SameName::replace).has_value());
+  EXPECT_FALSE(comesFrom(server, "A"));
+}
+
+TEST_F(EnrolledAtTest, IssuedTokenIsStoredWithoutANoteToo) {
+  defaults.writable = false;
+  ASSERT_TRUE(store.addIssued(token("A"), server, SameName::refuse).has_value());
+  defaults.readable = false;
+  ASSERT_TRUE(store.addIssued(token("A"), server, SameName::replace).has_value());
+  EXPECT_FALSE(comesFrom(server, "A"));
+}
+
 TEST_F(EnrolledAtTest, LaterNameMakesNoDifference) {
   ASSERT_TRUE(store.addIssued(token("A"), server, SameName::refuse).has_value());
   const StoredTokens tokens = read();
@@ -109,7 +123,7 @@ TEST_F(EnrolledAtTest, TokenIsNotTypedOverOneThatCannotBeForgotten) {
   ASSERT_TRUE(store.addIssued(token("A"), server, SameName::refuse).has_value());
   defaults.writable = false;
   expectRefused([&] { return store.add(token("A", other_seed_16), SameName::replace); },
-                Next::check_keychain, "defaults.conf");
+                Next::check_keychain, "user defaults");
   ASSERT_TRUE(store.add(token("B"), SameName::refuse).has_value()) << "nothing to forget";
 }
 
