@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/url_loading.h"
 #include "ui/wait/background_thread.h"
