@@ -1,5 +1,10 @@
 #pragma once
 
+#include <sys/types.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -32,14 +37,31 @@ class Secret {
 
   /// How often the writable memory holds it, in ASCII or in UTF-16. No other thread may run.
   [[nodiscard]] std::size_t copies() const {
+    std::vector<char> piece(piece_size);
+    const auto own = reinterpret_cast<std::uintptr_t>(piece.data());
     std::size_t found = 0;
-    for (const auto& [begin, end] : writableMemory()) found += copiesBetween(begin, end);
+    const auto search = [&](std::uintptr_t begin, std::uintptr_t end) {
+      for (std::uintptr_t place = begin; place < end; place += piece_size - 2 * size()) {
+        // Through the system: a page that cannot be read is none of ours.
+        const iovec to{piece.data(), piece.size()};
+        const iovec from{reinterpret_cast<void*>(place),
+                         std::min<std::size_t>(piece_size, end - place)};
+        const ssize_t length = process_vm_readv(getpid(), &to, 1, &from, 1, 0);
+        if (length <= 0) break;
+        found += copiesBetween(piece.data(), piece.data() + length);
+      }
+    };
+    for (const auto& [begin, end] : writableMemory()) {
+      search(begin, std::min(end, own));
+      search(std::max(begin, own + piece_size), end);
+    }
+    clearMemory(piece.data(), piece.size());
     return found;
   }
 
-  /// Sanitizers keep freed memory as it was, and much of their own.
+  /// Sanitizers keep freed memory as it was, and much of their own; only Linux lists the memory.
   static constexpr bool canSearch() {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(__linux__)
     return false;
 #else
     return true;
@@ -47,7 +69,8 @@ class Secret {
   }
 
  private:
-  using Range = std::pair<const char*, const char*>;
+  using Range = std::pair<std::uintptr_t, std::uintptr_t>;
+  static constexpr std::size_t piece_size = std::size_t{1} << 20;
 
   static std::vector<Range> writableMemory() {
     std::vector<Range> ranges;
@@ -59,7 +82,7 @@ class Secret {
       std::string rights;
       std::istringstream(line) >> std::hex >> begin >> dash >> end >> rights;
       if (!rights.starts_with("rw")) continue;
-      ranges.emplace_back(reinterpret_cast<const char*>(begin), reinterpret_cast<const char*>(end));
+      ranges.emplace_back(begin, end);
     }
     return ranges;
   }
