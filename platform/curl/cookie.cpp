@@ -1,4 +1,7 @@
 #include "platform/curl/cookie.h"
+#include <cstddef>
+#include <string>
+#include <string_view>
 
 #include "engine/text.h"
 

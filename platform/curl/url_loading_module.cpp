@@ -1,4 +1,5 @@
 #include <curl/curl.h>
+#include <string.h>
 
 #include <algorithm>
 #include <array>
@@ -16,7 +17,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "engine/cleared.h"
 #include "engine/text.h"

@@ -23,6 +23,7 @@
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/soft_token_window.h"
 #include "ui/panel/view.h"
+#include "ui/wait/wait.h"
 
 namespace talvane {
 namespace {

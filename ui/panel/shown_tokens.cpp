@@ -7,6 +7,7 @@
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "store/stored_tokens.h"
 
 namespace talvane {
 

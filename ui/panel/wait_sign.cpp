@@ -3,8 +3,9 @@
 #include <functional>
 
 #include "ui/desktop/window_hints.h"
-#include "ui/kit/frame.h"
+#include "ui/kit/buttons.h"
 #include "ui/kit/look.h"
+#include "ui/kit/text_label.h"
 #include "ui/panel/panel_background.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/soft_token_window.h"

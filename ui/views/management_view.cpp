@@ -10,6 +10,7 @@
 #include "config/ini.h"
 #include "engine/soft_token_info.h"
 #include "engine/vane.h"
+#include "store/stored_tokens.h"
 #include "store/token_store.h"
 #include "ui/kit/alert.h"
 #include "ui/kit/fields.h"

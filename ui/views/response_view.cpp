@@ -1,7 +1,5 @@
 #include "ui/views/response_view.h"
 
-#include <string>
-
 #include "engine/vane.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
