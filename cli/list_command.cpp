@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cli/command.h"
+#include "cli/exit_codes.h"
 #include "cli/failure.h"
 #include "cli/first_token.h"
 #include "cli/json.h"
@@ -42,7 +43,7 @@ class ListCommand final : public Command {
     } else {
       printTable(tokens, session);
     }
-    if (tokens.obstacle) fmt::print(stderr, "softtoken-cli: {}\n", wordsFor(*tokens.obstacle));
+    if (tokens.obstacle) throw Failure(exit_keychain, wordsFor(*tokens.obstacle));
   }
 
  private:

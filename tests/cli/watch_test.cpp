@@ -6,6 +6,7 @@
 
 #include "tests/cli/cli_home.h"
 #include "tests/support/core_limit.h"
+#include "tests/support/sanitized.h"
 
 namespace talvane::test {
 namespace {
@@ -74,6 +75,7 @@ TEST(Watch, WithoutTokensOnATerminalEndsAsWell) {
 }
 
 TEST(Watch, LeavesNoCoreDumpUnlessDebugIsOn) {
+  if (sanitized) GTEST_SKIP() << "the sanitizer forbids core dumps";
   const CliHome home;
   home.add("Mail");
   const WithCoreDumps some;

@@ -4,6 +4,7 @@
 
 #include "tests/desktop/desktop.h"
 #include "tests/support/core_limit.h"
+#include "tests/support/sanitized.h"
 
 namespace talvane::test {
 namespace {
@@ -59,6 +60,7 @@ TEST_F(StartTest, AClickOpensAndTheNextCloses) {
 }
 
 TEST_F(StartTest, NoCoreDumpIsLeftUnlessDebugIsOn) {
+  if (sanitized) GTEST_SKIP() << "the sanitizer forbids core dumps";
   const WithCoreDumps some;
   start();
   EXPECT_EQ(coreLimitOf(program_.id()), 0U);

@@ -3,15 +3,10 @@
 #include <sys/resource.h>
 
 #include "tests/enrol/flow_test.h"
+#include "tests/support/sanitized.h"
 
 namespace talvane::test {
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true;  // what is freed is kept for a while
-#else
-constexpr bool sanitized = false;
-#endif
 
 // In units that differ from system to system.
 long mostMemory() {

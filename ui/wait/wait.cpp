@@ -81,7 +81,9 @@ class Waiting final : public QObject {
 
   void setHost(Wait::Host* host) { host_ = host; }
   void removeHost(const Wait::Host* host) {
-    if (host_ == host) host_ = nullptr;
+    if (host_ != host) return;
+    host_ = nullptr;
+    step_ = nullptr;
   }
   [[nodiscard]] bool isOn() const { return loop_ != nullptr; }
   [[nodiscard]] bool isLeaving() const { return leaving_; }

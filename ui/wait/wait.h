@@ -36,6 +36,7 @@ class Wait {
   };
   /// The only one; it must outlive every wait.
   static void setHost(Host* host);
+  /// A step that has not been taken is dropped.
   static void removeHost(const Host* host);
 
   enum class For : std::uint8_t {
