@@ -83,7 +83,8 @@ def judge(home, command, ended, before):
     wrong = homes.unclear(ended.err)
     if wrong:
         raise homes.Trouble(f"the message {wrong}: {ended.err!r}")
-    if "delete it with" in ended.err:
+    repair, deletion = ended.err.find("undo that change"), ended.err.find("delete it with")
+    if 0 <= deletion and not 0 <= repair < deletion:
         raise homes.Trouble(f"advises to delete a good token: {ended.err!r}")
     if home.files() != before:
         raise homes.Trouble(f"refused, but the files are others: {ended.err!r}")
