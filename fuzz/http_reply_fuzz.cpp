@@ -95,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const talvane::UrlResponse response = loader->load({url, "userid=ann"});
   require(response.body.has_value() != response.error.has_value());
-  require(!response.body || response.body->size() <= limits.body);
+  require(!response.body || (*response.body)->size() <= limits.body);
   require(!response.date || *response.date >= 0);
   require(servers.size() <= 4);
   closeServers();
