@@ -1,16 +1,15 @@
 #include "store/store_lock.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include "platform/file_descriptor.h"
+#include "platform/file_lock.h"
 #include "platform/own_files.h"
 
 namespace talvane {
@@ -25,22 +24,17 @@ StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patien
         "Cannot open " + path + " (" + std::strerror(errno) + "); check who owns it and its folder";
     return;
   }
-  const auto deadline = std::chrono::steady_clock::now() + patience;
-  while (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK && errno != EINTR) {
-      error_ = "Cannot lock " + path + " (" + std::strerror(errno) +
-               "); use a file system that has locks";
-    } else if (std::chrono::steady_clock::now() >= deadline) {
-      busy_ = true;
-      error_ = "Another program is changing the tokens and holds the lock " + path +
-               "; try again when it has finished, or close it";
-    } else {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-      continue;
-    }
-    return;
+  const int error = lockFile(file.get(), patience);
+  if (error == 0) {
+    file_ = std::move(file);
+  } else if (error == EWOULDBLOCK) {
+    busy_ = true;
+    error_ = "Another program is changing the tokens and holds the lock " + path +
+             "; try again when it has finished, or close it";
+  } else {
+    error_ =
+        "Cannot lock " + path + " (" + std::strerror(error) + "); use a file system that has locks";
   }
-  file_ = std::move(file);
 }
 
 }  // namespace talvane

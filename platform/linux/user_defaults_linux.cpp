@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <sys/file.h>
 
 #include <cerrno>
 #include <chrono>
@@ -8,10 +7,10 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "engine/text.h"
 #include "platform/file_descriptor.h"
+#include "platform/file_lock.h"
 #include "platform/folders.h"
 #include "platform/regular_file.h"
 #include "platform/replace_file.h"
@@ -61,13 +60,7 @@ class KeyFileDefaults final : public UserDefaults {
   // same.
   static FileDescriptor lockedFolder() {
     FileDescriptor folder(open(configFolder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.isOpen()) return folder;
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {
-      if (errno != EWOULDBLOCK && errno != EINTR) break;
-      if (std::chrono::steady_clock::now() >= deadline) return FileDescriptor();
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
+    if (folder.isOpen() && lockFile(folder.get(), patience) == EWOULDBLOCK) return FileDescriptor();
     return folder;
   }
 

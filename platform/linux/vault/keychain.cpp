@@ -1,7 +1,6 @@
 #include "platform/linux/vault/keychain.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -12,11 +11,11 @@
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 #include "engine/gateway.h"
 #include "platform/file_descriptor.h"
+#include "platform/file_lock.h"
 #include "platform/folders.h"
 #include "platform/keychain_service.h"
 #include "platform/keychain_words.h"
@@ -232,13 +231,9 @@ class VaultKeychain final : public KeychainService {
   // Processes that change the vault take turns. On a file system that cannot lock a folder, such as
   // NFS, the store's lock does that.
   static VaultOutcome lock(Change& change) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    while (flock(change.folder.get(), LOCK_EX | LOCK_NB) != 0) {
-      if (errno != EWOULDBLOCK && errno != EINTR) return {};
-      if (std::chrono::steady_clock::now() >= deadline) return {KeychainStatus::not_responding};
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    change.locked = true;
+    const int error = lockFile(change.folder.get(), std::chrono::seconds(2));
+    if (error == EWOULDBLOCK) return {KeychainStatus::not_responding};
+    change.locked = error == 0;
     return {};
   }
 
