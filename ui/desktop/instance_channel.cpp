@@ -101,12 +101,18 @@ std::string displayName() {
 struct InstanceChannel::Peer {
   explicit Peer(FileDescriptor connection)
       : socket(std::move(connection)),
-        notifier(new QSocketNotifier(socket.get(), QSocketNotifier::Read)) {}
+        notifier(new QSocketNotifier(socket.get(), QSocketNotifier::Read)),
+        patience(new QTimer) {
+    patience->setSingleShot(true);
+  }
   ~Peer() { end(); }
   void end() {
     if (notifier == nullptr) return;
     notifier->setEnabled(false);
-    std::exchange(notifier, nullptr)->deleteLater();  // it may be calling
+    patience->stop();
+    // One of them may be calling.
+    std::exchange(notifier, nullptr)->deleteLater();
+    std::exchange(patience, nullptr)->deleteLater();
     static_cast<void>(socket.close());
   }
   Peer(const Peer&) = delete;
@@ -114,6 +120,7 @@ struct InstanceChannel::Peer {
 
   FileDescriptor socket;
   QSocketNotifier* notifier;
+  QTimer* patience;
   QByteArray request;
 };
 
@@ -172,7 +179,8 @@ void InstanceChannel::accept() {
   const std::weak_ptr<Peer> known = peer;
   connect(peer->notifier, &QSocketNotifier::activated, this,
           [this, known] { readFrom(known.lock()); });
-  QTimer::singleShot(patience_with_request, this, [this, known] { drop(known.lock()); });
+  connect(peer->patience, &QTimer::timeout, this, [this, known] { drop(known.lock()); });
+  peer->patience->start(patience_with_request);
   readFrom(peer);
 }
 
