@@ -18,6 +18,13 @@ using RecordValue = std::variant<std::string, Bytes, std::int64_t>;
 /// One keychain record, by key.
 using Record = std::map<std::string, RecordValue, std::less<>>;
 
+/// The record's value for the key; null if there is none, or if it is of another type.
+template <typename Value>
+const Value* valueOf(const Record& record, std::string_view key) {
+  const auto found = record.find(key);
+  return found == record.end() ? nullptr : std::get_if<Value>(&found->second);
+}
+
 /// The token engine's only interface to the world. Calls come from the main thread, except
 /// `wantsLog` and `log`.
 class Gateway {

@@ -24,12 +24,6 @@ constexpr std::size_t key_size = 16;
 constexpr std::size_t short_record = 13 + seed_hash_length;
 constexpr std::size_t long_record = 16 + seed_hash_length;
 
-template <typename Value>
-const Value* valueOf(const Record& record, std::string_view key) {
-  const auto found = record.find(key);
-  return found == record.end() ? nullptr : std::get_if<Value>(&found->second);
-}
-
 std::string_view asText(const Bytes& bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }

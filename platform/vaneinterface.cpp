@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 
 #include "engine/gateway.h"
 #include "platform/device_identifiers.h"
@@ -19,9 +18,8 @@
 namespace talvane {
 namespace {
 
-std::string textOf(const Record& record, const char* key) {
-  const auto found = record.find(key);
-  const auto* text = found == record.end() ? nullptr : std::get_if<std::string>(&found->second);
+std::string textOf(const Record& record, std::string_view key) {
+  const auto* text = valueOf<std::string>(record, key);
   return text == nullptr ? std::string() : *text;
 }
 
@@ -68,19 +66,18 @@ vaneinterface::Identity vaneinterface::readIdentity() const {
 }
 
 // One identity for a recording or a reading; otherwise that of the moment.
-vaneinterface::Identity vaneinterface::identity() const {
+const vaneinterface::Identity& vaneinterface::identity() {
   if (recording_ != nullptr) return recording_->identity_;
   if (reading_identity_) return *reading_identity_;
-  return readIdentity();
+  return moment_identity_ = readIdentity();
 }
 
 vaneinterface::Answer vaneinterface::answer(KeychainStatus status) {
   if (status == KeychainStatus::ok) return {};
-  if (const std::string problem = identity().problem; !problem.empty()) {
-    return {
-        KeychainStatus::not_available,
-        fmt::format("This computer's identity cannot be read: {}; make it readable and try again",
-                    problem)};
+  if (const std::string& problem = identity().problem; !problem.empty()) {
+    return {KeychainStatus::not_available,
+            fmt::format("This computer's identity cannot be read: {}; fix that and try again",
+                        problem)};
   }
   return {status, messageWithCode(keychain_, status)};
 }
@@ -99,7 +96,7 @@ KeychainStatus vaneinterface::save(const std::string& name, const Record& data) 
   if (const auto failed = failed_loads_.find(name); failed != failed_loads_.end()) {
     return failed->second;
   }
-  const Identity now = identity();
+  const Identity& now = identity();
   if (!now.problem.empty()) return KeychainStatus::not_available;
   const std::string& account = now.login_name;
   if (recording_ != nullptr && recording_->replaceable_.count(name) == 0) {
@@ -118,7 +115,7 @@ KeychainStatus vaneinterface::save(const std::string& name, const Record& data) 
 }
 
 bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
-  const Identity now = identity();
+  const Identity& now = identity();
   const KeychainStatus status = now.problem.empty()
                                     ? TaKeyChain(keychain_, name, now.login_name).getDict(data)
                                     : KeychainStatus::not_available;
@@ -138,7 +135,7 @@ bool vaneinterface::KeyChainLoad(const std::string& name, Record* data) {
 }
 
 bool vaneinterface::KeyChainDelete(const std::string& name) {
-  const Identity now = identity();
+  const Identity& now = identity();
   if (!now.problem.empty()) {
     in_trouble_ = true;
     if (recording_ != nullptr) recording_->noteChange(answer(KeychainStatus::not_available));

@@ -107,7 +107,7 @@ class vaneinterface final : public Gateway {
 
  private:
   [[nodiscard]] Identity readIdentity() const;
-  [[nodiscard]] Identity identity() const;
+  const Identity& identity();
   Answer answer(KeychainStatus status);
   KeychainStatus save(const std::string& name, const Record& data);
 
@@ -119,6 +119,7 @@ class vaneinterface final : public Gateway {
       failed_loads_;  // by record, as long as its last load failed
   bool in_trouble_ = false;
   int readings_ = 0;                             // begun and not ended
+  Identity moment_identity_;                     // outside a recording and a reading
   std::optional<Identity> reading_identity_;     // of the reading under way
   std::optional<std::uint32_t> reading_number_;  // made of it
   Recording* recording_ = nullptr;

@@ -18,20 +18,11 @@ namespace {
 
 using Next = Problem::Next;
 
-bool hasHidden(std::string_view text) {
-  while (!text.empty()) {
-    const Character character = firstCharacter(text);
-    if (isHidden(character.code_point)) return true;
-    text.remove_prefix(character.length);
-  }
-  return false;
-}
-
 std::optional<Problem> problemWithText(std::string_view text) {
   if (!isUtf8(text)) {
     return Problem{Next::other_input, "The name is not valid UTF-8; enter it again"};
   }
-  if (hasHidden(text)) {
+  if (printable(text) != text) {
     return Problem{Next::other_input,
                    "The name has characters that are invisible or that change the direction of "
                    "writing; leave them out"};

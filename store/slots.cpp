@@ -126,7 +126,6 @@ Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording
   vane::clearIdentityCache();
   Slots slots;
   slots.identity = recording.identity();
-  slots.identity.login_name.clear();
   std::size_t slot = 0;
   bool is_read = false;  // the slot that ended the engine's reading is not read twice
   if (log == LookLog::on) {

@@ -8,14 +8,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "engine/cleared.h"
+#include "tests/support/writable_memory.h"
 
 namespace talvane::test {
 
@@ -51,9 +49,9 @@ class Secret {
         found += copiesBetween(piece.data(), piece.data() + length);
       }
     };
-    for (const auto& [begin, end] : writableMemory()) {
-      search(begin, std::min(end, own));
-      search(std::max(begin, own + piece_size), end);
+    for (const WritableMemory& memory : writableMemory(getpid())) {
+      search(memory.begin, std::min(memory.end, own));
+      search(std::max(memory.begin, own + piece_size), memory.end);
     }
     clearMemory(piece.data(), piece.size());
     return found;
@@ -69,23 +67,7 @@ class Secret {
   }
 
  private:
-  using Range = std::pair<std::uintptr_t, std::uintptr_t>;
   static constexpr std::size_t piece_size = std::size_t{1} << 20;
-
-  static std::vector<Range> writableMemory() {
-    std::vector<Range> ranges;
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);) {
-      std::uintptr_t begin = 0;
-      std::uintptr_t end = 0;
-      char dash = 0;
-      std::string rights;
-      std::istringstream(line) >> std::hex >> begin >> dash >> end >> rights;
-      if (!rights.starts_with("rw")) continue;
-      ranges.emplace_back(begin, end);
-    }
-    return ranges;
-  }
 
   [[nodiscard]] std::size_t copiesBetween(const char* begin, const char* end) const {
     std::size_t found = 0;

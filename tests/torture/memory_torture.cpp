@@ -4,12 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "tests/desktop/desktop.h"
 #include "tests/enrol/loopback_server.h"
+#include "tests/support/writable_memory.h"
 #include "tests/torture/rows.h"
 
 namespace talvane::test {
@@ -68,21 +67,14 @@ long countIn(std::string_view memory, std::string_view text) {
 // Calls `look` with each piece of memory that the process can write to.
 template <typename Look>
 void forEachPiece(pid_t process, Look look) {
-  const std::string folder = "/proc/" + std::to_string(process);
-  std::ifstream maps(folder + "/maps");
-  const int memory = open((folder + "/mem").c_str(), O_RDONLY | O_CLOEXEC);
+  const int memory =
+      open(("/proc/" + std::to_string(process) + "/mem").c_str(), O_RDONLY | O_CLOEXEC);
   ASSERT_GE(memory, 0);
   std::string bytes;
-  for (std::string line; std::getline(maps, line);) {
-    std::uintptr_t begin = 0;
-    std::uintptr_t end = 0;
-    char dash = 0;
-    std::string rights;
-    std::istringstream(line) >> std::hex >> begin >> dash >> end >> rights;
-    if (!rights.starts_with("rw")) continue;
-    bytes.resize(end - begin);
-    const ssize_t size = pread(memory, bytes.data(), bytes.size(), static_cast<off_t>(begin));
-    if (size > 0) look(std::string_view(bytes.data(), static_cast<std::size_t>(size)), line);
+  for (const WritableMemory& piece : writableMemory(process)) {
+    bytes.resize(piece.end - piece.begin);
+    const ssize_t size = pread(memory, bytes.data(), bytes.size(), static_cast<off_t>(piece.begin));
+    if (size > 0) look(std::string_view(bytes.data(), static_cast<std::size_t>(size)), piece.line);
   }
   close(memory);
 }
