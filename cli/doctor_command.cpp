@@ -106,12 +106,15 @@ class DoctorCommand final : public Command {
 
   void examineIdentifiers(DeviceIdentifiers& identifiers) {
     const auto found = [](const std::string& text) { return text.empty() ? "missing" : "found"; };
-    const std::string serial = identifiers.serialNumber();
-    const std::string volume = identifiers.volumeUuid();
-    const std::string user = identifiers.user();
-    add("device identifiers", !(serial.empty() && volume.empty() && user.empty()),
-        fmt::format("serial number {}, volume {}, user {}", found(serial), found(volume),
-                    found(user)));
+    const Identity identity = identifiers.read();
+    if (!identity.problem.empty()) {
+      add("device identifiers", false, identity.problem);
+      return;
+    }
+    const bool any = !(identity.serial_number.empty() && identity.volume_uuid.empty());
+    add("device identifiers", any,
+        fmt::format("serial number {}, volume {}, user {}", found(identity.serial_number),
+                    found(identity.volume_uuid), found(identity.user)));
   }
 
   // A file that exists but was skipped could not be read.

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <optional>
+#include <string>
+#include <system_error>
 #include <vector>
 
 namespace talvane {
@@ -23,6 +25,12 @@ int readUserEntry(uid_t user, std::optional<UserEntry>* entry) {
   }
   if (error == 0 && found != nullptr) *entry = UserEntry{fields.pw_name, fields.pw_dir};
   return error;
+}
+
+std::string loginNameProblem(uid_t user, int error) {
+  const std::string number = std::to_string(user);
+  if (error == 0) return "user " + number + " has no login name in the user database";
+  return "user " + number + " in the user database: " + std::generic_category().message(error);
 }
 
 }  // namespace talvane

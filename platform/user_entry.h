@@ -17,4 +17,7 @@ struct UserEntry {
 /// getpwuid_r(3), with nullopt, if the database does not answer.
 [[nodiscard]] int readUserEntry(uid_t user, std::optional<UserEntry>* entry);
 
+/// Why the user has no login name, for a sentence. `error`: what `readUserEntry` returned.
+[[nodiscard]] std::string loginNameProblem(uid_t user, int error);
+
 }  // namespace talvane

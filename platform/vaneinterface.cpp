@@ -23,7 +23,7 @@ std::string textOf(const Record& record, std::string_view key) {
   return text == nullptr ? std::string() : *text;
 }
 
-vaneinterface::Identity storedUnder(const Record& record) {
+Identity storedUnder(const Record& record) {
   return {textOf(record, "fpsn"), textOf(record, "fphd"), textOf(record, "fpus"), {}, {}};
 }
 
@@ -36,7 +36,7 @@ bool isAnswer(KeychainStatus status) {
 }  // namespace
 
 vaneinterface::Recording::Recording(vaneinterface& gateway)
-    : gateway_(gateway), identity_(gateway.readIdentity()) {
+    : gateway_(gateway), identity_(gateway.identifiers_.read()) {
   gateway_.recording_ = this;
 }
 
@@ -52,24 +52,14 @@ vaneinterface::vaneinterface(KeychainService& keychain, DeviceIdentifiers& ident
     : keychain_(keychain), identifiers_(identifiers), clock_(std::move(clock)) {}
 
 bool vaneinterface::Recording::hasSameIdentity() const {
-  return gateway_.readIdentity() == identity_;
-}
-
-vaneinterface::Identity vaneinterface::readIdentity() const {
-  Identity identity;
-  identity.serial_number = identifiers_.serialNumber();
-  identity.volume_uuid = identifiers_.volumeUuid();
-  identity.user = identifiers_.user();
-  identity.login_name = identifiers_.loginName();
-  identity.problem = identifiers_.problem();
-  return identity;
+  return gateway_.identifiers_.read() == identity_;
 }
 
 // One identity for a recording or a reading; otherwise that of the moment.
-const vaneinterface::Identity& vaneinterface::identity() {
+const Identity& vaneinterface::identity() {
   if (recording_ != nullptr) return recording_->identity_;
   if (reading_identity_) return *reading_identity_;
-  return moment_identity_ = readIdentity();
+  return moment_identity_ = identifiers_.read();
 }
 
 vaneinterface::Answer vaneinterface::answer(KeychainStatus status) {

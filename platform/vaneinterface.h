@@ -28,16 +28,6 @@ class vaneinterface final : public Gateway {
     std::string words;
   };
 
-  /// The identifiers at one moment.
-  struct Identity {
-    std::string serial_number;
-    std::string volume_uuid;
-    std::string user;
-    std::string login_name;
-    std::string problem;  // not empty: one cannot be read
-    friend bool operator==(const Identity&, const Identity&) = default;
-  };
-
   /// Records the results of the keychain calls in its scope, and stops them from overwriting
   /// existing records. Reads the identifiers when it begins: the scope has one identity. One at a
   /// time.
@@ -106,7 +96,6 @@ class vaneinterface final : public Gateway {
   void setConsole(bool on) { console_ = on; }
 
  private:
-  [[nodiscard]] Identity readIdentity() const;
   const Identity& identity();
   Answer answer(KeychainStatus status);
   KeychainStatus save(const std::string& name, const Record& data);

@@ -26,8 +26,6 @@ namespace {
 
 using State = Slots::State;
 
-using Identity = vaneinterface::Identity;
-
 // Why a record that is whole does not load.
 struct Reason {
   std::string words;

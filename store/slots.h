@@ -20,8 +20,8 @@ struct Slots {
   std::array<State, vane::max_tokens> states{};
   vane::TokenArray tokens;  // null unless the state is `loads`
   /// Where the state is `foreign`: what its record was stored under.
-  std::array<vaneinterface::Identity, vane::max_tokens> stored_under;
-  vaneinterface::Identity identity;  // today's
+  std::array<Identity, vane::max_tokens> stored_under;
+  Identity identity;  // today's
 
   /// The number of tokens that the engine reads: those before the first slot that does not load.
   [[nodiscard]] std::size_t count() const;

@@ -118,40 +118,21 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
  public:
   explicit LinuxDeviceIdentifiers(DeviceIdentifierPaths paths) : paths_(std::move(paths)) {}
 
-  std::string serialNumber() override {
-    const Stamp stamp = stampOf(paths_.machine_id);
-    if (!serial_ || stamp != serial_stamp_) readSerialNumber(stamp);
-    return serial_.value_or("");
-  }
-
-  std::string volumeUuid() override {
-    const std::array<Stamp, 2> stamps = {stampOf("/"), stampOf(paths_.volume_links)};
-    // For "/" only the file system matters, not the folder's change time.
-    const bool same =
-        stamps[0].device == volume_stamps_[0].device && stamps[1] == volume_stamps_[1];
-    if (!volume_ || !same) readVolumeUuid(stamps);
-    return volume_.value_or("");
-  }
-
-  std::string user() override {
+  Identity read() override {
+    readSerialNumber();
+    readVolumeUuid();
     readAccount();
-    return user_;
-  }
-
-  std::string loginName() override {
-    readAccount();
-    return login_name_;
-  }
-
-  [[nodiscard]] std::string problem() const override {
+    std::string problem;
     for (const std::string* one : {&serial_problem_, &volume_problem_, &account_problem_}) {
-      if (!one->empty()) return *one;
+      if (problem.empty()) problem = *one;
     }
-    return {};
+    return {serial_.value_or(""), volume_.value_or(""), user_, login_name_, problem};
   }
 
  private:
-  void readSerialNumber(const Stamp& stamp) {
+  void readSerialNumber() {
+    const Stamp stamp = stampOf(paths_.machine_id);
+    if (serial_ && stamp == serial_stamp_) return;
     std::string text;
     const int error = readRegularFile(paths_.machine_id, &text);
     serial_problem_ = problemWith(paths_.machine_id, error);
@@ -161,7 +142,12 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
     serial_stamp_ = stamp;
   }
 
-  void readVolumeUuid(const std::array<Stamp, 2>& stamps) {
+  void readVolumeUuid() {
+    const std::array<Stamp, 2> stamps = {stampOf("/"), stampOf(paths_.volume_links)};
+    // For "/" only the file system matters, not the folder's change time.
+    const bool same =
+        stamps[0].device == volume_stamps_[0].device && stamps[1] == volume_stamps_[1];
+    if (volume_ && same) return;
     std::string table;
     volume_problem_ = problemWith(paths_.mountinfo, readRegularFile(paths_.mountinfo, &table));
     volume_.reset();
@@ -182,11 +168,7 @@ class LinuxDeviceIdentifiers final : public DeviceIdentifiers {
     user_.clear();
     std::optional<UserEntry> entry;
     const int error = readUserEntry(uid, &entry);
-    account_problem_ =
-        entry && !entry->name.empty()
-            ? std::string()
-            : fmt::format("user {}: {}", uid,
-                          error == 0 ? "no login name in the user database" : std::strerror(error));
+    account_problem_ = entry && !entry->name.empty() ? std::string() : loginNameProblem(uid, error);
     if (!entry) return;
     login_name_ = entry->name;
     // The UUID that directory services derive from a local user id.

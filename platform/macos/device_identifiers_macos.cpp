@@ -49,59 +49,51 @@ class RegistryEntry {
   io_registry_entry_t entry_;
 };
 
+std::string systemVolumeUuid() {
+  const Owned<DASessionRef> session(DASessionCreate(kCFAllocatorDefault));
+  if (!session) return {};
+  // Always this partition, wherever the system is: existing tokens depend on it.
+  const Owned<DADiskRef> disk(
+      DADiskCreateFromBSDName(kCFAllocatorDefault, session.get(), "/dev/disk0s2"));
+  if (!disk) return {};
+  const Owned<CFDictionaryRef> description(DADiskCopyDescription(disk.get()));
+  if (!description) return {};
+  const auto* uuid = CFDictionaryGetValue(description.get(), kDADiskDescriptionVolumeUUIDKey);
+  if (uuid == nullptr || CFGetTypeID(uuid) != CFUUIDGetTypeID()) return {};
+  const Owned<CFStringRef> result(
+      CFUUIDCreateString(kCFAllocatorDefault, static_cast<CFUUIDRef>(uuid)));
+  return macos::text(result.get());
+}
+
+std::string userText(uid_t user_id, const std::string& login_name) {
+  std::string result = login_name + upperCase(login_name);
+  if (getpwnam(login_name.c_str()) == nullptr) return result;
+  // Signed: "nobody" is -2.
+  result += std::to_string(static_cast<std::int32_t>(user_id));
+  uuid_t uuid;
+  if (mbr_uid_to_uuid(user_id, uuid) == 0) {
+    uuid_string_t uuid_text;
+    uuid_unparse(uuid, uuid_text);
+    result += uuid_text;
+  }
+  return result;
+}
+
 // Nothing is cached, so that the next call sees another disk or user.
 class MacDeviceIdentifiers final : public DeviceIdentifiers {
  public:
-  std::string serialNumber() override {
-    return RegistryEntry("IOService:/").textProperty(CFSTR("IOPlatformSerialNumber"));
-  }
-
-  std::string volumeUuid() override {
-    const Owned<DASessionRef> session(DASessionCreate(kCFAllocatorDefault));
-    if (!session) {
-      return {};
-    }
-    // Always this partition, wherever the system is: existing tokens depend on it.
-    const Owned<DADiskRef> disk(
-        DADiskCreateFromBSDName(kCFAllocatorDefault, session.get(), "/dev/disk0s2"));
-    if (!disk) {
-      return {};
-    }
-    const Owned<CFDictionaryRef> description(DADiskCopyDescription(disk.get()));
-    if (!description) {
-      return {};
-    }
-    const auto* uuid = CFDictionaryGetValue(description.get(), kDADiskDescriptionVolumeUUIDKey);
-    if (uuid == nullptr || CFGetTypeID(uuid) != CFUUIDGetTypeID()) {
-      return {};
-    }
-    const Owned<CFStringRef> result(
-        CFUUIDCreateString(kCFAllocatorDefault, static_cast<CFUUIDRef>(uuid)));
-    return macos::text(result.get());
-  }
-
-  std::string user() override {
-    const std::string name = loginName();
-    std::string result = name + upperCase(name);
-    if (getpwnam(name.c_str()) == nullptr) {
-      return result;
-    }
+  Identity read() override {
+    Identity identity;
+    identity.serial_number =
+        RegistryEntry("IOService:/").textProperty(CFSTR("IOPlatformSerialNumber"));
+    identity.volume_uuid = systemVolumeUuid();
     const uid_t user_id = getuid();
-    // Signed: "nobody" is -2.
-    result += std::to_string(static_cast<std::int32_t>(user_id));
-    uuid_t uuid;
-    if (mbr_uid_to_uuid(user_id, uuid) == 0) {
-      uuid_string_t uuid_text;
-      uuid_unparse(uuid, uuid_text);
-      result += uuid_text;
-    }
-    return result;
-  }
-
-  std::string loginName() override {
     std::optional<UserEntry> entry;
-    static_cast<void>(readUserEntry(getuid(), &entry));
-    return entry ? entry->name : "";
+    const int error = readUserEntry(user_id, &entry);
+    if (entry) identity.login_name = entry->name;
+    if (identity.login_name.empty()) identity.problem = loginNameProblem(user_id, error);
+    identity.user = userText(user_id, identity.login_name);
+    return identity;
   }
 };
 

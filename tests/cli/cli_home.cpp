@@ -24,15 +24,16 @@ std::string recordOf(int slot) {
 }
 
 std::string loginName() {
-  return systemDeviceIdentifiers()->loginName();
+  return systemDeviceIdentifiers()->read().login_name;
 }
 
 class OtherComputer final : public DeviceIdentifiers {
  public:
-  std::string serialNumber() override { return "of another computer"; }
-  std::string volumeUuid() override { return here_->volumeUuid(); }
-  std::string user() override { return here_->user(); }
-  std::string loginName() override { return here_->loginName(); }
+  Identity read() override {
+    Identity identity = here_->read();
+    identity.serial_number = "of another computer";
+    return identity;
+  }
 
  private:
   std::unique_ptr<DeviceIdentifiers> here_ = systemDeviceIdentifiers();

@@ -48,84 +48,83 @@ class DeviceIdentifiersTest : public testing::Test {
 
 TEST_F(DeviceIdentifiersTest, SerialNumberIsTheMachineIdWithoutItsLineEnd) {
   writeFile(paths.machine_id, "0123456789abcdef0123456789abcdef\n");
-  EXPECT_EQ(identifiers->serialNumber(), "0123456789abcdef0123456789abcdef");
+  EXPECT_EQ(identifiers->read().serial_number, "0123456789abcdef0123456789abcdef");
 }
 
 TEST_F(DeviceIdentifiersTest, MachineIdNeedsNoLineEnd) {
   writeFile(paths.machine_id, "0123456789abcdef0123456789abcdef");
-  EXPECT_EQ(identifiers->serialNumber(), "0123456789abcdef0123456789abcdef");
+  EXPECT_EQ(identifiers->read().serial_number, "0123456789abcdef0123456789abcdef");
 }
 
 TEST_F(DeviceIdentifiersTest, MissingOrEmptySourcesGiveEmptyTexts) {
-  EXPECT_EQ(identifiers->serialNumber(), "");
-  EXPECT_EQ(identifiers->volumeUuid(), "");
+  EXPECT_EQ(identifiers->read().serial_number, "");
+  EXPECT_EQ(identifiers->read().volume_uuid, "");
   writeFile(paths.machine_id, "");
   writeFile(paths.mountinfo, "");
   const auto fresh = deviceIdentifiersFrom(paths);
-  EXPECT_EQ(fresh->serialNumber(), "");
-  EXPECT_EQ(fresh->volumeUuid(), "");
+  EXPECT_EQ(fresh->read().serial_number, "");
+  EXPECT_EQ(fresh->read().volume_uuid, "");
   ASSERT_EQ(rmdir(paths.volume_links.c_str()), 0);
-  EXPECT_EQ(deviceIdentifiersFrom(paths)->volumeUuid(), "");
+  EXPECT_EQ(deviceIdentifiersFrom(paths)->read().volume_uuid, "");
 }
 
 TEST_F(DeviceIdentifiersTest, FolderInThePlaceOfASourceGivesAnEmptyText) {
   ASSERT_EQ(mkdir(paths.machine_id.c_str(), 0755), 0);
   ASSERT_EQ(mkdir(paths.mountinfo.c_str(), 0755), 0);
   inChild([&] {
-    EXPECT_EQ(identifiers->serialNumber(), "");
-    EXPECT_EQ(identifiers->volumeUuid(), "");
+    EXPECT_EQ(identifiers->read().serial_number, "");
+    EXPECT_EQ(identifiers->read().volume_uuid, "");
   });
 }
 
 TEST_F(DeviceIdentifiersTest, MissingSourcesAreNoProblem) {
   ASSERT_EQ(rmdir(paths.volume_links.c_str()), 0);
-  EXPECT_EQ(identifiers->serialNumber(), "");
-  EXPECT_EQ(identifiers->volumeUuid(), "");
-  EXPECT_NE(identifiers->loginName(), "");
-  EXPECT_EQ(identifiers->problem(), "");
+  EXPECT_EQ(identifiers->read().serial_number, "");
+  EXPECT_EQ(identifiers->read().volume_uuid, "");
+  EXPECT_NE(identifiers->read().login_name, "");
+  EXPECT_EQ(identifiers->read().problem, "");
 }
 
 TEST_F(DeviceIdentifiersTest, SourceThatCannotBeReadIsToldAndReadAgain) {
   writeFile(paths.mountinfo, "");
   ASSERT_EQ(mkdir(paths.machine_id.c_str(), 0755), 0);
-  EXPECT_EQ(identifiers->serialNumber(), "");
-  EXPECT_EQ(identifiers->problem(), paths.machine_id + ": Is a directory");
+  EXPECT_EQ(identifiers->read().serial_number, "");
+  EXPECT_EQ(identifiers->read().problem, paths.machine_id + ": Is a directory");
   ASSERT_EQ(rmdir(paths.machine_id.c_str()), 0);
   writeFile(paths.machine_id, "one\n");
-  EXPECT_EQ(identifiers->serialNumber(), "one");
-  EXPECT_EQ(identifiers->problem(), "");
+  EXPECT_EQ(identifiers->read().serial_number, "one");
+  EXPECT_EQ(identifiers->read().problem, "");
 
+  const auto fresh = deviceIdentifiersFrom(paths);
   ASSERT_EQ(unlink(paths.mountinfo.c_str()), 0);
   ASSERT_EQ(mkdir(paths.mountinfo.c_str(), 0755), 0);
-  EXPECT_EQ(identifiers->volumeUuid(), "");
-  EXPECT_EQ(identifiers->problem(), paths.mountinfo + ": Is a directory");
+  EXPECT_EQ(fresh->read().problem, paths.mountinfo + ": Is a directory");
   ASSERT_EQ(rmdir(paths.mountinfo.c_str()), 0);
-  EXPECT_EQ(identifiers->volumeUuid(), "");
-  EXPECT_EQ(identifiers->problem(), "");
+  EXPECT_EQ(fresh->read().problem, "");
 }
 
 TEST_F(DeviceIdentifiersTest, LinkThatCannotBeFollowedIsToldUnlessAnotherOneLeads) {
   writeFile(paths.mountinfo, mountLine("240:2", "/", "/dev/none"));
   linkVolume("loop", "by-uuid/loop");
-  EXPECT_EQ(identifiers->volumeUuid(), "");
-  EXPECT_EQ(identifiers->problem(),
+  EXPECT_EQ(identifiers->read().volume_uuid, "");
+  EXPECT_EQ(identifiers->read().problem,
             paths.volume_links + "/loop: Too many levels of symbolic links");
   if (!makeDevice("sda2", 240, 2)) GTEST_SKIP() << "device nodes may not be made here";
   linkVolume("aaaa", "sda2");
-  EXPECT_EQ(identifiers->volumeUuid(), "AAAA");
-  EXPECT_EQ(identifiers->problem(), "");
+  EXPECT_EQ(identifiers->read().volume_uuid, "AAAA");
+  EXPECT_EQ(identifiers->read().problem, "");
 }
 
 TEST_F(DeviceIdentifiersTest, ChangedMachineIdIsReadAgain) {
-  EXPECT_EQ(identifiers->serialNumber(), "");
+  EXPECT_EQ(identifiers->read().serial_number, "");
   writeFile(folder / "new", "one\n");
   ASSERT_EQ(rename((folder / "new").c_str(), paths.machine_id.c_str()), 0);
-  EXPECT_EQ(identifiers->serialNumber(), "one");
+  EXPECT_EQ(identifiers->read().serial_number, "one");
   writeFile(folder / "new", "two\n");
   ASSERT_EQ(rename((folder / "new").c_str(), paths.machine_id.c_str()), 0);
-  EXPECT_EQ(identifiers->serialNumber(), "two");
+  EXPECT_EQ(identifiers->read().serial_number, "two");
   ASSERT_EQ(unlink(paths.machine_id.c_str()), 0);
-  EXPECT_EQ(identifiers->serialNumber(), "");
+  EXPECT_EQ(identifiers->read().serial_number, "");
 }
 
 TEST_F(DeviceIdentifiersTest, VolumeIsFoundByTheDeviceNumberOfTheRootMount) {
@@ -137,7 +136,7 @@ TEST_F(DeviceIdentifiersTest, VolumeIsFoundByTheDeviceNumberOfTheRootMount) {
   writeFile(paths.mountinfo, mountLine("240:1", "/boot", "/dev/none") +
                                  mountLine("240:2", "/", "/dev/none") +
                                  mountLine("240:1", "/home", "/dev/none"));
-  EXPECT_EQ(identifiers->volumeUuid(), "22222222-AAAA-4BBB-8CCC-DDDDDDDDDDEF");
+  EXPECT_EQ(identifiers->read().volume_uuid, "22222222-AAAA-4BBB-8CCC-DDDDDDDDDDEF");
 }
 
 TEST_F(DeviceIdentifiersTest, VolumeIsFoundByTheNodeOfTheRootMount) {
@@ -148,7 +147,7 @@ TEST_F(DeviceIdentifiersTest, VolumeIsFoundByTheNodeOfTheRootMount) {
   linkVolume("cccc-dddd", "sda2");
   // Some file systems show a number of their own.
   writeFile(paths.mountinfo, mountLine("0:35", "/", folder / "sda2"));
-  EXPECT_EQ(identifiers->volumeUuid(), "CCCC-DDDD");
+  EXPECT_EQ(identifiers->read().volume_uuid, "CCCC-DDDD");
 }
 
 TEST_F(DeviceIdentifiersTest, LastMountAtTheRootCounts) {
@@ -159,7 +158,7 @@ TEST_F(DeviceIdentifiersTest, LastMountAtTheRootCounts) {
   linkVolume("cccc-dddd", "sda2");
   writeFile(paths.mountinfo,
             mountLine("240:1", "/", "/dev/none") + mountLine("240:2", "/", "/dev/none"));
-  EXPECT_EQ(identifiers->volumeUuid(), "CCCC-DDDD");
+  EXPECT_EQ(identifiers->read().volume_uuid, "CCCC-DDDD");
 }
 
 TEST_F(DeviceIdentifiersTest, RootWithoutADeviceHasNoUuid) {
@@ -168,14 +167,14 @@ TEST_F(DeviceIdentifiersTest, RootWithoutADeviceHasNoUuid) {
   linkVolume("dead-link", "missing");
   linkVolume("not-a-device", "mountinfo");
   writeFile(paths.mountinfo, mountLine("0:35", "/", "overlay"));
-  EXPECT_EQ(identifiers->volumeUuid(), "");
+  EXPECT_EQ(identifiers->read().volume_uuid, "");
 }
 
 TEST_F(DeviceIdentifiersTest, BrokenMountTablesGiveAnEmptyText) {
   for (const char* table : {"\n\n", "garbage", "29 1 x:y / / rw", "29 1 240:1 / / rw - ",
                             "- - - - /", "1 2 99999999999999999999:-5 / / - ext4 /dev/none rw\n"}) {
     writeFile(paths.mountinfo, table);
-    EXPECT_EQ(deviceIdentifiersFrom(paths)->volumeUuid(), "") << table;
+    EXPECT_EQ(deviceIdentifiersFrom(paths)->read().volume_uuid, "") << table;
   }
 }
 
@@ -194,13 +193,13 @@ std::string expectedUser(const passwd& entry) {
 TEST_F(DeviceIdentifiersTest, UserIsNameUpperCaseNameIdAndUuid) {
   const passwd* entry = getpwuid(getuid());
   if (entry == nullptr) GTEST_SKIP() << "this user is not in the password database";
-  EXPECT_EQ(identifiers->user(), expectedUser(*entry));
-  EXPECT_EQ(identifiers->loginName(), entry->pw_name);
+  EXPECT_EQ(identifiers->read().user, expectedUser(*entry));
+  EXPECT_EQ(identifiers->read().login_name, entry->pw_name);
 }
 
 TEST_F(DeviceIdentifiersTest, UserOfRootToTheLetter) {
   if (getuid() != 0) GTEST_SKIP() << "not root";
-  EXPECT_EQ(identifiers->user(), "rootROOT0FFFFEEEE-DDDD-CCCC-BBBB-AAAA00000000");
+  EXPECT_EQ(identifiers->read().user, "rootROOT0FFFFEEEE-DDDD-CCCC-BBBB-AAAA00000000");
 }
 
 TEST_F(DeviceIdentifiersTest, UserOfNobodyToTheLetter) {
@@ -209,33 +208,33 @@ TEST_F(DeviceIdentifiersTest, UserOfNobodyToTheLetter) {
     GTEST_SKIP() << "not root, or no user nobody";
   }
   asOrdinaryUser(folder.path(), [&] {
-    EXPECT_EQ(identifiers->user(), "nobodyNOBODY65534FFFFEEEE-DDDD-CCCC-BBBB-AAAA0000FFFE");
-    EXPECT_EQ(identifiers->loginName(), "nobody");
+    EXPECT_EQ(identifiers->read().user, "nobodyNOBODY65534FFFFEEEE-DDDD-CCCC-BBBB-AAAA0000FFFE");
+    EXPECT_EQ(identifiers->read().login_name, "nobody");
   });
 }
 
 TEST_F(DeviceIdentifiersTest, ChangedUserIsReadAgain) {
   if (geteuid() != 0) GTEST_SKIP() << "not root";
-  EXPECT_EQ(identifiers->loginName(), "root");
-  asOrdinaryUser(folder.path(), [&] { EXPECT_NE(identifiers->loginName(), "root"); });
+  EXPECT_EQ(identifiers->read().login_name, "root");
+  asOrdinaryUser(folder.path(), [&] { EXPECT_NE(identifiers->read().login_name, "root"); });
 }
 
 TEST_F(DeviceIdentifiersTest, UserOutsideThePasswordDatabaseDoesNoHarm) {
   if (geteuid() != 0 || getpwuid(54321) != nullptr) GTEST_SKIP() << "not root, or a user 54321";
   inChild([&] {
     ASSERT_EQ(setuid(54321), 0);
-    EXPECT_EQ(identifiers->loginName(), "");
-    EXPECT_EQ(identifiers->user(), "");
+    EXPECT_EQ(identifiers->read().login_name, "");
+    EXPECT_EQ(identifiers->read().user, "");
   });
 }
 
 TEST_F(DeviceIdentifiersTest, EnvironmentDoesNotChangeTheUser) {
-  const std::string before = identifiers->user();
+  const std::string before = identifiers->read().user;
   inChild([&] {
     setenv("USER", "mallory", 1);
     setenv("LOGNAME", "mallory", 1);
     setenv("HOME", "/", 1);
-    EXPECT_EQ(deviceIdentifiersFrom(paths)->user(), before);
+    EXPECT_EQ(deviceIdentifiersFrom(paths)->read().user, before);
   });
 }
 
@@ -249,31 +248,31 @@ TEST_F(DeviceIdentifiersTest, SourcesReadTheSameWithAndWithoutPrivileges) {
   inChild([&] {
     ASSERT_EQ(setgid(nobody), 0);
     ASSERT_EQ(setuid(nobody), 0);
-    EXPECT_EQ(identifiers->serialNumber(), "0123456789abcdef");
-    EXPECT_EQ(identifiers->volumeUuid(), "AAAA-BBBB");
+    EXPECT_EQ(identifiers->read().serial_number, "0123456789abcdef");
+    EXPECT_EQ(identifiers->read().volume_uuid, "AAAA-BBBB");
   });
 }
 
 TEST_F(DeviceIdentifiersTest, SystemsOwnSourcesReadTheSameWithAndWithoutPrivileges) {
   if (geteuid() != 0) GTEST_SKIP() << "not root";
   const auto system = systemDeviceIdentifiers();
-  const std::string serial = system->serialNumber();
-  const std::string volume = system->volumeUuid();
+  const std::string serial = system->read().serial_number;
+  const std::string volume = system->read().volume_uuid;
   inChild([&] {
     ASSERT_EQ(setgid(nobody), 0);
     ASSERT_EQ(setuid(nobody), 0);
     const auto fresh = systemDeviceIdentifiers();
-    EXPECT_EQ(fresh->serialNumber(), serial);
-    EXPECT_EQ(fresh->volumeUuid(), volume);
+    EXPECT_EQ(fresh->read().serial_number, serial);
+    EXPECT_EQ(fresh->read().volume_uuid, volume);
   });
 }
 
 TEST_F(DeviceIdentifiersTest, SystemsOwnTextsHaveTheirForm) {
   const auto system = systemDeviceIdentifiers();
-  EXPECT_TRUE(std::regex_match(system->serialNumber(), std::regex("([0-9a-f]{32})?")))
-      << system->serialNumber();
-  EXPECT_TRUE(std::regex_match(system->volumeUuid(), std::regex("[0-9A-F-]*")))
-      << system->volumeUuid();
+  EXPECT_TRUE(std::regex_match(system->read().serial_number, std::regex("([0-9a-f]{32})?")))
+      << system->read().serial_number;
+  EXPECT_TRUE(std::regex_match(system->read().volume_uuid, std::regex("[0-9A-F-]*")))
+      << system->read().volume_uuid;
 }
 
 }  // namespace

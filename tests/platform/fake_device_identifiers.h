@@ -13,11 +13,7 @@ class FakeDeviceIdentifiers final : public DeviceIdentifiers {
   std::string account = "ada";
   std::string trouble;
 
-  std::string serialNumber() override { return serial; }
-  std::string volumeUuid() override { return volume; }
-  std::string user() override { return account + " and more"; }
-  std::string loginName() override { return account; }
-  [[nodiscard]] std::string problem() const override { return trouble; }
+  Identity read() override { return {serial, volume, account + " and more", account, trouble}; }
 };
 
 }  // namespace talvane::test

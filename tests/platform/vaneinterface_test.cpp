@@ -264,8 +264,8 @@ TEST_F(VaneInterfaceTest, NothingIsTouchedWhileTheIdentityCannotBeRead) {
     EXPECT_EQ(recording.lastLoad().status, KeychainStatus::not_available);
     EXPECT_EQ(
         recording.lastLoad().words,
-        "This computer's identity cannot be read: /etc/machine-id: Permission denied; make it "
-        "readable and try again");
+        "This computer's identity cannot be read: /etc/machine-id: Permission denied; fix that "
+        "and try again");
     EXPECT_FALSE(gateway.KeyChainSave("y", {{"desc", "two"}}));
     EXPECT_FALSE(gateway.KeyChainDelete("x"));
     EXPECT_TRUE(gateway.inTrouble());
@@ -288,7 +288,7 @@ TEST_F(VaneInterfaceTest, RecordingHasTheIdentityOfItsBeginning) {
   ASSERT_TRUE(gateway.KeyChainLoad("x", &record));
   EXPECT_EQ(recording.storedUnder().serial_number, serial);
   EXPECT_EQ(recording.storedUnder().volume_uuid, identifiers.volume);
-  EXPECT_EQ(recording.storedUnder().user, identifiers.user());
+  EXPECT_EQ(recording.storedUnder().user, identifiers.read().user);
 }
 
 TEST_F(VaneInterfaceTest, IdentifiersAreThoseOfTheSystem) {
@@ -304,10 +304,7 @@ class IdentityTest : public testing::Test {
   class Texts final : public DeviceIdentifiers {
    public:
     std::string serial, volume, user_text;
-    std::string serialNumber() override { return serial; }
-    std::string volumeUuid() override { return volume; }
-    std::string user() override { return user_text; }
-    std::string loginName() override { return "ada"; }
+    Identity read() override { return {serial, volume, user_text, "ada", {}}; }
   };
 
   std::uint32_t of(const std::string& serial, const std::string& volume, const std::string& user) {

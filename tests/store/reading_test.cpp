@@ -179,8 +179,8 @@ TEST_F(ReadingTest, IdentityThatCannotBeRead) {
   const auto stored = store.read();
   ASSERT_FALSE(stored.has_value());
   EXPECT_EQ(stored.error().words,
-            "This computer's identity cannot be read: /etc/machine-id: Permission denied; make it "
-            "readable and try again");
+            "This computer's identity cannot be read: /etc/machine-id: Permission denied; fix that "
+            "and try again");
 }
 
 }  // namespace

@@ -299,7 +299,7 @@ TEST_F(RemovingTest, TokenThatAnInterruptionLeftTwice) {
 TEST_F(RemovingTest, IdentityThatCannotBeRead) {
   fill({"A", "B"});
   const StoredTokens seen = read();
-  identifiers.sound.trouble = "user 7: no login name in the user database";
+  identifiers.sound.trouble = "user 7 has no login name in the user database";
   expectRefused([&] { return store.remove(selection({0}), seen); }, Next::check_keychain,
                 "This computer's identity cannot be read: user 7");
 }

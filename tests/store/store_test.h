@@ -36,14 +36,12 @@ class FlakyIdentifiers final : public DeviceIdentifiers {
   std::size_t first_fault = 0;
   std::size_t end_of_faults = 0;
 
-  std::string serialNumber() override {
+  Identity read() override {
+    Identity identity = sound.read();
     const std::size_t number = questions++;
-    return number >= first_fault && number < end_of_faults ? "" : sound.serialNumber();
+    if (number >= first_fault && number < end_of_faults) identity.serial_number.clear();
+    return identity;
   }
-  std::string volumeUuid() override { return sound.volumeUuid(); }
-  std::string user() override { return sound.user(); }
-  std::string loginName() override { return sound.loginName(); }
-  [[nodiscard]] std::string problem() const override { return sound.problem(); }
 };
 
 class StoreTest : public testing::Test {

@@ -40,10 +40,7 @@ using Lines = std::vector<std::string>;
 /// A machine without identifiers, whose device key is all zeros.
 class NoIdentifiers final : public DeviceIdentifiers {
  public:
-  std::string serialNumber() override { return {}; }
-  std::string volumeUuid() override { return {}; }
-  std::string user() override { return {}; }
-  std::string loginName() override { return "ada"; }
+  Identity read() override { return {{}, {}, {}, "ada", {}}; }
 };
 
 /// The user's login items, which live in the test while login-item objects come and go.
