@@ -61,7 +61,7 @@ class TerminalViews final : public EnrolViews {
           break;
         case View::evgu:
         default:
-          throw Failure(exit_failed, address_message_);
+          throw Failure(exit_failed, explained(address_message_));
       }
     }
   }
@@ -107,6 +107,12 @@ class TerminalViews final : public EnrolViews {
     work();
   }
 
+  // The flow's own words for a failed request are meant for a narrow view.
+  [[nodiscard]] std::string explained(const std::string& words) const {
+    std::string problem = flow_->transferProblem();
+    return problem.empty() ? words : problem;
+  }
+
   static void complain(const std::string& text) {
     if (isatty(STDIN_FILENO) == 0) throw Failure(exit_failed, text);
     fmt::print(stderr, "{}\n", printable(text));
@@ -121,8 +127,8 @@ class TerminalViews final : public EnrolViews {
     if (flow_->ending()) throw Failure(exit_failed, flow_->ending()->problem);
     if (const std::string said = std::exchange(message_, ""); !said.empty()) {
       // Other answers cannot fix what the first reply reports.
-      if (!asked_) throw Failure(exit_failed, said);
-      complain(said);
+      if (!asked_) throw Failure(exit_failed, explained(said));
+      complain(explained(said));
     }
     asked_ = true;
     const AuthenticationLayout shown = layout();

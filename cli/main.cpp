@@ -5,6 +5,7 @@
 #include <exception>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,19 @@ int outputWritten() {
                 "Cannot write to standard output; check the disk or the pipe that it goes to");
   }
   return exit_ok;
+}
+
+// What an exception that nobody expected means for the user.
+int failUnexpectedly(const std::exception& error) {
+  // Output that cannot be written is told by an exception too.
+  if (const int code = outputWritten(); code != exit_ok) return code;
+  return fail(exit_failed, std::string("Unexpected error: ") + error.what());
+}
+
+int failWithoutMemory() {
+  std::fputs("softtoken-cli: There is not enough memory; close other programs and try again\n",
+             stderr);
+  return exit_failed;
 }
 
 // How to get help on the command that the line names.
@@ -111,7 +125,9 @@ int main(int argc, char** argv) {
     return talvane::run(argc, argv);
   } catch (const talvane::Failure& failure) {
     return talvane::fail(failure.code(), failure.what());
+  } catch (const std::bad_alloc&) {
+    return talvane::failWithoutMemory();
   } catch (const std::exception& error) {
-    return talvane::fail(talvane::exit_failed, std::string("Unexpected error: ") + error.what());
+    return talvane::failUnexpectedly(error);
   }
 }

@@ -1,5 +1,7 @@
 #include "enrol/enrol_flow.h"
 
+#include <fmt/core.h>
+
 #include <memory>
 #include <optional>
 #include <string>
@@ -53,6 +55,20 @@ std::optional<std::string> problemWithAddress(const std::string& url, bool allow
 
 EnrolFlow::EnrolFlow(Parts parts)
     : parts_(std::move(parts)), views_(*parts_.views), ini_(*parts_.ini) {}
+
+std::string EnrolFlow::transferProblem() const {
+  if (session_ == nullptr || session_->awaits_reply) return {};
+  const TaHttp& http = *session_->http;
+  if (http.status() == http_ok || !http.error()) return {};
+  if (http.status() == 0) {
+    return fmt::format(
+        "The server cannot be reached: {}; check its address and the network, and try again",
+        *http.error());
+  }
+  return fmt::format(
+      "The server answered with HTTP status {}; try again later, or ask your administrator",
+      http.status());
+}
 
 void EnrolFlow::end() {
   if (loader_ != nullptr) loader_->stop();

@@ -110,6 +110,9 @@ class EnrolFlow {
   /// The session's client; null outside a session.
   [[nodiscard]] TaEnrolClient* taenrol() { return session_ ? &session_->client : nullptr; }
   [[nodiscard]] bool pleasewait() const { return eva_pleasewait_; }
+  /// What became of the session's last request, for the user; empty if it was answered with status
+  /// 200, is still under way, or if there was none.
+  [[nodiscard]] std::string transferProblem() const;
 
   /// How the last session that reached its final request ended.
   struct Ending {

@@ -154,7 +154,7 @@ TEST_F(Enrol, HttpsWithACertificateThatIsTrusted) {
 }
 
 TEST_F(Enrol, HttpsWithACertificateThatIsNotTrusted) {
-  expectRefused("anna\n", server.https(), "Error: [http] SSL certificate problem");
+  expectRefused("anna\n", server.https(), "The server cannot be reached: SSL certificate problem");
 }
 
 TEST_F(Enrol, ServerThatDemandsHttpsIsAskedThereAgain) {
@@ -168,7 +168,7 @@ TEST_F(Enrol, HttpWhereTheSettingsForbidIt) {
 }
 
 TEST_F(Enrol, NobodyListens) {
-  expectRefused("anna\n", "http://127.0.0.1:9", "Error: [http] ");
+  expectRefused("anna\n", "http://127.0.0.1:9", "The server cannot be reached: ");
 }
 
 TEST_F(Enrol, SwitchedOff) {
@@ -217,6 +217,25 @@ TEST_F(Enrol, DamagedRecordIsToldBeforeTheServerIsAsked) {
 }
 
 // A server that wants something done elsewhere, for as long as it is asked.
+TEST_F(Enrol, StatusesOtherThan200AreTold) {
+  httplib::Server elsewhere;
+  elsewhere.Get("/busy.*", [](const httplib::Request& /*request*/, httplib::Response& response) {
+    response.status = 503;
+  });
+  elsewhere.Get("/ready.*", [](const httplib::Request& /*request*/, httplib::Response& response) {
+    response.set_content("RESULT:OK\r\nVERSION:7200\r\n", "text/plain");
+  });
+  const int port = elsewhere.bind_to_any_port("127.0.0.1");
+  std::thread serving([&elsewhere] { elsewhere.listen_after_bind(); });
+  while (!elsewhere.is_running()) std::this_thread::yield();
+  const std::string address = "http://127.0.0.1:" + std::to_string(port);
+  expectRefused("anna\n", address + "/busy", "The server answered with HTTP status 503; try again");
+  expectRefused("anna\n", address + "/ready",
+                "The server answered with HTTP status 404; try again");
+  elsewhere.stop();
+  serving.join();
+}
+
 TEST_F(Enrol, ChallengeWithoutAFieldWaitsForTheUser) {
   httplib::Server elsewhere;
   int posts = 0;

@@ -58,6 +58,7 @@ ABORTING = {
     ("malloc", "libgio-2.0.so.0"): "g_malloc() ends the program",
     ("malloc", "libsecret-1.so.0"): "g_malloc() ends the program",
     ("getrandom", "libsodium.so.23"): "sodium_misuse() ends the program",
+    ("malloc", "libplist-2.0.so.3"): "does not look at what malloc() gives it",
     ("malloc", "libzbar.so.0"): "does not look at what malloc() gives it",
 }
 
