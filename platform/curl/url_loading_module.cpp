@@ -104,6 +104,9 @@ class Shared {
   Shared(const Shared&) = delete;
   Shared& operator=(const Shared&) = delete;
   CURLSH* get() { return handle_; }
+  /// Held by whoever has libcurl read or change the cookies. Its own lock is not enough: libcurl
+  /// 8.14 still walks along a request's cookies when it has released that.
+  std::unique_lock<std::mutex> holdCookies() { return std::unique_lock(cookies_); }
 
  private:
   static void lock(CURL* /*handle*/, curl_lock_data data, curl_lock_access /*access*/,
@@ -116,6 +119,7 @@ class Shared {
 
   CURLSH* handle_;
   std::array<std::mutex, CURL_LOCK_DATA_LAST> mutexes_;
+  std::mutex cookies_;
 };
 
 struct MultiCleanup {
@@ -279,6 +283,7 @@ class CurlLoader final : public UrlLoader {
     const std::string scheme = part(parsed, CURLUPART_SCHEME);
     const std::string host = cookieHost(part(parsed, CURLUPART_HOST));
     const std::string path = part(parsed, CURLUPART_PATH);
+    const auto hold = shared_.holdCookies();
     curl_slist* cookies = nullptr;
     curl_easy_getinfo(handle.get(), CURLINFO_COOKIELIST, &cookies);
     const List list(cookies);
@@ -331,14 +336,18 @@ class CurlLoader final : public UrlLoader {
   }
 
   // libcurl's own result, unless this side ends the exchange.
-  static CURLcode perform(CURL* handle, Exchange& exchange, const Ride& ride) {
+  CURLcode perform(CURL* handle, Exchange& exchange, const Ride& ride) {
     CURLM* multi = ride.multi();
     if (curl_multi_add_handle(multi, handle) != CURLM_OK) return CURLE_FAILED_INIT;
     CURLcode result = CURLE_FAILED_INIT;
     for (int running = 1; running != 0;) {
       if (ride.ended()) exchange.refuse(UrlResponse::cancelled, CURLE_ABORTED_BY_CALLBACK);
       if (!exchange.refusal.empty()) break;
-      if (curl_multi_perform(multi, &running) != CURLM_OK) break;
+      {
+        // Returns at once: waiting is done below.
+        const auto hold = shared_.holdCookies();
+        if (curl_multi_perform(multi, &running) != CURLM_OK) break;
+      }
       int left = 0;
       const CURLMsg* message = curl_multi_info_read(multi, &left);
       if (message != nullptr && message->msg == CURLMSG_DONE) result = message->data.result;
