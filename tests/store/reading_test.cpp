@@ -114,8 +114,8 @@ TEST_F(ReadingTest, KeychainThatDoesNotAnswerIsNeverEmpty) {
     keychain.calls = 0;
     for (std::size_t failing = 0; failing < 32; ++failing) {
       keychain.calls = 0;
-      keychain.fault = [failing, status = status](FaultyKeychain::Call, std::size_t call) {
-        return call == failing ? status : KeychainStatus::ok;
+      keychain.fault = [failing, answer = status](FaultyKeychain::Call, std::size_t call) {
+        return call == failing ? answer : KeychainStatus::ok;
       };
       const auto tokens = store.read();
       ASSERT_FALSE(tokens.has_value()) << number << " at " << failing;

@@ -139,7 +139,7 @@ class ContrastTest : public AppTest {
   void showSignIn() {
     network.answer("RESULT:OK\r\nVERSION:7200\r\nPASSWORD:False\r\n");
     show("eva");
-    ASSERT_TRUE(QTest::qWaitFor([this] { return find<QLineEdit>("eva_userid")->isVisible(); }));
+    ASSERT_TRUE(QTest::qWaitFor([] { return find<QLineEdit>("eva_userid")->isVisible(); }));
   }
 
   void measureButton(QAbstractButton* button, const std::string& what) {
