@@ -57,8 +57,7 @@ int failUnexpectedly(const std::exception& error) {
 }
 
 int failWithoutMemory() {
-  std::fputs("softtoken-cli: There is not enough memory; close other programs and try again\n",
-             stderr);
+  std::fputs("softtoken-cli: Not enough memory; close other programs and try again\n", stderr);
   return exit_failed;
 }
 

@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,12 +36,16 @@ std::string withHttps(const std::string& url) {
 
 // Runs on the worker and touches only its arguments.
 std::optional<std::string> firstRequest(TaHttp& http, const std::string& url, bool allow_http) {
-  if (auto problem = problemWithAddress(url, allow_http)) return problem;
-  vane::log("EVA: threadstart: doing initial GET...");
-  http.get(url);
-  vane::log("EVA: threadstart: http result: {}", http.status());
-  vane::log("EVA: threadstart: http error: {}", orNil(http.error()));
-  return std::nullopt;
+  try {
+    if (auto problem = problemWithAddress(url, allow_http)) return problem;
+    vane::log("EVA: threadstart: doing initial GET...");
+    http.get(url);
+    vane::log("EVA: threadstart: http result: {}", http.status());
+    vane::log("EVA: threadstart: http error: {}", orNil(http.error()));
+    return std::nullopt;
+  } catch (const std::bad_alloc&) {
+    return "Not enough memory; close other programs and try again";
+  }
 }
 
 }  // namespace

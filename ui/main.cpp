@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -46,16 +47,34 @@ constexpr int exit_usage = 2;
 
 class Application final : public QApplication {
  public:
-  using QApplication::QApplication;
+  Application(int& argc, char** argv) : QApplication(argc, argv) {
+    out_of_memory_.setSingleShot(true);
+    connect(&out_of_memory_, &QTimer::timeout, this, [this] {
+      if (ranOutOfMemory) ranOutOfMemory();
+    });
+  }
   std::function<void(const QString& link)> opened;
+  std::function<void()> ranOutOfMemory;
 
  private:
+  // An action that gets no memory is left where it was, and the user is told when it is over.
+  bool notify(QObject* receiver, QEvent* event) override {
+    try {
+      return QApplication::notify(receiver, event);
+    } catch (const std::bad_alloc&) {
+      out_of_memory_.start(0);
+      return false;
+    }
+  }
+
   // On macOS a link that the user opens arrives as an event, also in a running program.
   bool event(QEvent* event) override {
     if (event->type() != QEvent::FileOpen || !opened) return QApplication::event(event);
     opened(static_cast<QFileOpenEvent*>(event)->url().toString(QUrl::FullyEncoded));
     return true;
   }
+
+  QTimer out_of_memory_;
 };
 
 int fail(const std::string& error) {
@@ -111,6 +130,10 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   tray = &status_item;
 
   application.opened = [&delegate](const QString& link) { delegate.importLink(link); };
+  application.ranOutOfMemory = [&delegate] {
+    delegate.simpleMessageBox(
+        QStringLiteral("Not enough memory; close other programs and try again"));
+  };
   channel.received = [&delegate](const QString& what) { delegate.perform(what); };
   channel.listen();
   // In the event loop, so that a request to quit also closes the first question.

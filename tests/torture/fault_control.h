@@ -39,7 +39,8 @@ struct FaultControl {
   // The first and the last call that fail, from 1.
   std::int64_t first;
   std::int64_t last;
-  // Names of modules between spaces: what they allocate does not fail and does not count.
+  // Names of modules between spaces, or their beginnings followed by "*": what they call does not
+  // fail and does not count.
   char spared[512];
   char only[256];  // part of the path of the files that count; empty: all do
 

@@ -14,6 +14,7 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -497,6 +498,22 @@ TEST(BackgroundThreadTest, WorkThatHasNotBegunIsDroppedAtTheEnd) {
   }
   opener.join();
   EXPECT_FALSE(late);
+}
+
+TEST(BackgroundThreadTest, WaitingThrowsWhatTheWorkThrew) {
+  BackgroundThread thread;
+  const auto quick = [] { throw std::bad_alloc(); };
+  const auto slow = [] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    throw std::bad_alloc();
+  };
+  EXPECT_THROW(Wait::run(thread, quick, Wait::For::change), std::bad_alloc);
+  EXPECT_THROW(Wait::run(thread, slow, Wait::For::change), std::bad_alloc);
+  EXPECT_FALSE(Wait::isOn());
+  bool done = false;
+  EXPECT_TRUE(Wait::run(
+      thread, [&done] { done = true; }, Wait::For::change));
+  EXPECT_TRUE(done);
 }
 
 TEST(BackgroundThreadTest, WhoAsksLateIsToldAtOnce) {

@@ -1,6 +1,7 @@
 #include "ui/wait/background_thread.h"
 
 #include <chrono>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -25,8 +26,14 @@ void Errand::whenDone(std::function<void()> told) {
   if (done_ && told_) told_();
 }
 
-void Errand::finish() {
+void Errand::rethrow() {
   const std::lock_guard guard(mutex_);
+  if (thrown_) std::rethrow_exception(std::exchange(thrown_, nullptr));
+}
+
+void Errand::finish(std::exception_ptr thrown) {
+  const std::lock_guard guard(mutex_);
+  thrown_ = std::move(thrown);
   done_ = true;
   changed_.notify_all();
   if (told_) told_();
@@ -64,11 +71,16 @@ void BackgroundThread::workOn() {
     tasks_.pop_front();
     working_ = true;
     lock.unlock();
-    task.work();
+    std::exception_ptr thrown;
+    try {
+      task.work();
+    } catch (...) {
+      thrown = std::current_exception();
+    }
     task.work = nullptr;
     lock.lock();
     working_ = false;
-    task.errand->finish();
+    task.errand->finish(std::move(thrown));
   }
 }
 

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -14,6 +15,8 @@ namespace talvane {
 class Errand {
  public:
   [[nodiscard]] bool isDone();
+  /// After the end: throws what the work threw, if anything.
+  void rethrow();
   /// Blocks until the work is done, or until `end`. Returns whether it is done.
   bool awaitUntil(std::chrono::steady_clock::time_point end);
   /// Calls `told` when the work is done, on its thread; at once if it is. An empty one takes back
@@ -22,11 +25,12 @@ class Errand {
 
  private:
   friend class BackgroundThread;
-  void finish();
+  void finish(std::exception_ptr thrown);
 
   std::mutex mutex_;
   std::condition_variable changed_;
   std::function<void()> told_;
+  std::exception_ptr thrown_;
   bool done_ = false;
 };
 

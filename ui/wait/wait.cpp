@@ -33,7 +33,10 @@ class Waiting final : public QObject {
   bool run(BackgroundThread& thread, std::function<void()> work, Wait::For what) {
     if (loop_ != nullptr || (leaving_ && what == Wait::For::answer)) return false;
     const auto errand = thread.start(std::move(work));
-    if (errand->awaitUntil(endOfPatience())) return true;
+    if (errand->awaitUntil(endOfPatience())) {
+      errand->rethrow();
+      return true;
+    }
     QEventLoop loop;
     loop_ = &loop;
     what_ = what;
@@ -56,6 +59,7 @@ class Waiting final : public QObject {
     if (!std::exchange(ends_, true)) {
       QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::HighEventPriority);
     }
+    if (done) errand->rethrow();
     return done;
   }
 
