@@ -128,7 +128,7 @@ TEST_P(PictureTest, Enrolment) {
   take("sign-in", 270);
   if (scale_ == 1) {
     signIn("kim");
-    ASSERT_TRUE(focusComesTo("Please choose an 8-character PIN. "));
+    ASSERT_TRUE(focusComesTo("Please choose an 8-character PIN."));
     screen().type("1928");
     take("pin-and-questions", 460);
   } else {

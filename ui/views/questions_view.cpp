@@ -105,7 +105,7 @@ void QuestionsView::fill(const TaEnrolClient& client) {
   const QString prompt = QString::fromStdString(pinPrompt(client));
   form_.evgi_pinlabel->showText(prompt);
   forget(*form_.evgi_pin);
-  form_.evgi_pin->setAccessibleName(prompt);
+  form_.evgi_pin->setAccessibleName(prompt.trimmed());
   form_.evgi_questionlabel->showText(QString::fromStdString(ini_.StrSecretQuestions));
   form_.evgi_pinlabel->setTextColour(Qt::white);
   form_.evgi_questionlabel->setTextColour(Qt::white);
