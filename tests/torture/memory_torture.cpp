@@ -248,6 +248,12 @@ TEST_F(MemoryTorture, NothingIsLeftAMinuteLater) {
   EXPECT_EQ(storedNames(), (Strings{"Stored", "Typed", "Torture"}));
   std::this_thread::sleep_for(torture::isShort() ? 10s : 60s);
 
+  // The search finds what is there.
+  long arguments = 0;
+  forEachPiece(program_.id(), [&](std::string_view memory, const std::string& /*map*/) {
+    arguments += countIn(memory, "--no-console-log");
+  });
+  EXPECT_GT(arguments, 0);
   for (const auto& [name, text] : secrets) {
     Row row(name);
     row.run();
