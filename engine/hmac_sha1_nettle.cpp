@@ -16,7 +16,10 @@ std::array<std::uint8_t, 20> hmacSha1(std::span<const std::uint8_t> key,
   hmac_sha1_update(&context, message.size(), message.data());
   std::array<std::uint8_t, SHA1_DIGEST_SIZE> digest;
   hmac_sha1_digest(&context, digest.size(), digest.data());
-  clearMemory(&context, sizeof context);
+  // The key is in the chaining values alone: the blocks hold the message and the inner digest.
+  for (sha1_ctx* hash : {&context.outer, &context.inner, &context.state}) {
+    clearMemory(hash->state, sizeof hash->state);
+  }
   return digest;
 }
 
