@@ -230,7 +230,7 @@ Screen::Watch::Watch(const Screen& screen) : connection_(std::make_unique<Connec
 
 Screen::Watch::~Watch() = default;
 
-std::vector<Rectangle> Screen::Watch::places(int width) const {
+std::vector<Rectangle> Screen::Watch::places(int wanted_width) const {
   Display* display = connection_->display.get();
   std::vector<Rectangle> result;
   XSync(display, False);
@@ -240,7 +240,7 @@ std::vector<Rectangle> Screen::Watch::places(int width) const {
     if (event.type != ConfigureNotify) continue;
     const XConfigureEvent& moved = event.xconfigure;
     const Rectangle place{moved.x, moved.y, moved.width, moved.height};
-    if (moved.width != width || (!result.empty() && result.back() == place)) continue;
+    if (moved.width != wanted_width || (!result.empty() && result.back() == place)) continue;
     result.push_back(place);
   }
   return result;

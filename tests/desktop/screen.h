@@ -71,7 +71,7 @@ class Screen {
     Watch(const Watch&) = delete;
     Watch& operator=(const Watch&) = delete;
     /// The places, in order and without repetitions, of the windows this wide that have been shown.
-    [[nodiscard]] std::vector<Rectangle> places(int width) const;
+    [[nodiscard]] std::vector<Rectangle> places(int wanted_width) const;
 
    private:
     struct Connection;

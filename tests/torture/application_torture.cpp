@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
@@ -68,9 +69,9 @@ class Control {
     std::strncpy(control_->spared, spared, sizeof(control_->spared) - 1);
     control_->error = kind.error;
     control_->first = control_->last = number;
-    __atomic_store_n(&control_->call, kind.call, __ATOMIC_SEQ_CST);
+    std::atomic_ref(control_->call).store(kind.call);
   }
-  void disarm() { __atomic_store_n(&control_->call, Call::none, __ATOMIC_SEQ_CST); }
+  void disarm() { std::atomic_ref(control_->call).store(Call::none); }
   const FaultControl& get() const { return *control_; }
 
  private:

@@ -156,7 +156,7 @@ TEST_F(HelpTest, AboutText) {
 TEST_F(HelpTest, ExitEndsTheProgram) {
   show("hv");
   clearTrace();
-  QTimer::singleShot(0, [this] { button("hvexit")->click(); });
+  QTimer::singleShot(0, [] { button("hvexit")->click(); });
   bool hung = false;
   QTimer watchdog;
   watchdog.setSingleShot(true);

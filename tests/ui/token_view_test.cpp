@@ -214,9 +214,9 @@ TEST_F(TokenViewTest, TimerTicksByItself) {
   clock = 29;
   show("tv");
   clock = 30;
-  EXPECT_TRUE(QTest::qWaitFor([this] { return codes() == Lines{code1}; }, 3000));
+  EXPECT_TRUE(QTest::qWaitFor([] { return codes() == Lines{code1}; }, 3000));
   clock = 60;
-  EXPECT_TRUE(QTest::qWaitFor([this] { return codes() == Lines{code2}; }, 3000));
+  EXPECT_TRUE(QTest::qWaitFor([] { return codes() == Lines{code2}; }, 3000));
 }
 
 TEST_F(TokenViewTest, TimerTicksOnFullSeconds) {
