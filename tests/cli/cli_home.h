@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -11,6 +10,7 @@
 #include "platform/device_identifiers.h"
 #include "tests/cli/process.h"
 #include "tests/cli/terminal_process.h"
+#include "tests/support/now.h"
 #include "tests/support/temporary_folder.h"
 
 namespace talvane::test {
@@ -100,9 +100,9 @@ std::string oathPasscode(const std::string& seed, int period, std::int64_t time)
 template <typename Command>
 auto inOneStep(int period, Command command) {
   for (;;) {
-    const std::int64_t before = std::time(nullptr);
+    const std::int64_t before = now();
     auto result = command();
-    if (before / period == std::time(nullptr) / period) return std::pair(std::move(result), before);
+    if (before / period == now() / period) return std::pair(std::move(result), before);
   }
 }
 
