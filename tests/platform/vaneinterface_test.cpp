@@ -353,6 +353,18 @@ TEST_F(IdentityTest, OtherCharactersWrapAround) {
   EXPECT_EQ(of("0-", "", ""), 0x7FFFFD60U);
 }
 
+// The characters beside the digits and the capitals: code - 87, the top bit cleared.
+TEST_F(IdentityTest, NeighboursOfDigitsAndLettersCountAsOthers) {
+  EXPECT_EQ(of("/", "", ""), 0x7FFFFFD8U);
+  EXPECT_EQ(of("0", "", ""), 0U);
+  EXPECT_EQ(of("9", "", ""), 9U);
+  EXPECT_EQ(of(":", "", ""), 0x7FFFFFE3U);
+  EXPECT_EQ(of("@", "", ""), 0x7FFFFFE9U);
+  EXPECT_EQ(of("A", "", ""), 10U);
+  EXPECT_EQ(of("Z", "", ""), 35U);
+  EXPECT_EQ(of("[", "", ""), 4U);
+}
+
 TEST_F(IdentityTest, KeyStaysInPlaceAndTheSame) {
   of("9f", "A0", "ada");
   gateway.setConsole(false);
