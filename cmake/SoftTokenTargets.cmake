@@ -6,10 +6,12 @@ include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
 # Hardening, as far as the compiler and the processor have it. script/check-hardening looks at the
-# result.
+# result. A flag that a compiler only warns of is of no use on its system.
 foreach(flag -fcf-protection -fstack-clash-protection)
   string(MAKE_C_IDENTIFIER "SOFTTOKEN${flag}" known)
+  set(CMAKE_REQUIRED_FLAGS -Werror)
   check_cxx_compiler_flag("${flag}" ${known})
+  unset(CMAKE_REQUIRED_FLAGS)
   if(${known})
     list(APPEND hardening "${flag}")
   endif()
