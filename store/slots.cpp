@@ -16,6 +16,7 @@
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "platform/device_identifiers.h"
 #include "platform/keychain_service.h"
 #include "platform/vaneinterface.h"
 #include "store/problem.h"

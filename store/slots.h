@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "engine/vane.h"
+#include "platform/device_identifiers.h"
 #include "platform/vaneinterface.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"
