@@ -154,8 +154,14 @@ AppTest::AppTest() {
 }
 
 AppTest::~AppTest() {
+  end();
+}
+
+void AppTest::end() {
   app_.reset();
   turnEventLoop();
+  // Waits for the call under way.
+  keychain_thread_.reset();
 }
 
 void AppTest::setSettings(const std::string& text) {

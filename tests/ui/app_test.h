@@ -107,6 +107,9 @@ class AppTest : public testing::Test {
   /// Starts the program. The question about the login items is answered already unless a test has
   /// changed `defaults`.
   void launch();
+  /// Ends the program, and the calls to the keychain: a test whose members they use does that in
+  /// its destructor.
+  void end();
   /// The program, launched with its views made.
   SoftTokenOSXAppDelegate& app();
 

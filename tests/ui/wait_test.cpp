@@ -77,6 +77,7 @@ class WaitTest : public AppTest {
     gate_.open();
     // What a request waits for.
     network.cancel();
+    end();
   }
 
   /// Does it once, when the program waits.
