@@ -9,6 +9,7 @@
 #include <QTimer>
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -40,8 +41,10 @@ class Waiting final : public QObject {
     QEventLoop loop;
     loop_ = &loop;
     what_ = what;
-    errand->whenDone(
-        [&loop] { QMetaObject::invokeMethod(&loop, &QEventLoop::quit, Qt::QueuedConnection); });
+    // Made beforehand: the other thread may have no memory left.
+    const auto quit =
+        std::make_shared<std::unique_ptr<QEvent>>(std::make_unique<QEvent>(QEvent::Quit));
+    errand->whenDone([&loop, quit] { QCoreApplication::postEvent(&loop, quit->release()); });
     QCoreApplication::instance()->installEventFilter(this);
     if (host_ != nullptr) host_->waitBegins();
     loop.exec();
