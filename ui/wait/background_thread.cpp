@@ -51,8 +51,8 @@ BackgroundThread::~BackgroundThread() {
 std::shared_ptr<Errand> BackgroundThread::start(std::function<void()> work) {
   auto errand = std::make_shared<Errand>();
   const std::lock_guard guard(mutex_);
-  tasks_.push_back({std::move(work), errand});
   if (!thread_.joinable()) thread_ = std::thread([this] { workOn(); });
+  tasks_.push_back({std::move(work), errand});
   changed_.notify_all();
   return errand;
 }

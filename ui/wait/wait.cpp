@@ -10,6 +10,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -33,34 +34,43 @@ class Waiting final : public QObject {
  public:
   bool run(BackgroundThread& thread, std::function<void()> work, Wait::For what) {
     if (loop_ != nullptr || (leaving_ && what == Wait::For::answer)) return false;
+    // What needs memory comes first: work that has begun must be waited for.
+    const Clock::time_point end_of_patience = endOfPatience();
+    QEventLoop loop;
+    const auto quit =
+        std::make_shared<std::unique_ptr<QEvent>>(std::make_unique<QEvent>(QEvent::Quit));
+    std::function<void()> told = [&loop, quit] {
+      QCoreApplication::postEvent(&loop, quit->release());
+    };
+    auto end_of_operation = std::make_unique<QEvent>(QEvent::User);
     const auto errand = thread.start(std::move(work));
-    if (errand->awaitUntil(endOfPatience())) {
+    if (errand->awaitUntil(end_of_patience)) {
       errand->rethrow();
       return true;
     }
-    QEventLoop loop;
     loop_ = &loop;
     what_ = what;
-    // Made beforehand: the other thread may have no memory left.
-    const auto quit =
-        std::make_shared<std::unique_ptr<QEvent>>(std::make_unique<QEvent>(QEvent::Quit));
-    errand->whenDone([&loop, quit] { QCoreApplication::postEvent(&loop, quit->release()); });
+    errand->whenDone(std::move(told));
     QCoreApplication::instance()->installEventFilter(this);
-    if (host_ != nullptr) host_->waitBegins();
+    unlessMemoryIsShort([this] {
+      if (host_ != nullptr) host_->waitBegins();
+    });
     loop.exec();
     QCoreApplication::instance()->removeEventFilter(this);
     errand->whenDone({});
     loop_ = nullptr;
     busy_since_ = Clock::now();
-    for (PutOff& put_off : std::exchange(put_off_, {})) {
-      Wait::later(put_off.context, std::move(put_off.work));
-    }
+    unlessMemoryIsShort([this] {
+      for (PutOff& put_off : std::exchange(put_off_, {})) {
+        Wait::later(put_off.context, std::move(put_off.work));
+      }
+    });
     const bool done = errand->isDone();
     // The program quits.
     if (!done) leaving_ = true;
     // Before the panel is painted again.
     if (!std::exchange(ends_, true)) {
-      QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::HighEventPriority);
+      QCoreApplication::postEvent(this, end_of_operation.release(), Qt::HighEventPriority);
     }
     if (done) errand->rethrow();
     return done;
@@ -96,11 +106,21 @@ class Waiting final : public QObject {
   [[nodiscard]] bool isLeaving() const { return leaving_; }
 
  private:
+  // The sign of a wait and what was put off may be missing; the result of the work may not.
+  template <typename Work>
+  static void unlessMemoryIsShort(Work work) {
+    try {
+      work();
+    } catch (const std::bad_alloc&) {
+    }
+  }
+
   // All the short waits since the last turn of the event loop share one patience.
   Clock::time_point endOfPatience() {
-    if (!std::exchange(counts_, true)) {
-      busy_since_ = Clock::now();
+    if (!counts_) {
       QTimer::singleShot(0, this, [this] { counts_ = false; });
+      counts_ = true;
+      busy_since_ = Clock::now();
     }
     return busy_since_ + unnoticed;
   }
