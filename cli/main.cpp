@@ -18,6 +18,7 @@
 #include "platform/core_dumps.h"
 #include "platform/folders.h"
 #include "platform/keychains.h"
+#include "store/problem.h"
 
 namespace talvane {
 namespace {
@@ -57,7 +58,7 @@ int failUnexpectedly(const std::exception& error) {
 }
 
 int failWithoutMemory() {
-  std::fputs("softtoken-cli: Not enough memory; close other programs and try again\n", stderr);
+  std::fprintf(stderr, "softtoken-cli: %s\n", not_enough_memory);
   return exit_failed;
 }
 

@@ -44,7 +44,7 @@ std::optional<std::string> firstRequest(TaHttp& http, const std::string& url, bo
     vane::log("EVA: threadstart: http error: {}", orNil(http.error()));
     return std::nullopt;
   } catch (const std::bad_alloc&) {
-    return "Not enough memory; close other programs and try again";
+    return not_enough_memory;
   }
 }
 

@@ -7,6 +7,10 @@
 
 namespace talvane {
 
+/// The words for a failed allocation.
+inline constexpr const char* not_enough_memory =
+    "Not enough memory; close other programs and try again";
+
 /// Why an operation on the user's tokens failed. Unless the words say otherwise, it changed
 /// nothing.
 struct Problem {

@@ -84,8 +84,7 @@ auto withoutThrowing(Change change) -> decltype(change()) {
   try {
     return change();
   } catch (const std::bad_alloc&) {
-    return tl::unexpected(
-        Problem{Next::try_again, "Not enough memory; close other programs and try again"});
+    return tl::unexpected(Problem{Next::try_again, not_enough_memory});
   }
 }
 

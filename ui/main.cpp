@@ -25,6 +25,7 @@
 #include "platform/login_item.h"
 #include "platform/url_loading.h"
 #include "platform/user_defaults.h"
+#include "store/problem.h"
 #include "ui/app_delegate.h"
 #include "ui/desktop/display.h"
 #include "ui/desktop/instance_channel.h"
@@ -131,8 +132,7 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
 
   application.opened = [&delegate](const QString& link) { delegate.importLink(link); };
   application.ranOutOfMemory = [&delegate] {
-    delegate.simpleMessageBox(
-        QStringLiteral("Not enough memory; close other programs and try again"));
+    delegate.simpleMessageBox(QLatin1String(not_enough_memory));
   };
   channel.received = [&delegate](const QString& what) { delegate.perform(what); };
   channel.listen();

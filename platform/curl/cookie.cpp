@@ -1,4 +1,5 @@
 #include "platform/curl/cookie.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>

@@ -216,26 +216,45 @@ TEST_F(Enrol, DamagedRecordIsToldBeforeTheServerIsAsked) {
   expectFailure(home.run({"enrol", "http://127.0.0.1:9"}, "anna\n"), 4, "delete 0");
 }
 
-// A server that wants something done elsewhere, for as long as it is asked.
+// A server that listens while it lives.
+class Listening {
+ public:
+  explicit Listening(httplib::Server& server)
+      : server_(server),
+        port_(server.bind_to_any_port("127.0.0.1")),
+        thread_([&server] { server.listen_after_bind(); }) {
+    while (!server_.is_running()) std::this_thread::yield();
+  }
+  ~Listening() {
+    server_.stop();
+    thread_.join();
+  }
+  Listening(const Listening&) = delete;
+  Listening& operator=(const Listening&) = delete;
+  [[nodiscard]] std::string address() const { return "http://127.0.0.1:" + std::to_string(port_); }
+
+ private:
+  httplib::Server& server_;
+  int port_;
+  std::thread thread_;
+};
+
 TEST_F(Enrol, StatusesOtherThan200AreTold) {
-  httplib::Server elsewhere;
-  elsewhere.Get("/busy.*", [](const httplib::Request& /*request*/, httplib::Response& response) {
+  httplib::Server busy;
+  busy.Get("/busy.*", [](const httplib::Request& /*request*/, httplib::Response& response) {
     response.status = 503;
   });
-  elsewhere.Get("/ready.*", [](const httplib::Request& /*request*/, httplib::Response& response) {
+  busy.Get("/ready.*", [](const httplib::Request& /*request*/, httplib::Response& response) {
     response.set_content("RESULT:OK\r\nVERSION:7200\r\n", "text/plain");
   });
-  const int port = elsewhere.bind_to_any_port("127.0.0.1");
-  std::thread serving([&elsewhere] { elsewhere.listen_after_bind(); });
-  while (!elsewhere.is_running()) std::this_thread::yield();
-  const std::string address = "http://127.0.0.1:" + std::to_string(port);
-  expectRefused("anna\n", address + "/busy", "The server answered with HTTP status 503; try again");
-  expectRefused("anna\n", address + "/ready",
+  const Listening listening(busy);
+  expectRefused("anna\n", listening.address() + "/busy",
+                "The server answered with HTTP status 503; try again");
+  expectRefused("anna\n", listening.address() + "/ready",
                 "The server answered with HTTP status 404; try again");
-  elsewhere.stop();
-  serving.join();
 }
 
+// The server wants something done elsewhere, for as long as it is asked.
 TEST_F(Enrol, ChallengeWithoutAFieldWaitsForTheUser) {
   httplib::Server elsewhere;
   int posts = 0;
@@ -249,12 +268,11 @@ TEST_F(Enrol, ChallengeWithoutAFieldWaitsForTheUser) {
         "INPUT:STATE=1\r\n",
         "text/plain");
   });
-  const int port = elsewhere.bind_to_any_port("127.0.0.1");
-  std::thread serving([&elsewhere] { elsewhere.listen_after_bind(); });
-  while (!elsewhere.is_running()) std::this_thread::yield();
-  const Ended ended = home.run({"enrol", "http://127.0.0.1:" + std::to_string(port)}, "anna\n\n");
-  elsewhere.stop();
-  serving.join();
+  Ended ended;
+  {
+    const Listening listening(elsewhere);
+    ended = home.run({"enrol", listening.address()}, "anna\n\n");
+  }
   EXPECT_EQ(ended.exit_code, 2) << ended.err;
   EXPECT_NE(ended.err.find("Confirm on your phone"), std::string::npos) << ended.err;
   // The user's name, and one Return.
@@ -274,22 +292,13 @@ class OffClockServer {
       response.set_header("Date", text.data());
       response.set_content("RESULT:OK\r\n", "text/plain");
     });
-    port_ = server_.bind_to_any_port("127.0.0.1");
-    thread_ = std::thread([this] { server_.listen_after_bind(); });
-    while (!server_.is_running()) std::this_thread::yield();
+    listening_.emplace(server_);
   }
-  ~OffClockServer() {
-    server_.stop();
-    thread_.join();
-  }
-  OffClockServer(const OffClockServer&) = delete;
-  OffClockServer& operator=(const OffClockServer&) = delete;
-  [[nodiscard]] std::string address() const { return "http://127.0.0.1:" + std::to_string(port_); }
+  [[nodiscard]] std::string address() const { return listening_->address(); }
 
  private:
   httplib::Server server_;
-  int port_ = 0;
-  std::thread thread_;
+  std::optional<Listening> listening_;
 };
 
 Ended doctorWithServer(const std::string& address) {

@@ -37,10 +37,9 @@ class Waiting final : public QObject {
     // What needs memory comes first: work that has begun must be waited for.
     const Clock::time_point end_of_patience = endOfPatience();
     QEventLoop loop;
-    const auto quit =
-        std::make_shared<std::unique_ptr<QEvent>>(std::make_unique<QEvent>(QEvent::Quit));
-    std::function<void()> told = [&loop, quit] {
-      QCoreApplication::postEvent(&loop, quit->release());
+    auto quit = std::make_unique<QEvent>(QEvent::Quit);
+    std::function<void()> told = [&loop, &quit] {
+      QCoreApplication::postEvent(&loop, quit.release());
     };
     auto end_of_operation = std::make_unique<QEvent>(QEvent::User);
     const auto errand = thread.start(std::move(work));
