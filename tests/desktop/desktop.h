@@ -68,11 +68,11 @@ class DesktopTest : public ::testing::Test {
   /// The panel, wherever it is.
   [[nodiscard]] std::optional<ShownWindow> panel() const;
   /// Whether the panel is open and has come to rest under the menu bar, or closed.
-  [[nodiscard]] bool opens() const;
+  [[nodiscard]] bool opens();
   [[nodiscard]] bool closes() const;
   void clickIcon() const;
   /// Clicks the icon and waits until the panel is open.
-  void openPanel() const;
+  void openPanel();
 
   [[nodiscard]] std::vector<Thing> showing();
   /// The thing of this role and name, once there is one.
