@@ -75,6 +75,7 @@ TEST(Watch, WithoutTokensOnATerminalEndsAsWell) {
 }
 
 TEST(Watch, LeavesNoCoreDumpUnlessDebugIsOn) {
+  if (!WithCoreDumps::arePossible()) GTEST_SKIP() << "core dumps are forbidden here";
   if (sanitized) GTEST_SKIP() << "the sanitizer forbids core dumps";
   const CliHome home;
   home.add("Mail");

@@ -60,6 +60,7 @@ TEST_F(StartTest, AClickOpensAndTheNextCloses) {
 }
 
 TEST_F(StartTest, NoCoreDumpIsLeftUnlessDebugIsOn) {
+  if (!WithCoreDumps::arePossible()) GTEST_SKIP() << "core dumps are forbidden here";
   if (sanitized) GTEST_SKIP() << "the sanitizer forbids core dumps";
   const WithCoreDumps some;
   start();
