@@ -227,7 +227,7 @@ void vane::DeleteToken(std::uint32_t index) {
   if (gateway_ != nullptr) gateway_->KeyChainDelete(name);
 }
 
-bool vane::DeleteTokens(std::span<const std::uint8_t, max_tokens> selected) {
+void vane::DeleteTokens(std::span<const std::uint8_t, max_tokens> selected) {
   std::int32_t ti = 0;  // where the token shown at position i lives now
   for (std::int32_t i = 0; i < max_tokens; ++i) {
     log("  vane::DeleteTokens: start of loop i:{} ti:{}\n ==================", i, ti);
@@ -238,27 +238,23 @@ bool vane::DeleteTokens(std::span<const std::uint8_t, max_tokens> selected) {
     log(" vane::DeleteTokens: i:{} is selected", i);
     DeleteToken(static_cast<std::uint32_t>(ti));
     // From here on the positions count on its being gone.
-    if (inTrouble()) return false;
-    const auto later = selected.subspan(static_cast<std::size_t>(i) + 1);
-    const bool was_last =
-        std::all_of(later.begin(), later.end(), [](auto flag) { return flag == 0; });
+    if (inTrouble()) return;
     log(" vane::DeleteTokens: shifting subsequent tokens down...");
     for (std::int32_t j = ti + 1; j < max_tokens; ++j) {
       std::unique_ptr<SoftTokenInfo> token;
       if (!ReadToken(static_cast<std::uint32_t>(j), &token)) {
-        if (inTrouble()) return was_last;
+        if (inTrouble()) return;
         continue;
       }
       logWriteBegin(j - 1, *token);
       // The old slot is given up only for a token that stands in the new one; nor may the next
       // token be written over one that stayed.
-      if (saveToken(j - 1, *token) != Saved::yes) return was_last;
+      if (saveToken(j - 1, *token) != Saved::yes) return;
       DeleteToken(static_cast<std::uint32_t>(j));
-      if (inTrouble()) return was_last;
+      if (inTrouble()) return;
     }
     log("question: trash: shifting done");
   }
-  return true;
 }
 
 }  // namespace talvane

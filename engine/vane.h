@@ -104,8 +104,8 @@ class vane {
   static void DeleteToken(std::uint32_t index);
   /// Deletes the tokens at the positions whose flag is set and moves the later ones down. Stops
   /// early, and leaves the rest in place, if a token cannot be written to its new slot or the
-  /// keychain does not answer. Returns false if any of them is left.
-  static bool DeleteTokens(std::span<const std::uint8_t, max_tokens> selected);
+  /// keychain does not answer.
+  static void DeleteTokens(std::span<const std::uint8_t, max_tokens> selected);
 
   // Token creation.
 
