@@ -87,6 +87,16 @@ TEST_F(LoginStringTest, OnlyTheFirstSixBytesMakeTheScrambleValue) {
             vane::GenerateFlickpassQrcodeWithUsername("u", "p", "1", "123456789").substr(0, 2));
 }
 
+TEST_F(LoginStringTest, ShortPasscodeEndsWhereItEnds) {
+  for (std::size_t length = 0; length < 6; ++length) {
+    const std::string_view beginning = "999999"sv.substr(0, length);
+    const std::string alone(beginning);
+    EXPECT_EQ(vane::GenerateFlickpassQrcodeWithUsername("jo", "1", "1", beginning),
+              vane::GenerateFlickpassQrcodeWithUsername("jo", "1", "1", alone))
+        << length;
+  }
+}
+
 TEST_F(LoginStringTest, LengthIsTwoAndTwoForEachByteForAnyInput) {
   std::mt19937 random(12);
   for (int round = 0; round < 5000; ++round) {

@@ -105,6 +105,7 @@ TEST_F(PasscodeTest, ShorterSeedsAreFilledUpWithZeros) {
 
 TEST_F(PasscodeTest, SeedEndsAtAnEmbeddedNul) {
   EXPECT_EQ(vane::GeneratePasscode("JBSWY3DP\0EHPK3PX"sv, 1), "409098");
+  EXPECT_EQ(vane::GeneratePasscode("JBSWY3DP\0EHP\0PX"sv, 1), "409098") << "the first one";
   EXPECT_EQ(vane::GeneratePasscode("\0BSWY3DPEHPK3PXP"sv, 1), "812658");
   EXPECT_EQ(vane::GeneratePasscode("JBSWY3DPEHPK\0PXP"sv, 1), std::nullopt);
 }

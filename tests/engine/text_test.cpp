@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -108,6 +109,8 @@ TEST(Utf16, CodeUnitsOfWellFormedText) {
   EXPECT_EQ(utf16(""), u"");
   EXPECT_EQ(utf16("aé名"), u"aé名");
   EXPECT_EQ(utf16("😀"), (std::u16string{0xD83D, 0xDE00}));
+  EXPECT_EQ(utf16("\uFFFF"), (std::u16string{0xFFFF}));
+  EXPECT_EQ(utf16("\U00010000"), (std::u16string{0xD800, 0xDC00}));
   EXPECT_EQ(utf16("\U0010FFFF"), (std::u16string{0xDBFF, 0xDFFF}));
   EXPECT_EQ(utf16("a\0b"sv), (std::u16string{'a', 0, 'b'}));
 }
@@ -230,6 +233,13 @@ TEST(WithoutLineEnds, BytesOfHalfASeparatorStay) {
             "a");
 }
 
+TEST(Trimmed, WhiteSpaceIsCutAtBothEnds) {
+  EXPECT_EQ(trimmed(" \t\u00A0a b\u3000\r\n "), "a b");
+  EXPECT_EQ(trimmed("ab"), "ab");
+  EXPECT_EQ(trimmed(" \n"), "");
+  EXPECT_EQ(trimmed(""), "");
+}
+
 TEST(Split, PiecesBetweenTheSeparators) {
   EXPECT_EQ(split("Mail|Work mail", '|'), (Pieces{"Mail", "Work mail"}));
   EXPECT_EQ(split("Mail", '|'), Pieces{"Mail"});
@@ -275,6 +285,20 @@ TEST(PercentDecoded, EscapeAndRawByteMayMakeOneCharacter) {
   EXPECT_EQ(percentDecoded("\xC3%A9"), "é");
 }
 
+TEST(PercentDecoded, DigitsAreThoseOfHexadecimalNumbers) {
+  for (char c = 1; c < 127; ++c) {
+    const bool is_digit = std::isxdigit(static_cast<unsigned char>(c)) != 0;
+    const std::string low{'%', '4', c};
+    const std::string high{'%', c, '1'};
+    const int value = is_digit ? std::stoi(std::string(1, c), nullptr, 16) : 0;
+    EXPECT_EQ(percentDecoded(low),
+              is_digit ? std::string(1, static_cast<char>(0x40 + value)) : low);
+    if (value >= 8) continue;  // not ASCII
+    EXPECT_EQ(percentDecoded(high),
+              is_digit ? std::string(1, static_cast<char>(value * 16 + 1)) : high);
+  }
+}
+
 TEST(LeadingInteger, NumberAtTheStart) {
   EXPECT_EQ(leadingInteger("60"), 60);
   EXPECT_EQ(leadingInteger("0"), 0);
@@ -285,6 +309,8 @@ TEST(LeadingInteger, NumberAtTheStart) {
   EXPECT_EQ(leadingInteger("60 seconds"), 60);
   EXPECT_EQ(leadingInteger("60.9"), 60);
   EXPECT_EQ(leadingInteger("6 0"), 6);
+  EXPECT_EQ(leadingInteger("6:0"), 6);
+  EXPECT_EQ(leadingInteger("6/0"), 6);
   EXPECT_EQ(leadingInteger("0x10"), 0);
   EXPECT_EQ(leadingInteger("1e3"), 1);
   EXPECT_EQ(leadingInteger("6\0"
