@@ -194,10 +194,6 @@ TokenStore::Selection repeated(const Slots& slots, const TokenStore::Selection& 
   return second;
 }
 
-bool isEmpty(const TokenStore::Selection& selected) {
-  return std::all_of(selected.begin(), selected.end(), [](auto flag) { return flag == 0; });
-}
-
 // Whether the selected slots are gone, all others are there in the same order, and no token became
 // hidden.
 bool isDeleted(const TokenStore::Selection& selected, const Slots& before, const Slots& after) {
@@ -237,7 +233,7 @@ bool isDeleted(const TokenStore::Selection& selected, const Slots& before, const
 Result<Slots> clearRepeated(vaneinterface& gateway, const Recording& recording, Slots&& before,
                             const TokenStore::Selection& preferred = {}) {
   const TokenStore::Selection second = repeated(before, {}, preferred);
-  if (isEmpty(second)) return std::move(before);
+  if (second == TokenStore::Selection{}) return std::move(before);
   const EngineLog::Pause quiet;
   deleteSlots(second, before);
   auto after = lookAtSlots(gateway, recording, LookLog::off);

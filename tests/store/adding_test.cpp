@@ -237,6 +237,52 @@ TEST_F(AddingTest, ChangeThatCannotBeBegunOrIsNotKept) {
   expectRefused(adding(token("B")), Next::check_keychain, "words for -36 [-36]");
 }
 
+TEST_F(AddingTest, SaveThatFails) {
+  fill({"A"});
+  keychain.fault = [](FaultyKeychain::Call call, std::size_t) {
+    return call == FaultyKeychain::Call::add ? KeychainStatus::disk_full : KeychainStatus::ok;
+  };
+  expectRefused(adding(token("B")), Next::check_keychain, "words for -34 [-34]");
+  expectRefused([&] { return store.addIssued(token("B"), "", SameName::refuse); },
+                Next::check_keychain, "words for -34 [-34]");
+}
+
+TEST_F(AddingTest, KeychainThatContradictsItself) {
+  fill({"A"});
+  keychain.undoes = true;
+  keychain.calls = 0;
+  ASSERT_TRUE(store.checkRoom().has_value());
+  const std::size_t one_look = keychain.calls;
+  const auto one_token = keychain.memory.items;
+  constexpr const char* words =
+      "The keychain gave contradictory answers and nothing was stored; try again";
+  for (const bool issued : {false, true}) {
+    const auto add = [&] {
+      keychain.calls = 0;
+      return issued ? store.addIssued(token("B"), "", SameName::refuse)
+                    : store.add(token("B"), SameName::refuse);
+    };
+    // At the first look the slots are empty.
+    keychain.fault = [=](FaultyKeychain::Call, std::size_t call) {
+      return call < one_look ? KeychainStatus::item_not_found : KeychainStatus::ok;
+    };
+    expectRefused(add, Next::try_again, words);
+    // At one moment after it one slot is.
+    std::size_t refusals = 0;
+    for (std::size_t moment = one_look; moment < one_look + 6; ++moment) {
+      keychain.fault = [=](FaultyKeychain::Call kind, std::size_t call) {
+        return kind == FaultyKeychain::Call::find && call == moment ? KeychainStatus::item_not_found
+                                                                    : KeychainStatus::ok;
+      };
+      const auto added = add();
+      EXPECT_EQ(names(), added ? (Names{"A", "B"}) : Names{"A"}) << moment;
+      if (!added && added.error().words == words) ++refusals;
+      keychain.memory.items = one_token;
+    }
+    EXPECT_GT(refusals, 0U);
+  }
+}
+
 TEST_F(AddingTest, AnotherProgramChangesTheTokens) {
   fill({"A"});
   const StoreLock lock(dataFolder());

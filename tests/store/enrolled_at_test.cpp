@@ -31,6 +31,12 @@ TEST_F(EnrolledAtTest, SameServerReplacesItsToken) {
   EXPECT_EQ(names(), Names{"A"});
 }
 
+TEST_F(EnrolledAtTest, NewTokenComesFromNowhere) {
+  ASSERT_TRUE(store.addIssued(token("A"), server, SameName::refuse).has_value());
+  keychain.memory.items.clear();
+  EXPECT_FALSE(comesFrom(server, "A"));
+}
+
 TEST_F(EnrolledAtTest, OtherServerDoesNot) {
   ASSERT_TRUE(store.addIssued(token("A"), server, SameName::refuse).has_value());
   EXPECT_FALSE(comesFrom(other_server, "A"));

@@ -173,6 +173,19 @@ TEST_F(ReadingTest, AlteredRecord) {
   EXPECT_EQ(read().obstacle->repair, "restore the keychain from a backup");
 }
 
+TEST_F(ReadingTest, RecordThatDoesNotSayWhoseItIs) {
+  fill({"A"});
+  auto record = unarchiveRecord(item(0).get());
+  ASSERT_TRUE(record.has_value());
+  for (const char* name : {"fpsn", "fphd", "fpus"}) record->erase(name);
+  item(0) = archiveRecord(*record);
+  identifiers.sound.serial = "of another machine";
+  expectObstacle(Kind::foreign, 0, 0,
+                 "The record in slot 0 does not load: it belongs to another computer or user, or "
+                 "was changed");
+  EXPECT_EQ(read().obstacle->repair, "restore the keychain from a backup");
+}
+
 TEST_F(ReadingTest, IdentityThatCannotBeRead) {
   fill({"A"});
   identifiers.sound.trouble = "/etc/machine-id: Permission denied";

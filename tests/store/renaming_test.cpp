@@ -127,6 +127,18 @@ TEST_F(RenamingTest, ChangeThatCannotBeBegunOrIsNotKept) {
   expectRefused([&] { return rename(0, "new"); }, Next::check_keychain, "words for -36 [-36]");
 }
 
+TEST_F(RenamingTest, RecordThatIsMissingAfterItWasReplaced) {
+  keychain.undoes = true;
+  bool replaced = false;
+  keychain.fault = [&replaced](FaultyKeychain::Call call, std::size_t) {
+    if (call == FaultyKeychain::Call::replace) replaced = true;
+    return replaced && call == FaultyKeychain::Call::find ? KeychainStatus::item_not_found
+                                                          : KeychainStatus::ok;
+  };
+  expectRefused([&] { return rename(0, "Mail"); }, Next::try_again,
+                "The keychain gave contradictory answers and nothing was renamed; try again");
+}
+
 TEST_F(RenamingTest, KeychainThatFailsAnywhereKeepsTheOldNames) {
   keychain.undoes = true;
   const Rename wanted[] = {{0, seen.list[0].get(), "Ay"}, {1, seen.list[1].get(), "Bea"}};
