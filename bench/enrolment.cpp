@@ -93,7 +93,9 @@ class QuickViews final : public EnrolViews {
   void eva_layout() override {}
   void setAuthenticationMessage(const std::string& /*text*/) override {}
   void enableAuthenticationSubmit(bool /*enabled*/) override {}
-  std::string input(Field field) override { return field == Field::userid ? "anna" : "ABCD"; }
+  Cleared<std::string> input(Field field) override {
+    return std::string(field == Field::userid ? "anna" : "ABCD");
+  }
   void clear(Field /*field*/) override {}
   GetInfoInput getInfoInput() override { return {}; }
   void enableGetInfoSubmit(bool /*enabled*/) override {}

@@ -38,7 +38,7 @@ class OtherHolder {
       const StoreLock lock(folder, no_patience);
       const char answer = lock.held() ? 'h' : 'n';
       char byte = 0;
-      if (write(ready[1], &answer, 1) == 1) static_cast<void>(read(release[0], &byte, 1));
+      if (write(ready[1], &answer, 1) != 1 || read(release[0], &byte, 1) < 0) _exit(1);
       _exit(0);  // without destructors: the system gives the lock back
     }
     close(ready[1]);

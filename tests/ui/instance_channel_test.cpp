@@ -150,7 +150,7 @@ TEST_F(InstanceChannelTest, WhatAKilledProgramLeftIsTakenOver) {
     alarm(20);
     auto* first = new InstanceChannel("");
     const char answer = first->becomeFirst() ? '1' : '0';
-    static_cast<void>(write(ready[1], &answer, 1));
+    if (write(ready[1], &answer, 1) != 1) _exit(1);
     for (;;) pause();
   }
   ASSERT_GT(child, 0);
