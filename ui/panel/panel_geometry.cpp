@@ -102,13 +102,11 @@ int rollChunk(int height, std::int64_t steps) {
 
 std::vector<Place> openingRoll(Place start, int height, std::int64_t steps) {
   std::vector<Place> places;
-  if (steps > 0) {
-    const int chunk = rollChunk(height, steps);
-    Place place = start;
-    for (std::int64_t step = 0; step < std::min(steps, most_steps); ++step) {
-      place.y -= chunk;
-      places.push_back(place);
-    }
+  const int chunk = rollChunk(height, steps);
+  Place place = start;
+  for (std::int64_t step = 0; step < std::min(steps, most_steps); ++step) {
+    place.y -= chunk;
+    places.push_back(place);
   }
   places.push_back({start.x, start.y - height});
   return places;
@@ -116,7 +114,6 @@ std::vector<Place> openingRoll(Place start, int height, std::int64_t steps) {
 
 std::vector<Place> closingRoll(Place start, int height, std::int64_t steps) {
   std::vector<Place> places;
-  if (steps <= 0) return places;
   const int chunk = rollChunk(height, steps);
   const std::int64_t moves = std::min(steps, most_steps);
   Place place = start;
