@@ -1,6 +1,7 @@
 // Leaving in the middle, with the first request under way or not.
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 #include "tests/enrol/flow_test.h"
@@ -76,7 +77,12 @@ TEST_F(FlowCancelTest, NewSessionReplacesTheOld) {
   submit("RESULT:OK,CHALLENGE\r\nINPUT:STATE=1");
   flow->eva_cancelclicked();
   views.open = View::eva;
+  std::optional<bool> shows_the_old;
+  views.before_layout = [&] {
+    if (!shows_the_old) shows_the_old = flow->taenrol() != nullptr;
+  };
   start();
+  EXPECT_EQ(shows_the_old, false);
   EXPECT_EQ(flow->taenrol()->VERSION, 7200);
   EXPECT_FALSE(flow->taenrol()->bPASSWORD);
   EXPECT_EQ(script.cleared(), (Lines{page, page}));

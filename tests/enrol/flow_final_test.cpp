@@ -1,6 +1,8 @@
 // The get-info view's Submit, the final request and the stored token.
 
 #include <array>
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -49,7 +51,27 @@ TEST_F(FlowFinalTest, WithAPin) {
   EXPECT_EQ(storedNames(), Lines{"Work"});
   ASSERT_TRUE(flow->ending().has_value());
   EXPECT_TRUE(flow->ending()->stored);
+  EXPECT_EQ(flow->ending()->name, "Work");
   EXPECT_EQ(flow->ending()->problem, "");
+}
+
+// Who interrupts it is told by the step whether the server may have issued the token.
+TEST_F(FlowFinalTest, StepsToTheStoredToken) {
+  startGetInfo("INPUT:GETMBNUMBER=True\r\n");
+  EXPECT_EQ(flow->step(), EnrolFlow::Step::signing_in);
+  std::optional<EnrolFlow::Step> asked;
+  script.before_answer = [&] { asked = flow->step(); };
+  std::optional<EnrolFlow::Step> stored;
+  keychain.fault = [&](FaultyKeychain::Call call, std::size_t) {
+    if (call == FaultyKeychain::Call::add) stored = flow->step();
+    return KeychainStatus::ok;
+  };
+  submitGetInfo(complete);
+  keychain.fault = nullptr;
+  EXPECT_EQ(asked, EnrolFlow::Step::completing);
+  EXPECT_EQ(stored, EnrolFlow::Step::storing);
+  EXPECT_EQ(flow->step(), EnrolFlow::Step::ended);
+  EXPECT_EQ(storedNames(), Lines{"Work"});
 }
 
 TEST_F(FlowFinalTest, PinsThatAreRefused) {

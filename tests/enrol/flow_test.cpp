@@ -67,6 +67,7 @@ void FakeViews::refreshAuthentication() {
 }
 
 void FakeViews::eva_layout() {
+  if (before_layout) before_layout();
   calls.push_back(flow->pleasewait() ? "layout busy" : "layout");
 }
 

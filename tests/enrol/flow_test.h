@@ -42,6 +42,7 @@ class FakeViews final : public EnrolViews {
   Lines boxes;
   Lines questions;  // whether a token may be replaced, "ISSUED for STORED"
   bool may_replace = false;
+  std::function<void()> before_layout;  // of the sign-in view
 
   /// Runs the next piece of work for the main thread; waits for it. False: none came in 20 seconds.
   bool performNext();

@@ -143,6 +143,7 @@ TEST(CountdownBar, ASecondPaintsWhatHasBecomeWhite) {
 
 TEST(CountdownBar, AClockSetBackPaintsWhatIsWhiteNoMore) {
   EXPECT_EQ(paintedBetween(12, 3), QRect(0, 30, 12, 90));
+  EXPECT_EQ(paintedBetween(12, 0), QRect(0, 0, 12, 120));
 }
 
 TEST(CountdownBar, ANewColourPaintsAll) {
@@ -153,6 +154,19 @@ TEST(CountdownBar, ANewColourPaintsAll) {
 TEST(CountdownBar, AValueBelowZeroPaintsAll) {
   EXPECT_EQ(paintedBetween(3, -1), QRect(0, 0, 12, 290));
   EXPECT_EQ(paintedBetween(-1, 3), QRect(0, 0, 12, 290));
+}
+
+TEST(CountdownBar, ANewPeriodPaintsAll) {
+  vane::InitColors();
+  Countdown bar({0, 0, 12, 290}, nullptr);
+  bar.setPeriod(30);
+  bar.setValue(10);
+  bar.show();
+  QTest::qWait(20);
+  const test::PaintedRegion painted(bar);
+  bar.setPeriod(60);
+  QTest::qWait(20);
+  EXPECT_EQ(painted.region.boundingRect(), QRect(0, 0, 12, 290));
 }
 
 TEST(CountdownGeometry, LastSecondReachesTheBottom) {
