@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <functional>
 #include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/record_archive.h"
 #include "tests/vault/sound_archive.h"
@@ -55,6 +59,19 @@ TEST(RecordArchiveHostile, UidsThatLeadNowhere) {
   expectRefused([](Archive& a) { a.keys = {a.writer.uid(200)}; });
   expectRefused([](Archive& a) { a.class_uid = a.writer.uid(9); });
   expectRefused([](Archive& a) { a.class_uid = a.writer.uid(0); });
+}
+
+TEST(RecordArchiveHostile, ClassDescriptionsAreSmall) {
+  for (const std::size_t size : {2U, 8U, 9U}) {
+    Archive archive;
+    std::vector<std::pair<std::string, std::size_t>> description{{"$classname", archive.class_name},
+                                                                 {"$classes", archive.class_names}};
+    while (description.size() < size) {
+      description.emplace_back("more " + std::to_string(description.size()), archive.value);
+    }
+    archive.class_object = archive.writer.named(description);
+    EXPECT_EQ(unarchiveRecord(archive.finish()).has_value(), size <= 8) << size;
+  }
 }
 
 TEST(RecordArchiveHostile, NothingIsNoValue) {
