@@ -21,7 +21,7 @@ using Lines = std::vector<std::string>;
 
 TEST(SettingsCheck, NothingToSayOfAGoodFile) {
   EXPECT_EQ(findings("# comment\r\n[section]\r\n\r\nEnrolURL=https://srv/\r\ndebug=YES\r\n"
-                     "RollupSteps=-3\nStrStartupAdd=Start at login\n"),
+                     "RollupSteps=-3\nButtonFontSize=+12\nStrStartupAdd=Start at login\n"),
             Lines());
 }
 
@@ -47,6 +47,19 @@ TEST(SettingsCheck, BlanksAroundEquals) {
             (Lines{"1: The spaces around \"Debug\" make it an unknown key; remove them",
                    "2: The spaces around \"1\" are part of the value",
                    "2: AllowManual= 1 is neither true nor false; its default \"false\" is used"}));
+}
+
+TEST(SettingsCheck, ValueOfAnUnknownKeyIsNotLookedAt) {
+  EXPECT_EQ(findings("Debug =maybe\nDebug =\nAlowManual=\nAlowManual=maybe\n"),
+            (Lines{"1: The spaces around \"Debug\" make it an unknown key; remove them",
+                   "2: The spaces around \"Debug\" make it an unknown key; remove them",
+                   "3: Unknown key \"AlowManual\"", "4: Unknown key \"AlowManual\""}));
+}
+
+TEST(SettingsCheck, SignsOfWholeNumbers) {
+  for (const char* value : {",3", "3-", "--3", "+-3", "+", "-", "3.0"}) {
+    EXPECT_EQ(findings(std::string("RollupSteps=") + value + "\n").size(), 1U) << value;
+  }
 }
 
 TEST(SettingsCheck, ValuesThatReadAsSomethingElse) {
