@@ -72,6 +72,9 @@ TEST_F(FlowFinalTest, StepsToTheStoredToken) {
   EXPECT_EQ(stored, EnrolFlow::Step::storing);
   EXPECT_EQ(flow->step(), EnrolFlow::Step::ended);
   EXPECT_EQ(storedNames(), Lines{"Work"});
+  script.before_answer = nullptr;
+  start();
+  EXPECT_EQ(flow->step(), EnrolFlow::Step::signing_in) << "of the next session";
 }
 
 TEST_F(FlowFinalTest, PinsThatAreRefused) {

@@ -255,5 +255,24 @@ TEST_F(FlowFirstRequestTest, ChangedFieldsSetSubmit) {
   EXPECT_EQ(logged({"controlText"}), Lines{"controlTextDidChange: ignored"});
 }
 
+TEST_F(FlowFirstRequestTest, WhatBecameOfARequestIsTold) {
+  EXPECT_EQ(flow->transferProblem(), "") << "there was none";
+  script.hold(0);
+  script.answer(first_reply);
+  flow->eva_init();
+  script.awaitRequests(1);
+  EXPECT_EQ(flow->transferProblem(), "") << "under way";
+  script.letGo(0);
+  ASSERT_TRUE(views.performNext());
+  EXPECT_EQ(flow->transferProblem(), "");
+  submit("", 503);
+  EXPECT_EQ(flow->transferProblem(),
+            "The server answered with HTTP status 503; try again later, or ask your administrator");
+  flow->eva_submitclicked();
+  EXPECT_EQ(flow->transferProblem(),
+            "The server cannot be reached: no answer [7]; check its address and the network, and "
+            "try again");
+}
+
 }  // namespace
 }  // namespace talvane::test
