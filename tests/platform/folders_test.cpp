@@ -11,9 +11,9 @@
 #include "platform/modules.h"
 #include "platform/own_files.h"
 #include "tests/platform/installed_copy.h"
+#include "tests/support/failing_call.h"
 #include "tests/support/in_child.h"
 #include "tests/support/private_home.h"
-#include "tests/vault/failing_call.h"
 
 namespace talvane::test {
 namespace {

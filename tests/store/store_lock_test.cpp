@@ -12,6 +12,7 @@
 #include <memory>
 #include <thread>
 
+#include "tests/support/end_child.h"
 #include "tests/support/in_child.h"
 #include "tests/support/temporary_folder.h"
 
@@ -39,7 +40,7 @@ class OtherHolder {
       const char answer = lock.held() ? 'h' : 'n';
       char byte = 0;
       if (write(ready[1], &answer, 1) != 1 || read(release[0], &byte, 1) < 0) _exit(1);
-      _exit(0);  // without destructors: the system gives the lock back
+      endChild(0);  // without destructors: the system gives the lock back
     }
     close(ready[1]);
     close(release[0]);
@@ -198,7 +199,7 @@ TEST_F(StoreLockTest, OnlyOneOfManyHoldsItAtATime) {
       // Without the lock, two would read the same number.
       writeFile(counter, std::to_string(std::stoi("0" + readFile(counter)) + 1));
     }
-    _exit(code);
+    endChild(code);
   }
   for (const pid_t child : children) EXPECT_EQ(resultOf(child), 0);
   EXPECT_EQ(readFile(counter), std::to_string(processes * rounds));

@@ -14,6 +14,8 @@
 #include <functional>
 #include <string>
 
+#include "tests/support/end_child.h"
+
 namespace talvane::test {
 
 /// An ordinary user for tests that run as root.
@@ -42,7 +44,7 @@ inline void inChild(const std::function<void()>& work, unsigned seconds = 30) {
       ADD_FAILURE() << "thrown: " << thrown.what();
     }
     std::fflush(nullptr);
-    _exit(testing::Test::HasFailure() ? 1 : 0);
+    endChild(testing::Test::HasFailure() ? 1 : 0);
   }
   const int result = child < 0 ? -1 : resultOf(child);
   EXPECT_NE(result, -SIGALRM) << "it hung";

@@ -3,8 +3,9 @@
 #include <cerrno>
 #include <map>
 
+#include "tests/support/end_child.h"
+#include "tests/support/failing_call.h"
 #include "tests/support/in_child.h"
-#include "tests/vault/failing_call.h"
 #include "tests/vault/vault_support.h"
 
 namespace talvane::test {
@@ -93,7 +94,7 @@ TEST(VaultFailure, AChangeThatFailsLeavesTheOldVault) {
         if (keychain->remove("token 0", account) != Status::ok) _exit(4);
         if (keychain->endChange() != status) _exit(5);
         if (secretIn(*keychain, "token 0") != "secret 0") _exit(6);
-        _exit(0);
+        endChild(0);
       }
       EXPECT_EQ(resultOf(child), 0);
       EXPECT_EQ(readFile(folder.vault()), before);
@@ -109,7 +110,7 @@ TEST(VaultFailure, AFirstItemThatFailsLeavesNoVault) {
     const pid_t child = fork();
     if (child == 0) {
       if (!letCallsFail({step.call}, ENOSPC)) _exit(1);
-      _exit(store(*folder.open(), "token", "x") == Status::disk_full ? 0 : 2);
+      endChild(store(*folder.open(), "token", "x") == Status::disk_full ? 0 : 2);
     }
     EXPECT_EQ(resultOf(child), 0);
     EXPECT_FALSE(exists(folder.vault()));

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <filesystem>
 
+#include "tests/support/end_child.h"
 #include "tests/vault/neighbour.h"
 
 namespace talvane::test {
@@ -199,7 +200,7 @@ bool mayMount() {
   if (child == 0) {
     const bool mounted =
         getOwnMounts() && mount("tmpfs", folder.path().c_str(), "tmpfs", 0, "size=64k") == 0;
-    _exit(mounted ? 0 : 1);
+    endChild(mounted ? 0 : 1);
   }
   return resultOf(child) == 0;
 }

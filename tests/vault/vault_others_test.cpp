@@ -5,7 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "tests/vault/failing_call.h"
+#include "tests/support/end_child.h"
+#include "tests/support/failing_call.h"
 #include "tests/vault/neighbour.h"
 
 namespace talvane::test {
@@ -37,7 +38,7 @@ std::vector<int> atOnce(int processes, const Work& work) {
       close(gate[1]);
       char end = 0;
       static_cast<void>(!read(gate[0], &end, 1));  // returns when the gate is closed
-      _exit(work(i));
+      endChild(work(i));
     }
     children.push_back(child);
   }
@@ -162,7 +163,7 @@ TEST(VaultOthers, ReadersAndWritersDoNotDisturbEachOther) {
           if (statusOf(*keychain, "token 30") != Status::item_not_found) _exit(4);
         }
       }
-      _exit(0);
+      endChild(0);
     }
     children.push_back(child);
   }
