@@ -117,12 +117,8 @@ class DoctorCommand final : public Command {
                     found(identity.volume_uuid), found(identity.user)));
   }
 
-  // A file that exists but was skipped could not be read.
   void examineSettings(const Ini& settings) {
-    for (const std::string& path : settings.paths()) {
-      if (path == settings.file()) break;
-      struct stat status {};
-      if (lstat(path.c_str(), &status) != 0) continue;
+    for (const std::string& path : settings.unreadableFiles()) {
       add("settings file", false, path + " is not readable UTF-8 text; fix it or remove it");
     }
     add("settings file", true,

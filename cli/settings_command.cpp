@@ -37,6 +37,10 @@ class SettingsCommand final : public Command {
       return;
     }
     const Ini& settings = session.settings();
+    for (const std::string& path : settings.unreadableFiles()) {
+      fmt::print(stderr, "softtoken-cli: {} is not readable UTF-8 text; fix it or remove it\n",
+                 printable(path));
+    }
     const auto entries = settings.entries();
     if (json_) {
       Json list = Json::array();

@@ -1,6 +1,7 @@
 #include "config/ini.h"
 
 #include <fmt/core.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <cstdint>
@@ -113,6 +114,16 @@ void Ini::fillFrom(const TaSettings& settings) {
           settings.readint(key, std::get<std::int32_t>(default_value));
     }
   }
+}
+
+std::vector<std::string> Ini::unreadableFiles() const {
+  std::vector<std::string> list;
+  for (const std::string& path : paths()) {
+    if (path == file_) break;
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0) list.push_back(path);
+  }
+  return list;
 }
 
 std::vector<std::string> Ini::paths() const {

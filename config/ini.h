@@ -79,6 +79,8 @@ class Ini {
 
   /// The file that `read` used; empty if none.
   [[nodiscard]] const std::string& file() const { return file_; }
+  /// The files that would have come first, but could not be read although they exist.
+  [[nodiscard]] std::vector<std::string> unreadableFiles() const;
 
   /// The possible paths of the file, in the order in which `read` tries them.
   [[nodiscard]] std::vector<std::string> paths() const;

@@ -6,13 +6,17 @@
 #include <thread>
 #include <utility>
 
+#include "platform/start_thread.h"
+
 namespace talvane {
 
 void Workers::start(std::function<void()> work) {
   joinFinished();
+  // First: a thread that has begun needs a place to be joined from.
+  workers_.reserve(workers_.size() + 1);
   auto task = std::make_unique<Task>();
   task->work = std::move(work);
-  std::thread thread([task = task.get()] {
+  std::thread thread = startThread([task = task.get()] {
     task->work();
     task->work = nullptr;
     task->done = true;

@@ -18,6 +18,7 @@ class Workers {
   Workers(const Workers&) = delete;
   Workers& operator=(const Workers&) = delete;
 
+  /// Throws std::bad_alloc if there is no room for the work or its thread.
   void start(std::function<void()> work);
   /// Joins and removes the finished threads.
   void joinFinished();

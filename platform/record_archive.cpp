@@ -191,9 +191,9 @@ SecretBytes archiveRecord(const Record& record) {
   return bytes;
 }
 
-std::optional<Record> unarchiveRecord(const Bytes& archive) {
-  // libplist trusts its input more than this code may.
-  if (!isSafePropertyList(archive)) return {};
+namespace {
+
+std::optional<Record> recordIn(const Bytes& archive) {
   plist_t node = nullptr;
   plist_from_bin(reinterpret_cast<const char*>(archive.data()),
                  static_cast<std::uint32_t>(archive.size()), &node);
@@ -208,6 +208,16 @@ std::optional<Record> unarchiveRecord(const Bytes& archive) {
   if (!objects || objects->empty() || textOf(objects->front()) != null_text) return {};
   const ObjectReader reader(std::move(*objects));
   return reader.record(reader.object(uidOf(plistItem(top, "dict"))));
+}
+
+}  // namespace
+
+std::optional<Record> unarchiveRecord(const Bytes& archive) {
+  // libplist trusts its input more than this code may.
+  if (!isSafePropertyList(archive)) return {};
+  if (auto record = recordIn(archive)) return record;
+  // libplist does not say when it got no memory. Look again before calling the bytes damaged.
+  return recordIn(archive);
 }
 
 }  // namespace talvane

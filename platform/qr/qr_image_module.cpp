@@ -3,6 +3,7 @@
 #include <zbar.h>
 
 #include <cstdint>
+#include <new>
 #include <optional>
 #include <span>
 #include <string>
@@ -40,8 +41,12 @@ std::vector<std::string> qrTexts(const GreyImage& grey) {
   zbar::Image image(grey.width, grey.height, "Y800", grey.pixels.data(), grey.pixels.size());
   std::vector<std::string> texts;
   if (scanner.scan(image) < 0) return texts;
-  for (auto symbol = image.symbol_begin(); symbol != image.symbol_end(); ++symbol) {
-    texts.push_back(symbol->get_data());
+  for (const auto* symbol = zbar::zbar_image_first_symbol(image); symbol != nullptr;
+       symbol = zbar::zbar_symbol_next(symbol)) {
+    const char* text = zbar::zbar_symbol_get_data(symbol);
+    // The library does not say otherwise that it got no memory.
+    if (text == nullptr) throw std::bad_alloc();
+    texts.emplace_back(text, zbar::zbar_symbol_get_data_length(symbol));
   }
   image.set_data(nullptr, 0);
   return texts;

@@ -127,8 +127,20 @@ TEST(Settings, OtherFilesThanTextAreNotRead) {
   const CliHome home;
   home.setSettings("AllowManual=true\nStrMenuAdd=\xFF\n");
   if (exists("/etc/tasofttoken.ini")) GTEST_SKIP() << "this computer has a settings file";
-  EXPECT_EQ(entry(settings(home), "AllowManual").at("value"), "false");
+  const auto shown = nlohmann::json::parse(home.run({"settings", "--json"}).out, nullptr, false);
+  EXPECT_EQ(entry(shown, "AllowManual").at("value"), "false");
   expectFailure(home.run({"add", "Mail"}, seed_16), 1, "AllowManual");
+}
+
+TEST(Settings, FileThatCannotBeReadIsTold) {
+  const CliHome home;
+  home.setSettings("AllowManual=true\n");
+  EXPECT_EQ(home.run({"settings"}).err, "");
+  home.setSettings("\xFF");
+  for (const Strings& command : {Strings{"settings"}, Strings{"settings", "--json"}}) {
+    EXPECT_EQ(home.run(command).err, "softtoken-cli: " + home.settingsFile() +
+                                         " is not readable UTF-8 text; fix it or remove it\n");
+  }
 }
 
 TEST(Settings, DebugWritesAPrivateTraceAndNothingElse) {

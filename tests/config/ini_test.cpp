@@ -297,5 +297,20 @@ TEST_F(IniTest, SystemsOwnPlacesAreTheDefault) {
   EXPECT_EQ(system.file(), home.home() + "/tasofttoken.ini");
 }
 
+TEST_F(IniTest, FilesThatWerePassedOverAreKnown) {
+  ini.read();
+  EXPECT_EQ(ini.unreadableFiles(), Texts());
+  writeFile(places.system(), "Debug=1\n");
+  writeFile(places.bundle(), "\xFF");
+  ini.read();
+  EXPECT_EQ(ini.unreadableFiles(), Texts()) << "the last one does not count";
+  writeFile(places.home(), "\xFF");
+  ini.read();
+  EXPECT_EQ(ini.unreadableFiles(), Texts{places.home()});
+  writeFile(places.system(), "\xFF");
+  ini.read();
+  EXPECT_EQ(ini.unreadableFiles(), (Texts{places.home(), places.system(), places.bundle()}));
+}
+
 }  // namespace
 }  // namespace talvane::test

@@ -2,9 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 #include <memory>
+#include <new>
 #include <thread>
+
+#ifdef __linux__
+#include <sys/syscall.h>
+
+#include "tests/support/failing_call.h"
+#include "tests/support/in_child.h"
+#endif
 
 namespace talvane::test {
 namespace {
@@ -23,6 +32,18 @@ TEST(Workers, WorkIsDestroyedAsSoonAsItHasRun) {
   }
   EXPECT_TRUE(watched.expired()) << "without a join";
 }
+
+#ifdef __linux__
+TEST(Workers, SystemWithoutRoomForAThread) {
+  inChild([] {
+    Workers workers;
+    ASSERT_TRUE(letCallsFail({SYS_clone, SYS_clone3}, EAGAIN));
+    EXPECT_THROW(workers.start([] {}), std::bad_alloc);
+    EXPECT_THROW(workers.start([] {}), std::bad_alloc);
+    workers.join();
+  });
+}
+#endif
 
 }  // namespace
 }  // namespace talvane::test

@@ -3,6 +3,7 @@
 import errno
 import functools
 import http.client
+import itertools
 import mmap
 import re
 import struct
@@ -61,6 +62,11 @@ ABORTING = {
     ("malloc", "libplist-2.0.so.3"): "does not look at what malloc() gives it",
     ("malloc", "libzbar.so.0"): "does not look at what malloc() gives it",
 }
+# The same for what has no module of its own, by what the function that asked is called.
+ABORTING_FUNCTIONS = {
+    "talvane::readUserEntry": "getpwuid_r() of the C library does not look at what malloc() gives it",
+    "nlohmann::": "a JSON value asks for memory in its destructor, which ends the program",
+}
 
 
 class Control:
@@ -102,17 +108,19 @@ def source_line(path, offset):
     return "" if len(said) < 2 or said[0] == "??" else f"{said[0].split('(')[0]} {said[1]}"
 
 
-def source_lines(build, where, limit=4):
-    """The functions and lines of our own that the refused call came through."""
-    places = []
+def functions(build, where):
+    """The functions and lines in our program and modules that the refused call came through."""
     for frame in where.split():
         module, offset = frame.rsplit("+", 1)
         for path in (build.folder / "bin" / module, build.folder / "lib/softtoken" / module):
-            if path.is_file() and len(places) < limit:
-                line = source_line(str(path), int(offset, 16) - 1)
-                # Ours rather than what our templates and headers bring in.
-                places += [line] if line.startswith(("talvane", "main ")) else []
-    return "; ".join(places)
+            if path.is_file():
+                yield source_line(str(path), int(offset, 16) - 1)
+
+
+def source_lines(build, where, limit=4):
+    """Those that are ours rather than what our templates and headers bring in."""
+    ours = (line for line in functions(build, where) if line.startswith(("talvane", "main ")))
+    return "; ".join(itertools.islice(ours, limit))
 
 
 def is_spared(build, call, ended, where):
@@ -124,6 +132,11 @@ def is_spared(build, call, ended, where):
     for module in callers(where):
         if (call, module) in ABORTING:
             return f"{module}: {ABORTING[call, module]}"
+    if call == "malloc":
+        for line in functions(build, where):
+            for name, reason in ABORTING_FUNCTIONS.items():
+                if line.startswith(name):
+                    return reason
     return ""
 
 

@@ -8,6 +8,8 @@
 #include <thread>
 #include <utility>
 
+#include "platform/start_thread.h"
+
 namespace talvane {
 
 bool Errand::isDone() {
@@ -51,7 +53,7 @@ BackgroundThread::~BackgroundThread() {
 std::shared_ptr<Errand> BackgroundThread::start(std::function<void()> work) {
   auto errand = std::make_shared<Errand>();
   const std::lock_guard guard(mutex_);
-  if (!thread_.joinable()) thread_ = std::thread([this] { workOn(); });
+  if (!thread_.joinable()) thread_ = startThread([this] { workOn(); });
   tasks_.push_back({std::move(work), errand});
   changed_.notify_all();
   return errand;
