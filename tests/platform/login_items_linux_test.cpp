@@ -104,6 +104,24 @@ TEST_F(LoginItemsLinuxTest, EnabledItemIsTheFirst) {
   EXPECT_TRUE(exists(own + "/softtoken-11.desktop"));
 }
 
+TEST_F(LoginItemsLinuxTest, OnlyNumberedNamesCount) {
+  for (const char* name :
+       {"softtoken-.desktop", "softtoken-0.desktop", "softtoken-1.desktop", "softtoken-x.desktop",
+        "softtoken-2x.desktop", "softtokens.desktop", "softtoken-99999.desktop",
+        "softtoken2.desktop", "a-softtoken.desktop", "softtoken-2.backup"}) {
+    writeOwn(name, entry(other));
+  }
+  set(true);
+  EXPECT_TRUE(exists(own + "/softtoken.desktop"));
+}
+
+TEST_F(LoginItemsLinuxTest, NumbersThatAreUsedUpAddNothing) {
+  writeOwn("softtoken-9999.desktop", entry(other));
+  set(true);
+  EXPECT_EQ(targets(), Lines{other});
+  EXPECT_EQ(entriesIn(own), 1U);
+}
+
 TEST_F(LoginItemsLinuxTest, SystemItemOfTheNameIsNotHiddenByEnabling) {
   const std::string packaged = makeProgram("packaged/softtoken");
   writeShared("softtoken.desktop", entry(packaged));

@@ -54,6 +54,10 @@ TEST_F(QrImageTest, CodeInAPngIsRead) {
   EXPECT_EQ(textIn(picture("one.png")), ada);
 }
 
+TEST_F(QrImageTest, CodeInAnEnlargedImageIsRead) {
+  EXPECT_EQ(textIn(picture("enlarged.png")), ada) << "of more pixels than are searched";
+}
+
 TEST_F(QrImageTest, CodeInAJpegIsRead) {
   EXPECT_EQ(textIn(picture("one.jpg")), ada);
 }

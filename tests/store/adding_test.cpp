@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <functional>
+#include <new>
+#include <tuple>
 #include <utility>
 
 #include "platform/folders.h"
@@ -281,6 +283,52 @@ TEST_F(AddingTest, KeychainThatContradictsItself) {
     }
     EXPECT_GT(refusals, 0U);
   }
+}
+
+TEST_F(AddingTest, TokenThatCannotBeReadBack) {
+  fill({"A"});
+  keychain.undoes = true;
+  for (const auto& [status, next, words] :
+       {std::tuple{KeychainStatus::item_not_found, Next::try_again, "contradictory answers"},
+        std::tuple{KeychainStatus::io_error, Next::check_keychain, "words for -36 [-36]"}}) {
+    bool added = false;
+    keychain.fault = [&added, answer = status](FaultyKeychain::Call call, std::size_t) {
+      if (call == FaultyKeychain::Call::add) added = true;
+      return added && call == FaultyKeychain::Call::find ? answer : KeychainStatus::ok;
+    };
+    expectRefused(adding(token("B")), next, words);
+  }
+}
+
+TEST_F(AddingTest, TokenThatStandsTwiceAndCannotBeRemoved) {
+  fill({"B", "x", "C"});
+  item(1) = item(0);
+  keychain.undoes = true;
+  keychain.fault = [](FaultyKeychain::Call call, std::size_t) {
+    return call == FaultyKeychain::Call::remove ? KeychainStatus::write_permission
+                                                : KeychainStatus::ok;
+  };
+  expectRefused(adding(token("E")), Next::check_keychain, "words for -61 [-61]");
+  // It is there still, although it was removed.
+  bool removed = false;
+  keychain.fault = [&](FaultyKeychain::Call call, std::size_t) {
+    if (call == FaultyKeychain::Call::remove) removed = true;
+    if (removed && call == FaultyKeychain::Call::find) return KeychainStatus::item_not_found;
+    return KeychainStatus::ok;
+  };
+  expectRefused(adding(token("E")), Next::try_again,
+                "The keychain gave contradictory answers and nothing was changed; try again");
+}
+
+TEST_F(AddingTest, MissingMemoryIsTold) {
+  fill({"A"});
+  keychain.undoes = true;
+  keychain.fault = [](FaultyKeychain::Call call, std::size_t) -> KeychainStatus {
+    if (call == FaultyKeychain::Call::add) throw std::bad_alloc();
+    return KeychainStatus::ok;
+  };
+  expectRefused(adding(token("B")), Next::try_again,
+                "Not enough memory; close other programs and try again");
 }
 
 TEST_F(AddingTest, AnotherProgramChangesTheTokens) {
