@@ -105,6 +105,29 @@ TEST_F(RemovingTest, TokenBeforeAGap) {
   expectRemoved({1}, {"B", "C"});
 }
 
+TEST_F(RemovingTest, GapAfterTheTokenStays) {
+  fill({"A", "B", "", "C"});
+  expectRemoved({1}, {"A"});
+  EXPECT_EQ(items().size(), 2U);
+  expectRemoved({1}, {"A", "C"});
+}
+
+TEST_F(RemovingTest, OtherTokenInThePlaceOfOneThatStays) {
+  fill({"A", "B", "C"});
+  fill({"", "", "", "D"});
+  const SecretBytes other = item(3);
+  keychain.memory.items.erase({"TalvaneSoftToken5023", "ada"});
+  keychain.undoes = true;
+  bool removed = false;
+  keychain.fault = [&](FaultyKeychain::Call call, std::size_t) {
+    if (call == FaultyKeychain::Call::remove) removed = true;
+    if (removed && call == FaultyKeychain::Call::find) item(0) = other;
+    return KeychainStatus::ok;
+  };
+  expectRefused([&] { return remove({2}); }, Next::try_again,
+                "The keychain gave contradictory answers and nothing was deleted; try again");
+}
+
 TEST_F(RemovingTest, TokenAndGapTogether) {
   fill({"A", "B", "", "C"});
   expectRemoved({0, 2}, {"B", "C"});
