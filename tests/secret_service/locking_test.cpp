@@ -143,6 +143,7 @@ TEST_F(Locking, AnItemThatIsLockedElsewhereIsLocked) {
   BusClient client;
   const std::string other = client.makeCollection("Other", "a password");
   client.addItem(other, "token", "ada", "b25l");
+  ASSERT_EQ(keychain_->add("token2", "ada", bytes("two")), KeychainStatus::ok);
   client.lock(other);
   EXPECT_EQ(found(*keychain_, "token"), "status -25308");
   EXPECT_EQ(keychain_->add("token", "ada", bytes("two")), locked);
@@ -151,12 +152,14 @@ TEST_F(Locking, AnItemThatIsLockedElsewhereIsLocked) {
   EXPECT_EQ(client.findItems("token", "ada").size(), 1U);
   // Others are as they are.
   EXPECT_EQ(found(*keychain_, "missing"), "status -25300");
-  EXPECT_EQ(keychain_->add("token2", "ada", bytes("two")), KeychainStatus::ok);
   keychain_->beginReading("ada");
   EXPECT_EQ(found(*keychain_, "token"), "status -25308");
   EXPECT_EQ(found(*keychain_, "token2"), "two");
   EXPECT_EQ(found(*keychain_, "missing"), "status -25300");
   keychain_->endReading();
+  // Last: a daemon that writes in the next second reads its files again, and then no longer finds
+  // what is locked.
+  EXPECT_EQ(keychain_->add("token3", "ada", bytes("three")), KeychainStatus::ok);
 }
 
 TEST_F(Locking, WhatIsPartlyLockedIsReadButNotRemoved) {
