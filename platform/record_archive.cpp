@@ -140,6 +140,23 @@ class ObjectReader {
   std::vector<plist_t> objects_;
 };
 
+std::optional<Record> recordIn(const Bytes& archive) {
+  plist_t node = nullptr;
+  plist_from_bin(reinterpret_cast<const char*>(archive.data()),
+                 static_cast<std::uint32_t>(archive.size()), &node);
+  const Plist root(node);
+  const plist_t top = plistItem(node, "$top");
+  if (plistDictionarySize(node) != 4 || plistDictionarySize(top) != 1 ||
+      textOf(plistItem(node, "$archiver")) != archiver ||
+      numberOf(plistItem(node, "$version")) != archive_version) {
+    return {};
+  }
+  auto objects = plistItems(plistItem(node, "$objects"));
+  if (!objects || objects->empty() || textOf(objects->front()) != null_text) return {};
+  const ObjectReader reader(std::move(*objects));
+  return reader.record(reader.object(uidOf(plistItem(top, "dict"))));
+}
+
 }  // namespace
 
 SecretBytes archiveRecord(const Record& record) {
@@ -190,27 +207,6 @@ SecretBytes archiveRecord(const Record& record) {
   if (!isSafePropertyList(bytes.get())) return {};
   return bytes;
 }
-
-namespace {
-
-std::optional<Record> recordIn(const Bytes& archive) {
-  plist_t node = nullptr;
-  plist_from_bin(reinterpret_cast<const char*>(archive.data()),
-                 static_cast<std::uint32_t>(archive.size()), &node);
-  const Plist root(node);
-  const plist_t top = plistItem(node, "$top");
-  if (plistDictionarySize(node) != 4 || plistDictionarySize(top) != 1 ||
-      textOf(plistItem(node, "$archiver")) != archiver ||
-      numberOf(plistItem(node, "$version")) != archive_version) {
-    return {};
-  }
-  auto objects = plistItems(plistItem(node, "$objects"));
-  if (!objects || objects->empty() || textOf(objects->front()) != null_text) return {};
-  const ObjectReader reader(std::move(*objects));
-  return reader.record(reader.object(uidOf(plistItem(top, "dict"))));
-}
-
-}  // namespace
 
 std::optional<Record> unarchiveRecord(const Bytes& archive) {
   // libplist trusts its input more than this code may.
