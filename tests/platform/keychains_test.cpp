@@ -272,6 +272,25 @@ TEST_F(KeychainsTest, RememberedKindOfAnotherSystemIsRefused) {
   EXPECT_EQ(defaults.values[key], "keychain");
 }
 
+TEST_F(KeychainsTest, KeychainThatCannotBeChosenSaysWhyToEveryCall) {
+  defaults.values[key] = "keychain";
+  const auto chosen_later = makeLazyUserKeychain(defaults, MayAsk::no);
+  SecretBytes secret;
+  chosen_later->beginReading("account");
+  EXPECT_EQ(chosen_later->find("service", "account", &secret), KeychainStatus::not_available);
+  chosen_later->endReading();
+  EXPECT_EQ(chosen_later->beginChange(), KeychainStatus::not_available);
+  EXPECT_EQ(addTo(*chosen_later), KeychainStatus::not_available);
+  EXPECT_EQ(chosen_later->replace("service", "account", Bytes{1}), KeychainStatus::not_available);
+  EXPECT_EQ(chosen_later->remove("service", "account"), KeychainStatus::not_available);
+  EXPECT_EQ(chosen_later->endChange(), KeychainStatus::not_available);
+  chosen_later->abandonChange();
+  EXPECT_EQ(chosen_later->describe().status, KeychainStatus::not_available);
+  EXPECT_EQ(chosen_later->message(KeychainStatus::not_available),
+            openUserKeychain(defaults, "").error);
+  EXPECT_FALSE(vaultExists());
+}
+
 TEST_F(KeychainsTest, UnreadableDefaultsDecideNothing) {
   defaults.readable = false;
   for (const char* wish : {"", vault, desktop}) {

@@ -1,3 +1,6 @@
+#include <set>
+#include <string>
+
 #include "tests/secret_service/fake_secret_service.h"
 #include "tests/secret_service/keyring_test.h"
 
@@ -123,6 +126,23 @@ TEST_F(Protocol, AFailureIsToldInTheServicesWords) {
   fake_->on("CreateItem", failing(failed, "No room"));
   EXPECT_EQ(keychain_->add("token", "ada", bytes("x")), KeychainStatus::io_error);
   EXPECT_NE(keychain_->message(KeychainStatus::io_error).find("(No room)"), std::string::npos);
+}
+
+TEST_F(Protocol, EveryTroubleSaysWhatToDo) {
+  std::set<std::string> all;
+  for (const auto status :
+       {KeychainStatus::ok, KeychainStatus::item_not_found, KeychainStatus::duplicate_item,
+        KeychainStatus::interaction_not_allowed, KeychainStatus::not_available,
+        KeychainStatus::no_default_keychain, KeychainStatus::cannot_decode,
+        KeychainStatus::not_responding, KeychainStatus::disk_full, KeychainStatus::write_permission,
+        KeychainStatus::invalid_keychain, KeychainStatus::io_error}) {
+    const std::string words = keychain_->message(status);
+    const std::size_t advice = words.find("; ");
+    EXPECT_NE(advice, std::string::npos) << words;
+    EXPECT_FALSE(words.ends_with('.')) << words;
+    all.insert(words);
+  }
+  EXPECT_EQ(all.size(), 12U);
 }
 
 TEST_F(Protocol, AnswersOfTheWrongShapeAreFailures) {
