@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/cli/cli_home.h"
+#include "tests/support/failing_call.h"
 #include "tests/support/in_child.h"
 #include "tests/support/sanitized.h"
-#include "tests/support/failing_call.h"
 
 namespace talvane::test {
 namespace {
