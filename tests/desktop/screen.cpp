@@ -217,6 +217,13 @@ bool Screen::hasTray() {
   return XGetSelectionOwner(display, XInternAtom(display, "_NET_SYSTEM_TRAY_S0", False)) != 0;
 }
 
+unsigned long Screen::windowOfKeys() {
+  Window window = None;
+  int fallback = 0;
+  XGetInputFocus(connection_->display.get(), &window, &fallback);
+  return window;
+}
+
 struct Screen::Watch::Connection {
   DisplayHandle display{nullptr, XCloseDisplay};
 };

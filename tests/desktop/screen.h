@@ -62,6 +62,8 @@ class Screen {
   [[nodiscard]] Picture picture(const Rectangle& part);
   /// Whether there is a status area for embedded icons.
   [[nodiscard]] bool hasTray();
+  /// The window that gets the keys.
+  [[nodiscard]] unsigned long windowOfKeys();
 
   /// Sees how windows move from its construction on.
   class Watch {
