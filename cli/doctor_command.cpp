@@ -19,6 +19,7 @@
 #include "cli/terminal.h"
 #include "config/ini.h"
 #include "config/read_settings.h"
+#include "config/settings_check.h"
 #include "engine/text.h"
 #include "enrol/clock_trouble.h"
 #include "platform/device_identifiers.h"
@@ -119,7 +120,7 @@ class DoctorCommand final : public Command {
 
   void examineSettings(const Ini& settings) {
     for (const std::string& path : settings.unreadableFiles()) {
-      add("settings file", false, path + " is not readable UTF-8 text; fix it or remove it");
+      add("settings file", false, unreadableFile(path));
     }
     add("settings file", true,
         settings.file().empty() ? "none; every setting has its default" : settings.file());

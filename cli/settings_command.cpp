@@ -38,8 +38,7 @@ class SettingsCommand final : public Command {
     }
     const Ini& settings = session.settings();
     for (const std::string& path : settings.unreadableFiles()) {
-      fmt::print(stderr, "softtoken-cli: {} is not readable UTF-8 text; fix it or remove it\n",
-                 printable(path));
+      fmt::print(stderr, "softtoken-cli: {}\n", printable(unreadableFile(path)));
     }
     const auto entries = settings.entries();
     if (json_) {

@@ -82,4 +82,8 @@ std::vector<SettingsFinding> checkSettings(std::string_view text) {
   return findings;
 }
 
+std::string unreadableFile(const std::string& path) {
+  return path + " is not readable UTF-8 text; fix it or remove it";
+}
+
 }  // namespace talvane

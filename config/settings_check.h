@@ -17,4 +17,7 @@ struct SettingsFinding {
 /// their default replaces; and spaces around "=", which count as part of the key or value.
 std::vector<SettingsFinding> checkSettings(std::string_view text);
 
+/// What to say of a settings file that is there and could not be read.
+std::string unreadableFile(const std::string& path);
+
 }  // namespace talvane
