@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -87,7 +88,8 @@ class DesktopTest : public ::testing::Test {
   [[nodiscard]] Strings names(Role role);
   /// The thing that has the keyboard; "role name: name".
   [[nodiscard]] std::string focus();
-  [[nodiscard]] bool focusComesTo(std::string_view name);
+  [[nodiscard]] bool focusComesTo(std::string_view name,
+                                  std::chrono::milliseconds patience = std::chrono::seconds(10));
   void click(const Thing& thing) const;
   /// Whether the program and the X server agree on where its window lies.
   [[nodiscard]] static bool isAtRest(const Thing& thing);

@@ -65,15 +65,16 @@ std::string DesktopTest::focus() {
   return name;
 }
 
-bool DesktopTest::focusComesTo(std::string_view name) {
-  return until([&] {
+bool DesktopTest::focusComesTo(std::string_view name, std::chrono::milliseconds patience) {
+  const auto has_come = [&] {
     if (focus() != name) return false;
     // The window manager may be slower than the program.
     const auto windows = screen().windowsOf("softtoken");
     return std::any_of(windows.begin(), windows.end(), [](const ShownWindow& window) {
       return window.id == screen().windowOfKeys();
     });
-  });
+  };
+  return until(has_come, patience);
 }
 
 void DesktopTest::click(const Thing& thing) const {

@@ -19,7 +19,8 @@ class KeyboardTest : public DesktopTest {
   void expectOrder(const char* key, const Strings& order) {
     for (const std::string& next : order) {
       screen().key(key);
-      ASSERT_TRUE(focusComesTo(next)) << "wanted: " << next << ", has: " << focus();
+      ASSERT_TRUE(focusComesTo(next, std::chrono::seconds(2)))
+          << "wanted: " << next << ", has: " << focus();
     }
   }
 };
