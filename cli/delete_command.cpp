@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>  // IWYU pragma: keep (the place of join() since version 11)
 #include <unistd.h>
 
 #include <cstddef>

@@ -1,6 +1,7 @@
 #include "cli/session.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>  // IWYU pragma: keep (the place of join() since version 11)
 
 #include <charconv>
 #include <cstddef>

@@ -1,6 +1,7 @@
 #include "platform/keychains.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>  // IWYU pragma: keep (the place of join() since version 11)
 
 #include <algorithm>
 #include <memory>
@@ -39,8 +40,7 @@ Choice chooseKeychain(UserDefaults& defaults, const std::string& wish) {
     case UserDefaults::Found::unreadable:
       choice.error =
           "Cannot read the file that names the keychain of your tokens; make it readable or "
-          "restore "
-          "it";
+          "restore it";
       break;
     case UserDefaults::Found::yes:
       choice.remembered = true;
