@@ -5,7 +5,6 @@
 #include <sys/syscall.h>
 
 #include <cerrno>
-#include <utility>
 
 #include "platform/replace_file.h"
 #include "tests/support/failing_call.h"
@@ -16,18 +15,20 @@ namespace talvane::test {
 namespace {
 
 TEST(ReplaceFileFailure, OldFileStaysAndNoDraft) {
-  for (const auto& [call, error] : {std::pair<long, int>{SYS_write, ENOSPC},
-                                    {SYS_fchmod, EPERM},
-                                    {SYS_fsync, EIO},
-                                    {SYS_rename, EXDEV}}) {
+  struct Failing {
+    long call;
+    int error;
+  };
+  for (const Failing& failing : {Failing{SYS_write, ENOSPC}, Failing{SYS_fchmod, EPERM},
+                                 Failing{SYS_fsync, EIO}, Failing{SYS_rename, EXDEV}}) {
     const TemporaryFolder folder;
     writeFile(folder / "file", "old");
-    inChild([&, call = call, error = error] {
-      ASSERT_TRUE(letCallsFail({call}, error));
-      EXPECT_EQ(replaceFile(folder / "file", "new"), error);
+    inChild([&] {
+      ASSERT_TRUE(letCallsFail({failing.call}, failing.error));
+      EXPECT_EQ(replaceFile(folder / "file", "new"), failing.error);
     });
-    EXPECT_EQ(readFile(folder / "file"), "old") << call;
-    EXPECT_EQ(entriesIn(folder.path()), 1U) << call;
+    EXPECT_EQ(readFile(folder / "file"), "old") << failing.call;
+    EXPECT_EQ(entriesIn(folder.path()), 1U) << failing.call;
   }
 }
 
