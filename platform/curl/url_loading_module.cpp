@@ -21,6 +21,7 @@
 #include "engine/cleared.h"
 #include "engine/text.h"
 #include "platform/curl/cookie.h"
+#include "platform/curl/limit_words.h"
 #include "platform/memory_release.h"
 #include "platform/url_loading.h"
 
@@ -126,26 +127,6 @@ struct MultiCleanup {
   void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
 };
 using Multi = std::unique_ptr<CURLM, MultiCleanup>;
-
-// "3 minutes", "30 seconds", "250 milliseconds".
-std::string inWords(std::chrono::milliseconds time) {
-  const auto count = [](auto number, const char* unit) {
-    return std::to_string(number) + ' ' + unit + (number == 1 ? "" : "s");
-  };
-  constexpr int second = 1000;
-  constexpr int minute = 60 * second;
-  if (time.count() >= 2 * minute && time.count() % minute == 0) {
-    return count(time.count() / minute, "minute");
-  }
-  if (time.count() % second == 0) return count(time.count() / second, "second");
-  return count(time.count(), "millisecond");
-}
-
-std::string inWords(std::size_t bytes) {
-  constexpr std::size_t megabyte = std::size_t{1} << 20;
-  return bytes % megabyte == 0 ? std::to_string(bytes / megabyte) + " MB"
-                               : std::to_string(bytes) + " bytes";
-}
 
 // What the exchanges of one request share.
 struct Whole {

@@ -6,6 +6,7 @@
 #include <string>
 #include <thread>
 
+#include "platform/curl/limit_words.h"
 #include "tests/enrol/http_test.h"
 
 namespace talvane::test {
@@ -122,6 +123,26 @@ TEST_F(HttpLimitsTest, LimitsAreToldInTheLargestUnit) {
   LoopbackServer server(response("200 OK", std::string((2U << 20U) + 1, '#')));
   const TaHttp http = got(server.url());
   EXPECT_EQ(*http.error(), "The server's response is longer than 2 MB [63]");
+}
+
+TEST(LimitWords, TimesInTheLargestUnitThatIsExact) {
+  const std::pair<std::chrono::milliseconds, const char*> times[] = {
+      {1ms, "1 millisecond"}, {250ms, "250 milliseconds"}, {1500ms, "1500 milliseconds"},
+      {1s, "1 second"},       {30s, "30 seconds"},         {60s, "60 seconds"},
+      {90s, "90 seconds"},    {119s, "119 seconds"},       {120s, "2 minutes"},
+      {121s, "121 seconds"},  {180s, "3 minutes"},         {120'001ms, "120001 milliseconds"},
+      {1h, "60 minutes"},
+  };
+  for (const auto& [time, words] : times) EXPECT_EQ(inWords(time), words);
+}
+
+TEST(LimitWords, SizesInMegabytesWhereExact) {
+  constexpr std::size_t megabyte = std::size_t{1} << 20U;
+  const std::pair<std::size_t, const char*> sizes[] = {
+      {1500, "1500 bytes"},     {megabyte - 1, "1048575 bytes"}, {megabyte, "1 MB"},
+      {16 * megabyte, "16 MB"}, {megabyte + 1, "1048577 bytes"},
+  };
+  for (const auto& [size, words] : sizes) EXPECT_EQ(inWords(size), words);
 }
 
 TEST_F(HttpLimitsTest, CancelEndsARequestAtOnceAndSparesLaterOnes) {
