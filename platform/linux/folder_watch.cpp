@@ -24,7 +24,7 @@ constexpr std::uint32_t events = IN_ATTRIB | IN_CLOSE_WRITE | IN_CREATE | IN_DEL
 
 std::string folderAbove(const std::string& path) {
   const std::size_t slash = path.rfind('/');
-  return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
+  return slash == 0 ? "/" : path.substr(0, slash);
 }
 
 std::string nameIn(const std::string& path) {

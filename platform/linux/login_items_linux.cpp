@@ -42,9 +42,9 @@ class AutostartItem final : public LoginItem {
   const AutostartEntry entry;
 };
 
-// 1 for softtoken.desktop, N for softtoken-N.desktop, 0 for any other name.
+// 1 for softtoken.desktop, N for softtoken-N.desktop, 0 for a desktop entry of any other name.
 int numberOf(std::string_view file) {
-  if (!file.starts_with(own_name) || !file.ends_with(suffix)) return 0;
+  if (!file.starts_with(own_name)) return 0;
   file.remove_suffix(suffix.size());
   file.remove_prefix(own_name.size());
   if (file.empty()) return 1;
@@ -95,8 +95,8 @@ bool isThere(const std::string& path) {
 }
 
 std::string withoutSlashes(std::string_view path) {
-  while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
-  return std::string(path == "/" ? "" : path);
+  while (path.ends_with('/')) path.remove_suffix(1);
+  return std::string(path);
 }
 
 // The user's folder, then the system's, each once.

@@ -62,8 +62,11 @@ TEST_F(AutostartEntryTest, ExecValuesResolveAsTheyAreStarted) {
       {"softtoken --no-console-log %U", true},
       {"\"softtoken\" \"an argument\"", true},
       {"  " + program + "  ", true},
+      {"\\s" + program, true},
+      {"softtoken\t--no-console-log", true},
       {folder + "/\"softtoken\"", true},
       {folder + "/soft\\stoken", false},
+      {"\"soft\\\\token\"", false},
       {folder + "/../programs/./softtoken", true},
       {"softtoken \"50%%\"", true},
       {"", false},
@@ -74,6 +77,7 @@ TEST_F(AutostartEntryTest, ExecValuesResolveAsTheyAreStarted) {
       {"softtoken %", false},
       {program + "%f", false},
       {"%f " + program, false},
+      {"%f%u", false},
       {"\"" + program + " \"", false},
       {"programs/softtoken", false},
       {"./softtoken", false},
@@ -89,6 +93,26 @@ TEST_F(AutostartEntryTest, ExecValuesResolveAsTheyAreStarted) {
     writeOwn("x.desktop", entry(row.exec));
     EXPECT_EQ(isOn(), row.resolves);
   }
+}
+
+TEST_F(AutostartEntryTest, FoldersOfTheSearchPathThatDependOnTheWorkingFolderAreSkipped) {
+  writeOwn("x.desktop", entry("softtoken"));
+  inChild([&] {
+    ASSERT_EQ(chdir((home.root() + "/programs").c_str()), 0);
+    for (const std::string relative : {"", ".", ":", "../programs:."}) {
+      home.environment.set("PATH", relative);
+      EXPECT_FALSE(isOn()) << relative;
+      home.environment.set("PATH", relative + ':' + home.root() + "/programs");
+      EXPECT_TRUE(isOn()) << relative;
+    }
+  });
+}
+
+TEST_F(AutostartEntryTest, WithoutASearchPathItIsTheSystems) {
+  writeOwn("x.desktop", entry("sh"));
+  EXPECT_EQ(targets(), Lines{"-"});
+  home.environment.unset("PATH");
+  EXPECT_EQ(targets(), Lines{std::filesystem::canonical("/bin/sh").string()});
 }
 
 TEST_F(AutostartEntryTest, ProgramThatMayNotBeExecutedDoesNotResolve) {
@@ -109,6 +133,7 @@ TEST_F(AutostartEntryTest, KeysThatKeepAnEntryFromStarting) {
       {"X-GNOME-Autostart-enabled=false\n", false},
       {"# Hidden=true\n", true},
       {"[Desktop Action x]\nHidden=true\nExec=missing\n", true},
+      {"[Desktop Action x]\n[Desktop Entry]\nHidden=true\n", false},
       {"Name[de]=Eintrag\nHidden[de]=true\n", true},
       {"TryExec=other\n", true},
       {"TryExec=" + other + "\n", true},

@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -211,6 +212,41 @@ TEST_F(LoginItemsLinuxTest, WithoutTheVariableItIsTheFolderInTheHome) {
     EXPECT_TRUE(exists(home.home() + "/.config/autostart/softtoken.desktop"));
     set(false);
   }
+}
+
+TEST_F(LoginItemsLinuxTest, EmptyListOfSystemFoldersIsTheUsualOne) {
+  writeShared("x.desktop", entry(program));
+  home.environment.unset("XDG_CONFIG_DIRS");
+  const Lines usual = targets();
+  EXPECT_EQ(std::count(usual.begin(), usual.end(), program), 0);
+  home.environment.set("XDG_CONFIG_DIRS", "");
+  EXPECT_EQ(targets(), usual);
+}
+
+TEST_F(LoginItemsLinuxTest, SlashesAtTheEndOfAFolderDoNotCount) {
+  writeShared("x.desktop", entry(program));
+  home.environment.set("XDG_CONFIG_HOME", home.config() + "//");
+  home.environment.set("XDG_CONFIG_DIRS",
+                       home.root() + "/system//:" + home.root() + "/system:" + home.config() + '/');
+  set(false);
+  EXPECT_FALSE(isOn());
+  EXPECT_TRUE(exists(own + "/x.desktop"));
+  set(true);
+  set(false);
+  EXPECT_FALSE(exists(own + "/softtoken.desktop"))
+      << "the user's folder is not a system folder as well";
+}
+
+TEST_F(LoginItemsLinuxTest, ItemThatIsGoneIsNotRemovedAgain) {
+  writeOwn("x.desktop", entry(program));
+  writeShared("y.desktop", entry(program));
+  const auto list = systemLoginItems();
+  const auto items = list->snapshot();
+  ASSERT_EQ(items.size(), 2U);
+  ASSERT_EQ(unlink((own + "/x.desktop").c_str()), 0);
+  ASSERT_EQ(unlink((shared + "/y.desktop").c_str()), 0);
+  for (const LoginItemHandle& item : items) list->remove(*item);
+  EXPECT_EQ(entriesIn(own), 0U) << "nothing is left to hide";
 }
 
 TEST_F(LoginItemsLinuxTest, LinkedFolderAndLinkedEntryAreRead) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/platform/autostart_home.h"
+#include "tests/support/in_child.h"
 
 namespace talvane::test {
 namespace {
@@ -154,6 +155,70 @@ TEST_F(LoginItemsWatchTest, FoldersAboveThatAreMadeLaterAreFollowed) {
   EXPECT_TRUE(told_on);
 }
 
+TEST_F(LoginItemsWatchTest, FoldersWithTheSameMissingFolderAboveAreFollowed) {
+  home.environment.set("XDG_CONFIG_DIRS", home.root() + "/a/b:" + home.root() + "/a/c");
+  talibobjc_LoginItem item = loginItemOf(program);
+  ASSERT_TRUE(std::filesystem::create_directory(home.root() + "/a"));
+  EXPECT_EQ(timesTold(item), 1);
+  for (const std::string folder : {"/a/b/autostart", "/a/c/autostart"}) {
+    std::filesystem::create_directories(home.root() + folder);
+    EXPECT_GE(timesTold(item), 1) << folder;
+    writeFile(home.root() + folder + "/x.desktop", entry(program));
+    EXPECT_EQ(timesTold(item), 1) << folder;
+  }
+}
+
+TEST_F(LoginItemsWatchTest, FolderThatCannotBeWatchedIsWatchedFromAbove) {
+  writeOwn("x.desktop", entry(program));
+  asOrdinaryUser(home.root(), [&] {
+    ASSERT_EQ(chmod(own.c_str(), 0), 0);
+    talibobjc_LoginItem item = loginItemOf(program);
+    EXPECT_FALSE(item.launchAtLogin());
+    ASSERT_EQ(chmod(own.c_str(), 0700), 0);
+    EXPECT_GE(timesTold(item), 1);
+    EXPECT_TRUE(told_on);
+    writeOwn("x.desktop", entry(program, "Hidden=true\n"));
+    EXPECT_EQ(timesTold(item), 1);
+    EXPECT_FALSE(told_on);
+  });
+}
+
+TEST_F(LoginItemsWatchTest, MissingFolderAtTheTopIsNoHindrance) {
+  home.environment.set("XDG_CONFIG_DIRS", "/no such folder is here");
+  talibobjc_LoginItem item = loginItemOf(program);
+  writeOwn("x.desktop", entry(program));
+  EXPECT_EQ(timesTold(item), 1);
+  EXPECT_TRUE(told_on);
+}
+
+// The kernel's queue is limited; when it is full, it says so and drops what comes.
+TEST_F(LoginItemsWatchTest, ChangesThatWereLostAreTold) {
+  int limit = 0;
+  std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> limit;
+  if (limit <= 0 || limit > 100'000) GTEST_SKIP() << "the queue is too long";
+  talibobjc_LoginItem item = loginItemOf(program);
+  for (int count = 0; count <= limit / 2; ++count) {
+    writeFile(own + "/notes.txt", "x");
+    ASSERT_EQ(unlink((own + "/notes.txt").c_str()), 0);
+  }
+  writeOwn("x.desktop", entry(program));
+  EXPECT_GE(timesTold(item), 1);
+  EXPECT_TRUE(told_on);
+}
+
+TEST_F(LoginItemsWatchTest, ProgramThatKeepsWritingDoesNotHoldUpTheReading) {
+  talibobjc_LoginItem item = loginItemOf(program);
+  // Each event takes 272 bytes, of which at most 16 × 64 KB are read at once.
+  const std::string name = own + '/' + std::string(240, 'x') + ".desktop";
+  for (int count = 0; count < 2000; ++count) {
+    writeFile(name, "x");
+    ASSERT_EQ(unlink(name.c_str()), 0);
+  }
+  item.loginItems()->readChanges();
+  EXPECT_TRUE(isReadable(item, 0)) << "the rest is for the next time";
+  EXPECT_EQ(timesTold(item), 1);
+}
+
 TEST_F(LoginItemsWatchTest, FolderThatIsRemovedAndMadeAgainIsFollowed) {
   set(true);
   talibobjc_LoginItem item = loginItemOf(program);
@@ -224,6 +289,13 @@ TEST_F(LoginItemsWatchTest, CallbackMayDestroyTheList) {
   set(true);
   list->readChanges();
   EXPECT_EQ(told, 1);
+}
+
+TEST_F(LoginItemsWatchTest, NobodyNeedsToBeTold) {
+  const auto list = systemLoginItems();
+  set(true);
+  list->readChanges();
+  EXPECT_EQ(list->snapshot().size(), 1U);
 }
 
 TEST_F(LoginItemsWatchTest, DescriptorDoesNotPassToProgramsStartedFromHere) {
