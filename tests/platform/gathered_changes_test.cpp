@@ -124,6 +124,46 @@ TEST_F(GatheredChangesTest, NothingIsDeletedIfAnItemIsNotFoundAsWritten) {
   EXPECT_EQ(stored(), (std::vector<int>{1, 99, 2}));
 }
 
+TEST_F(GatheredChangesTest, NothingIsDeletedIfAnItemIsMissingAfterItWasWritten) {
+  fill(3);
+  ASSERT_EQ(changes->beginChange(), KeychainStatus::ok);
+  deleteFirst(3);
+  keychain->fault = [](FaultyKeychain::Call call, std::size_t) {
+    return call == FaultyKeychain::Call::find ? KeychainStatus::item_not_found : KeychainStatus::ok;
+  };
+  EXPECT_EQ(changes->endChange(), KeychainStatus::io_error);
+  EXPECT_EQ(stored(), (std::vector<int>{1, 2, 2}));
+}
+
+TEST_F(GatheredChangesTest, ItemThatAnotherProgramDeletedMeanwhileIsGone) {
+  fill(2);
+  ASSERT_EQ(changes->beginChange(), KeychainStatus::ok);
+  ASSERT_EQ(changes->remove(slot(1), account), KeychainStatus::ok);
+  keychain->memory.items.erase({slot(1), account});
+  EXPECT_EQ(changes->endChange(), KeychainStatus::ok);
+  EXPECT_EQ(stored(), std::vector<int>{0});
+}
+
+TEST_F(GatheredChangesTest, ItemsAreReadBackInOneReadingOfEachAccount) {
+  ASSERT_EQ(changes->beginChange(), KeychainStatus::ok);
+  for (int i = 0; i < 4; ++i) {
+    const char* user = i % 2 == 0 ? "ada" : "bob";
+    ASSERT_EQ(changes->add(slot(i), user, SecretBytes(Bytes{1})), KeychainStatus::ok);
+  }
+  ASSERT_EQ(changes->endChange(), KeychainStatus::ok);
+  EXPECT_EQ(keychain->memory.items.size(), 4U);
+  EXPECT_EQ(keychain->readings, "begin ada;end;begin bob;end;");
+}
+
+TEST_F(GatheredChangesTest, AbandoningWithoutAChangeUndoesNothing) {
+  keychain->undoes = true;
+  ASSERT_EQ(changes->beginChange(), KeychainStatus::ok);
+  ASSERT_EQ(changes->endChange(), KeychainStatus::ok);
+  ASSERT_EQ(changes->add(slot(0), account, SecretBytes(Bytes{0})), KeychainStatus::ok);
+  changes->abandonChange();
+  EXPECT_EQ(stored(), std::vector<int>{0});
+}
+
 TEST_F(GatheredChangesTest, StatusesAreThoseOfAKeychain) {
   fill(1);
   const SecretBytes secret(Bytes{7});

@@ -28,6 +28,7 @@ Bytes png(std::uint32_t width, std::uint32_t height, std::uint8_t depth, std::ui
 }
 
 constexpr std::uint8_t baseline = 0xC0;
+constexpr std::uint8_t extended = 0xC1;
 constexpr std::uint8_t progressive = 0xC2;
 
 /// A JPEG file of empty scans, each of as many components as stand in `scans`.
@@ -59,6 +60,12 @@ ImageCost cost(const Bytes& file) {
   const auto found = costOfImage(file);
   EXPECT_TRUE(found.has_value());
   return found.value_or(ImageCost{});
+}
+
+/// The file with these bytes in front of its frame.
+Bytes withBeforeFrame(Bytes file, const Bytes& bytes) {
+  file.insert(file.begin() + 8, bytes.begin(), bytes.end());
+  return file;
 }
 
 const Bytes grey{0x11};
@@ -95,6 +102,17 @@ TEST(ImageCost, JpegByItsScans) {
   EXPECT_EQ(cost(jpeg(baseline, 100, 50, colour_420, {3})).work, 5000U);
   EXPECT_EQ(cost(jpeg(baseline, 100, 50, colour_420, {1, 1, 1})).work, 15000U);
   EXPECT_EQ(cost(jpeg(progressive, 100, 50, grey, Bytes(10, 1))).work, 50000U);
+  EXPECT_EQ(cost(jpeg(extended, 100, 50, colour_420, {3})).work, 5000U);
+}
+
+// Their markers lie among those of frames: Huffman tables, extensions, and arithmetic conditioning.
+TEST(ImageCost, JpegTablesAreNoFrames) {
+  const Bytes plain = jpeg(baseline, 100, 50, grey, {1});
+  for (const std::uint8_t kind : Bytes{0xC4, 0xC8, 0xCC}) {
+    const Bytes file = withBeforeFrame(plain, {0xFF, kind, 0, 9, 8, 0xFF, 0xFF, 0xFF, 0xFF, 1, 1});
+    EXPECT_EQ(cost(file).work, 5000U) << int{kind};
+    EXPECT_EQ(cost(file).memory, file.size() + 5000U) << int{kind};
+  }
 }
 
 TEST(ImageCost, JpegMemoryHoldsCoefficientsOnlyOfSeveralScans) {
@@ -106,6 +124,14 @@ TEST(ImageCost, JpegMemoryHoldsCoefficientsOnlyOfSeveralScans) {
   EXPECT_EQ(cost(file).memory, file.size() + 25'600 + coefficients);
   file = jpeg(baseline, 160, 160, colour_420, {1});
   EXPECT_EQ(cost(file).memory, file.size() + 25'600 + coefficients) << "the others may follow";
+  // A second scan of everything, or one that does not say what it holds.
+  const std::uint64_t bright = 2 * 25'600;
+  file = jpeg(baseline, 160, 160, grey, {1, 1});
+  EXPECT_EQ(cost(file).memory, file.size() + 25'600 + bright);
+  file = jpeg(baseline, 160, 160, grey, {});
+  const Bytes empty_scan{0xFF, 0xDA, 0, 2};
+  file.insert(file.end() - 4, empty_scan.begin(), empty_scan.end());
+  EXPECT_EQ(cost(file).memory, file.size() + 25'600 + bright);
   // Blocks are whole: 161 x 161 takes 11 x 11 groups of 16 x 16.
   file = jpeg(progressive, 161, 161, colour_420, {3});
   EXPECT_EQ(cost(file).memory, file.size() + 161 * 161 + 2 * 11 * 11 * 6 * 64);
@@ -131,12 +157,35 @@ TEST(ImageCost, OtherFilesHaveNone) {
   Bytes two_frames = jpeg(baseline, 8, 8, grey, {1});
   const Bytes frame(two_frames.begin() + 8, two_frames.begin() + 8 + 13);
   two_frames.insert(two_frames.begin() + 8, frame.begin(), frame.end());
-  for (const Bytes& file :
-       {Bytes{}, Bytes{0xFF, 0xD8}, Bytes{0x89, 'P', 'N', 'G'}, Bytes(100, 0xFF), without_header,
-        png(0, 1, 8, 0), png(1, 1, 8, 5), png(1, 1, 32, 0), jpeg(baseline, 8, 8, grey, {}),
-        jpeg(baseline, 0, 8, grey, {1}), jpeg(baseline, 8, 8, {}, {1}),
-        jpeg(baseline, 8, 8, {0x00}, {1}), jpeg(baseline, 8, 8, {0x51}, {1}),
-        jpeg(0xC3, 8, 8, grey, {1}), jpeg(0xC9, 8, 8, grey, {1}), two_frames}) {
+  Bytes too_few_components = jpeg(baseline, 8, 8, grey, {1});
+  too_few_components[8 + 9] = 3;
+  const Bytes short_frame{0xFF, 0xD8, 0xFF, 0xC0, 0, 7, 8, 0, 8, 0, 8,
+                          0xFF, 0xDA, 0,    8,    1, 0, 0, 0, 0, 0};
+  for (const Bytes& file : {Bytes{},
+                            Bytes{0xFF, 0xD8},
+                            Bytes{0x89, 'P', 'N', 'G'},
+                            Bytes(100, 0xFF),
+                            without_header,
+                            png(0, 1, 8, 0),
+                            png(1, 1, 8, 5),
+                            png(1, 1, 32, 0),
+                            jpeg(baseline, 8, 8, grey, {}),
+                            jpeg(baseline, 0, 8, grey, {1}),
+                            jpeg(baseline, 8, 8, {}, {1}),
+                            jpeg(baseline, 8, 8, {0x00}, {1}),
+                            jpeg(baseline, 8, 8, {0x51}, {1}),
+                            jpeg(baseline, 8, 8, {0x10}, {1}),
+                            jpeg(baseline, 8, 8, {0x15}, {1}),
+                            jpeg(baseline, 8, 0, grey, {1}),
+                            jpeg(baseline, 8, 8, Bytes(5, 0x11), {1}),
+                            png(1, 0, 8, 0),
+                            png(1, 1, 8, 7),
+                            too_few_components,
+                            short_frame,
+                            withBeforeFrame(jpeg(baseline, 8, 8, grey, {1}), {0xFF, 0xE1, 0, 1}),
+                            jpeg(0xC3, 8, 8, grey, {1}),
+                            jpeg(0xC9, 8, 8, grey, {1}),
+                            two_frames}) {
     EXPECT_FALSE(costOfImage(file).has_value()) << file.size();
   }
 }
