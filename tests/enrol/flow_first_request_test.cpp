@@ -1,6 +1,7 @@
 // A session's start, its first request, and what the reply leads to.
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,32 @@ TEST_F(FlowFirstRequestTest, GoodReplyEnablesSubmit) {
   EXPECT_EQ(views.calls, (Lines{"disable", "layout busy", "enable", "layout"}));
   EXPECT_EQ(views.message, "");
   EXPECT_EQ(flow->taenrol()->VERSION, 7200);
+}
+
+TEST_F(FlowFirstRequestTest, SubmitBeforeTheReplyIsIgnored) {
+  script.hold(0);
+  script.answer(first_reply);
+  flow->eva_init();
+  script.awaitRequests(1);
+  views.fields[Field::userid] = "U";
+  views.calls.clear();
+  flow->eva_submitclicked();
+  EXPECT_EQ(views.calls, Lines{});
+  EXPECT_TRUE(flow->pleasewait());
+  script.letGo(0);
+  ASSERT_TRUE(views.performNext());
+  EXPECT_EQ(script.requests().size(), 1U);
+  EXPECT_TRUE(views.submit_enabled);
+}
+
+TEST_F(FlowFirstRequestTest, MissingMemoryIsTold) {
+  script.before_answer = [] { throw std::bad_alloc(); };
+  flow->eva_init();
+  ASSERT_TRUE(views.performNext());
+  EXPECT_EQ(views.address_message, "Error: Not enough memory; close other programs and try again");
+  EXPECT_EQ(views.open, View::evgu);
+  EXPECT_FALSE(flow->pleasewait());
+  EXPECT_FALSE(views.submit_enabled);
 }
 
 TEST_F(FlowFirstRequestTest, RequestIsTraced) {

@@ -40,6 +40,13 @@ TEST_F(HttpCertificatesTest, SelfSignedOneIsRefused) {
   expectFailure(http, bad_certificate);
 }
 
+TEST_F(HttpCertificatesTest, EmptyNameOfATrustedFileIsNone) {
+  const Certificate certificate = makeCertificate(folder.path(), "DNS:localhost,IP:127.0.0.1");
+  const HttpsServer server(certificate, answering());
+  trust("");
+  expectFailure(got(server.url()), bad_certificate);
+}
+
 TEST_F(HttpCertificatesTest, ExpiredOneIsRefused) {
   const Certificate certificate =
       makeCertificate(folder.path(), "DNS:localhost,IP:127.0.0.1", Validity::past);

@@ -216,6 +216,23 @@ TEST_F(HttpsRedirectsTest, FromHttpsToHttpIsRefused) {
   EXPECT_EQ(plain.finish(), Texts{}) << "nothing was sent in clear";
 }
 
+TEST_F(HttpsRedirectsTest, RefusalNamesTheSchemeWhereItIsKnown) {
+  const std::pair<const char*, const char*> targets[] = {
+      {"http://127.0.0.1:9/", "http"},
+      {"ftp://127.0.0.1/x", "ftp"},
+      {"otherprogram://127.0.0.1/x", "elsewhere"},
+      {"javascript:alert(1)", "elsewhere"},
+  };
+  for (const auto& [target, words] : targets) {
+    HttpsServer secure(certificate, [&, to = target](const std::string&, const std::string&) {
+      return HttpsReply{302, "", "", to};
+    });
+    EXPECT_EQ(got(secure.url()).error(), std::string("The server redirects from https to ") +
+                                             words + ", which is not allowed [1]")
+        << target;
+  }
+}
+
 TEST_F(HttpsRedirectsTest, FromHttpsToHttpByAStopBetweenIsRefused) {
   LoopbackServer plain(response("200 OK", "in clear"));
   HttpsServer secure(certificate, [&](const std::string& path, const std::string&) {
