@@ -52,7 +52,11 @@ TEST_F(Availability, WithoutADaemonThereIsNoKeychain) {
 TEST_F(Availability, WithoutABusThereIsNoKeychain) {
   unsetenv("DBUS_SESSION_BUS_ADDRESS");
   expectEveryCall(KeychainStatus::not_available);
-  unsetenv("XDG_RUNTIME_DIR");
+  for (const char* variable : {"DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"}) {
+    setenv(variable, "", 1);
+    expectEveryCall(KeychainStatus::not_available);
+    unsetenv(variable);
+  }
   expectEveryCall(KeychainStatus::not_available);
 }
 
@@ -79,6 +83,8 @@ TEST_F(Availability, TheBusIsFoundInTheRuntimeFolder) {
   unsetenv("DBUS_SESSION_BUS_ADDRESS");
   EXPECT_EQ(keychain_->add("token", "ada", bytes("one")), KeychainStatus::ok);
   EXPECT_EQ(found(*keychain_, "token"), "one");
+  setenv("DBUS_SESSION_BUS_ADDRESS", "", 1);
+  EXPECT_EQ(found(*makeSecretServiceKeychain(), "token"), "one");
 }
 
 TEST_F(Availability, WithoutADefaultKeyringNothingIsFoundAndNothingStored) {

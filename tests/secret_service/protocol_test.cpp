@@ -37,6 +37,19 @@ class Protocol : public KeyringTest {
                                      "', @ay [], @ay " + byteList(text) + ", 'text/plain')},)"));
   }
 
+  /// There are two, of the same name.
+  void haveTwoItems() {
+    fake_->on("SearchItems", replying("([objectpath '/all/one', '/all/two'], @ao [])"));
+  }
+
+  /// The call failed, and the user reads the service's words for it.
+  void expectTold(KeychainStatus status, const std::string& words) {
+    EXPECT_EQ(status, KeychainStatus::io_error);
+    const std::string message = keychain_->message(KeychainStatus::io_error);
+    EXPECT_NE(message.find('(' + words + ')'), std::string::npos) << message;
+  }
+  KeychainStatus find(SecretBytes* secret) { return keychain_->find("token", "ada", secret); }
+
   std::unique_ptr<FakeSecretService> fake_;
   std::unique_ptr<KeychainService> keychain_;
 };
@@ -105,9 +118,12 @@ TEST_F(Protocol, ASecretThatIsNotGivenIsNotAMissingItem) {
   fake_->on("GetSecrets", replying("(@a{o(oayays)} {},)"));
   EXPECT_EQ(found(*keychain_, "token"), "status -36");
   EXPECT_EQ(fake_->calls("SearchItems"), 2);  // looked once more
-  keychain_->beginReading("ada");
-  EXPECT_EQ(found(*keychain_, "token"), "status -36");
-  keychain_->endReading();
+  for (const char* attributes : {"(<@a{ss} {}>,)", "(<{'service': 'token', 'account': 'ada'}>,)"}) {
+    fake_->on("Attributes", replying(attributes));
+    keychain_->beginReading("ada");
+    EXPECT_EQ(found(*keychain_, "token"), "status -36") << attributes;
+    keychain_->endReading();
+  }
 }
 
 TEST_F(Protocol, ASecretOfAnotherSessionIsAFailure) {
@@ -126,6 +142,96 @@ TEST_F(Protocol, AFailureIsToldInTheServicesWords) {
   fake_->on("CreateItem", failing(failed, "No room"));
   EXPECT_EQ(keychain_->add("token", "ada", bytes("x")), KeychainStatus::io_error);
   EXPECT_NE(keychain_->message(KeychainStatus::io_error).find("(No room)"), std::string::npos);
+}
+
+TEST_F(Protocol, ACollectionThatDoesNotTellItsNameIsAFailure) {
+  fake_->on("Label", failing(failed, "No label"));
+  expectTold(keychain_->add("token", "ada", bytes("x")), "No label");
+  EXPECT_EQ(fake_->calls("CreateItem"), 0);
+  expectTold(keychain_->describe().status, "No label");
+}
+
+TEST_F(Protocol, OfSeveralItemsNoneIsTakenWhenTheirAgeIsNotTold) {
+  haveTwoItems();
+  fake_->on("Attributes", replying("(<{'service': 'token', 'account': 'ada'}>,)"));
+  fake_->on("GetSecrets", replying("(@a{o(oayays)} {},)"));
+  fake_->on("Modified", failing(failed, "No clock"));
+  SecretBytes secret;
+  expectTold(find(&secret), "No clock");
+  expectTold(keychain_->replace("token", "ada", bytes("x")), "No clock");
+  EXPECT_EQ(fake_->calls("CreateItem"), 0);
+  keychain_->beginReading("ada");
+  expectTold(find(&secret), "No clock");
+  keychain_->endReading();
+}
+
+TEST_F(Protocol, AServiceThatOpensNoSessionIsAFailure) {
+  haveItem("b25l");
+  fake_->on("OpenSession", failing(failed, "No session"));
+  SecretBytes secret;
+  expectTold(find(&secret), "No session");
+  expectTold(keychain_->replace("token", "ada", bytes("x")), "No session");
+  EXPECT_EQ(fake_->calls("CreateItem"), 0);
+}
+
+TEST_F(Protocol, ADeletionThatFailsIsAFailure) {
+  haveItem("b25l");
+  fake_->on("Delete", failing(failed, "No eraser"));
+  expectTold(keychain_->remove("token", "ada"), "No eraser");
+  EXPECT_EQ(fake_->calls("Delete"), 1);
+}
+
+TEST_F(Protocol, ASearchThatFailsAfterUnlockingIsAFailure) {
+  const auto unlocking = [this](GDBusMessage* call) {
+    fake_->on("SearchItems", failing(failed, "No lamp"));
+    return replying("([objectpath '/all'], objectpath '/')")(call);
+  };
+  SecretBytes secret;
+  fake_->on("Unlock", unlocking);
+  fake_->on("SearchItems", replying("(@ao [], [objectpath '/all/one'])"));
+  expectTold(find(&secret), "No lamp");
+  fake_->on("SearchItems", replying("(@ao [], @ao [])"));
+  fake_->on("Locked", replying("(<true>,)"));
+  expectTold(find(&secret), "No lamp");
+}
+
+TEST_F(Protocol, AReadingAsksForWhoseItemIsNotKnownByItself) {
+  haveItem("b25l");
+  const std::pair<const char*, int> rows[] = {
+      {"(<{'service': 'token', 'account': 'ada'}>,)", 1},
+      {"(<{'service': 'token', 'account': 'bob'}>,)", 2},
+      {"(<{'account': 'ada'}>,)", 2},
+      {"(<@a{ss} {}>,)", 2},
+  };
+  for (const auto& [attributes, searches] : rows) {
+    fake_->on("Attributes", replying(attributes));
+    const int before = fake_->calls("SearchItems");
+    keychain_->beginReading("ada");
+    EXPECT_EQ(found(*keychain_, "token"), "one") << attributes;
+    keychain_->endReading();
+    EXPECT_EQ(fake_->calls("SearchItems") - before, searches) << attributes;
+  }
+}
+
+TEST_F(Protocol, AReadingThatIsNotToldWhoseItemsTheyAreIsAFailure) {
+  haveItem("b25l");
+  fake_->on("Attributes", failing(failed, "No list"));
+  keychain_->beginReading("ada");
+  SecretBytes secret;
+  expectTold(find(&secret), "No list");
+  keychain_->endReading();
+}
+
+TEST_F(Protocol, AReadingThatFailedLooksAgainAfterAChange) {
+  fake_->on("SearchItems", failing(failed, "No lamp"));
+  keychain_->beginReading("ada");
+  EXPECT_EQ(found(*keychain_, "token"), "status -36");
+  fake_->on("SearchItems", replying("(@ao [], @ao [])"));
+  EXPECT_EQ(found(*keychain_, "token"), "status -36") << "one look for all";
+  ASSERT_EQ(keychain_->add("token", "ada", bytes("one")), KeychainStatus::ok);
+  haveItem("b25l");
+  EXPECT_EQ(found(*keychain_, "token"), "one");
+  keychain_->endReading();
 }
 
 TEST_F(Protocol, EveryTroubleSaysWhatToDo) {
@@ -209,6 +315,14 @@ TEST_F(Protocol, AChangeThatIsNotAnsweredDoesNotRespond) {
   fake_->on("CreateItem", [](GDBusMessage*) -> GDBusMessage* { return nullptr; });
   const Stopwatch watch;
   EXPECT_EQ(keychain_->add("token", "ada", bytes("x")), KeychainStatus::not_responding);
+  EXPECT_LT(watch.seconds(), 2.5);
+}
+
+TEST_F(Protocol, AnUnlockingThatIsNotAnsweredDoesNotRespond) {
+  fake_->on("Locked", replying("(<true>,)"));
+  fake_->on("Unlock", [](GDBusMessage*) -> GDBusMessage* { return nullptr; });
+  const Stopwatch watch;
+  EXPECT_EQ(found(*keychain_, "token"), "status -67585");
   EXPECT_LT(watch.seconds(), 2.5);
 }
 

@@ -51,7 +51,16 @@ TEST(SecretServiceStatus, TranslatesTheErrorsOfTheConnection) {
   EXPECT_EQ(outcomeOfGlibError(G_IO_ERROR_CANCELLED).status, KeychainStatus::not_responding);
   EXPECT_EQ(outcomeOfGlibError(G_IO_ERROR_TIMED_OUT).status, KeychainStatus::not_responding);
   EXPECT_EQ(outcomeOfGlibError(G_IO_ERROR_CLOSED).status, KeychainStatus::not_available);
+  EXPECT_EQ(outcomeOfGlibError(G_IO_ERROR_BROKEN_PIPE).status, KeychainStatus::not_available);
   EXPECT_EQ(outcomeOfGlibError(G_IO_ERROR_INVALID_ARGUMENT).status, KeychainStatus::io_error);
+}
+
+TEST(SecretServiceStatus, TakesWhatIsNeitherFromTheBusNorTheConnectionForAFailure) {
+  const Outcome outcome = outcomeOf(
+      *ErrorHandle(g_error_new_literal(G_FILE_ERROR, G_FILE_ERROR_NOSPC, "No space is left.")));
+  EXPECT_EQ(outcome.status, KeychainStatus::io_error);
+  EXPECT_EQ(outcome.retry, Retry::no);
+  EXPECT_EQ(outcome.words, "No space is left");
 }
 
 TEST(SecretServiceStatus, NothingButATimeoutIsAvailableWhenConnectingFails) {
