@@ -3,16 +3,19 @@
 //   say executable|modules|bundle     a folder
 //   exec PROGRAM                      what PROGRAM says of its executable's folder
 //   read PICTURE                      "TEXT|ERROR"
+//   load                              why there is no URL loading
 //   look                              "FIND DESCRIBE KIND", then the words for the user
 
 #include <unistd.h>
 
 #include <cstdio>
+#include <string>
 #include <string_view>
 
 #include "platform/folders.h"
 #include "platform/keychains.h"
 #include "platform/qr_image.h"
+#include "platform/url_loading.h"
 
 using namespace talvane;
 
@@ -30,6 +33,10 @@ int main(int argc, char** argv) {
   } else if (word == "read") {
     const QrImage image = readQrImage(argv[2]);
     std::printf("%s|%s", image.text->c_str(), image.error.c_str());
+  } else if (word == "load") {
+    std::string error;
+    static_cast<void>(makeUrlLoader(&error));
+    std::fputs(error.c_str(), stdout);
   } else if (word == "look") {
     const auto keychain = makeKeychain("secret-service");
     std::printf("%d %d %s\n%s\n", static_cast<int>(keychain->find("s", "a", nullptr)),

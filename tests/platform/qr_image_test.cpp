@@ -1,5 +1,6 @@
 // The pictures were made with qrencode(1): one code each, but for none.*, which hold a chequered
-// board, two.png, which holds two codes side by side, and the ones that are only large.
+// board, two.png, which holds two codes side by side, and the ones that are only large. The name in
+// binary.png is not UTF-8.
 
 #include "platform/qr_image.h"
 
@@ -106,6 +107,12 @@ TEST_F(QrImageTest, PictureWithoutACodeIsSaid) {
     const std::string error = errorFor(picture(name));
     EXPECT_TRUE(error.starts_with("No QR code")) << error;
   }
+}
+
+TEST_F(QrImageTest, CodeOfBytesThatAreNoTextIsSaid) {
+  EXPECT_EQ(errorFor(picture("binary.png")),
+            "The QR code in " + picture("binary.png") +
+                " holds no text; use one that holds an otpauth:// URL");
 }
 
 TEST_F(QrImageTest, SeveralCodesAreRefused) {

@@ -212,6 +212,17 @@ TEST_F(AddingTest, ReplacesBesideALastRecordThatDoesNotLoad) {
   EXPECT_EQ(read().list[0]->seed32->get(), other_seed_16);
 }
 
+TEST_F(AddingTest, GapBeforeALastRecordThatDoesNotLoadIsFilled) {
+  fill({"A", "", "C"});
+  makeForeign(2);
+  const Bytes kept = item(2).get();
+  const auto added = store.add(token("B"), SameName::refuse);
+  ASSERT_TRUE(added.has_value());
+  EXPECT_EQ(added->slot, 1);
+  EXPECT_EQ(names(), (Names{"A", "B"}));
+  EXPECT_EQ(item(2).get(), kept);
+}
+
 TEST_F(AddingTest, DeletedSlotTakesTheNextToken) {
   fill({"A"});
   makeForeign(0);
@@ -318,6 +329,14 @@ TEST_F(AddingTest, TokenThatStandsTwiceAndCannotBeRemoved) {
   };
   expectRefused(adding(token("E")), Next::try_again,
                 "The keychain gave contradictory answers and nothing was changed; try again");
+  // Nobody can tell whether it is.
+  removed = false;
+  keychain.fault = [&](FaultyKeychain::Call call, std::size_t) {
+    if (call == FaultyKeychain::Call::remove) removed = true;
+    if (removed && call == FaultyKeychain::Call::find) return KeychainStatus::io_error;
+    return KeychainStatus::ok;
+  };
+  expectRefused(adding(token("E")), Next::check_keychain, "words for -36 [-36]");
 }
 
 TEST_F(AddingTest, MissingMemoryIsTold) {
@@ -446,6 +465,14 @@ TEST_F(AddingTest, TokenThatAnInterruptionLeftTwiceStandsOnceAgain) {
   fill({"B", "x", "C", "D", "x"});
   item(1) = item(0);
   item(4) = item(3);
+  EXPECT_EQ(store.add(token("E"), SameName::refuse)->slot, 3);
+  EXPECT_EQ(names(), (Names{"B", "C", "D", "E"}));
+}
+
+TEST_F(AddingTest, TokenThatStandsThreeTimesAmongOthersStandsOnceAgain) {
+  fill({"B", "C", "x", "D", "x"});
+  item(2) = item(0);
+  item(4) = item(0);
   EXPECT_EQ(store.add(token("E"), SameName::refuse)->slot, 3);
   EXPECT_EQ(names(), (Names{"B", "C", "D", "E"}));
 }

@@ -122,7 +122,13 @@ TEST_F(EnrolledAtTest, WhatCannotBeReadIsUnknown) {
   defaults.readable = false;
   EXPECT_FALSE(enrolled_at.isFrom(server, "A"));
   EXPECT_FALSE(enrolled_at.forget("A"));
-  EXPECT_FALSE(EnrolledAt(nullptr).isFrom(server, "A"));
+}
+
+TEST_F(EnrolledAtTest, WithoutUserDefaultsNothingIsNoted) {
+  EnrolledAt enrolled_at(nullptr);
+  enrolled_at.note(server, "A");
+  EXPECT_FALSE(enrolled_at.isFrom(server, "A"));
+  EXPECT_TRUE(enrolled_at.forget("A"));
 }
 
 TEST_F(EnrolledAtTest, TokenIsNotTypedOverOneThatCannotBeForgotten) {

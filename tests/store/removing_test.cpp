@@ -87,6 +87,16 @@ TEST_F(RemovingTest, ObstacleThatIsAnotherByNow) {
   expectRefused([&] { return store.remove(selection({1}), seen); }, Next::look_again, "");
 }
 
+TEST_F(RemovingTest, ObstacleThatIsGoneByNow) {
+  fill({"A", "B"});
+  const SecretBytes sound = item(1);
+  damage(1);
+  const StoredTokens seen = read();
+  item(1) = sound;
+  expectRefused([&] { return store.remove(selection({1}), seen); }, Next::look_again,
+                "The tokens changed in the meantime and nothing was deleted");
+}
+
 TEST_F(RemovingTest, GapIsClosed) {
   fill({"A", "", "", "B", "", "C"});
   expectRemoved({1}, {"A", "B"});
@@ -112,20 +122,26 @@ TEST_F(RemovingTest, GapAfterTheTokenStays) {
   expectRemoved({1}, {"A", "C"});
 }
 
-TEST_F(RemovingTest, OtherTokenInThePlaceOfOneThatStays) {
-  fill({"A", "B", "C"});
-  fill({"", "", "", "D"});
-  const SecretBytes other = item(3);
-  keychain.memory.items.erase({"TalvaneSoftToken5023", "ada"});
+TEST_F(RemovingTest, OtherTokenOrNameInThePlaceOfOneThatStays) {
   keychain.undoes = true;
-  bool removed = false;
-  keychain.fault = [&](FaultyKeychain::Call call, std::size_t) {
-    if (call == FaultyKeychain::Call::remove) removed = true;
-    if (removed && call == FaultyKeychain::Call::find) item(0) = other;
-    return KeychainStatus::ok;
-  };
-  expectRefused([&] { return remove({2}); }, Next::try_again,
-                "The keychain gave contradictory answers and nothing was deleted; try again");
+  for (const auto& [name, seed] : {std::pair("D", seedOf(3)), std::pair("A|new", seedOf(0))}) {
+    SCOPED_TRACE(name);
+    fill({"A", "B", "C"});
+    vane::ReadToken(3, nullptr);
+    auto slot = 3;
+    ASSERT_TRUE(vane::WriteToken(&slot, token(name, seed)));
+    const SecretBytes other = item(3);
+    keychain.memory.items.erase({"TalvaneSoftToken5023", "ada"});
+    bool removed = false;
+    keychain.fault = [&](FaultyKeychain::Call call, std::size_t) {
+      if (call == FaultyKeychain::Call::remove) removed = true;
+      if (removed && call == FaultyKeychain::Call::find) item(0) = other;
+      return KeychainStatus::ok;
+    };
+    expectRefused([&] { return remove({2}); }, Next::try_again,
+                  "The keychain gave contradictory answers and nothing was deleted; try again");
+    keychain.fault = nullptr;
+  }
 }
 
 TEST_F(RemovingTest, TokenAndGapTogether) {

@@ -49,6 +49,7 @@ TEST_F(RenamingTest, NameThatItHasAlreadyWritesNothing) {
   };
   EXPECT_TRUE(rename(0, "A").has_value());
   EXPECT_TRUE(rename(1, "Bee").has_value());
+  EXPECT_TRUE(rename(1, "B%65e|").has_value()) << "as the token reads it";
   EXPECT_TRUE(store.rename({}).has_value());
   EXPECT_EQ(items(), before);
 }
@@ -91,7 +92,8 @@ TEST_F(RenamingTest, AnotherTokenInTheSlot) {
 TEST_F(RenamingTest, SlotThatIsEmptyByNow) {
   vane::DeleteToken(2);
   expectRefused([&] { return rename(2, "new"); }, Next::look_again, "in the meantime");
-  const Rename nowhere[] = {{-1, seen.list[0].get(), "x"}, {32, seen.list[0].get(), "x"}};
+  const Rename nowhere[] = {
+      {-1, seen.list[0].get(), "x"}, {32, seen.list[0].get(), "x"}, {0, nullptr, "x"}};
   for (const Rename& wanted : nowhere) {
     expectRefused([&] { return store.rename({&wanted, 1}); }, Next::look_again, "in the meantime");
   }
@@ -185,6 +187,29 @@ TEST_F(RenamingTest, TokenThatAnInterruptionLeftTwiceKeepsItsNewName) {
   seen = read();
   ASSERT_TRUE(rename(2, "new").has_value());
   EXPECT_EQ(names(), (Names{"A", "B|new", "C"}));
+}
+
+TEST_F(RenamingTest, TokenThatAnInterruptionLeftTwiceIsRenamedInBothSlots) {
+  keychain.memory.items.clear();
+  fill({"A", "B", "x", "C"});
+  item(2) = item(1);
+  seen = read();
+  const Rename wanted[] = {{1, seen.list[1].get(), "new"}, {2, seen.list[2].get(), "new"}};
+  ASSERT_TRUE(store.rename(wanted).has_value());
+  EXPECT_EQ(names(), (Names{"A", "B|new", "C"}));
+}
+
+TEST_F(RenamingTest, TokenThatStandsTwiceAndCannotBeRemovedKeepsItsNames) {
+  keychain.memory.items.clear();
+  fill({"A", "B", "x", "C"});
+  item(2) = item(1);
+  seen = read();
+  keychain.undoes = true;
+  keychain.fault = [](FaultyKeychain::Call call, std::size_t) {
+    return call == FaultyKeychain::Call::remove ? KeychainStatus::write_permission
+                                                : KeychainStatus::ok;
+  };
+  expectRefused([&] { return rename(2, "new"); }, Next::check_keychain, "words for -61 [-61]");
 }
 
 TEST_F(RenamingTest, IdentityThatCannotBeRead) {

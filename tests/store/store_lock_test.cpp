@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "tests/support/end_child.h"
+#include "tests/support/failing_call.h"
 #include "tests/support/in_child.h"
 #include "tests/support/temporary_folder.h"
 
@@ -220,6 +221,18 @@ TEST_F(StoreLockTest, FolderInTheFilesPlaceIsSaid) {
   EXPECT_FALSE(lock.held());
   EXPECT_EQ(lock.error(), "Cannot open " + parent.path() +
                               "/store.lock (Is a directory); check who owns it and its folder");
+}
+
+TEST_F(StoreLockTest, FileSystemWithoutLocksIsSaid) {
+  inChild([&] {
+    ASSERT_TRUE(letCallsFail({SYS_flock}, ENOLCK));
+    const StoreLock lock(parent.path());
+    EXPECT_FALSE(lock.held());
+    EXPECT_FALSE(lock.busy());
+    EXPECT_EQ(lock.error(),
+              "Cannot lock " + parent.path() +
+                  "/store.lock (No locks available); use a file system that has locks");
+  });
 }
 
 TEST_F(StoreLockTest, FolderThatCannotBeCreatedIsSaid) {
