@@ -39,6 +39,17 @@ TEST_F(FoldersTest, WithoutVariableHomeIsThePasswordDatabases) {
   EXPECT_EQ(homeFolder(), homeOfPasswordDatabase());
 }
 
+TEST_F(FoldersTest, UserOutsideThePasswordDatabaseHasTheRootForAHome) {
+  if (geteuid() != 0 || getpwuid(54321) != nullptr) GTEST_SKIP() << "not root, or a user 54321";
+  inChild([&] {
+    becomeOrdinaryUser(54321);
+    environment.unset("HOME");
+    EXPECT_EQ(homeFolder(), "/");
+    environment.set("HOME", "/home/ada");
+    EXPECT_EQ(homeFolder(), "/home/ada");
+  });
+}
+
 TEST_F(FoldersTest, EmptyHomeVariableCountsAsUnset) {
   environment.set("HOME", "");
   EXPECT_EQ(homeFolder(), homeOfPasswordDatabase());
@@ -127,6 +138,16 @@ TEST_F(FoldersTest, OwnFolderIsMadeAndClosed) {
   EXPECT_EQ(makeOwnFolder(home.root() + "/link"), "") << "a link of the user's own";
 }
 
+TEST_F(FoldersTest, OwnFolderThatCannotBeClosedIsTold) {
+  ASSERT_EQ(chmod(home.data().c_str(), 0777), 0);
+  inChild([&] {
+    ASSERT_TRUE(letCallsFail({SYS_fchmod}, EROFS));
+    EXPECT_EQ(makeOwnFolder(home.data()),
+              "Cannot create the folder " + home.data() +
+                  " (Read-only file system); check what is in its place and who may write there");
+  });
+}
+
 TEST_F(FoldersTest, FolderThatCannotBeMadeIsTold) {
   writeFile(home.root() + "/file", "content");
   const std::string problem = makeOwnFolder(home.root() + "/file/below");
@@ -197,6 +218,28 @@ TEST_F(FoldersTest, FolderBelowAnUnwritableOneIsAFailure) {
   });
 }
 
+TEST_F(FoldersTest, FolderAtTheTopIsAFailureForOrdinaryUsers) {
+  asOrdinaryUser(home.root(), [] {
+    EXPECT_FALSE(makePrivateFolder("/no such folder is here"));
+    EXPECT_FALSE(makePrivateFolder("/no such folder is here/below"));
+  });
+}
+
+TEST_F(FoldersTest, FolderWhoseModeCannotBeSetIsAFailure) {
+  inChild([&] {
+    ASSERT_TRUE(letCallsFail({SYS_chmod, SYS_fchmodat}, EPERM));
+    EXPECT_FALSE(makePrivateFolder(home.root() + "/a"));
+  });
+}
+
+TEST_F(FoldersTest, FolderIsMadeThoughItCannotBeWrittenThrough) {
+  inChild([&] {
+    ASSERT_TRUE(letCallsFail({SYS_open, SYS_openat}, EMFILE));
+    EXPECT_TRUE(makePrivateFolder(home.root() + "/a/b"));
+  });
+  EXPECT_EQ(modeOf(home.root() + "/a/b"), 0700);
+}
+
 TEST_F(FoldersTest, NoPathIsAFailure) {
   EXPECT_FALSE(makePrivateFolder(""));
 }
@@ -230,6 +273,13 @@ TEST(ProgramFoldersTest, WithoutSharedFolderTheBundleIsTheExecutablesFolder) {
   std::filesystem::create_directories(copy.root() + "/share");
   writeFile(copy.root() + "/share/softtoken", "a file, not a folder");
   EXPECT_EQ(copy.outputOf("say bundle"), copy.root() + "/bin");
+}
+
+TEST(ProgramFoldersTest, WithoutTheNetworkModuleItSaysWhatToInstall) {
+  const InstalledCopy copy;
+  const std::string said = copy.outputOf("load");
+  EXPECT_TRUE(said.starts_with("Cannot load the network module (")) << said;
+  EXPECT_TRUE(said.ends_with("); reinstall the program, with libcurl")) << said;
 }
 
 TEST(ProgramFoldersTest, LinkedProgramIsWhereItsFileIs) {

@@ -146,6 +146,8 @@ TEST_F(KeychainsTest, NothingIsStoredWhenTheChoiceCannotBeRemembered) {
     EXPECT_EQ(status, KeychainStatus::write_permission);
     const std::string message = opened.service->message(status);
     EXPECT_NE(message.find("Cannot record the choice"), std::string::npos) << message;
+    EXPECT_EQ(opened.service->message(KeychainStatus::io_error),
+              makeKeychain(kind)->message(KeychainStatus::io_error));
     EXPECT_EQ(lookInto(kind), KeychainStatus::item_not_found);
     EXPECT_FALSE(vaultExists());
 
@@ -221,6 +223,16 @@ TEST_F(KeychainsTest, KeychainThatDoesNotAnswerIsAskedNothingMoreWithinAChange) 
   EXPECT_EQ(keychain->find("service", "account", nullptr), silent);
   setDesktop(KeychainStatus::ok);
   EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::ok);
+}
+
+TEST_F(KeychainsTest, KeychainThatDidNotAnswerTheFirstLookIsNotAskedAtOnceAgain) {
+  setDesktop(KeychainStatus::not_responding);
+  const auto keychain = makeLazyUserKeychain(defaults, MayAsk::no);
+  keychain->beginReading("account");  // looks for the first time
+  setDesktop(KeychainStatus::ok);
+  EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::not_responding);
+  EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::item_not_found);
+  keychain->endReading();
 }
 
 TEST_F(KeychainsTest, WishIsTakenByANewUserAndThenRemembered) {

@@ -334,5 +334,21 @@ TEST_F(LoginItemsLinuxTest, RunningProgramThatWasReplacedIsTheFileInItsPlace) {
   });
 }
 
+TEST_F(LoginItemsLinuxTest, RunningProgramMayBeNamedAsIfItWereDeleted) {
+  if (const char* place = std::getenv("ODD_PROGRAM")) {
+    EXPECT_EQ(systemLoginItems()->ownTarget(), place);
+    return;
+  }
+  const std::string copy = std::filesystem::canonical(home.root()).string() + "/copy (deleted)";
+  std::filesystem::copy_file("/proc/self/exe", copy);
+  const std::string this_test =
+      "--gtest_filter=LoginItemsLinuxTest.RunningProgramMayBeNamedAsIfItWereDeleted";
+  inChild([&] {
+    setenv("ODD_PROGRAM", copy.c_str(), 1);
+    execl(copy.c_str(), copy.c_str(), this_test.c_str(), nullptr);
+    ADD_FAILURE() << "the copy did not start";
+  });
+}
+
 }  // namespace
 }  // namespace talvane::test

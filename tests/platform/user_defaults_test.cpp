@@ -1,12 +1,18 @@
 #include "platform/user_defaults.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "platform/file_descriptor.h"
+#include "platform/file_lock.h"
+#include "tests/support/failing_call.h"
 #include "tests/support/in_child.h"
 #include "tests/support/private_home.h"
 
@@ -92,6 +98,7 @@ TEST_F(UserDefaultsTest, ValuesOfAllKindsReadBackAsTheyWereOrAreRefused) {
                                   "\ttab",
                                   "two\nlines",
                                   "cr\rlf\r\n",
+                                  "no text \xFF",
                                   "<<<END",
                                   "long"}) {
     SCOPED_TRACE(value);
@@ -247,6 +254,34 @@ TEST_F(UserDefaultsTest, ProgramsThatStoreAtTheSameTimeLoseNothing) {
   }
   for (std::thread& program : programs) program.join();
   for (int i = 0; i < 8; ++i) EXPECT_EQ(read("Key" + std::to_string(i)), "=kept") << i;
+}
+
+TEST_F(UserDefaultsTest, FolderThatAnotherProgramKeepsLockedIsWaitedForTwoSeconds) {
+  ASSERT_TRUE(store("Keychain", "vault"));
+  const FileDescriptor theirs(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ASSERT_EQ(lockFile(theirs.get(), std::chrono::seconds(0)), 0);
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_FALSE(store("Keychain", "secret-service"));
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1900));
+  EXPECT_EQ(read("Keychain"), "=vault") << "reading does not wait";
+}
+
+TEST_F(UserDefaultsTest, FileSystemWithoutLocksWillDo) {
+  inChild([&] {
+    ASSERT_TRUE(letCallsFail({SYS_flock}, ENOLCK));
+    EXPECT_TRUE(store("Keychain", "vault"));
+  });
+  EXPECT_EQ(read("Keychain"), "=vault");
+}
+
+TEST_F(UserDefaultsTest, DiskThatCannotBeReadIsNotTakenForEmptyNorWrittenOver) {
+  ASSERT_TRUE(store("Keychain", "vault"));
+  inChild([&] {
+    ASSERT_TRUE(letCallsFail({SYS_read}, EIO));
+    EXPECT_EQ(read("Keychain"), "unreadable");
+    EXPECT_FALSE(store("Keychain", "secret-service"));
+  });
+  EXPECT_EQ(read("Keychain"), "=vault");
 }
 
 TEST_F(UserDefaultsTest, DraftsOfKilledProgramsAreRemoved) {

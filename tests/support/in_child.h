@@ -51,15 +51,15 @@ inline void inChild(const std::function<void()>& work, unsigned seconds = 30) {
   EXPECT_TRUE(result == 0 || result == -SIGALRM) << "it ended with " << result;
 }
 
-/// Ends what root may do in this process.
-inline void becomeOrdinaryUser() {
+/// Makes this process, which is root's, that user's.
+inline void becomeOrdinaryUser(uid_t user = nobody) {
   ASSERT_EQ(setgroups(0, nullptr), 0);
   ASSERT_EQ(setgid(nobody), 0);
 #ifdef MEASURES_COVERAGE
   // `endChild` comes back from here, as root alone can write down what was covered.
-  ASSERT_EQ(setresuid(nobody, nobody, 0), 0);
+  ASSERT_EQ(setresuid(user, user, 0), 0);
 #else
-  ASSERT_EQ(setuid(nobody), 0);
+  ASSERT_EQ(setuid(user), 0);
 #endif
 }
 
