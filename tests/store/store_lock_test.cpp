@@ -13,9 +13,14 @@
 #include <thread>
 
 #include "tests/support/end_child.h"
-#include "tests/support/failing_call.h"
 #include "tests/support/in_child.h"
 #include "tests/support/temporary_folder.h"
+
+#ifdef __linux__
+#include <sys/syscall.h>
+
+#include "tests/support/failing_call.h"
+#endif
 
 namespace talvane::test {
 namespace {
@@ -223,6 +228,7 @@ TEST_F(StoreLockTest, FolderInTheFilesPlaceIsSaid) {
                               "/store.lock (Is a directory); check who owns it and its folder");
 }
 
+#ifdef __linux__
 TEST_F(StoreLockTest, FileSystemWithoutLocksIsSaid) {
   inChild([&] {
     ASSERT_TRUE(letCallsFail({SYS_flock}, ENOLCK));
@@ -234,6 +240,7 @@ TEST_F(StoreLockTest, FileSystemWithoutLocksIsSaid) {
                   "/store.lock (No locks available); use a file system that has locks");
   });
 }
+#endif
 
 TEST_F(StoreLockTest, FolderThatCannotBeCreatedIsSaid) {
   asOrdinaryUser(parent.path(), [&] {
