@@ -44,6 +44,12 @@ class LoginItemsWatchTest : public AutostartHome {
     item.observeLaunchAtLogin(nullptr, nullptr);
     return did;
   }
+  /// How many events the kernel keeps for a reader.
+  static int longestQueue() {
+    int events = 0;
+    std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> events;
+    return events;
+  }
   /// What the property read as when its change was told last.
   bool told_on = false;
 };
@@ -193,8 +199,7 @@ TEST_F(LoginItemsWatchTest, MissingFolderAtTheTopIsNoHindrance) {
 
 // The kernel's queue is limited; when it is full, it says so and drops what comes.
 TEST_F(LoginItemsWatchTest, ChangesThatWereLostAreTold) {
-  int limit = 0;
-  std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> limit;
+  const int limit = longestQueue();
   if (limit <= 0 || limit > 100'000) GTEST_SKIP() << "the queue is too long";
   talibobjc_LoginItem item = loginItemOf(program);
   for (int count = 0; count <= limit / 2; ++count) {
@@ -207,6 +212,7 @@ TEST_F(LoginItemsWatchTest, ChangesThatWereLostAreTold) {
 }
 
 TEST_F(LoginItemsWatchTest, ProgramThatKeepsWritingDoesNotHoldUpTheReading) {
+  if (longestQueue() < 6000) GTEST_SKIP() << "the queue is too short";
   talibobjc_LoginItem item = loginItemOf(program);
   // Each event takes 272 bytes, of which at most 16 × 64 KB are read at once.
   const std::string name = own + '/' + std::string(240, 'x') + ".desktop";
