@@ -142,8 +142,8 @@ TEST(Icns, ApplicationIconIsSharpOnEveryScreen) {
   EXPECT_EQ(icon.pixmap(QSize(64, 64), 2.0).size(), QSize(128, 128));
 }
 
-TEST(Icns, StatusIconIsEighteenPoints) {
-  const QIcon icon = statusIcon();
+TEST(Icns, ApplicationIconHasTheSizeThatIsAskedFor) {
+  const QIcon icon = applicationIcon(18);
   ASSERT_FALSE(icon.isNull());
   const QPixmap plain = icon.pixmap(QSize(18, 18), 1.0);
   EXPECT_EQ(plain.size(), QSize(18, 18));

@@ -8,7 +8,6 @@ namespace talvane {
 namespace {
 
 constexpr qsizetype entry_header_size = 8;
-constexpr int status_icon_size = 18;
 constexpr int window_icon_size = 64;
 
 // A PNG file begins with its signature and the header chunk, which begins with the width.
@@ -37,14 +36,6 @@ QPixmap scaledTo(int size) {
       image.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation));
 }
 
-QIcon iconOf(int size) {
-  QIcon icon(scaledTo(size));
-  QPixmap sharp = scaledTo(2 * size);
-  sharp.setDevicePixelRatio(2);
-  icon.addPixmap(sharp);
-  return icon;
-}
-
 }  // namespace
 
 QList<IcnsImage> icnsImages(const QByteArray& file) {
@@ -65,12 +56,16 @@ QList<IcnsImage> icnsImages(const QByteArray& file) {
 }
 
 const QIcon& applicationIcon() {
-  static const QIcon icon = iconOf(window_icon_size);
+  static const QIcon icon = applicationIcon(window_icon_size);
   return icon;
 }
 
-QIcon statusIcon() {
-  return iconOf(status_icon_size);
+QIcon applicationIcon(int size) {
+  QIcon icon(scaledTo(size));
+  QPixmap sharp = scaledTo(2 * size);
+  sharp.setDevicePixelRatio(2);
+  icon.addPixmap(sharp);
+  return icon;
 }
 
 }  // namespace talvane

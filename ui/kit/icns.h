@@ -20,7 +20,7 @@ QList<IcnsImage> icnsImages(const QByteArray& file);
 
 /// The program's icon, for windows and alerts.
 const QIcon& applicationIcon();
-/// The program's icon for the status area: 18 by 18 points.
-QIcon statusIcon();
+/// The program's icon of this many points, as sharp on a 2x screen.
+QIcon applicationIcon(int size);
 
 }  // namespace talvane
