@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include "tests/desktop/desktop.h"
+#include "ui/kit/alert_place.h"
 
 namespace talvane::test {
 namespace {
@@ -149,6 +150,27 @@ class DeleteTest : public DesktopTest {
     ASSERT_TRUE(until([&] { return thing(Role::check_box, "Delete: " + name).isChecked(); }));
   }
 };
+
+TEST_F(DeleteTest, TheQuestionStandsBesideThePanel) {
+  check("One");
+  clickButton("Delete");
+  ASSERT_EQ(alert(), delete_question);
+  const Rectangle rows = panel()->place;
+  const auto place = [&] {
+    Rectangle widest = rows;
+    for (const ShownWindow& window : screen().windowsOf("softtoken")) {
+      if (window.place.width > widest.width) widest = window.place;
+    }
+    return widest;
+  };
+  // The window manager's frame is above it, so it is a little lower than the panel.
+  EXPECT_TRUE(until([&] { return place().y > rows.y; })) << place().y;
+  EXPECT_LT(place().y, rows.y + alert_frame_top);
+  EXPECT_LT(place().x + place().width, rows.x);
+  EXPECT_GE(place().x, 0);
+  clickInAlert("NO");
+  EXPECT_TRUE(alertGoes());
+}
 
 TEST_F(DeleteTest, YesDeletesWhatIsChecked) {
   check("One");

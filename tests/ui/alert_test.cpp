@@ -29,7 +29,7 @@ class AlertTest : public testing::Test {
       found = box->informativeText();
       box->reject();
     });
-    Alert::tell(nullptr, text);
+    Alert::tell({}, text);
     return found;
   }
 };
@@ -51,7 +51,7 @@ TEST_F(AlertTest, YesCanBePressedAfterAMoment) {
     enabled_after = since.elapsed();
   });
   timer.start(5);
-  EXPECT_EQ(Alert::ask(nullptr, QStringLiteral("text")), Alert::Result::alternate_return);
+  EXPECT_EQ(Alert::ask({}, QStringLiteral("text")), Alert::Result::alternate_return);
   EXPECT_GE(enabled_after, 600) << "0.7 s after it appeared, which is a little before it was seen";
 }
 
@@ -59,7 +59,7 @@ TEST_F(AlertTest, NoCanBePressedAtOnce) {
   QElapsedTimer since;
   since.start();
   QTimer::singleShot(0, [] { QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_Escape); });
-  EXPECT_EQ(Alert::ask(nullptr, QStringLiteral("text")), Alert::Result::default_return);
+  EXPECT_EQ(Alert::ask({}, QStringLiteral("text")), Alert::Result::default_return);
 }
 
 TEST_F(AlertTest, TextCannotDeceive) {

@@ -1,16 +1,23 @@
-// Every text that the panel shows is read off its pixels: the colour of the text is the one of its
-// pixels that differs most from what is beneath, and it has to stand out from every pixel of the
-// ground that it covers (WCAG 2, contrast ratio 4.5).
+// Every text that the program shows is read off its pixels: the colour of the text is the one of
+// its pixels that differs most from what is beneath, and it has to stand out from every pixel of
+// the ground that it covers (WCAG 2, contrast ratio 4.5; 3 if it is disabled, and for the mark of
+// what has the keyboard).
 
 #include <QApplication>
+#include <QClipboard>
 #include <QComboBox>
+#include <QContextMenuEvent>
+#include <QMenu>
+#include <QToolTip>
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <functional>
+#include <optional>
 
 #include "engine/vane.h"
 #include "tests/ui/app_test.h"
+#include "tests/ui/contrast.h"
+#include "ui/desktop/tray.h"
 #include "ui/kit/look.h"
 #include "ui/kit/text_label.h"
 
@@ -18,33 +25,19 @@ namespace talvane {
 namespace {
 
 using test::AlertUser;
+using test::contrast;
 
 constexpr double least_contrast = 4.5;
-
-double linear(int channel) {
-  const double c = channel / 255.0;
-  return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4);
-}
-
-double luminance(QRgb colour) {
-  return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour)) +
-         0.0722 * linear(qBlue(colour));
-}
-
-double contrast(QRgb a, QRgb b) {
-  const double one = luminance(a);
-  const double other = luminance(b);
-  return (std::max(one, other) + 0.05) / (std::min(one, other) + 0.05);
-}
+constexpr double least_contrast_of_marks = 3;
 
 int distance(QRgb a, QRgb b) {
   return std::abs(qRed(a) - qRed(b)) + std::abs(qGreen(a) - qGreen(b)) +
          std::abs(qBlue(a) - qBlue(b));
 }
 
-/// The least contrast of a text with what it covers; 0 when there is no text to be seen.
-double textContrast(const QImage& with_text, const QImage& ground) {
-  QRgb text = 0;
+/// The colour that differs most from what is beneath; none when nothing differs.
+std::optional<QRgb> colourOn(const QImage& ground, const QImage& with_text) {
+  std::optional<QRgb> text;
   int farthest = 0;
   for (int y = 0; y < ground.height(); ++y) {
     for (int x = 0; x < ground.width(); ++x) {
@@ -54,12 +47,18 @@ double textContrast(const QImage& with_text, const QImage& ground) {
       text = with_text.pixel(x, y);
     }
   }
-  if (farthest == 0) return 0;
+  return text;
+}
+
+/// The least contrast of a text with what it covers; 0 when there is no text to be seen.
+double textContrast(const QImage& with_text, const QImage& ground) {
+  const std::optional<QRgb> text = colourOn(ground, with_text);
+  if (!text) return 0;
   double least = 21;
   for (int y = 0; y < ground.height(); ++y) {
     for (int x = 0; x < ground.width(); ++x) {
       if (with_text.pixel(x, y) == ground.pixel(x, y)) continue;
-      least = std::min(least, contrast(text, ground.pixel(x, y)));
+      least = std::min(least, contrast(*text, ground.pixel(x, y)));
     }
   }
   return least;
@@ -120,8 +119,15 @@ class ContrastTest : public AppTest {
     set_text(QString());
     const QImage ground = grab(widget);
     set_text(text);
+    expectContrast(with_text, ground,
+                   widget->isEnabled() ? least_contrast : least_contrast_of_marks,
+                   what + ": " + text.toStdString());
+  }
+
+  void expectContrast(const QImage& with_text, const QImage& ground, double least,
+                      const std::string& what) {
     const double measured = textContrast(with_text, ground);
-    EXPECT_GE(measured, least_contrast) << what << ": " << text.toStdString();
+    EXPECT_GE(measured, least) << what;
     if (worst_name_.empty() || measured < worst_) {
       worst_ = measured;
       worst_name_ = what;
@@ -142,6 +148,41 @@ class ContrastTest : public AppTest {
     ASSERT_TRUE(QTest::qWaitFor([] { return find<QLineEdit>("eva_userid")->isVisible(); }));
   }
 
+  /// The view that asks for a PIN and for answers to questions.
+  void askQuestions() {
+    showSignIn();
+    answerSignIn(
+        "RESULT:OK,GETINFO\r\nINPUT:USERCREATEPIN=True\r\nPINLENGTH:4\r\nINPUT:ENROL=True\r\n"
+        "QUESTIONS1:Pet,Song\r\nQUESTIONS2:Pet,Song\r\n"
+        "INPUT:SOFTTOKENURL=otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ&period=30\r\n");
+    ASSERT_EQ(openView(), "evgi");
+  }
+
+  /// The mark of the keyboard focus against what is around it and within it.
+  void measureMark(QWidget* widget, const std::string& what) {
+    constexpr int around = 3;
+    constexpr int within = 4;
+    QWidget* window = widget->window();
+    const QRect area = QRect(widget->mapTo(window, QPoint(0, 0)), widget->size());
+    const auto picture = [&] {
+      return window->grab(area.adjusted(-around, -around, around, around))
+          .toImage()
+          .convertToFormat(QImage::Format_RGB32);
+    };
+    widget->clearFocus();
+    const QImage without = picture();
+    widget->setFocus();
+    const QImage with = picture();
+    const std::optional<QRgb> mark = colourOn(without, with);
+    ASSERT_TRUE(mark) << what << ", mark";
+    // Right of the text.
+    const int x = with.width() * 3 / 4;
+    for (const int y : {1, around + within}) {
+      EXPECT_GE(contrast(*mark, with.pixel(x, y)), least_contrast_of_marks) << what << ", mark";
+    }
+    widget->clearFocus();
+  }
+
   void measureButton(QAbstractButton* button, const std::string& what) {
     button->clearFocus();
     measure(button, what);
@@ -154,6 +195,40 @@ class ContrastTest : public AppTest {
     button->setFocus();
     measure(button, what + ", focused");
     button->clearFocus();
+  }
+
+  /// An entry of an open menu: its text, its text under the pointer, the mark of the pointer.
+  /// `choose` puts the pointer on it or, if false, elsewhere.
+  void measureEntry(const QWidget& popup, const std::function<QRect()>& place, bool enabled,
+                    const QString& text, const std::function<void(const QString&)>& set_text,
+                    const std::function<void(bool)>& choose, const std::string& what) {
+    const auto picture = [&](bool chosen, const QString& shown) {
+      set_text(shown);
+      choose(chosen);
+      turnEventLoop();
+      return const_cast<QWidget&>(popup).grab(place()).toImage().convertToFormat(
+          QImage::Format_RGB32);
+    };
+    const double least = enabled ? least_contrast : least_contrast_of_marks;
+    const std::string name = what + " entry " + text.toStdString() + (enabled ? "" : ", disabled");
+    const QString none = QStringLiteral(" ");
+    const QImage ground = picture(false, none);
+    const QImage chosen_ground = picture(true, none);
+    expectContrast(picture(false, text), ground, least, name);
+    expectContrast(picture(true, text), chosen_ground, least, name + ", hovered");
+    // A disabled entry is passed over.
+    if (enabled) expectContrast(chosen_ground, ground, least_contrast_of_marks, name + ", mark");
+  }
+
+  void measureMenu(QMenu& menu, const std::string& what) {
+    menu.setMinimumWidth(menu.width());  // also without a text
+    for (QAction* action : menu.actions()) {
+      if (action->isSeparator()) continue;
+      measureEntry(
+          menu, [&] { return menu.actionGeometry(action); }, action->isEnabled(), action->text(),
+          [&](const QString& text) { action->setText(text); },
+          [&](bool chosen) { menu.setActiveAction(chosen ? action : nullptr); }, what);
+    }
   }
 
   void measureAll(const std::string& prefix) { measureAll(*panel(), prefix); }
@@ -179,6 +254,7 @@ class ContrastTest : public AppTest {
         menu->setItemText(menu->currentIndex(), text);
       };
       measure(menu, menu->currentText(), set_text, prefix + " menu");
+      measureMark(menu, prefix + " menu");
     }
     for (auto* field : window.findChildren<QLineEdit*>()) {
       if (!field->isVisible()) continue;
@@ -278,13 +354,83 @@ TEST_F(ContrastTest, SignInViewWithARefusal) {
 }
 
 TEST_F(ContrastTest, PinAndQuestions) {
-  showSignIn();
-  answerSignIn(
-      "RESULT:OK,GETINFO\r\nINPUT:USERCREATEPIN=True\r\nPINLENGTH:4\r\nINPUT:ENROL=True\r\n"
-      "QUESTIONS1:Pet,Song\r\nQUESTIONS2:Pet,Song\r\n"
-      "INPUT:SOFTTOKENURL=otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ&period=30\r\n");
-  ASSERT_EQ(openView(), "evgi");
+  askQuestions();
   measureAll("evgi");
+}
+
+TEST_F(ContrastTest, QuestionMenus) {
+  askQuestions();
+  auto* menu = find<QComboBox>("evgi_question1");
+  menu->showPopup();
+  turnEventLoop();
+  QAbstractItemView* view = menu->view();
+  ASSERT_TRUE(view->isVisible());
+  for (int row = 0; row < menu->count(); ++row) {
+    const QModelIndex index = menu->model()->index(row, 0);
+    const QModelIndex other = menu->model()->index(1 - row, 0);
+    measureEntry(
+        *view->viewport(), [&] { return view->visualRect(index); }, true, menu->itemText(row),
+        [&](const QString& text) { menu->setItemText(row, text); },
+        [&](bool chosen) { view->setCurrentIndex(chosen ? index : other); }, "question");
+  }
+  menu->hidePopup();
+}
+
+TEST_F(ContrastTest, MenusOfFields) {
+  show("mv");
+  auto* field = find<QLineEdit>("mvdesc");
+  type(field, "Typed text");
+  // With nothing selected or copied, the text can be undone and selected. With all of it selected,
+  // it can also be cut, copied, deleted and pasted over.
+  for (const bool all : {false, true}) {
+    if (all) {
+      QGuiApplication::clipboard()->setText(QStringLiteral("copied"));
+      field->selectAll();
+    }
+    QContextMenuEvent asked(QContextMenuEvent::Mouse, QPoint(5, 5),
+                            field->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(field, &asked);
+    turnEventLoop();
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_NE(menu, nullptr);
+    const auto actions = menu->actions();
+    const auto enabled = std::count_if(actions.begin(), actions.end(), [](const QAction* action) {
+      return !action->isSeparator() && action->isEnabled();
+    });
+    EXPECT_EQ(enabled, all ? 5 : 2);
+    measureMenu(*menu, "field");
+    menu->close();
+    turnEventLoop();
+  }
+}
+
+TEST_F(ContrastTest, StatusMenu) {
+  Tray tray(QIcon(QPixmap(16, 16)), {});
+  tray.show({QStringLiteral("Open"), QStringLiteral("Close"), QStringLiteral("Add"),
+             QStringLiteral("Help"), QStringLiteral("Exit")},
+            false);
+  QMenu* menu = nullptr;
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    if (window->objectName() == QLatin1String("statusmenu")) menu = qobject_cast<QMenu*>(window);
+  }
+  ASSERT_NE(menu, nullptr);
+  menu->popup(QPoint(50, 50));
+  turnEventLoop();
+  measureMenu(*menu, "status menu");
+  menu->close();
+}
+
+TEST_F(ContrastTest, ToolTips) {
+  show("tv");
+  QToolTip::showText(QPoint(50, 50), QStringLiteral("Close"), panel());
+  turnEventLoop();
+  QLabel* tip = nullptr;
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    if (window->inherits("QTipLabel") && window->isVisible()) tip = qobject_cast<QLabel*>(window);
+  }
+  ASSERT_NE(tip, nullptr);
+  measure(tip, "tool tip");
+  QToolTip::hideText();
 }
 
 TEST_F(ContrastTest, AddressView) {
@@ -298,7 +444,10 @@ TEST_F(ContrastTest, Alerts) {
   show("cv");
   find<QAbstractButton>("cvdelete")->setChecked(true);
   const auto measureAlert = [this](QMessageBox& box) {
+    EXPECT_TRUE(QTest::qWaitFor([&box] { return box.isActiveWindow(); }));
     measureAll(box, "alert");
+    for (QAbstractButton* button : box.buttons())
+      measureMark(button, "alert button " + button->text().toStdString());
     AlertUser::pressEscape(box);
   };
   alerts.answers.assign(2, measureAlert);

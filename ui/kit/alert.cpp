@@ -5,12 +5,19 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QShowEvent>
 #include <QTimer>
+#include <QWindow>
 
 #include <chrono>
+#include <optional>
 
 #include "engine/text.h"
+#include "ui/kit/alert_place.h"
+#include "ui/kit/buttons.h"
+#include "ui/kit/frame.h"
 #include "ui/kit/icns.h"
+#include "ui/kit/look.h"
 
 namespace talvane {
 namespace {
@@ -20,28 +27,70 @@ QPointer<QMessageBox>& openAlert() {
   return alert;
 }
 
-void dress(QMessageBox& box, const QString& text) {
+class AlertBox final : public QMessageBox {
+ public:
+  AlertBox(const AlertSite& site, const QString& text);
+  QPushButton* add(const char* text, ButtonRole role);
+
+ protected:
+  void showEvent(QShowEvent* event) override;
+
+ private:
+  [[nodiscard]] std::optional<Frame> panel() const;
+
+  AlertSite site_;
+};
+
+AlertBox::AlertBox(const AlertSite& site, const QString& text)
+    : QMessageBox(site.panel), site_(site) {
   const QString title = QLatin1String(Alert::title);
-  box.setWindowTitle(title);
-  box.setWindowIcon(applicationIcon());
-  box.setIconPixmap(applicationIcon().pixmap(QSize(64, 64), box.devicePixelRatioF()));
-  box.setText(title);
-  box.setInformativeText(QString::fromStdString(printableLines(text.toStdString())));
+  setWindowTitle(title);
+  setWindowIcon(applicationIcon());
+  setIconPixmap(applicationIcon().pixmap(QSize(64, 64), devicePixelRatioF()));
+  setText(title);
+  setInformativeText(QString::fromStdString(printableLines(text.toStdString())));
   // The message box's own names for its labels.
-  if (auto* heading = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
+  if (auto* heading = findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
     QFont font = heading->font();
     font.setBold(true);
     heading->setFont(font);
   }
-  if (auto* body = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel"))) {
+  if (auto* body = findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel"))) {
     body->setTextFormat(Qt::PlainText);
   }
   // A comfortable line length.
-  if (auto* grid = qobject_cast<QGridLayout*>(box.layout())) {
+  if (auto* grid = qobject_cast<QGridLayout*>(layout())) {
     grid->setColumnMinimumWidth(grid->columnCount() - 1, 260);
   }
-  box.setWindowFlag(Qt::WindowStaysOnTopHint);
-  box.setWindowModality(Qt::ApplicationModal);
+  setWindowModality(Qt::ApplicationModal);  // first: it resets the kind of window
+  // Some window managers choose the place of every dialog themselves, but not of a tool window.
+  const Qt::WindowType kind = panel() ? Qt::Tool : Qt::Dialog;
+  setWindowFlags(kind | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
+                 Qt::WindowStaysOnTopHint);
+  setAttribute(Qt::WA_MacAlwaysShowToolWindow);
+}
+
+QPushButton* AlertBox::add(const char* text, ButtonRole role) {
+  auto* button = new AlertButton(QLatin1String(text));
+  addButton(button, role);
+  return button;
+}
+
+std::optional<Frame> AlertBox::panel() const {
+  if (site_.panel == nullptr || !site_.panel->isVisible()) return std::nullopt;
+  return frameOf(site_.panel->geometry());
+}
+
+void AlertBox::showEvent(QShowEvent* event) {
+  // Gives the box its size. It is not on the screen yet.
+  QMessageBox::showEvent(event);
+  if (event->spontaneous()) return;
+  const Place place = alertPlace(site_.area, panel(), width(), height());
+  // At the last moment: the toolkit still sets the place, and not that of the frame, after this.
+  QWindow* window = windowHandle();
+  connect(window, &QWindow::visibleChanged, window, [window, place](bool visible) {
+    if (visible) window->setFramePosition(QPoint(place.x, place.y));
+  });
 }
 
 void run(QMessageBox& box) {
@@ -58,11 +107,10 @@ void run(QMessageBox& box) {
 
 }  // namespace
 
-Alert::Result Alert::ask(QWidget* above, const QString& text) {
-  QMessageBox box(above);
-  dress(box, text);
-  QPushButton* yes = box.addButton(QStringLiteral("YES"), QMessageBox::AcceptRole);
-  QPushButton* no = box.addButton(QStringLiteral("NO"), QMessageBox::RejectRole);
+Alert::Result Alert::ask(const AlertSite& site, const QString& text) {
+  AlertBox box(site, text);
+  QPushButton* yes = box.add("YES", AlertBox::AcceptRole);
+  QPushButton* no = box.add("NO", AlertBox::RejectRole);
   box.setDefaultButton(no);
   box.setEscapeButton(no);
   if (yes_delay > std::chrono::milliseconds::zero()) {
@@ -74,10 +122,9 @@ Alert::Result Alert::ask(QWidget* above, const QString& text) {
   return box.clickedButton() == no ? Result::default_return : Result::other;
 }
 
-void Alert::tell(QWidget* above, const QString& text) {
-  QMessageBox box(above);
-  dress(box, text);
-  QPushButton* ok = box.addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
+void Alert::tell(const AlertSite& site, const QString& text) {
+  AlertBox box(site, text);
+  QPushButton* ok = box.add("OK", AlertBox::AcceptRole);
   box.setDefaultButton(ok);
   box.setEscapeButton(ok);
   run(box);

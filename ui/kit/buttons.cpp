@@ -33,6 +33,7 @@ ButtonColours lightColours(const QAbstractButton& button) {
 
 ButtonColours tileColours(const QAbstractButton& button) {
   const QColor edge(255, 255, 255, 60);
+  if (!button.isEnabled()) return {Qt::transparent, edge, paint::quiet_text};
   if (button.isDown()) return {QColor(0x22, 0x3c, 0x66), edge, paint::text};
   if (button.underMouse()) return {QColor(0x2f, 0x55, 0x92), edge, paint::text};
   return {QColor(0x27, 0x46, 0x79), edge, paint::text};
@@ -48,6 +49,26 @@ ButtonColours coloursOf(const QAbstractButton& button, PanelButton::Dress dress)
       break;
   }
   return toolbarColours(button);
+}
+
+void drawButton(QAbstractButton& button, PanelButton::Dress dress) {
+  const ButtonColours colours = coloursOf(button, dress);
+  const qreal radius = dress == PanelButton::Dress::light ? 3 : 5;
+  const QRect area = button.rect();
+  QPainter painter(&button);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(colours.edge);
+  painter.setBrush(colours.ground);
+  painter.drawRoundedRect(QRectF(area).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+  if (button.hasFocus()) {
+    drawFocusRing(painter, area, radius,
+                  dress == PanelButton::Dress::light ? paint::focus_on_light : paint::focus);
+  }
+  painter.setPen(colours.text);
+  painter.setFont(button.font());
+  painter.drawText(
+      area, Qt::AlignCenter,
+      button.fontMetrics().elidedText(button.text(), Qt::ElideRight, button.width() - 4));
 }
 
 }  // namespace
@@ -91,22 +112,7 @@ void PanelButton::setDress(Dress dress) {
 }
 
 void PanelButton::paintEvent(QPaintEvent* /*event*/) {
-  const ButtonColours colours = coloursOf(*this, dress_);
-  const qreal radius = dress_ == Dress::light ? 3 : 5;
-  const QRectF area = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-  QPainter painter(this);
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(colours.edge);
-  painter.setBrush(colours.ground);
-  painter.drawRoundedRect(area, radius, radius);
-  if (hasFocus()) {
-    drawFocusRing(painter, rect(), radius,
-                  dress_ == Dress::light ? paint::focus_on_light : paint::focus);
-  }
-  painter.setPen(colours.text);
-  painter.setFont(font());
-  painter.drawText(rect(), Qt::AlignCenter,
-                   fontMetrics().elidedText(text(), Qt::ElideRight, width() - 4));
+  drawButton(*this, dress_);
 }
 
 bool PanelButton::event(QEvent* event) {
@@ -115,6 +121,14 @@ bool PanelButton::event(QEvent* event) {
                                                                      : QString());
   }
   return KeyedButton::event(event);
+}
+
+AlertButton::AlertButton(const QString& text) : QPushButton(text) {
+  setMinimumSize(80, 28);
+}
+
+void AlertButton::paintEvent(QPaintEvent* /*event*/) {
+  drawButton(*this, PanelButton::Dress::tile);
 }
 
 CloseButton::CloseButton(QWidget* parent) : KeyedButton(parent) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QPushButton>
 
 #include <cstdint>
 
@@ -29,6 +30,15 @@ class PanelButton : public KeyedButton {
 
  private:
   Dress dress_ = Dress::toolbar;
+};
+
+/// A push button in an alert, in the style of those on the tile.
+class AlertButton : public QPushButton {
+ public:
+  explicit AlertButton(const QString& text);
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
 };
 
 /// The small round button that closes the panel.

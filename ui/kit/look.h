@@ -32,9 +32,6 @@ inline const QColor focus{0x8f, 0xc0, 0xff};
 inline const QColor focus_on_light{0x1f, 0x5f, 0xbf};
 }  // namespace paint
 
-/// Applies the look to the whole program.
-void applyLook();
-
 /// The panel's font, bold or plain, at this size in points.
 QFont panelFont(int size, bool bold = false);
 
