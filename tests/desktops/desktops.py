@@ -1,0 +1,83 @@
+#!/usr/bin/env python3
+"""Runs the program on real desktops; see script/desktops."""
+
+import argparse
+import pathlib
+import signal
+import subprocess
+import sys
+import time
+import traceback
+
+from environments import chosen
+from session import Session
+from walk import Walk
+
+CHECKS = ["icon", "click opens", "click closes", "double click", "place", "menu", "roll", "keys",
+          "copy", "stays above", "Escape", "14 tokens", "32 tokens", "bar again"]
+
+
+def versions(packages):
+    listed = subprocess.run(["dpkg-query", "-W", "-f", "${Package} ${Version}\n", *packages],
+                            capture_output=True, text=True, check=False).stdout
+    return ", ".join(listed.splitlines())
+
+
+def walk_on(environment, arguments):
+    session = Session(arguments.build / "bin", *environment.size,
+                      arguments.logs / f"{environment.name}.log")
+    try:
+        session.add_tokens(["Mail", "Work"])
+        environment.start(session)
+        time.sleep(environment.wait)
+        walk = Walk(session, environment, arguments.images, arguments.screenshots)
+        try:
+            walk.run()
+        except Exception as error:  # pylint: disable=broad-except
+            traceback.print_exc()
+            walk.check("walk", f"broke off: {error}")
+        return walk
+    finally:
+        session.close()
+
+
+def table(walks):
+    lines = ["| Desktop | Versions | " + " | ".join(CHECKS) + " | frames | first, last (ms) |",
+             "|---" * (len(CHECKS) + 4) + "|"]
+    for environment, walk in walks:
+        results = dict(walk.results)
+        cells = ["" if check not in results else "FAIL" if results[check] else "ok"
+                 for check in CHECKS]
+        figures = walk.figures
+        times = ", ".join(f"{1000 * figures[name]:.0f}" for name in ("first", "last")
+                          if name in figures)
+        lines.append(f"| {environment.name} | {versions(environment.versions)} | "
+                     + " | ".join(cells) + f" | {figures.get('frames', '')} | {times} |")
+    return "\n".join(lines)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--build", type=pathlib.Path, required=True)
+    parser.add_argument("--images", type=pathlib.Path, required=True)
+    parser.add_argument("--logs", type=pathlib.Path, required=True)
+    parser.add_argument("--screenshots", type=pathlib.Path, required=True)
+    parser.add_argument("names", nargs="*")
+    arguments = parser.parse_args()
+    # Its sessions end with it.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    arguments.logs.mkdir(parents=True, exist_ok=True)
+    walks = []
+    for environment in chosen(arguments.names):
+        print(f"{environment.name} ...", file=sys.stderr, flush=True)
+        walk = walk_on(environment, arguments)
+        walks.append((environment, walk))
+        for name, wrong in walk.results:
+            if wrong:
+                print(f"  {name}: {wrong}", file=sys.stderr, flush=True)
+    print(table(walks))
+    return 1 if any(wrong for _, walk in walks for _, wrong in walk.results) else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
