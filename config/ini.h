@@ -29,8 +29,8 @@ class Ini {
   std::int64_t iButtonFontSize = 12;
   std::int64_t iProtocolVersion = 7200;
 
-  std::string StrMenuOpen;  // read, but without effect
-  std::string StrMenuAdd;   // read, but without effect
+  std::string StrMenuOpen;
+  std::string StrMenuAdd;
   std::string StrMenuExit;
   std::string StrUsername;
   std::string StrPassword;

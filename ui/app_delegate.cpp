@@ -14,6 +14,7 @@
 #include "engine/vane.h"
 #include "platform/qr_image.h"
 #include "store/new_token.h"
+#include "ui/desktop/item_place.h"
 #include "ui/kit/alert.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
@@ -48,6 +49,7 @@ SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
              [this](std::function<void()> work) { Wait::later(this, std::move(work)); }}) {
   gateway_.setConsole(parts_.console);
   panel_.dropped = [this](const QMimeData& content) { takeDropped(content); };
+  panel_.turned = [this](bool open) { panelTurned(open); };
 }
 
 SoftTokenOSXAppDelegate::~SoftTokenOSXAppDelegate() {
@@ -97,7 +99,8 @@ void SoftTokenOSXAppDelegate::promptForLoginItem() {
       vane::log("APP: LoginItemPromptDone:  not found");
       break;
   }
-  switch (Alert::ask(nullptr, QString::fromStdString(ini.StrStartupAdd) + QLatin1Char('?'))) {
+  switch (Alert::ask(panel_.alertSite(),
+                     QString::fromStdString(ini.StrStartupAdd) + QLatin1Char('?'))) {
     case Alert::Result::alternate_return:
       vane::log("APP: add to login items?  YES");
       parts_.make_login_item()->setLaunchAtLogin(true);
@@ -114,20 +117,20 @@ void SoftTokenOSXAppDelegate::promptForLoginItem() {
 
 void SoftTokenOSXAppDelegate::iconClicked() {
   vane::log("APP: Icon clicked: begin");
+  const ItemPlace item = itemPlace();
   QMetaObject::invokeMethod(
-      this, [this] { iconClicked2(); }, Qt::QueuedConnection);
+      this, [this, item] { iconClicked2(item); }, Qt::QueuedConnection);
   vane::log("APP: Icon clicked: end");
 }
 
-void SoftTokenOSXAppDelegate::iconClicked2() {
+void SoftTokenOSXAppDelegate::iconClicked2(const ItemPlace& item) {
   if (Wait::isOn()) {
     Wait::leave([this] { panel_.closeclicked(); });
     return;
   }
-  if (Alert::isOpen()) return;
-  loadInterface();
+  if (!isReady([this, item] { iconClicked2(item); })) return;
   if (!panel_.isOpen()) {
-    panel_.openWindow(panel_.window("tv"), -1, -1, true);
+    openPanel(item, "tv");
   } else if (panel_.openPanel() == nullptr) {
     vane::log("APP: Icon clicked: Unexpected ow Nil");
   } else {
@@ -135,15 +138,83 @@ void SoftTokenOSXAppDelegate::iconClicked2() {
   }
 }
 
+void SoftTokenOSXAppDelegate::iconDoubleClicked() {
+  const ItemPlace item = itemPlace();
+  // After the first click, whose work is put off as well.
+  QMetaObject::invokeMethod(
+      this, [this, item] { stayOpen(item); }, Qt::QueuedConnection);
+}
+
+void SoftTokenOSXAppDelegate::stayOpen(const ItemPlace& item) {
+  if (Wait::isOn() || !isReady([this, item] { stayOpen(item); })) return;
+  if (!panel_.isOpen()) openPanel(item, "tv");
+}
+
+ItemPlace SoftTokenOSXAppDelegate::itemPlace() const {
+  return parts_.item_place ? parts_.item_place() : ItemPlace();
+}
+
+bool SoftTokenOSXAppDelegate::isReady(std::function<void()> again) {
+  if (panel_.isRolling()) {
+    after_roll_.push_back(std::move(again));
+    return false;
+  }
+  if (Alert::isOpen()) return false;
+  loadInterface();
+  return true;
+}
+
+void SoftTokenOSXAppDelegate::panelTurned(bool open) {
+  for (auto& work : std::exchange(after_roll_, {})) {
+    QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
+  }
+  if (parts_.panel_turned) parts_.panel_turned(open);
+}
+
+void SoftTokenOSXAppDelegate::openPanel(const ItemPlace& item, const char* view) {
+  panel_.setItemPlace(item);
+  panel_.openWindow(panel_.window(view), -1, -1, true);
+}
+
+void SoftTokenOSXAppDelegate::menuOpen() {
+  iconClicked();
+}
+
+void SoftTokenOSXAppDelegate::menuAdd() {
+  const char* view = addView();
+  if (view != nullptr) showFromMenu(itemPlace(), view);
+}
+
+void SoftTokenOSXAppDelegate::menuHelp() {
+  showFromMenu(itemPlace(), "hv");
+}
+
+void SoftTokenOSXAppDelegate::showFromMenu(const ItemPlace& item, const char* view) {
+  if (Wait::isOn()) {
+    Wait::leave([this, item, view] { showFromMenu(item, view); });
+    return;
+  }
+  if (!isReady([this, item, view] { showFromMenu(item, view); })) return;
+  if (panel_.isOpen()) {
+    panel_.switchViewfrom(panel_.openPanel(), panel_.window(view));
+  } else {
+    openPanel(item, view);
+  }
+}
+
 void SoftTokenOSXAppDelegate::menuExit() {
   QApplication::quit();
 }
 
+// The way to add a token that the settings allow; null if they allow none.
+const char* SoftTokenOSXAppDelegate::addView() const {
+  if (ini.bAllowManual) return ini.bAllowTaEnrol ? "av" : "mv";
+  return ini.bAllowTaEnrol ? "eva" : nullptr;
+}
+
 void SoftTokenOSXAppDelegate::addclicked(SoftTokenWindow* fromWindow) {
-  if (ini.bAllowManual) {
-    panel_.switchViewfrom(fromWindow, panel_.window(ini.bAllowTaEnrol ? "av" : "mv"));
-  } else if (ini.bAllowTaEnrol) {
-    panel_.switchViewfrom(fromWindow, panel_.window("eva"));
+  if (const char* view = addView()) {
+    panel_.switchViewfrom(fromWindow, panel_.window(view));
   } else {
     vane::log("APP: addclicked: unexpected");
   }
@@ -152,7 +223,7 @@ void SoftTokenOSXAppDelegate::addclicked(SoftTokenWindow* fromWindow) {
 void SoftTokenOSXAppDelegate::simpleMessageBox(const QString& text) {
   // The user knows: they have ended it.
   if (Wait::isLeaving()) return;
-  Alert::tell(panel_.openPanel(), text);
+  Alert::tell(panel_.alertSite(), text);
 }
 
 void SoftTokenOSXAppDelegate::perform(const QString& request) {
@@ -171,32 +242,34 @@ void SoftTokenOSXAppDelegate::importLink(const QString& link) {
     Wait::later(this, [this, link] { importLink(link); });
     return;
   }
-  if (Alert::isOpen()) return;
-  loadInterface();
+  if (!isReady([this, link] { importLink(link); })) return;
   if (mayAddTokens()) offerToken(secretText(link.trimmed()));
 }
 
 void SoftTokenOSXAppDelegate::importImage(const QString& path) {
-  if (Alert::isOpen()) return;
-  loadInterface();
+  if (!isReady([this, path] { importImage(path); })) return;
   if (reads_image_ || !mayAddTokens()) return;
   reads_image_ = true;
   image_readers_.start([this, path = path.toStdString()] {
     const auto image = std::make_shared<QrImage>(readQrImage(path));
     QMetaObject::invokeMethod(
-        this, [this, image] { takeImage(*image); }, Qt::QueuedConnection);
+        this, [this, image] { takeImage(image); }, Qt::QueuedConnection);
   });
 }
 
-void SoftTokenOSXAppDelegate::takeImage(const QrImage& image) {
+void SoftTokenOSXAppDelegate::takeImage(const std::shared_ptr<const QrImage>& image) {
+  if (panel_.isRolling()) {
+    after_roll_.emplace_back([this, image] { takeImage(image); });
+    return;
+  }
   reads_image_ = false;
   image_readers_.joinFinished();
   if (Alert::isOpen()) return;
-  if (!image.error.empty()) {
-    simpleMessageBox(QString::fromStdString(image.error));
+  if (!image->error.empty()) {
+    simpleMessageBox(QString::fromStdString(image->error));
     return;
   }
-  offerToken(image.text.get());
+  offerToken(image->text.get());
 }
 
 void SoftTokenOSXAppDelegate::takeDropped(const QMimeData& content) {
@@ -237,7 +310,7 @@ void SoftTokenOSXAppDelegate::offerToken(const std::string& url) {
   }
   const SoftTokenInfo& token = **parsed;
   const QString question = QString::fromStdString(questionBefore(token, plan->replaces));
-  if (Alert::ask(panel_.openPanel(), question) != Alert::Result::alternate_return) return;
+  if (Alert::ask(panel_.alertSite(), question) != Alert::Result::alternate_return) return;
   // Another program may have stored a token meanwhile, which the question did not name.
   const auto same_name =
       plan->replaces ? TokenStore::SameName::replace : TokenStore::SameName::refuse;
@@ -250,11 +323,11 @@ void SoftTokenOSXAppDelegate::offerToken(const std::string& url) {
 
 void SoftTokenOSXAppDelegate::showAdded(const TokenStore::Added& added) {
   if (added.response) response_->setCode(*added.response);
-  SoftTokenWindow* next = panel_.window(added.response ? "rv" : "tv");
+  const char* next = added.response ? "rv" : "tv";
   if (panel_.isOpen()) {
-    panel_.switchViewfrom(panel_.openPanel(), next);
+    panel_.switchViewfrom(panel_.openPanel(), panel_.window(next));
   } else {
-    panel_.openWindow(next, -1, -1, true);
+    openPanel(itemPlace(), next);
   }
 }
 

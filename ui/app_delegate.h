@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "config/ini.h"
 #include "enrol/enrol_flow.h"
@@ -24,6 +25,7 @@
 #include "platform/vaneinterface.h"
 #include "store/store_change.h"
 #include "store/token_store.h"
+#include "ui/desktop/item_place.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/soft_token_window.h"
 #include "ui/views/enrolment_views.h"
@@ -42,6 +44,10 @@ struct AppParts {
   vaneinterface::Clock clock;
   std::function<std::unique_ptr<talibobjc_LoginItem>()> make_login_item;
   std::function<void()> show_status_item;
+  /// Where the status item is; unknown if empty.
+  std::function<ItemPlace()> item_place;
+  /// Told when the panel has opened, or closed.
+  std::function<void(bool open)> panel_turned;
   std::function<std::unique_ptr<UrlLoader>(std::string* error)> make_loader;
   /// Opens a web page.
   std::function<void(const QString& address)> open_url;
@@ -65,8 +71,13 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   /// A click on the status item. In the next turn of the event loop, opens the token view or closes
   /// the open view.
   void iconClicked();
-  void menuOpen() {}
-  void menuAdd() {}
+  /// The second click of a double click: the panel stays open, or opens.
+  void iconDoubleClicked();
+  // The status item's menu.
+  /// Opens the token view or closes the open view.
+  void menuOpen();
+  void menuAdd();
+  void menuHelp();
   void menuExit() override;
   void addclicked(SoftTokenWindow* fromWindow) override;
   void simpleMessageBox(const QString& text) override;
@@ -83,10 +94,18 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
 
  private:
   void promptForLoginItem();
-  void iconClicked2();
+  void iconClicked2(const ItemPlace& item);
+  void stayOpen(const ItemPlace& item);
+  [[nodiscard]] ItemPlace itemPlace() const;
+  /// Whether the panel may open or close now. `again` is called when its roll is over.
+  bool isReady(std::function<void()> again);
+  void panelTurned(bool open);
+  void openPanel(const ItemPlace& item, const char* view);
+  void showFromMenu(const ItemPlace& item, const char* view);
+  [[nodiscard]] const char* addView() const;
   void takeDropped(const QMimeData& content);
   [[nodiscard]] bool mayAddTokens();
-  void takeImage(const QrImage& image);
+  void takeImage(const std::shared_ptr<const QrImage>& image);
   void offerToken(const std::string& url);
   void showAdded(const TokenStore::Added& added);
 
@@ -98,6 +117,7 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   EnrolmentViews enrolment_views_;
   EnrolFlow flow_;
   ResponseView* response_ = nullptr;
+  std::vector<std::function<void()>> after_roll_;
   bool reads_image_ = false;
   Workers image_readers_;
 };

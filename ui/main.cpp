@@ -31,9 +31,9 @@
 #include "ui/desktop/instance_channel.h"
 #include "ui/desktop/session_bus.h"
 #include "ui/desktop/tray.h"
-#include "ui/kit/icns.h"
-#include "ui/kit/look.h"
 #include "ui/kit/product.h"
+#include "ui/kit/status_icon.h"
+#include "ui/kit/style.h"
 #include "ui/start.h"
 #include "ui/wait/background_thread.h"
 #include "ui/wait/keychain_in_background.h"
@@ -90,6 +90,12 @@ int handOver(const InstanceChannel& channel, const QString& request) {
   return fail("Already running, but not responding; end the program and start it again");
 }
 
+Tray::Texts menuTexts(const Ini& ini) {
+  return {QString::fromStdString(ini.StrMenuOpen), QStringLiteral("Close"),
+          QString::fromStdString(ini.StrMenuAdd), QString::fromStdString(ini.StrButtonHelp),
+          QString::fromStdString(ini.StrMenuExit)};
+}
+
 /// Runs as the first program, until the user quits it.
 int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& channel) {
   std::optional<SilentBusGuard> bus(std::in_place);
@@ -115,7 +121,11 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   parts.ini = &ini;
   parts.make_login_item = [] { return std::make_unique<talibobjc_LoginItem>(); };
   parts.open_url = [](const QString& address) { QDesktopServices::openUrl(QUrl(address)); };
-  parts.show_status_item = [&tray] { tray->show(); };
+  parts.show_status_item = [&tray, &ini] {
+    tray->show(menuTexts(ini), ini.bAllowManual || ini.bAllowTaEnrol);
+  };
+  parts.item_place = [&tray] { return tray->place(); };
+  parts.panel_turned = [&tray](bool open) { tray->setOpen(open); };
   parts.make_loader = [](std::string* error) -> std::unique_ptr<UrlLoader> {
     auto loader = makeUrlLoader(error);
     if (loader == nullptr) return nullptr;
@@ -127,7 +137,11 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   parts.trace_path = trace_path;
   parts.console = options.console;
   SoftTokenOSXAppDelegate delegate(std::move(parts));
-  Tray status_item(statusIcon(), [&delegate] { delegate.iconClicked(); });
+  Tray status_item(
+      statusIcon(),
+      {[&delegate] { delegate.iconClicked(); }, [&delegate] { delegate.iconDoubleClicked(); },
+       [&delegate] { delegate.menuOpen(); }, [&delegate] { delegate.menuAdd(); },
+       [&delegate] { delegate.menuHelp(); }, [&delegate] { delegate.menuExit(); }});
   tray = &status_item;
 
   application.opened = [&delegate](const QString& link) { delegate.importLink(link); };

@@ -5,6 +5,7 @@
 #include <regex>
 #include <thread>
 
+#include "ui/desktop/tray.h"
 #include "ui/panel/panel_geometry.h"
 
 namespace talvane::test {
@@ -41,9 +42,9 @@ constexpr int largest_icon = 64;
 
 constexpr const char* tray_settings =
     "rounded = 0\nborder_width = 0\nbackground_color = #224466 100\nborder_color = #000000 100\n"
-    "panel_items = S\npanel_position = bottom left horizontal\npanel_size = 300 30\n"
+    "panel_items = S\npanel_position = top right horizontal\npanel_size = 100 22\n"
     "panel_background_id = 1\nsystray_padding = 2 2 2\nsystray_sort = ascending\n"
-    "systray_icon_size = 24\nstrut_policy = none\npanel_dock = 0\nautohide = 0\n";
+    "systray_icon_size = 18\nstrut_policy = follow_size\npanel_dock = 0\nautohide = 0\n";
 
 }  // namespace
 
@@ -212,6 +213,11 @@ bool DesktopTest::closes() const {
   return until([&] { return !panel(); });
 }
 
+void DesktopTest::awaitSingleClick() const {
+  std::this_thread::sleep_until(last_click_ + 2 * Tray::double_click);
+  last_click_ = std::chrono::steady_clock::now();
+}
+
 void DesktopTest::clickIcon() const {
   // A tray that has just taken it in may move it still.
   std::optional<ShownWindow> shown;
@@ -221,6 +227,7 @@ void DesktopTest::clickIcon() const {
     shown = icon();
     return before && shown && before->place == shown->place;
   }));
+  awaitSingleClick();
   const Rectangle& place = shown->place;
   screen().click(place.x + place.width / 2, place.y + place.height / 2);
 }

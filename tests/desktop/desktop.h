@@ -71,7 +71,9 @@ class DesktopTest : public ::testing::Test {
   /// Whether the panel is open and has come to rest under the menu bar, or closed.
   [[nodiscard]] bool opens();
   [[nodiscard]] bool closes() const;
+  /// After a click before, waits until the two are no double click.
   void clickIcon() const;
+  void awaitSingleClick() const;
   /// Clicks the icon and waits until the panel is open.
   void openPanel();
 
@@ -120,7 +122,8 @@ class DesktopTest : public ::testing::Test {
   static Screen& screen();
 
   Strings more_environment_;  // of all programs
-  int scale_ = 1;             // device pixels a point
+  mutable std::chrono::steady_clock::time_point last_click_;
+  int scale_ = 1;  // device pixels a point
   talvane::testing::PrivateSession session_;
   Program accessibility_;
   Program tray_;

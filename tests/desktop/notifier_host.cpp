@@ -2,9 +2,11 @@
 
 #include <gio/gio.h>
 
+#include <algorithm>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace talvane::test {
 namespace {
@@ -87,16 +89,16 @@ struct NotifierHost::Service {
     return taken != nullptr;
   }
 
-  [[nodiscard]] Variant call(const char* interface, const char* method,
-                             GVariant* parameters) const {
+  [[nodiscard]] Variant call(const char* interface, const char* method, GVariant* parameters,
+                             const char* path = "/StatusNotifierItem") const {
     std::string name;
     {
       const std::lock_guard lock(mutex);
       name = item;
     }
-    return Variant(g_dbus_connection_call_sync(
-        bus.get(), name.c_str(), "/StatusNotifierItem", interface, method, parameters, nullptr,
-        G_DBUS_CALL_FLAGS_NONE, patience_milliseconds, nullptr, nullptr));
+    return Variant(g_dbus_connection_call_sync(bus.get(), name.c_str(), path, interface, method,
+                                               parameters, nullptr, G_DBUS_CALL_FLAGS_NONE,
+                                               patience_milliseconds, nullptr, nullptr));
   }
 
   [[nodiscard]] Variant get(const char* property) const {
@@ -139,9 +141,39 @@ std::string NotifierHost::toolTip() const {
   return g_variant_get_string(title.get(), nullptr);
 }
 
-std::size_t NotifierHost::pictures() const {
+std::vector<int> NotifierHost::imageWidths() const {
   const Variant value = service_->get("IconPixmap");
-  return value == nullptr ? 0 : g_variant_n_children(value.get());
+  std::vector<int> widths;
+  if (value == nullptr) return widths;
+  for (gsize index = 0; index < g_variant_n_children(value.get()); ++index) {
+    // Width, height and pixels.
+    const Variant image(g_variant_get_child_value(value.get(), index));
+    gint32 width = 0;
+    g_variant_get_child(image.get(), 0, "i", &width);
+    widths.push_back(width);
+  }
+  std::sort(widths.begin(), widths.end());
+  return widths;
+}
+
+std::vector<std::string> NotifierHost::menu() const {
+  const Variant path(service_->get("Menu"));
+  std::vector<std::string> texts;
+  if (path == nullptr) return texts;
+  const Variant answer =
+      service_->call("com.canonical.dbusmenu", "GetLayout", g_variant_new("(iias)", 0, -1, nullptr),
+                     g_variant_get_string(path.get(), nullptr));
+  if (answer == nullptr) return texts;
+  GVariantIter* entries = nullptr;
+  g_variant_get(answer.get(), "(u(ia{sv}av))", nullptr, nullptr, nullptr, &entries);
+  GVariant* entry = nullptr;
+  while (g_variant_iter_loop(entries, "v", &entry) != FALSE) {
+    const Variant properties(g_variant_get_child_value(entry, 1));
+    const char* text = nullptr;
+    if (g_variant_lookup(properties.get(), "label", "&s", &text) != FALSE) texts.emplace_back(text);
+  }
+  g_variant_iter_free(entries);
+  return texts;
 }
 
 bool NotifierHost::activate() const {

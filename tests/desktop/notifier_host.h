@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace talvane::test {
 
@@ -18,8 +19,10 @@ class NotifierHost {
   /// A text property of that item.
   [[nodiscard]] std::string text(const char* property) const;
   [[nodiscard]] std::string toolTip() const;
-  /// How many pictures the item shows.
-  [[nodiscard]] std::size_t pictures() const;
+  /// The widths of the images that the item offers, in ascending order.
+  [[nodiscard]] std::vector<int> imageWidths() const;
+  /// The entries of its menu that have a text, from the top.
+  [[nodiscard]] std::vector<std::string> menu() const;
   /// What a click of the left button does. Whether the item took it.
   [[nodiscard]] bool activate() const;
 

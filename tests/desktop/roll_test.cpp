@@ -1,5 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <thread>
+#include <vector>
+
 #include "tests/desktop/desktop.h"
 #include "ui/panel/panel_geometry.h"
 
@@ -8,27 +14,43 @@ namespace {
 
 class RollTest : public DesktopTest {
  protected:
-  using Tops = std::vector<int>;
+  using Heights = std::vector<int>;
 
-  // The distance of the panel's upper edge from the screen's, for these places of its lower one.
-  static Tops topsOf(const std::vector<Place>& places, int height) {
-    Tops tops;
-    for (const Place& place : places) tops.push_back(Screen::height - place.y - height);
-    return tops;
+  static constexpr int left = Screen::width - 270;
+
+  // How much of the panel is to be seen, again and again, without repetitions, until `ends`.
+  template <typename End>
+  Heights seenUntil(End ends) {
+    Heights heights;
+    for (int look = 0; look < 2000 && !ends(heights); ++look) {
+      const int height = visibleHeight();
+      if (heights.empty() || heights.back() != height) heights.push_back(height);
+    }
+    return heights;
   }
 
-  // Where the window manager and the server have put the panel while `move` lasted.
-  template <typename Move>
-  Tops seenWhile(Move move, int height) {
-    const Screen::Watch watch(screen());
-    move();
-    Tops tops;
-    for (const Rectangle& place : watch.places(panel_width)) {
-      EXPECT_EQ(place.x, Screen::width - 270);
-      EXPECT_EQ(place.height, height);
-      tops.push_back(place.y);
+  // The panel's left column, which nothing of its content covers, over the root window's black.
+  int visibleHeight() {
+    const Picture column = screen().picture({left + 2, menu_bar_height, 1, 400});
+    const auto end = std::find(column.pixels.begin(), column.pixels.end(), 0U);
+    return static_cast<int>(end - column.pixels.begin());
+  }
+
+  static Heights heightsOf(const std::vector<RollStep>& steps) {
+    Heights heights;
+    for (const RollStep& step : steps) heights.push_back(step.visible.height);
+    return heights;
+  }
+
+  // Whether what was seen are steps in their order, and several of them.
+  static void expectStepsOf(const Heights& steps, const Heights& seen) {
+    auto at = steps.begin();
+    for (const int height : seen) {
+      at = std::find(at, steps.end(), height);
+      EXPECT_NE(at, steps.end()) << height << " in " << ::testing::PrintToString(seen);
+      if (at == steps.end()) return;
     }
-    return tops;
+    EXPECT_GE(seen.size(), 5U) << ::testing::PrintToString(seen);
   }
 
   [[nodiscard]] bool comesToLieAt(const Rectangle& place) const {
@@ -38,48 +60,53 @@ class RollTest : public DesktopTest {
     });
   }
 
-  // A window manager that gets no time leaves out places of a window that has closed meanwhile:
-  // then once more.
-  template <typename Close>
-  void expectClosingThrough(const Tops& places, Close close, int height) {
-    Tops seen;
-    for (int attempt = 0; attempt < 4; ++attempt) {
-      if (attempt > 0) openPanel();
-      const auto close_wholly = [&] {
-        close();
-        ASSERT_TRUE(closes());
-      };
-      seen = seenWhile(close_wholly, height);
-      if (seen == places) return;
-    }
-    EXPECT_EQ(seen, places);
+  [[nodiscard]] static PanelPlace placeOf(int height) {
+    const ScreenArea screen{{0, 0, Screen::width, Screen::height},
+                            {0, 22, Screen::width, Screen::height - 22}};
+    return panelPlace({}, screen, height);
   }
 
-  // The ten steps of a closing from where the panel rests.
-  static Tops closingOf(int height) {
-    const Place start = defaultPlace({Screen::height, Screen::width}, height, true);
-    return topsOf(closingRoll({start.x, start.y - height}, height, 10), height);
+  void expectClosing(int height, const std::function<void()>& close) {
+    Heights steps = heightsOf(closingSteps(placeOf(height), 10));
+    steps.insert(steps.begin(), height);
+    close();
+    expectStepsOf(steps,
+                  seenUntil([](const Heights& seen) { return !seen.empty() && seen.back() == 0; }));
+    EXPECT_TRUE(closes());
   }
 };
 
-TEST_F(RollTest, EveryPlaceReachesTheScreen) {
+TEST_F(RollTest, TheStepsAreSeen) {
   add("One");
   start();
   const int height = tokenViewHeight(1);
-  const Place start = defaultPlace({Screen::height, Screen::width}, height, true);
-  std::vector<Place> opening = openingRoll(start, height, 10);
-  opening.insert(opening.begin(), start);
-  EXPECT_EQ(seenWhile([&] { openPanel(); }, height), topsOf(opening, height));
-  expectClosingThrough(
-      closingOf(height), [&] { clickIcon(); }, height);
+  Heights steps = heightsOf(openingSteps(placeOf(height), 10));
+  steps.insert(steps.begin(), 0);
+  clickIcon();
+  expectStepsOf(steps, seenUntil([&](const Heights& seen) {
+                  return !seen.empty() && seen.back() == height;
+                }));
+  ASSERT_TRUE(opens());
+  expectClosing(height, [&] { clickIcon(); });
 }
 
 TEST_F(RollTest, TheCloseButtonRolls) {
   start();
   openPanel();
-  const int height = tokenViewHeight(0);
-  expectClosingThrough(
-      closingOf(height), [&] { clickButton("Close"); }, height);
+  expectClosing(tokenViewHeight(0), [&] { clickButton("Close"); });
+}
+
+TEST_F(RollTest, ADoubleClickLeavesThePanelOpen) {
+  start();
+  const auto shown = icon();
+  ASSERT_TRUE(shown);
+  for (int round = 0; round < 2; ++round) {
+    const Rectangle& place = shown->place;
+    for (int i = 0; i < 2; ++i) screen().click(place.x + 9, place.y + 9);
+    EXPECT_TRUE(opens());
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_TRUE(panel());
+  }
 }
 
 TEST_F(RollTest, ThePanelCannotBeDragged) {
@@ -107,25 +134,26 @@ TEST_F(RollTest, ViewsChangeAtOneUpperEdge) {
 class ManyTokensTest : public DesktopTest {
  protected:
   static constexpr int count = 32;
-  // 32 rows of 72 and the bands.
-  static constexpr int height = 2388;
 
   ManyTokensTest() {
     for (int i = 1; i <= count; ++i) add("Token " + std::to_string(i));
     start();
     openPanel();
-    EXPECT_EQ(panel()->place.height, height);
+    const Rectangle below_the_bar{Screen::width - 270, 22, 260, Screen::height - 22};
+    EXPECT_EQ(panel()->place, below_the_bar);
   }
 
-  [[nodiscard]] bool topComesTo(int top) const {
-    return until([&] { return panel() && panel()->place.y == top; });
-  }
-
-  // Whether the button can be seen and pressed where it is.
-  [[nodiscard]] bool isOnScreen(const std::string& name) {
+  // Whether the button can be seen and pressed where it is, between the bands.
+  [[nodiscard]] bool isInView(const std::string& name) {
     return until([&] {
       const Rectangle place = button(name).place;
-      return place.y >= 22 && place.y + place.height <= Screen::height;
+      return place.y >= 22 + 34 && place.y + place.height <= Screen::height - 34;
+    });
+  }
+  [[nodiscard]] bool isOutOfView(const std::string& name) {
+    return until([&] {
+      const Rectangle place = button(name).place;
+      return place.y + place.height < 22 + 34 || place.y > Screen::height - 34;
     });
   }
 
@@ -134,33 +162,40 @@ class ManyTokensTest : public DesktopTest {
 
 TEST_F(ManyTokensTest, TheWheelReachesTheEndAndTheBeginning) {
   moveMouseOverPanel();
+  EXPECT_TRUE(isOutOfView("Copy: Token 32"));
   screen().wheel(40);
-  EXPECT_TRUE(topComesTo(Screen::height - height));
-  EXPECT_TRUE(isOnScreen("Copy: Token 32"));
-  EXPECT_TRUE(isOnScreen("Add"));
-  // No further.
-  screen().wheel(3);
-  EXPECT_TRUE(isOnScreen("Add"));
-  EXPECT_TRUE(topComesTo(Screen::height - height));
+  EXPECT_TRUE(isInView("Copy: Token 32"));
+  EXPECT_TRUE(isOutOfView("Copy: Token 1"));
   screen().wheel(-40);
-  EXPECT_TRUE(topComesTo(22));
+  EXPECT_TRUE(isInView("Copy: Token 1"));
 }
 
-TEST_F(ManyTokensTest, TheRowWithTheKeyboardIsOnTheScreen) {
+TEST_F(ManyTokensTest, TheBandsStay) {
+  const Rectangle add_button = button("Add").place;
+  const Rectangle close_button = button("Close").place;
+  moveMouseOverPanel();
+  screen().wheel(40);
+  EXPECT_TRUE(isInView("Copy: Token 32"));
+  EXPECT_EQ(button("Add").place, add_button);
+  EXPECT_EQ(button("Close").place, close_button);
+  clickButton("Help");
+  EXPECT_TRUE(comesToShow(Role::push_button, "Home"));
+}
+
+TEST_F(ManyTokensTest, TheRowWithTheKeyboardIsInView) {
   ASSERT_TRUE(focusComesTo("Copy: Token 1"));
   for (int i = 0; i < count - 1; ++i) screen().key("Tab");
   ASSERT_TRUE(focusComesTo("Copy: Token 32"));
-  EXPECT_TRUE(isOnScreen("Copy: Token 32"));
+  EXPECT_TRUE(isInView("Copy: Token 32"));
   for (int i = 0; i < count - 1; ++i) screen().key("shift+Tab");
   ASSERT_TRUE(focusComesTo("Copy: Token 1"));
-  EXPECT_TRUE(isOnScreen("Copy: Token 1"));
+  EXPECT_TRUE(isInView("Copy: Token 1"));
 }
 
 TEST_F(ManyTokensTest, TheLastRowCopiesByTheMouse) {
   moveMouseOverPanel();
   screen().wheel(40);
-  ASSERT_TRUE(topComesTo(Screen::height - height));
-  ASSERT_TRUE(isOnScreen("Copy: Token 32"));
+  ASSERT_TRUE(isInView("Copy: Token 32"));
   clickButton("Copy: Token 32");
   EXPECT_TRUE(closes());
   const std::string copied = clipboard();

@@ -143,6 +143,14 @@ void Screen::click(int x, int y) {
   release();
 }
 
+void Screen::rightClick(int x, int y) {
+  moveMouse(x, y);
+  for (const Bool pressed : {True, False}) {
+    XTestFakeButtonEvent(connection_->display.get(), 3, pressed, 0);
+  }
+  XSync(connection_->display.get(), False);
+}
+
 void Screen::wheel(int notches) {
   const unsigned int button = notches > 0 ? 5 : 4;
   for (int i = 0; i < std::abs(notches); ++i) {
@@ -222,35 +230,6 @@ unsigned long Screen::windowOfKeys() {
   int fallback = 0;
   XGetInputFocus(connection_->display.get(), &window, &fallback);
   return window;
-}
-
-struct Screen::Watch::Connection {
-  DisplayHandle display{nullptr, XCloseDisplay};
-};
-
-Screen::Watch::Watch(const Screen& screen) : connection_(std::make_unique<Connection>()) {
-  connection_->display = openDisplay(screen.name());
-  Display* display = connection_->display.get();
-  XSelectInput(display, XDefaultRootWindow(display), SubstructureNotifyMask);
-  XSync(display, False);
-}
-
-Screen::Watch::~Watch() = default;
-
-std::vector<Rectangle> Screen::Watch::places(int wanted_width) const {
-  Display* display = connection_->display.get();
-  std::vector<Rectangle> result;
-  XSync(display, False);
-  while (XPending(display) > 0) {
-    XEvent event;
-    XNextEvent(display, &event);
-    if (event.type != ConfigureNotify) continue;
-    const XConfigureEvent& moved = event.xconfigure;
-    const Rectangle place{moved.x, moved.y, moved.width, moved.height};
-    if (moved.width != wanted_width || (!result.empty() && result.back() == place)) continue;
-    result.push_back(place);
-  }
-  return result;
 }
 
 }  // namespace talvane::test

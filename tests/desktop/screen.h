@@ -48,6 +48,7 @@ class Screen {
 
   void moveMouse(int x, int y);
   void click(int x, int y);
+  void rightClick(int x, int y);
   void press(int x, int y);
   void release();
   /// Turns the wheel where the mouse is; downwards when positive.
@@ -64,21 +65,6 @@ class Screen {
   [[nodiscard]] bool hasTray();
   /// The window that gets the keys.
   [[nodiscard]] unsigned long windowOfKeys();
-
-  /// Sees how windows move from its construction on.
-  class Watch {
-   public:
-    explicit Watch(const Screen& screen);
-    ~Watch();
-    Watch(const Watch&) = delete;
-    Watch& operator=(const Watch&) = delete;
-    /// The places, in order and without repetitions, of the windows this wide that have been shown.
-    [[nodiscard]] std::vector<Rectangle> places(int wanted_width) const;
-
-   private:
-    struct Connection;
-    std::unique_ptr<Connection> connection_;
-  };
 
  private:
   struct Connection;

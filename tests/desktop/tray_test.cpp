@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <thread>
+#include <vector>
 
 #include "tests/desktop/desktop.h"
 #include "tests/desktop/notifier_host.h"
@@ -20,6 +21,10 @@ class TrayTest : public DesktopTest {
       const auto after = icon();
       return before && after && before->id == after->id;
     });
+  }
+  [[nodiscard]] bool activate(const NotifierHost& host) const {
+    awaitSingleClick();
+    return host.activate();
   }
   [[nodiscard]] std::string bus() const { return "unix:path=" + path("run/bus"); }
 };
@@ -61,10 +66,10 @@ TEST_F(TrayTest, ANotifierHostGetsTheItem) {
   EXPECT_EQ(host.text("Title"), "Talvane Soft Token");
   EXPECT_EQ(host.toolTip(), "Talvane Soft Token");
   EXPECT_EQ(host.text("Status"), "Active");
-  EXPECT_GT(host.pictures(), 0U);
-  EXPECT_TRUE(host.activate());
+  EXPECT_EQ(host.imageWidths(), (std::vector<int>{16, 18, 22, 24, 32, 36, 44, 48, 64}));
+  EXPECT_TRUE(activate(host));
   EXPECT_TRUE(opens());
-  EXPECT_TRUE(host.activate());
+  EXPECT_TRUE(activate(host));
   EXPECT_TRUE(closes());
 }
 
@@ -73,7 +78,7 @@ TEST_F(TrayTest, ANotifierHostThatComesLaterGetsTheItem) {
   start();
   const NotifierHost host(bus());
   ASSERT_TRUE(until([&] { return !host.item().empty(); })) << programOutput();
-  EXPECT_TRUE(host.activate());
+  EXPECT_TRUE(activate(host));
   EXPECT_TRUE(opens());
 }
 
@@ -83,15 +88,73 @@ TEST_F(TrayTest, ANotifierHostThatComesBackGetsTheItemAgain) {
   launch();
   ASSERT_TRUE(until([&] { return !host->item().empty(); })) << programOutput();
   // A host that goes while the program waits for its answer makes the toolkit complain.
-  ASSERT_TRUE(host->activate());
+  ASSERT_TRUE(activate(*host));
   ASSERT_TRUE(opens());
-  ASSERT_TRUE(host->activate());
+  ASSERT_TRUE(activate(*host));
   ASSERT_TRUE(closes());
   host.reset();
   host = std::make_unique<NotifierHost>(bus());
   ASSERT_TRUE(until([&] { return !host->item().empty(); })) << programOutput();
-  EXPECT_TRUE(host->activate());
+  EXPECT_TRUE(activate(*host));
   EXPECT_TRUE(opens());
+}
+
+TEST_F(TrayTest, ADoubleClickOfANotifierHostLeavesThePanelOpen) {
+  stopTray();
+  const NotifierHost host(bus());
+  launch();
+  ASSERT_TRUE(until([&] { return !host.item().empty(); })) << programOutput();
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_TRUE(activate(host));
+    EXPECT_TRUE(host.activate());
+    EXPECT_TRUE(opens());
+  }
+}
+
+TEST_F(TrayTest, TheMenuOfANotifierHostSaysWhatCanBeDone) {
+  setSettings("AllowManual=true\nStrMenuOpen=Show\nStrMenuExit=Quit\n");
+  stopTray();
+  const NotifierHost host(bus());
+  launch();
+  ASSERT_TRUE(until([&] { return !host.item().empty(); })) << programOutput();
+  EXPECT_EQ(host.menu(), (Strings{"Show", "Add", "Help", "Quit"}));
+  EXPECT_TRUE(activate(host));
+  EXPECT_TRUE(opens());
+  EXPECT_EQ(host.menu(), (Strings{"Close", "Add", "Help", "Quit"}));
+}
+
+class TrayMenuTest : public TrayTest {
+ protected:
+  [[nodiscard]] bool menuShows() const {
+    for (const ShownWindow& window : screen().windowsOf("softtoken")) {
+      if (window.place.height > 64 && window.place.width != 260) return true;
+    }
+    return false;
+  }
+  // By the keyboard: `down` is the number of the entry, from 1.
+  void choose(int down) {
+    const Rectangle place = icon()->place;
+    awaitSingleClick();
+    screen().rightClick(place.x + place.width / 2, place.y + place.height / 2);
+    ASSERT_TRUE(until([&] { return menuShows(); }));
+    for (int i = 0; i < down; ++i) screen().key("Down");
+    screen().key("Return");
+    ASSERT_TRUE(until([&] { return !menuShows(); }));
+  }
+};
+
+TEST_F(TrayMenuTest, ItsEntriesDoWhatTheySay) {
+  start();
+  choose(1);
+  ASSERT_TRUE(opens());
+  choose(3);
+  EXPECT_TRUE(comesToShow(Role::push_button, "Getting started"));
+  choose(1);
+  ASSERT_TRUE(closes());
+  choose(2);
+  EXPECT_TRUE(comesToShow(Role::push_button, "Cancel"));
+  choose(4);
+  EXPECT_EQ(program_.end(), 0);
 }
 
 }  // namespace

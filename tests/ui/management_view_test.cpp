@@ -2,6 +2,8 @@
 
 #include <QCheckBox>
 #include <QLineEdit>
+#include <QScreen>
+#include <QWindow>
 
 #include "tests/ui/app_test.h"
 #include "ui/kit/look.h"
@@ -37,6 +39,23 @@ class ManagementTest : public AppTest {
   }
 };
 
+TEST_F(ManagementTest, QuestionLeavesTheRowsInSight) {
+  store("Mail");
+  show("cv");
+  check(0);
+  alerts.answers.push_back([](QMessageBox& box) {
+    const QRect rows = panel()->geometry();
+    const QRect question(box.windowHandle()->framePosition(), box.frameSize());
+    EXPECT_FALSE(question.intersects(rows));
+    EXPECT_EQ(question.top(), rows.top());
+    EXPECT_TRUE(panel()->screen()->geometry().contains(question));
+    EXPECT_TRUE(box.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+    AlertUser::pressEscape(box);
+  });
+  click("cvtrash");
+  EXPECT_EQ(alerts.seen.size(), 1U);
+}
+
 TEST_F(ManagementTest, RowsStandWhereTheyShould) {
   storeMany(3);
   show("cv");
@@ -60,7 +79,8 @@ TEST_F(ManagementTest, OpeningIsTraced) {
   show("tv");
   clearTrace();
   click("tvconfig");
-  const Place place = defaultPlace(mainScreenSize(), 146, false);
+  const QRect screen = QGuiApplication::primaryScreen()->geometry();
+  const Place place = defaultPlace({screen.height(), screen.width()}, 146, false);
   EXPECT_EQ(traced({"APP: openWindow", "CV : "}),
             (Lines{"APP: openWindow: begin (x:-1 y:-1 roll:0)",
                    "APP: openWindow: reading tokens...", "APP: openWindow: found 2 tokens",

@@ -6,12 +6,16 @@
 
 #include <QApplication>
 #include <QDragEnterEvent>
+#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QScreen>
+#include <QScrollBar>
 #include <QTest>
 #include <QWheelEvent>
 #include <array>
+#include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -24,12 +28,15 @@
 #include "tests/ui/frames.h"
 #include "tests/ui/on_event.h"
 #include "ui/kit/look.h"
+#include "ui/panel/panel_geometry.h"
+#include "ui/panel/roll.h"
+#include "ui/panel/screens.h"
 
 namespace talvane {
 namespace {
 
 using Lines = std::vector<std::string>;
-using Places = std::vector<Place>;
+using namespace std::chrono_literals;
 
 constexpr int height_of_test_views = 156;
 
@@ -64,7 +71,9 @@ class TestView final : public View {
   [[nodiscard]] QAbstractButton* cancelling() const override {
     return can_cancel ? buttons[1] : nullptr;
   }
-  [[nodiscard]] std::vector<QWidget*> rows() const override { return {rows_[0], rows_[1]}; }
+  [[nodiscard]] std::vector<QWidget*> rows() const override {
+    return has_rows ? std::vector<QWidget*>{rows_[0], rows_[1]} : std::vector<QWidget*>();
+  }
   bool keyPressed(const QKeyEvent& event) override {
     keys.push_back(event.key());
     return true;
@@ -75,6 +84,7 @@ class TestView final : public View {
   std::array<PanelButton*, 2> rows_{};
   View* stand_in = nullptr;
   bool can_cancel = true;
+  bool has_rows = true;
   int inits = 0;
   int closes = 0;
   int releases = 0;
@@ -91,12 +101,23 @@ class PanelTest : public testing::Test {
   PanelTest() { vane::SetInterface(&log); }
   ~PanelTest() override { vane::SetInterface(nullptr); }
 
-  /// Notes every place that the view's window is moved to on the screen, from now on.
+  /// Notes how much of the view shows, from the bar, at each painting from now on.
   void watch(const TestView& view) {
     SoftTokenWindow* window = view.window();
-    watches.push_back(std::make_unique<test::OnEvent>(
-        *window, QEvent::Move,
-        [this, window](QEvent& /*event*/) { places.push_back(placeOf(*window)); }));
+    watches.push_back(
+        std::make_unique<test::OnEvent>(*window, QEvent::Paint, [this, window](QEvent& /*event*/) {
+          const int height = window->height() + window->contentView()->y();
+          if (rolled_out.empty() || rolled_out.back() != height) rolled_out.push_back(height);
+        }));
+  }
+  /// How much shows at each step of a roll by ten.
+  static std::vector<int> rolling(const std::vector<RollStep>& steps) {
+    std::vector<int> heights;
+    for (const RollStep& step : steps) heights.push_back(step.visible.height);
+    return heights;
+  }
+  [[nodiscard]] static PanelPlace placeOfHeight(int height) {
+    return panelPlace({}, desktopScreens().front(), height);
   }
   void open(const TestView& view, bool roll = false) {
     panel.openWindow(view.window(), -1, -1, roll);
@@ -142,7 +163,7 @@ class PanelTest : public testing::Test {
   Panel panel{ini, store};
   TestView& first = panel.add(std::make_unique<TestView>(panel, "first"));
   TestView& second = panel.add(std::make_unique<TestView>(panel, "second", 246));
-  Places places;
+  std::vector<int> rolled_out;
   std::vector<std::unique_ptr<test::OnEvent>> watches;
 };
 
@@ -191,13 +212,11 @@ TEST_F(PanelTest, WindowThatIsNoViewsIs500High) {
 
 TEST_F(PanelTest, SwitchingClosesTheOneAndOpensTheOther) {
   open(first);
-  watch(first);
-  watch(second);
   panel.switchViewfrom(first.window(), second.window());
   EXPECT_EQ(panel.openPanel(), second.window());
   EXPECT_FALSE(first.window()->isVisible());
   EXPECT_EQ(first.closes, 1);
-  EXPECT_EQ(places, (Places{defaultPlace(mainScreenSize(), 246, false)}));
+  EXPECT_EQ(frameOf(second.window()->geometry()), placeOfHeight(246).window);
 }
 
 TEST_F(PanelTest, WhatIsNotOpenIsNeitherClosedNorLeft) {
@@ -268,31 +287,39 @@ TEST_F(PanelTest, EveryViewCanBeShownAgainAndAgain) {
 
 // Place and roll.
 
-TEST_F(PanelTest, OpeningRollsDownAndEndsExactly) {
+TEST_F(PanelTest, OpeningPaintsEachStepOfTheRoll) {
   watch(first);
   open(first, true);
-  const Place start = defaultPlace(mainScreenSize(), height_of_test_views, true);
-  Places expected = openingRoll(start, height_of_test_views, 10);
-  expected.insert(expected.begin(), start);
-  EXPECT_EQ(places, expected);
-  EXPECT_EQ(top(first.window()), menu_bar_height);
+  const auto steps = openingSteps(placeOfHeight(height_of_test_views), 10);
+  ASSERT_EQ(steps.size(), 11U);
+  EXPECT_EQ(rolled_out, rolling(steps));
+  EXPECT_EQ(frameOf(first.window()->geometry()), placeOfHeight(height_of_test_views).window);
+  EXPECT_EQ(first.window()->contentView()->pos(), QPoint(0, 0));
 }
 
-TEST_F(PanelTest, ClosingRollsUp) {
+TEST_F(PanelTest, ClosingPaintsEachStepOfTheRoll) {
   open(first);
+  QTest::qWait(50);
   watch(first);
   panel.closeclicked();
-  EXPECT_EQ(places, closingRoll(defaultPlace(mainScreenSize(), height_of_test_views, false),
-                                height_of_test_views, 10));
+  EXPECT_EQ(rolled_out, rolling(closingSteps(placeOfHeight(height_of_test_views), 10)));
 }
 
-TEST_F(PanelTest, RollUpStartsWhereThePanelWasPlaced) {
-  open(first);
-  first.window()->move(screen().topLeft() + QPoint(3, 200));  // a window manager's idea
+TEST_F(PanelTest, EachOfTenStepsStaysForAFrame) {
+  const auto usual = std::exchange(Roll::longest_step, 8ms);
+  QElapsedTimer time;
+  time.start();
+  open(first, true);
+  EXPECT_GE(time.elapsed(), 80) << "nobody could see it";
+  Roll::longest_step = usual;
+}
+
+TEST_F(PanelTest, MoreStepsThanAnyoneCouldSeeAreLeftOut) {
+  ini.RollupSteps = 100'000;
   watch(first);
-  panel.closeclicked();
-  EXPECT_EQ(places, closingRoll(defaultPlace(mainScreenSize(), height_of_test_views, false),
-                                height_of_test_views, 10));
+  open(first, true);
+  EXPECT_LT(rolled_out.size(), 100'000U);
+  EXPECT_EQ(rolled_out.back(), height_of_test_views);
 }
 
 TEST_F(PanelTest, PlaceThatIsGivenIsTaken) {
@@ -311,7 +338,8 @@ TEST_F(PanelTest, EveryNumberOfStepsEndsWhereItShould) {
 TEST_F(PanelTest, TraceOfOpeningAndClosing) {
   open(first, true);
   panel.closeclicked();
-  const Place start = defaultPlace(mainScreenSize(), height_of_test_views, true);
+  const Place start =
+      defaultPlace({screen().height(), screen().width()}, height_of_test_views, true);
   EXPECT_EQ(log.lines,
             (Lines{"APP: openWindow: begin (x:-1 y:-1 roll:1)",
                    "APP: openWindow: calculated x:" + std::to_string(start.x) +
@@ -348,8 +376,8 @@ TEST_F(PanelTest, PartsOfTheBackgroundLieInTheirOrder) {
   const QObjectList parts = part("bg")->children();
   EXPECT_LT(parts.indexOf(part("bg_logo")), parts.indexOf(part("bg_tile_view")));
   EXPECT_LT(parts.indexOf(part("bg_tile_view")), parts.indexOf(part("bg_toolbar")));
-  EXPECT_LT(parts.indexOf(part("bg_toolbar")), parts.indexOf(content));
-  EXPECT_LT(parts.indexOf(content), parts.indexOf(part("close")));
+  EXPECT_LT(parts.indexOf(part("bg_toolbar")), parts.indexOf(content->parent()));
+  EXPECT_LT(parts.indexOf(content->parent()), parts.indexOf(part("close")));
 }
 
 TEST_F(PanelTest, ClosedWindowHasItsOwnContentBack) {
@@ -367,10 +395,11 @@ TEST_F(PanelTest, ClosedWindowHasItsOwnContentBack) {
 TEST_F(PanelTest, CloseButtonClosesWithTheRollAndIsReachedAboveTheContent) {
   open(first);
   EXPECT_EQ(first.window()->childAt(250, 13), part("close"));
+  QTest::qWait(50);
   watch(first);
   QTest::mouseClick(part("close"), Qt::LeftButton);
   EXPECT_FALSE(panel.isOpen());
-  EXPECT_EQ(places.size(), 10U);
+  EXPECT_GE(rolled_out.size(), 10U);
 }
 
 TEST_F(PanelTest, ToolbarButtonsStandInTheirSlots) {
@@ -474,49 +503,122 @@ class HighPanelTest : public PanelTest {
                       Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
     QApplication::sendEvent(high.window(), &event);
   }
+  /// How far the content has moved up.
+  int scrolled() { return -high.field->parentWidget()->y() - band_height; }
+  int mostScrolled() { return height - 2 * band_height - part("bg_room")->height(); }
 
   TestView& high = panel.add(std::make_unique<TestView>(panel, "high", height));
 };
 
-TEST_F(HighPanelTest, PageKeysScrollToItsEndAndBack) {
+TEST_F(HighPanelTest, FillsTheWorkAreaAndNoMore) {
   show(high);
   EXPECT_EQ(top(high.window()), menu_bar_height);
+  EXPECT_EQ(high.window()->height(), screen().height() - menu_bar_height);
+  EXPECT_EQ(frameInPanel(part("bg_logo")), logoFrame());
+  EXPECT_EQ(frameInPanel(part("bg_toolbar")), toolbarFrame(high.window()->height()));
+}
+
+TEST_F(HighPanelTest, PageKeysStepThroughTheRows) {
+  show(high);
+  press(high.window(), Qt::Key_PageDown);
+  EXPECT_TRUE(high.rows_[1]->hasFocus());
+  press(high.window(), Qt::Key_PageUp);
+  EXPECT_TRUE(high.rows_[0]->hasFocus());
+}
+
+TEST_F(HighPanelTest, PageKeysScrollWhereThereAreNoRows) {
+  high.has_rows = false;
+  show(high);
   for (int i = 0; i < 10; ++i) press(high.window(), Qt::Key_PageDown);
-  EXPECT_EQ(top(high.window()), screen().height() - height);
+  EXPECT_EQ(scrolled(), mostScrolled());
   for (int i = 0; i < 10; ++i) press(high.window(), Qt::Key_PageUp);
-  EXPECT_EQ(top(high.window()), menu_bar_height);
+  EXPECT_EQ(scrolled(), 0);
+}
+
+TEST_F(HighPanelTest, EndAndHomeGoToTheLastAndFirstRow) {
+  show(high);
+  high.rows_[1]->move(10, height - 100);
+  press(high.window(), Qt::Key_End);
+  EXPECT_TRUE(high.rows_[1]->hasFocus());
+  EXPECT_EQ(scrolled(), mostScrolled());
+  press(high.window(), Qt::Key_Home);
+  EXPECT_TRUE(high.rows_[0]->hasFocus());
+  EXPECT_EQ(scrolled(), 0);
 }
 
 TEST_F(HighPanelTest, WheelScrollsARowANotch) {
   show(high);
   turnWheel(-1);
-  EXPECT_EQ(top(high.window()), menu_bar_height - 72);
+  EXPECT_EQ(scrolled(), 72);
   turnWheel(1);
-  EXPECT_EQ(top(high.window()), menu_bar_height);
+  EXPECT_EQ(scrolled(), 0);
+  turnWheel(-100);
+  EXPECT_EQ(scrolled(), mostScrolled());
 }
 
-TEST_F(HighPanelTest, RollUpStartsWhereItWasScrolledTo) {
+TEST_F(HighPanelTest, BandsStayWhileTheContentScrolls) {
   show(high);
+  const Frame before = frameInPanel(high.buttons[0]);
+  turnWheel(-5);
+  EXPECT_EQ(frameInPanel(high.buttons[0]), before);
+  EXPECT_EQ(frameInPanel(part("close")), close_button_frame);
+  EXPECT_EQ(high.window()->childAt(130, 10), part("bg_logo"));
+}
+
+TEST_F(HighPanelTest, AScrollBarShowsThatThereIsMore) {
+  show(high);
+  auto* bar = part<QScrollBar>("scrollbar");
+  ASSERT_NE(bar, nullptr);
+  EXPECT_TRUE(bar->isVisible());
   turnWheel(-2);
-  const Place scrolled = placeOf(*high.window());
-  high.window()->move(screen().topLeft());
-  watch(high);
+  EXPECT_EQ(bar->value(), 144);
+  bar->setValue(bar->maximum());
+  EXPECT_EQ(scrolled(), mostScrolled());
   panel.closeclicked();
-  EXPECT_EQ(places, closingRoll(scrolled, height, 10));
+  open(first);
+  EXPECT_EQ(part<QScrollBar>("scrollbar"), nullptr);
 }
 
-TEST_F(HighPanelTest, WhatGetsTheFocusComesOntoTheScreen) {
+TEST_F(HighPanelTest, WhatGetsTheFocusComesIntoView) {
   show(high);
-  high.rows_[1]->move(10, height - 100);
+  high.rows_[1]->move(10, height - 200);
   high.rows_[1]->setFocus();
   const Frame row = frameInPanel(high.rows_[1]);
-  EXPECT_EQ(top(high.window()) + row.y + row.height, screen().height());
+  EXPECT_EQ(row.y + row.height, high.window()->height() - band_height);
+}
+
+TEST_F(HighPanelTest, OpensAtItsBeginningAgain) {
+  show(high);
+  turnWheel(-5);
+  panel.closeclicked();
+  show(high);
+  EXPECT_EQ(scrolled(), 0);
 }
 
 TEST_F(PanelTest, PanelThatFitsDoesNotScroll) {
   show(first);
   press(first.window(), Qt::Key_PageDown);
-  EXPECT_EQ(top(first.window()), menu_bar_height);
+  press(first.window(), Qt::Key_End);
+  EXPECT_EQ(first.field->parentWidget()->y(), -band_height);
+}
+
+TEST_F(PanelTest, TellsWhenItOpensAndCloses) {
+  std::vector<bool> told;
+  panel.turned = [&told](bool open) { told.push_back(open); };
+  open(first, true);
+  panel.switchViewfrom(first.window(), second.window());
+  panel.closeclicked();
+  EXPECT_EQ(told, (std::vector<bool>{true, false}));
+}
+
+TEST_F(PanelTest, OpensAtTheIcon) {
+  const QRect all = screen();
+  panel.setItemPlace({Frame{all.x() + 100, all.bottom() - 26, 22, 22}, {}, true});
+  open(first, true);
+  EXPECT_EQ(first.window()->geometry().bottom(), all.bottom() - 32);
+  EXPECT_EQ(first.window()->x(), all.x());
+  panel.switchViewfrom(first.window(), second.window());
+  EXPECT_EQ(second.window()->geometry().bottom(), all.bottom() - 32) << "the same bar";
 }
 
 // The window.
@@ -551,14 +653,6 @@ TEST(SoftTokenWindowTest, InitialLocationCanBeSet) {
   EXPECT_EQ(window.initialLocation(), QPointF(0, 0));
   window.setInitialLocation(QPointF(3, 4));
   EXPECT_EQ(window.initialLocation(), QPointF(3, 4));
-}
-
-TEST(SoftTokenWindowTest, OriginIsTheLowerLeftCornerFromTheScreensLowerEdge) {
-  const QRect screen = QGuiApplication::primaryScreen()->geometry();
-  SoftTokenWindow window({0, 0, 260, 100});
-  window.setFrameOrigin({30, 40});
-  EXPECT_EQ(window.pos(), screen.topLeft() + QPoint(30, screen.height() - 40 - 100));
-  EXPECT_EQ(window.frameOrigin(), (Place{30, 40}));
 }
 
 TEST(ClearViewArrayTest, DeletesWhatIsInIt) {

@@ -174,11 +174,67 @@ TEST_F(ShellTest, ClickWhileAnAlertIsOpenChangesNothing) {
   EXPECT_TRUE(still_open);
 }
 
-TEST_F(ShellTest, MenuActionsThatDoNothing) {
+// The status item's menu, and its double click.
+
+TEST_F(ShellTest, MenuOpensAndCloses) {
   app().menuOpen();
-  app().menuAdd();
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
+  app().menuOpen();
   turnEventLoop();
   EXPECT_EQ(openView(), "");
+}
+
+TEST_F(ShellTest, MenuAddsInTheWaysThatTheSettingsAllow) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"AllowManual=1\nAllowTaEnrol=1\n", "av"},
+      {"AllowManual=1\nAllowTaEnrol=0\n", "mv"},
+      {"AllowManual=0\nAllowTaEnrol=1\nEnrolURL=https://enrol.invalid\n", "eva"},
+      {"AllowManual=0\nAllowTaEnrol=0\n", ""}};
+  for (const auto& [settings, view] : rows) {
+    setSettings(settings);
+    launch();
+    app().menuAdd();
+    turnEventLoop();
+    EXPECT_EQ(openView(), view) << settings;
+    end();
+  }
+}
+
+TEST_F(ShellTest, MenuLeadsFromAnOpenPanel) {
+  setSettings("AllowManual=1\nAllowTaEnrol=0\n");
+  show("tv");
+  app().menuHelp();
+  turnEventLoop();
+  EXPECT_EQ(openView(), "hv");
+  app().menuAdd();
+  turnEventLoop();
+  EXPECT_EQ(openView(), "mv");
+}
+
+TEST_F(ShellTest, MenuWaitsForTheAnswerToAnAlert) {
+  show("hv");
+  bool still_open = false;
+  alerts.answers.push_back([&](QMessageBox& box) {
+    app().menuOpen();
+    app().menuAdd();
+    turnEventLoop();
+    still_open = openView() == "hv" && box.isVisible();
+    AlertUser::pressEscape(box);
+  });
+  app().simpleMessageBox(QStringLiteral("text"));
+  EXPECT_TRUE(still_open);
+}
+
+TEST_F(ShellTest, DoubleClickLeavesThePanelOpen) {
+  app().iconClicked();
+  app().iconDoubleClicked();
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
+  app().iconClicked();
+  app().iconDoubleClicked();
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
 }
 
 TEST_F(ShellTest, SimpleMessageBox) {

@@ -182,7 +182,8 @@ TEST_F(TokenViewTest, OpeningIsTraced) {
   app();
   clearTrace();
   clickIcon();
-  const Place place = defaultPlace(mainScreenSize(), 156, true);
+  const QRect screen = QGuiApplication::primaryScreen()->geometry();
+  const Place place = defaultPlace({screen.height(), screen.width()}, 156, true);
   EXPECT_EQ(traced({"APP: openWindow", "TV : init"}),
             (Lines{"APP: openWindow: begin (x:-1 y:-1 roll:1)",
                    "APP: openWindow: reading tokens...", "APP: openWindow: found 1 tokens",
@@ -333,7 +334,10 @@ TEST_F(TokenViewTest, ThirtyTwoTokensAreAllShown) {
   storeMany(32);
   show("tv");
   ASSERT_EQ(rows().size(), 32U);
-  EXPECT_EQ(panel()->height(), tokenViewHeight(32));
+  EXPECT_EQ(panel()->height(),
+            QGuiApplication::primaryScreen()->geometry().height() - menu_bar_height);
+  EXPECT_EQ(rows().back()->y() + rows().back()->height() + 16,
+            rows().back()->parentWidget()->height());
 }
 
 class TroubleTest : public TokenViewTest {

@@ -7,6 +7,9 @@ namespace {
 class MenuBar final : public StatusArea {
  public:
   bool isThere() override { return true; }
+  // A left click would open it.
+  [[nodiscard]] bool hasMenus() const override { return false; }
+  std::unique_ptr<QWidget> makeIcon(const QIcon& /*image*/) override { return nullptr; }
   void watch(std::function<void()> /*appeared*/) override {}
 };
 

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "ui/desktop/bus_signal.h"
+#include "ui/desktop/embedded_icon_x11.h"
 #include "ui/desktop/status_area.h"
 #include "ui/desktop/xcb_atom.h"
 
@@ -51,6 +52,12 @@ bool hasNotifierHost() {
   return answer.isValid() && answer.value().variant().toBool();
 }
 
+bool isGnome() {
+  return qEnvironmentVariable("XDG_CURRENT_DESKTOP")
+      .split(QLatin1Char(':'))
+      .contains(QLatin1String("GNOME"));
+}
+
 class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilter {
  public:
   ~X11StatusArea() override { qGuiApp->removeNativeEventFilter(this); }
@@ -58,6 +65,19 @@ class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilte
   bool isThere() override {
     xcb_connection_t* display = connection();
     return display == nullptr || hasNotifierHost() || hasEmbeddingTray(display);
+  }
+
+  [[nodiscard]] bool hasMenus() const override { return true; }
+
+  // GNOME's extension for StatusNotifierItems opens the menu at a click, and activates the item at
+  // a double click; it hands on all clicks to embedded icons.
+  std::unique_ptr<QWidget> makeIcon(const QIcon& image) override {
+    xcb_connection_t* display = connection();
+    if (display == nullptr || !isGnome() || !hasEmbeddingTray(display)) return nullptr;
+    auto icon = std::make_unique<EmbeddedIcon>(image);
+    icon->dock();
+    watch([icon = icon.get()] { icon->dock(); });
+    return icon;
   }
 
   void watch(std::function<void()> appeared) override {

@@ -3,43 +3,109 @@
 #include <QApplication>
 #include <QMouseEvent>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <utility>
 
+#include "ui/desktop/item_place.h"
+#include "ui/desktop/pointer.h"
 #include "ui/desktop/status_area.h"
+#include "ui/kit/frame.h"
 
 namespace talvane {
+namespace {
 
-Tray::Tray(QIcon image, std::function<void()> clicked)
-    : image_(std::move(image)), clicked_(std::move(clicked)) {}
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds at_once{30};
+
+}  // namespace
+
+Tray::Tray(QIcon image, Actions actions) : image_(std::move(image)), actions_(std::move(actions)) {}
 
 Tray::~Tray() {
   qApp->removeEventFilter(this);
 }
 
-void Tray::show() {
-  if (icon_ != nullptr) return;
+void Tray::show(const Texts& texts, bool can_add) {
+  open_text_ = texts.open;
+  close_text_ = texts.close;
+  menu_.setObjectName(QStringLiteral("statusmenu"));
+  menu_.clear();
+  open_ = menu_.addAction(texts.open, this, [this] { actions_.open(); });
+  menu_.addAction(texts.add, this, [this] { actions_.add(); })->setEnabled(can_add);
+  menu_.addAction(texts.help, this, [this] { actions_.help(); });
+  menu_.addSeparator();
+  menu_.addAction(texts.exit, this, [this] { actions_.exit(); });
+  showIcon();
+}
+
+void Tray::showIcon() {
+  if (isShown()) return;
   // The toolkit looks for the kind of status area only once, so wait until there is one.
   if (area_ == nullptr) {
     area_ = systemStatusArea();
     if (!area_->isThere()) {
-      area_->watch([this] { show(); });
+      area_->watch([this] { showIcon(); });
       return;
     }
   } else if (!area_->isThere()) {
     return;
   }
   qApp->installEventFilter(this);
+  own_icon_ = area_->makeIcon(image_);
+  if (own_icon_ != nullptr) {
+    connect(own_icon_.get(), &QWidget::customContextMenuRequested, this,
+            [this](const QPoint& place) { menu_.popup(own_icon_->mapToGlobal(place)); });
+    return;
+  }
   icon_ = std::make_unique<QSystemTrayIcon>(image_);
   icon_->setToolTip(QStringLiteral("Talvane Soft Token"));
+  if (area_->hasMenus()) icon_->setContextMenu(&menu_);
   connect(icon_.get(), &QSystemTrayIcon::activated, this,
           [this](QSystemTrayIcon::ActivationReason reason) {
             if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
-              clicked_();
+              clicked(isSecondClick());
             }
           });
   icon_->show();
+}
+
+void Tray::setOpen(bool open) {
+  is_open_ = open;
+  opened_at_ = Clock::now();
+  if (open_ != nullptr) open_->setText(open ? close_text_ : open_text_);
+}
+
+// A desktop does not tell when it was. What came while the panel opened is handled just after.
+bool Tray::isSecondClick() {
+  const auto now = Clock::now();
+  const bool is_second = now - std::exchange(last_click_, now) < double_click ||
+                         (is_open_ && now - opened_at_ < at_once);
+  if (is_second) last_click_ = {};
+  return is_second;
+}
+
+void Tray::clicked(bool is_second) {
+  is_click_ = true;
+  if (is_second) {
+    actions_.second_click();
+  } else {
+    actions_.click();
+  }
+  is_click_ = false;
+}
+
+ItemPlace Tray::place() const {
+  ItemPlace place;
+  if (icon_ != nullptr && !icon_->geometry().isEmpty()) {
+    const QRect icon = icon_->geometry();
+    place.icon = Frame{icon.x(), icon.y(), icon.width(), icon.height()};
+  }
+  place.clicked = is_click_;
+  if (is_click_) place.pointer = pointer();
+  return place;
 }
 
 // An embedded icon reports the press, but the release counts.
@@ -48,13 +114,23 @@ bool Tray::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonDblClick:
     case QEvent::MouseButtonRelease:
+    case QEvent::ToolTip:
       break;
     default:
       return false;
   }
   if (watched->objectName() != QLatin1String("QSystemTrayIconSys")) return false;
-  if (static_cast<QMouseEvent*>(event)->button() != Qt::LeftButton) return false;
-  if (event->type() == QEvent::MouseButtonRelease) clicked_();
+  // It would lie over the panel.
+  if (event->type() == QEvent::ToolTip) return is_open_;
+  const auto* mouse = static_cast<QMouseEvent*>(event);
+  if (mouse->button() != Qt::LeftButton) return false;
+  if (event->type() == QEvent::MouseButtonRelease) {
+    const unsigned long time = mouse->timestamp();
+    const bool is_second =
+        time - last_click_time_ < static_cast<unsigned long>(double_click.count());
+    last_click_time_ = is_second ? 0 : time;
+    clicked(is_second);
+  }
   return true;
 }
 

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -15,12 +16,16 @@
 #include "engine/vane.h"
 #include "platform/memory_release.h"
 #include "store/token_store.h"
+#include "ui/desktop/animations.h"
 #include "ui/desktop/window_hints.h"
+#include "ui/kit/alert.h"
 #include "ui/kit/buttons.h"
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/frame.h"
 #include "ui/kit/look.h"
 #include "ui/panel/panel_geometry.h"
+#include "ui/panel/roll.h"
+#include "ui/panel/screens.h"
 #include "ui/panel/soft_token_window.h"
 #include "ui/panel/view.h"
 #include "ui/wait/wait.h"
@@ -79,7 +84,7 @@ void Panel::take(std::unique_ptr<View> view) {
   window->closed_by_user = [this, window] {
     if (window == ow) closedByUser(false);
   };
-  window->wheel_turned = [this](int points) { scroll(points); };
+  window->wheel_turned = [this](int points) { scroll(-points); };
   window->dropped = [this](const QMimeData& what) {
     if (dropped) dropped(what);
   };
@@ -107,8 +112,9 @@ View* Panel::viewOf(const SoftTokenWindow* window) const {
 }
 
 void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
-  if (Wait::isOn()) return;
+  if (Wait::isOn() || rolling_) return;
   vane::log("APP: openWindow: begin (x:{} y:{} roll:{})", x, y, roll_down ? 1 : 0);
+  if (!switching_) findIcon();
   tokens_.clear();
   View* view = viewOf(window);
   if (view != nullptr && view->showsTokens() && !readTokens()) {
@@ -120,53 +126,102 @@ void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
     view = other;
     window = other->window();
   }
-  const int height = view == nullptr ? other_view_height : view->height();
-  window->setFixedSize(window->width(), height);
-  Place place{x, y};
+  const int content_height = view == nullptr ? other_view_height : view->height();
+  place_ = placeFor(content_height);
   if (x < 0) {
-    place = defaultPlace(mainScreenSize(), height, roll_down);
-    vane::log("APP: openWindow: calculated x:{} y:{}", place.x, place.y);
+    const Place origin = originOf(place_, roll_down);
+    vane::log("APP: openWindow: calculated x:{} y:{}", origin.x, origin.y);
+  } else {
+    place_ = placeAt({x, y}, mainScreen().whole, content_height, roll_down);
   }
-  makeBackground(height);
-  content = window->setContentView(bg);
-  bg->hold(content, close);
+  window->place(place_.window);
+  dress(window, content_height);
   if (view != nullptr) view->init();
-  window->setFrameOrigin(place);
-  bringToFront(window);
-  if (sign_ != nullptr) sign_->hide();
   if (roll_down) {
-    const std::int64_t steps = ini_.RollupSteps;
-    vane::log("APP: openWindow: rolling (steps:{} chunk:{})...", steps, rollChunk(height, steps));
-    for (const Place step : openingRoll(place, height, steps)) window->setFrameOrigin(step);
+    rollOut(window);
+  } else {
+    bringToFront(window);
   }
+  window->takeKeys();
+  if (sign_ != nullptr) sign_->hide();
   bOpen = true;
   ow = window;
+  if (turned && !switching_) turned(true);
   vane::log("APP: openWindow: end");
 }
 
 void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
-  if (window == nullptr || window != ow) return;
+  if (window == nullptr || window != ow || rolling_) return;
   vane::log("APP: closeWindow: begin (roll:{})", roll_up ? 1 : 0);
-  if (roll_up) {
-    const std::int64_t steps = ini_.RollupSteps;
-    const int height = window->height();
-    vane::log("APP: closeWindow: rolling (steps:{} chunk:{})...", steps, rollChunk(height, steps));
-    for (const Place step : closingRoll(window->frameOrigin(), height, steps)) {
-      window->setFrameOrigin(step);
-    }
-  }
+  if (roll_up) rollIn(window);
   // Do not unmap a window that is shown again at once: a window manager may lose its place.
   if (!refreshing_) window->hide();
   bOpen = false;
   ow = nullptr;
   if (View* view = viewOf(window)) view->closed();
+  undress(window);
+  if (turned && !switching_) turned(false);
+  releaseLater();
+  vane::log("APP: closeWindow: end");
+}
+
+const ScreenArea& Panel::mainScreen() const {
+  static constexpr ScreenArea none{};
+  return screens_.empty() ? none : screens_.front();
+}
+
+// Where the program's icon is now. The views that follow open there too.
+void Panel::findIcon() {
+  screens_ = desktopScreens();
+  anchor_ = anchorOf(item_, screens_);
+}
+
+PanelPlace Panel::placeFor(int height) const {
+  return panelPlace(anchor_, mainScreen(), height);
+}
+
+AlertSite Panel::alertSite() const {
+  if (ow != nullptr && anchor_ && anchor_->screen.whole == place_.screen) {
+    return {ow, anchor_->screen.work};
+  }
+  const std::vector<ScreenArea> screens = desktopScreens();
+  return {ow, screens.empty() ? Frame() : screens.front().work};
+}
+
+void Panel::dress(SoftTokenWindow* window, int content_height) {
+  makeBackground(window->height());
+  content = window->setContentView(bg);
+  bg->hold(content, content_height, close);
+}
+
+void Panel::undress(SoftTokenWindow* window) {
+  for (QWidget* button : std::exchange(toolbar_buttons_, {})) button->setParent(content);
   close->hide();
   close->setParent(window);
   window->setContentView(content);
   delete std::exchange(bg, nullptr);
   content = nullptr;
-  releaseLater();
-  vane::log("APP: closeWindow: end");
+}
+
+void Panel::rollOut(SoftTokenWindow* window) {
+  const std::int64_t steps = ini_.RollupSteps;
+  vane::log("APP: openWindow: rolling (steps:{} chunk:{})...", steps,
+            rollChunk(rollLength(place_), steps));
+  const bool seen = steps > 0 && showsAnimations();
+  const std::vector<RollStep> frames = openingSteps(place_, seen ? steps : 0);
+  rolling_ = true;
+  window->showPart(frames.front());
+  bringToFront(window);
+  if (seen) Roll::awaitShown(*window);
+  Roll::run(*window, frames);
+  rolling_ = false;
+}
+
+void Panel::rollIn(SoftTokenWindow* window) {
+  const std::int64_t steps = ini_.RollupSteps;
+  vane::log("APP: closeWindow: rolling (steps:{} chunk:{})...", steps,
+            rollChunk(rollLength(place_), steps));
+  if (showsAnimations()) Roll::run(*window, closingSteps(place_, steps));
 }
 
 // After the closed view has finished its work.
@@ -197,7 +252,7 @@ void Panel::waitBegins() {
   if (!std::exchange(waits_, true)) QGuiApplication::setOverrideCursor(Qt::BusyCursor);
   if (reading_) {
     if (sign_ == nullptr) sign_ = std::make_unique<WaitSign>([this] { closedByUser(false); });
-    sign_->show(QString::fromStdString(ini_.StrPleaseWait));
+    sign_->show(QString::fromStdString(ini_.StrPleaseWait), placeFor(WaitSign::height()).window);
     return;
   }
   if (View* view = viewOf(ow); view != nullptr && waiting_view_ == nullptr) {
@@ -232,7 +287,7 @@ void Panel::makeBackground(int height) {
 }
 
 void Panel::releaseClosedPanel() {
-  if (bOpen) return;
+  if (bOpen || rolling_) return;
   tokens_.clear();
   for (const auto& view : views_) {
     view->released();
@@ -243,8 +298,10 @@ void Panel::releaseClosedPanel() {
 
 void Panel::switchViewfrom(SoftTokenWindow* from, SoftTokenWindow* to) {
   if (from == nullptr || from != ow) return;
+  switching_ = true;
   closeWindow(from, false);
   openWindow(to, -1, -1, false);
+  switching_ = false;
 }
 
 void Panel::refreshView(SoftTokenWindow* window) {
@@ -274,8 +331,12 @@ void Panel::positionToolbarRight(QWidget* button) {
 }
 
 void Panel::positionToolbarCommon(QWidget* button, const Frame& frame) {
+  // On the background, so that it stays where it is when the content scrolls.
+  button->setParent(bg);
+  toolbar_buttons_.push_back(button);
   const Frame toolbar = toolbarFrame(bg->height());
   button->setGeometry(toolbar.x + frame.x, toolbar.y + frame.y, frame.width, frame.height);
+  button->show();
   const auto size = std::clamp<std::int64_t>(ini_.iButtonFontSize, 1, frame.height);
   button->setFont(panelFont(static_cast<int>(size)));
 }
@@ -283,7 +344,6 @@ void Panel::positionToolbarCommon(QWidget* button, const Frame& frame) {
 bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
   // The key was pressed while the program was busy, and the panel has closed or changed since.
   if (window != ow || Wait::isOn()) return true;
-  const int page = mainScreen().height() - menu_bar_height - row_step;
   View* view = viewOf(window);
   switch (event.key()) {
     case Qt::Key_Escape:
@@ -303,31 +363,43 @@ bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
     case Qt::Key_Down:
       return focusRow(view->rows(), 1);
     case Qt::Key_PageUp:
-      scroll(page);
-      return true;
+      return page(*view, -1);
     case Qt::Key_PageDown:
-      scroll(-page);
-      return true;
+      return page(*view, 1);
+    case Qt::Key_Home:
+      return focusEnd(*view, -1);
+    case Qt::Key_End:
+      return focusEnd(*view, 1);
     default:
       return view->keyPressed(event);
   }
 }
 
 void Panel::scroll(int movement) {
-  if (ow == nullptr) return;
-  ow->setTopOnScreen(scrolledTop(ow->topOnScreen(), movement, menu_bar_height, ow->height(),
-                                 mainScreen().height()));
-  if (View* view = viewOf(ow)) view->scrolled();
+  if (ow != nullptr && !Wait::isOn()) bg->room().scroll(movement);
+}
+
+// By the rows that fit, so that the one with the focus stays in view.
+bool Panel::page(View& view, int pages) {
+  const int height = bg->room().height();
+  if (!focusRow(view.rows(), pages * std::max(1, height / row_step - 1))) {
+    scroll(pages * (height - row_step));
+  }
+  return true;
+}
+
+bool Panel::focusEnd(View& view, int direction) {
+  constexpr int more_than_all = 1'000'000;
+  focusRow(view.rows(), direction * more_than_all);
+  scroll(direction * more_than_all);
+  return true;
 }
 
 void Panel::bringIntoView(const QWidget* widget) {
   if (widget == nullptr || ow == nullptr || widget->window() != ow) return;
   // Scroll to the whole row, not only the focused widget on it.
   const QWidget* row = dynamic_cast<const FlippedImageView*>(widget->parentWidget());
-  if (row == nullptr) row = widget;
-  const int first = row->mapTo(static_cast<QWidget*>(ow), QPoint(0, 0)).y();
-  scroll(movementToShow(first, first + row->height(), ow->topOnScreen(), menu_bar_height,
-                        mainScreen().height()));
+  bg->room().scrollToShow(row == nullptr ? *widget : *row);
 }
 
 }  // namespace talvane

@@ -7,14 +7,18 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "config/ini.h"
 #include "store/token_store.h"
+#include "ui/desktop/item_place.h"
+#include "ui/kit/alert.h"
 #include "ui/kit/buttons.h"
 #include "ui/kit/frame.h"
 #include "ui/panel/panel_background.h"
+#include "ui/panel/panel_geometry.h"
 #include "ui/panel/shown_tokens.h"
 #include "ui/panel/soft_token_window.h"
 #include "ui/panel/view.h"
@@ -42,13 +46,23 @@ class Panel : public QObject, private Wait::Host {
   [[nodiscard]] bool isOpen() const { return bOpen; }
   /// The open window; null if none is open.
   [[nodiscard]] SoftTokenWindow* openPanel() const { return ow; }
+  /// For an alert about the open panel, if one is, or the program.
+  [[nodiscard]] AlertSite alertSite() const;
+  /// The form of the open view, from when it is filled until it has closed.
+  [[nodiscard]] QWidget* form() const { return content; }
   [[nodiscard]] const ShownTokens& tokens() const { return tokens_; }
   /// The last in the tab order. Exists once a view was added.
   [[nodiscard]] QWidget* closeButton() const { return close; }
 
+  /// Where the next panel opens.
+  void setItemPlace(const ItemPlace& item) { item_ = item; }
+  /// Whether it is just rolling. Nothing opens, closes or changes it then.
+  [[nodiscard]] bool isRolling() const { return rolling_; }
+
   /// Opens the window, unless the user leaves while the tokens are read; not while the program
-  /// waits for something else. At the default place if x < 0. The origin is the lower left corner;
-  /// y grows upwards. A window that belongs to no view is 500 high and stays empty.
+  /// waits for something else. At the program's icon if x < 0. The origin is the lower left corner,
+  /// on the main screen; y grows upwards. A window that belongs to no view is 500 high and stays
+  /// empty.
   void openWindow(SoftTokenWindow* window, int x, int y, bool roll);
   /// Does nothing unless this window is open.
   void closeWindow(SoftTokenWindow* window, bool roll);
@@ -70,6 +84,8 @@ class Panel : public QObject, private Wait::Host {
     array.clear();
   }
 
+  /// Called when the panel has opened, or closed.
+  std::function<void(bool open)> turned;
   /// Called when something is dropped on the panel. The drag lasts until this returns.
   std::function<void(const QMimeData&)> dropped;
 
@@ -77,11 +93,20 @@ class Panel : public QObject, private Wait::Host {
   void take(std::unique_ptr<View> view);
   [[nodiscard]] View* viewOf(const SoftTokenWindow* window) const;
   void positionToolbarCommon(QWidget* button, const Frame& frame);
+  [[nodiscard]] PanelPlace placeFor(int height) const;
+  void findIcon();
+  void dress(SoftTokenWindow* window, int content_height);
+  void undress(SoftTokenWindow* window);
+  void rollOut(SoftTokenWindow* window);
+  void rollIn(SoftTokenWindow* window);
+  [[nodiscard]] const ScreenArea& mainScreen() const;
   void releaseLater();
   void releaseClosedPanel();
   bool keyPressed(const SoftTokenWindow* window, const QKeyEvent& event);
-  /// In points; negative moves up.
+  /// In points; positive shows what is below.
   void scroll(int movement);
+  bool page(View& view, int pages);
+  bool focusEnd(View& view, int direction);
   void bringIntoView(const QWidget* widget);
   bool readTokens();
   void closedByUser(bool roll_up);
@@ -97,6 +122,13 @@ class Panel : public QObject, private Wait::Host {
   SoftTokenWindow* ow = nullptr;
   bool bOpen = false;
   bool refreshing_ = false;
+  bool rolling_ = false;
+  bool switching_ = false;
+  ItemPlace item_;
+  std::vector<ScreenArea> screens_;  // when the panel opened
+  std::optional<Anchor> anchor_;
+  PanelPlace place_;
+  std::vector<QWidget*> toolbar_buttons_;
   QWidget* content = nullptr;  // the open window's own
   CloseButton* close = nullptr;
   PanelBackground* bg = nullptr;

@@ -3,6 +3,7 @@
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/look.h"
 #include "ui/panel/panel_geometry.h"
+#include "ui/panel/scroll_room.h"
 
 namespace talvane {
 
@@ -17,14 +18,15 @@ PanelBackground::PanelBackground(int height) : FlippedView({0, 0, panel_width, h
   auto* toolbar = new FlippedImageView(toolbarFrame(height),
                                        artwork(QStringLiteral("bluebar260x34.png"), *this), this);
   toolbar->setObjectName(QStringLiteral("bg_toolbar"));
+  room_ = new ScrollRoom(this);
+  room_->setObjectName(QStringLiteral("bg_room"));
+  room_->setGeometry(rectangle(tileFrame(height)));
 }
 
-void PanelBackground::hold(QWidget* content, QWidget* close) {
+void PanelBackground::hold(QWidget* content, int content_height, QWidget* close) {
   close->setParent(this);
   close->setGeometry(rectangle(close_button_frame));
-  content->setParent(this);
-  content->setGeometry(rect());
-  content->show();
+  room_->hold(content, content_height);
   close->raise();
   close->show();
 }

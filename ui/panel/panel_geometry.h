@@ -1,12 +1,16 @@
 #pragma once
 
 // The arithmetic of the panel, in points. A window's origin is its lower left corner, with y
-// growing upwards from the screen's lower edge. Inside the panel, the origin is the upper left
-// corner and y grows downwards.
+// growing upwards from the screen's lower edge. Everywhere else, on the desktop and inside the
+// panel, the origin is the upper left corner and y grows downwards.
 
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <vector>
 
+#include "ui/desktop/bars.h"
+#include "ui/desktop/item_place.h"
 #include "ui/kit/frame.h"
 
 namespace talvane {
@@ -66,7 +70,7 @@ Frame managementCheckboxFrame(int index);
 /// something `height` high. It is its own inverse.
 Frame flipped(const Frame& frame, int height);
 
-// Place and roll of the window. `height` is the height of the panel.
+// Place and roll of the window. `height` is the height of the window.
 
 /// Under the menu bar at the right of the screen; above that place at the start of a roll (`roll`).
 Place defaultPlace(const ScreenSize& screen, int height, bool roll);
@@ -80,11 +84,73 @@ std::vector<Place> openingRoll(Place start, int height, std::int64_t steps);
 /// The same, but the last step carries the rest. Empty if `steps` is 0 or less.
 std::vector<Place> closingRoll(Place start, int height, std::int64_t steps);
 
-/// The upper edge of a panel after a scroll by `movement` (negative is up), measured down from the
-/// screen's upper edge. A panel that is too high for the screen keeps filling it below `top`; one
-/// that fits stays at `top`.
-int scrolledTop(int current_top, int movement, int top, int height, int screen_height);
-/// The movement that brings the part from `first` to `last` of the panel onto the screen.
-int movementToShow(int first, int last, int current_top, int top, int screen_height);
+/// A screen on the desktop.
+struct ScreenArea {
+  Frame whole;
+  Frame work;  // without the bars; the whole screen where they are not known
+  friend bool operator==(const ScreenArea&, const ScreenArea&) = default;
+};
+
+/// The part of a screen that the docks leave free, in pixels of the display. Without docks the work
+/// area of the window manager counts, as far as it lies on the screen; without that, the screen.
+Frame workArea(const Frame& screen, const Bars& bars);
+
+/// A frame on a screen whose upper left corner is `screen`, from pixels of the display in points.
+Frame inPoints(const Frame& pixels, Place screen, double pixels_a_point);
+
+/// What the panel opens at.
+struct Anchor {
+  Frame icon;             // without a size if only a point is known
+  Edge edge = Edge::top;  // where the bar with the icon lies
+  ScreenArea screen;
+  friend bool operator==(const Anchor&, const Anchor&) = default;
+};
+
+/// At the icon, or a point on it, if it lies on a screen and outside its work area. An icon that
+/// lies inside, and a screen whose bars are not known, have a bar at the nearest edge.
+std::optional<Anchor> anchorAt(const Frame& icon, std::span<const ScreenArea> screens);
+/// At the end of a bar where status areas are: the right one, or the lower one at a side. On the
+/// first screen with a bar.
+std::optional<Anchor> anchorAtBar(std::span<const ScreenArea> screens);
+
+/// At the icon itself, where the mouse clicked it, or at a bar if it was clicked somewhere; the
+/// first that there is. None if nothing was clicked.
+std::optional<Anchor> anchorOf(const ItemPlace& item, std::span<const ScreenArea> screens);
+
+/// The panel on the desktop. It rolls out of the edge.
+struct PanelPlace {
+  Frame window;
+  Edge edge = Edge::top;
+  Frame screen;
+  friend bool operator==(const PanelPlace&, const PanelPlace&) = default;
+};
+
+/// Where a panel with content of this height opens. It is no higher than the work area. Without an
+/// anchor: under the menu bar at the right of `main`.
+PanelPlace panelPlace(const std::optional<Anchor>& anchor, const ScreenArea& main, int height);
+/// A panel with this origin on the screen; before it rolls down if `roll`.
+PanelPlace placeAt(Place origin, const Frame& screen, int height, bool roll);
+/// The origin of the window on its screen; before it rolls out if `roll`.
+Place originOf(const PanelPlace& place, bool roll);
+
+/// How far the panel rolls.
+int rollLength(const PanelPlace& place);
+
+/// What shows of a window that has rolled out in part, and where its content lies in it.
+struct RollStep {
+  Frame visible;
+  Place content;
+  friend bool operator==(const RollStep&, const RollStep&) = default;
+};
+/// The steps between closed and open, by the places of `openingRoll` and `closingRoll`.
+std::vector<RollStep> openingSteps(const PanelPlace& place, std::int64_t steps);
+std::vector<RollStep> closingSteps(const PanelPlace& place, std::int64_t steps);
+
+// Content that is higher than the room for it scrolls within the room.
+
+/// How far the content has moved up after a scroll by `movement` (positive shows what is below).
+int scrolledBy(int scrolled, int movement, int content_height, int room_height);
+/// The movement that brings the part of the content from `first` to `last` into the room.
+int movementToShow(int first, int last, int scrolled, int room_height);
 
 }  // namespace talvane

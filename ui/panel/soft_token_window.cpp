@@ -3,15 +3,16 @@
 #include <QAccessibleWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QMouseEvent>
-#include <QScreen>
+#include <QRegion>
 #include <QWheelEvent>
+#include <QWindow>
 
 #include <utility>
 
+#include "ui/desktop/window_hints.h"
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/frame.h"
 #include "ui/kit/look.h"
@@ -24,6 +25,9 @@ namespace {
 constexpr int points_a_notch = 72;
 constexpr int units_a_notch = 120;
 
+// A window manager that insists has its way.
+constexpr int most_corrections = 3;
+
 // How assistive technologies see the panel.
 QAccessibleInterface* accessibleWindow(const QString& /*class_name*/, QObject* object) {
   auto* window = dynamic_cast<SoftTokenWindow*>(object);
@@ -33,8 +37,13 @@ QAccessibleInterface* accessibleWindow(const QString& /*class_name*/, QObject* o
 }  // namespace
 
 SoftTokenWindow::SoftTokenWindow(const Frame& content_rectangle)
-    : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
-                           Qt::NoDropShadowWindowHint) {
+    : QWidget(nullptr,
+              Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint |
+                  // Tool windows that bypass the window manager get no keys.
+                  (placesWindowsItself() ? Qt::Window | Qt::BypassWindowManagerHint : Qt::Tool)),
+      bypasses_(windowFlags().testFlag(Qt::BypassWindowManagerHint)) {
+  // Such a display does not cut windows to shape either.
+  if (bypasses_) setAttribute(Qt::WA_TranslucentBackground);
   static const bool factory_installed = (QAccessible::installFactory(accessibleWindow), true);
   static_cast<void>(factory_installed);
   setGeometry(rectangle(content_rectangle));
@@ -57,22 +66,25 @@ QWidget* SoftTokenWindow::setContentView(QWidget* view) {
   return before;
 }
 
-Place SoftTokenWindow::frameOrigin() const {
-  const Frame downwards{placed_.x(), placed_.y(), width(), height()};
-  const Frame upwards = flipped(downwards, mainScreen().height());
-  return {upwards.x, upwards.y};
+void SoftTokenWindow::place(const Frame& frame) {
+  setFixedSize(frame.width, frame.height);
+  placed_ = QPoint(frame.x, frame.y);
+  corrections_ = 0;
+  move(placed_);
+  showOnly(*this, QRegion());
 }
 
-void SoftTokenWindow::setFrameOrigin(Place origin) {
-  const Frame downwards = flipped({origin.x, origin.y, width(), height()}, mainScreen().height());
-  placed_ = QPoint(downwards.x, downwards.y);
-  move(mainScreen().topLeft() + placed_);
-}
-
-void SoftTokenWindow::setTopOnScreen(int top) {
-  if (top == placed_.y()) return;
-  placed_.setY(top);
-  move(mainScreen().topLeft() + placed_);
+void SoftTokenWindow::showPart(const RollStep& step) {
+  content_view_->move(step.content.x, step.content.y);
+  const QRect visible = rectangle(step.visible);
+  if (visible == rect()) {
+    showOnly(*this, QRegion());
+  } else if (visible.isEmpty()) {
+    showOnly(*this, QRegion(-1, -1, 1, 1));  // an empty region would be all of it
+  } else {
+    showOnly(*this, QRegion(visible));
+  }
+  repaint();
 }
 
 void SoftTokenWindow::mousePressEvent(QMouseEvent* event) {
@@ -115,18 +127,34 @@ void SoftTokenWindow::dropEvent(QDropEvent* event) {
 }
 
 void SoftTokenWindow::resizeEvent(QResizeEvent* /*event*/) {
-  if (content_view_ != nullptr) content_view_->setGeometry(rect());
+  if (content_view_ != nullptr) content_view_->resize(size());
 }
 
-QRect mainScreen() {
-  const QScreen* screen = QGuiApplication::primaryScreen();
-  return screen != nullptr ? screen->geometry() : QRect();
+void SoftTokenWindow::moveEvent(QMoveEvent* /*event*/) {
+  // Some leave room for a title bar that the window does not have.
+  if (!isVisible() || pos() == placed_ || corrections_ == most_corrections) return;
+  ++corrections_;
+  move(placed_);
 }
 
-ScreenSize mainScreenSize() {
-  const QScreen* screen = QGuiApplication::primaryScreen();
-  if (screen == nullptr) return {};
-  return {screen->geometry().height(), screen->availableGeometry().width()};
+// Nobody gives the keys to a window that bypasses the window manager.
+void SoftTokenWindow::takeKeys() {
+  if (bypasses_ && isVisible()) windowHandle()->setKeyboardGrabEnabled(true);
+}
+
+void SoftTokenWindow::giveKeys() {
+  if (bypasses_ && windowHandle() != nullptr) windowHandle()->setKeyboardGrabEnabled(false);
+}
+
+void SoftTokenWindow::hideEvent(QHideEvent* /*event*/) {
+  giveKeys();
+}
+
+bool SoftTokenWindow::event(QEvent* event) {
+  // An alert needs the keys.
+  if (event->type() == QEvent::WindowBlocked) giveKeys();
+  if (event->type() == QEvent::WindowUnblocked) takeKeys();
+  return QWidget::event(event);
 }
 
 }  // namespace talvane

@@ -25,6 +25,9 @@ class SoftTokenWindow : public QWidget {
   [[nodiscard]] QWidget* contentView() const { return content_view_; }
   QWidget* setContentView(QWidget* view);
 
+  /// Once it shows.
+  void takeKeys();
+
   /// Frees what the window system holds for a hidden window.
   void releaseSystemWindow() { destroy(); }
 
@@ -32,13 +35,11 @@ class SoftTokenWindow : public QWidget {
   [[nodiscard]] QPointF initialLocation() const { return initial_location_; }
   void setInitialLocation(QPointF location) { initial_location_ = location; }
 
-  /// Where the window was last placed on the screen, as its lower left corner. Its own position is
-  /// updated late, and a window manager may have changed it.
-  [[nodiscard]] Place frameOrigin() const;
-  void setFrameOrigin(Place origin);
-  /// The same place, as its upper edge measured down from the screen's upper edge.
-  [[nodiscard]] int topOnScreen() const { return placed_.y(); }
-  void setTopOnScreen(int top);
+  /// Puts the window there on the desktop, in this size, wholly visible. A window manager that puts
+  /// it elsewhere is asked again.
+  void place(const Frame& frame);
+  /// Shows only this, and paints it.
+  void showPart(const RollStep& step);
 
   // How the panel handles keys, the wheel and drops. They return true if they handled the event.
   std::function<bool(QKeyEvent&)> key_pressed;
@@ -56,15 +57,18 @@ class SoftTokenWindow : public QWidget {
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  void moveEvent(QMoveEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+  bool event(QEvent* event) override;
 
  private:
+  void giveKeys();
+
   QWidget* content_view_ = nullptr;
   QPointF initial_location_;
-  QPoint placed_;  // its upper left corner, on the main screen
+  bool bypasses_ = false;  // the window manager
+  QPoint placed_;
+  int corrections_ = 0;
 };
-
-/// Origin and size, on the desktop, of the screen that the panel opens on.
-QRect mainScreen();
-ScreenSize mainScreenSize();
 
 }  // namespace talvane

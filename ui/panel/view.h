@@ -34,12 +34,10 @@ class View {
   [[nodiscard]] virtual bool showsTokens() const { return false; }
   /// The view to open instead; null for this one.
   virtual View* standIn() { return nullptr; }
-  /// The height of the panel, in points.
+  /// The height of the panel, in points; what does not fit on the screen scrolls.
   [[nodiscard]] virtual int height() { return height_; }
   /// Fills it. The panel has its size and its background.
   virtual void init() = 0;
-  /// The panel has scrolled.
-  virtual void scrolled() {}
   /// Its window is hidden. The click that led here may still be running: keep the clicked widget.
   virtual void closed() {}
   /// The panel is closed and no click is running. Free what a closed panel does not need.

@@ -4,6 +4,7 @@
 
 #include "ui/desktop/window_hints.h"
 #include "ui/kit/buttons.h"
+#include "ui/kit/frame.h"
 #include "ui/kit/look.h"
 #include "ui/kit/text_label.h"
 #include "ui/panel/panel_background.h"
@@ -14,15 +15,14 @@ namespace talvane {
 
 WaitSign::WaitSign(const std::function<void()>& leave)
     : window_({0, 0, panel_width, tokenViewHeight(0)}) {
-  const int height = tokenViewHeight(0);
   window_.setObjectName(QStringLiteral("wait"));
-  window_.setFixedSize(panel_width, height);
-  auto* background = new PanelBackground(height);
+  window_.setFixedSize(panel_width, height());
+  auto* background = new PanelBackground(height());
   delete window_.setContentView(background);
   text_ = new TextLabel(background);
   text_->setObjectName(QStringLiteral("waittext"));
   text_->setAlignment(Qt::AlignCenter);
-  text_->setGeometry(rectangle(withoutBands({0, 0, panel_width, height})));
+  text_->setGeometry(rectangle(withoutBands({0, 0, panel_width, height()})));
   close_ = new CloseButton(background);
   close_->setObjectName(QStringLiteral("waitclose"));
   close_->setAccessibleName(QStringLiteral("Close"));
@@ -32,10 +32,14 @@ WaitSign::WaitSign(const std::function<void()>& leave)
   window_.closed_by_user = leave;
 }
 
-void WaitSign::show(const QString& text) {
+int WaitSign::height() {
+  return tokenViewHeight(0);
+}
+
+void WaitSign::show(const QString& text, const Frame& place) {
   if (window_.isVisible()) return;
   text_->showText(text);
-  window_.setFrameOrigin(defaultPlace(mainScreenSize(), window_.height(), false));
+  window_.place(place);
   keepOutOfTaskBars(window_);
   window_.show();
   window_.raise();

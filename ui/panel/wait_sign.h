@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "ui/kit/buttons.h"
+#include "ui/kit/frame.h"
 #include "ui/kit/text_label.h"
 #include "ui/panel/soft_token_window.h"
 
@@ -16,7 +17,9 @@ class WaitSign {
   /// `leave` is called when the user closes it.
   explicit WaitSign(const std::function<void()>& leave);
 
-  void show(const QString& text);
+  /// At this place on the desktop, `height()` high.
+  void show(const QString& text, const Frame& place);
+  [[nodiscard]] static int height();
   void hide() { window_.hide(); }
   [[nodiscard]] const QWidget* closeButton() const { return close_; }
 

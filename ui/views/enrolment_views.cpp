@@ -61,7 +61,7 @@ void EnrolmentViews::simpleMessageBox(const std::string& text) {
 }
 
 bool EnrolmentViews::mayReplace(const SoftTokenInfo& issued, const std::string& stored) {
-  return Alert::ask(panel_.openPanel(), QString::fromStdString(questionBefore(issued, stored))) ==
+  return Alert::ask(panel_.alertSite(), QString::fromStdString(questionBefore(issued, stored))) ==
          Alert::Result::alternate_return;
 }
 

@@ -54,8 +54,7 @@ void ManagementView::clearRows() {
 void ManagementView::cv_init() {
   vane::log("CV : init: begin");
   clearRows();
-  QWidget* room = window()->contentView();
-  cvview = new FlippedView(withoutBands(frameOf(room->geometry())), room);
+  cvview = new FlippedView(withoutBands(frameOf(panel_.form()->rect())), panel_.form());
   cvview->setObjectName(QStringLiteral("cvview"));
   if (panel_.tokens().deletable() == 0) {
     Wait::later(&panel_, [this] { panel_.cvtv(); });
@@ -170,7 +169,7 @@ void ManagementView::cv_trashclicked() {
     return;
   }
   const Alert::Result result =
-      Alert::ask(window(), QString::fromStdString(ini_.StrDeleteAreYouSure));
+      Alert::ask(panel_.alertSite(), QString::fromStdString(ini_.StrDeleteAreYouSure));
   if (result == Alert::Result::alternate_return) {
     vane::log("CV : trashclicked: delete tokens confirmation returned YES");
     const auto deleted = store_.remove(selected, panel_.tokens().stored());

@@ -1,9 +1,7 @@
 #include "ui/views/token_view.h"
 
 #include <QDateTime>
-#include <QGuiApplication>
 #include <QKeyEvent>
-#include <QScreen>
 
 #include <algorithm>
 #include <cstddef>
@@ -88,8 +86,8 @@ void TokenView::clearRows() {
 void TokenView::tv_init() {
   vane::log("TV : init: begin");
   clearRows();
-  QWidget* room = window()->contentView();
-  tvview = named(new FlippedView(withoutBands(frameOf(room->geometry())), room), "tvview");
+  tvview =
+      named(new FlippedView(withoutBands(frameOf(panel_.form()->rect())), panel_.form()), "tvview");
   showTrouble();
   const int count = panel_.tokens().count();
   for (int i = 0; i < count; ++i) addTokenRow(i);
@@ -184,22 +182,9 @@ bool TokenView::keyPressed(const QKeyEvent& event) {
   return true;
 }
 
-// Do not paint rows that are off screen: a panel of 32 tokens is much higher than a screen.
-void TokenView::paintWhatShows() {
-  const QScreen* screen = QGuiApplication::primaryScreen();
-  if (panel_.openPanel() != window() || screen == nullptr) return;
-  const QRect screens = screen->virtualGeometry();
-  for (FlippedImageView* row : tvtoken) {
-    const QRect place(row->mapToGlobal(QPoint(0, 0)), row->size());
-    const bool shows = place.intersects(screens);
-    if (row->updatesEnabled() != shows) row->setUpdatesEnabled(shows);
-  }
-}
-
 void TokenView::tv_timer() {
   if (Wait::isOn()) return;
   vane::log("TV : timer: ");
-  paintWhatShows();
   if (timer != nullptr) timer->setInterval(millisecondsToNextSecond());
   QMetaObject::invokeMethod(
       window(), [this] { tv_update(); }, Qt::QueuedConnection);

@@ -35,7 +35,6 @@ class TokenView final : public View {
   [[nodiscard]] bool showsTokens() const override { return true; }
   [[nodiscard]] int height() override;
   void init() override { tv_init(); }
-  void scrolled() override { paintWhatShows(); }
   void closed() override;
   void released() override { clearRows(); }
   [[nodiscard]] std::vector<QWidget*> rows() const override;
@@ -49,7 +48,6 @@ class TokenView final : public View {
   void addTokenRow(int index);
   void startCountdown();
   void setTabOrder();
-  void paintWhatShows();
 
   Panel& panel_;
   Shell& shell_;

@@ -175,6 +175,7 @@ class Waiting final : public QObject {
   // The status item may be a widget too.
   bool isWayOut(const QWidget* widget) const {
     return widget->objectName() == QLatin1String("QSystemTrayIconSys") ||
+           widget->objectName() == QLatin1String("statusmenu") ||
            (host_ != nullptr && host_->isWayOut(widget));
   }
 
