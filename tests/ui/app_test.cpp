@@ -184,6 +184,7 @@ void AppTest::launch() {
   parts.make_login_item = [this] { return login_items.makeItem(); };
   parts.make_loader = [this](std::string* /*error*/) { return network.makeLoader(); };
   parts.show_status_item = [this] { ++status_items_shown; };
+  parts.panel_turned = [this](bool open) { told_open = open; };
   parts.open_url = [this](const QString& address) {
     opened_pages.push_back(address.toStdString());
   };

@@ -195,6 +195,8 @@ class AppTest : public testing::Test {
   test::AlertUser alerts;
   test::Lines opened_pages;
   int status_items_shown = 0;
+  /// What the status item was told of the panel.
+  bool told_open = false;
   /// Whether the log goes to standard error too; before `launch`.
   bool console = false;
   std::chrono::milliseconds patience{2000};

@@ -327,9 +327,11 @@ TEST_F(WaitTest, LeavingWhileAnotherViewReadsClosesThePanel) {
   show("tv");
   stopKeychainAt(Call::find);
   whenItWaits([] { QTest::keyClick(panel(), Qt::Key_Escape); });
+  EXPECT_TRUE(told_open);
   click("tvconfig");
   expectEndedAtOnce();
   EXPECT_EQ(openView(), "");
+  EXPECT_FALSE(told_open);
   gate_.open();
 }
 

@@ -35,6 +35,18 @@ namespace {
 
 constexpr int row_step = 72;
 
+// True as long as it lives, also when memory runs out meanwhile.
+class While {
+ public:
+  explicit While(bool& flag) : flag_(flag) { flag_ = true; }
+  ~While() { flag_ = false; }
+  While(const While&) = delete;
+  While& operator=(const While&) = delete;
+
+ private:
+  bool& flag_;
+};
+
 CloseButton* makeCloseButton(QWidget* parent) {
   auto* button = new CloseButton(parent);
   button->setObjectName(QStringLiteral("close"));
@@ -209,12 +221,11 @@ void Panel::rollOut(SoftTokenWindow* window) {
             rollChunk(rollLength(place_), steps));
   const bool seen = steps > 0 && showsAnimations();
   const std::vector<RollStep> frames = openingSteps(place_, seen ? steps : 0);
-  rolling_ = true;
+  const While rolls(rolling_);
   window->showPart(frames.front());
   bringToFront(window);
   if (seen) Roll::awaitShown(*window);
   Roll::run(*window, frames);
-  rolling_ = false;
 }
 
 void Panel::rollIn(SoftTokenWindow* window) {
@@ -298,16 +309,18 @@ void Panel::releaseClosedPanel() {
 
 void Panel::switchViewfrom(SoftTokenWindow* from, SoftTokenWindow* to) {
   if (from == nullptr || from != ow) return;
-  switching_ = true;
-  closeWindow(from, false);
-  openWindow(to, -1, -1, false);
-  switching_ = false;
+  {
+    const While switches(switching_);
+    closeWindow(from, false);
+    openWindow(to, -1, -1, false);
+  }
+  // The user left while the tokens were read.
+  if (!bOpen && turned) turned(false);
 }
 
 void Panel::refreshView(SoftTokenWindow* window) {
-  refreshing_ = true;
+  const While refreshes(refreshing_);
   switchViewfrom(window, window);
-  refreshing_ = false;
 }
 
 void Panel::cvtv() {
