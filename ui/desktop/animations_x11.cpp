@@ -1,6 +1,5 @@
 #include <xcb/xcb.h>
 #include <QDir>
-#include <QGuiApplication>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -46,8 +45,7 @@ bool plasmaIsInstant() {
 }  // namespace
 
 bool showsAnimations() {
-  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  xcb_connection_t* display = x11 == nullptr ? nullptr : x11->connection();
+  xcb_connection_t* display = x11Connection();
   if (display != nullptr && xSetting(display, "Gtk/EnableAnimations").value_or(1) == 0) {
     return false;
   }

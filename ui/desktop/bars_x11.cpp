@@ -4,7 +4,6 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 #include <QByteArray>
-#include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonValue>
@@ -129,8 +128,7 @@ std::vector<Frame> workspacesOfSway(const QByteArray& socket_path) {
 // Extended Window Manager Hints.
 Bars desktopBars() {
   Bars bars;
-  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  xcb_connection_t* display = x11 == nullptr ? nullptr : x11->connection();
+  xcb_connection_t* display = x11Connection();
   if (display == nullptr) return bars;
   const xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(display));
   if (screens.rem == 0) return bars;

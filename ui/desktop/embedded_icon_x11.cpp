@@ -16,11 +16,6 @@ namespace {
 constexpr std::uint32_t request_dock = 0;
 constexpr int usual_size = 22;
 
-xcb_connection_t* connection() {
-  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  return x11 == nullptr ? nullptr : x11->connection();
-}
-
 }  // namespace
 
 EmbeddedIcon::EmbeddedIcon(QIcon image)
@@ -41,7 +36,7 @@ EmbeddedIcon::~EmbeddedIcon() {
 }
 
 void EmbeddedIcon::dock() {
-  xcb_connection_t* display = connection();
+  xcb_connection_t* display = x11Connection();
   if (display == nullptr) return;
   const XcbReply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
       display, xcb_get_selection_owner(display, atomNamed(display, "_NET_SYSTEM_TRAY_S0")),

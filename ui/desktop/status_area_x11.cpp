@@ -23,12 +23,6 @@ constexpr const char* watcher_service = "org.kde.StatusNotifierWatcher";
 constexpr const char* watcher_path = "/StatusNotifierWatcher";
 constexpr int patience_milliseconds = 500;
 
-// Null if the toolkit does not use X11.
-xcb_connection_t* connection() {
-  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  return x11 == nullptr ? nullptr : x11->connection();
-}
-
 // A status area that takes embedded windows (System Tray Protocol: the owner of this selection).
 bool hasEmbeddingTray(xcb_connection_t* display) {
   const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
@@ -63,7 +57,7 @@ class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilte
   ~X11StatusArea() override { qGuiApp->removeNativeEventFilter(this); }
 
   bool isThere() override {
-    xcb_connection_t* display = connection();
+    xcb_connection_t* display = x11Connection();
     return display == nullptr || hasNotifierHost() || hasEmbeddingTray(display);
   }
 
@@ -72,7 +66,7 @@ class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilte
   // GNOME's extension for StatusNotifierItems opens the menu at a click, and activates the item at
   // a double click; it hands on all clicks to embedded icons.
   std::unique_ptr<QWidget> makeIcon(const QIcon& image) override {
-    xcb_connection_t* display = connection();
+    xcb_connection_t* display = x11Connection();
     if (display == nullptr || !isGnome() || !hasEmbeddingTray(display)) return nullptr;
     auto icon = std::make_unique<EmbeddedIcon>(image);
     icon->dock();
@@ -100,7 +94,7 @@ class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilte
     const auto* event = static_cast<const xcb_generic_event_t*>(message);
     if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE) return false;
     const auto* client = reinterpret_cast<const xcb_client_message_event_t*>(event);
-    if (client->type == atomNamed(connection(), "MANAGER")) {
+    if (client->type == atomNamed(x11Connection(), "MANAGER")) {
       QMetaObject::invokeMethod(
           signal_.get(), [signal = signal_.get()] { signal->arrive(); }, Qt::QueuedConnection);
     }

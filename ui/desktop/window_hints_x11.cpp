@@ -30,8 +30,7 @@ QByteArray property(xcb_connection_t* display, xcb_window_t window, const char* 
 // Compositors built with wlroots do, unless a window bypasses them. For all of them, the window
 // that _NET_SUPPORTING_WM_CHECK names has this name.
 bool placesWindowsItself() {
-  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  xcb_connection_t* display = x11 == nullptr ? nullptr : x11->connection();
+  xcb_connection_t* display = x11Connection();
   if (display == nullptr) return false;
   const xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(display));
   if (screens.rem == 0) return false;
@@ -46,9 +45,7 @@ bool placesWindowsItself() {
 
 // Extended Window Manager Hints: set _NET_WM_STATE before the window is mapped.
 void keepOutOfTaskBars(QWidget& window) {
-  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  // Null on other platforms, even on some that claim to be X11.
-  xcb_connection_t* display = x11 == nullptr ? nullptr : x11->connection();
+  xcb_connection_t* display = x11Connection();
   if (display == nullptr) return;
   const std::array<xcb_atom_t, 2> states{atomNamed(display, "_NET_WM_STATE_SKIP_TASKBAR"),
                                          atomNamed(display, "_NET_WM_STATE_SKIP_PAGER")};

@@ -2,6 +2,7 @@
 
 #include <xcb/xcb.h>
 #include <QByteArray>
+#include <QGuiApplication>
 
 #include <cstdint>
 #include <cstdlib>
@@ -15,6 +16,12 @@ struct XcbRelease {
 };
 template <typename T>
 using XcbReply = std::unique_ptr<T, XcbRelease>;
+
+/// The program's connection to the display; null if the toolkit does not use X11.
+inline xcb_connection_t* x11Connection() {
+  auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  return x11 == nullptr ? nullptr : x11->connection();
+}
 
 inline xcb_atom_t atomNamed(xcb_connection_t* display, const QByteArray& name) {
   const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(

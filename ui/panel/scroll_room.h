@@ -15,7 +15,6 @@ class ScrollRoom : public QWidget {
   /// Shows the content, whose bands lie outside the room, from its beginning. Borrows it: it must
   /// be taken out before the room goes.
   void hold(QWidget* content, int height);
-  [[nodiscard]] QWidget* content() const { return content_; }
 
   /// In points; positive shows what is below.
   void scroll(int movement);
