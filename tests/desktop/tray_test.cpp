@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -125,21 +126,24 @@ TEST_F(TrayTest, TheMenuOfANotifierHostSaysWhatCanBeDone) {
 
 class TrayMenuTest : public TrayTest {
  protected:
-  [[nodiscard]] bool menuShows() const {
+  static constexpr int entries = 4;
+
+  [[nodiscard]] std::optional<Rectangle> menu() const {
     for (const ShownWindow& window : screen().windowsOf("softtoken")) {
-      if (window.place.height > 64 && window.place.width != 260) return true;
+      if (window.place.height > 64 && window.place.width != 260) return window.place;
     }
-    return false;
+    return std::nullopt;
   }
-  // By the keyboard: `down` is the number of the entry, from 1.
-  void choose(int down) {
+  // `entry` counts from 1. By the mouse: keys could come before the menu has taken the keyboard.
+  void choose(int entry) {
     const Rectangle place = icon()->place;
     awaitSingleClick();
     screen().rightClick(place.x + place.width / 2, place.y + place.height / 2);
-    ASSERT_TRUE(until([&] { return menuShows(); }));
-    for (int i = 0; i < down; ++i) screen().key("Down");
-    screen().key("Return");
-    ASSERT_TRUE(until([&] { return !menuShows(); }));
+    ASSERT_TRUE(until([&] { return menu().has_value(); }));
+    const Rectangle shown = menu().value();
+    screen().click(shown.x + shown.width / 2,
+                   shown.y + shown.height * (2 * entry - 1) / (2 * entries));
+    ASSERT_TRUE(until([&] { return !menu(); }));
   }
 };
 
