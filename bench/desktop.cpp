@@ -239,6 +239,8 @@ void benchStart(Display& display, const char* name, const std::string& path, int
              summary(times).median, summary(times).least, summary(sizes).median);
 }
 
+constexpr milliseconds no_double_click{350};
+
 void benchPanel(Display& display, const std::string& path, int rounds) {
   const Program program(path);
   const xcb_window_t icon = display.dock();
@@ -252,10 +254,10 @@ void benchPanel(Display& display, const std::string& path, int rounds) {
     const double time = inMilliseconds(Clock::now() - start);
     if (round == 0) first = time;
     times.push_back(time);
-    std::this_thread::sleep_for(milliseconds(100));
+    std::this_thread::sleep_for(no_double_click);
     display.click(icon);
     display.waitForNoPanel();
-    std::this_thread::sleep_for(milliseconds(100));
+    std::this_thread::sleep_for(no_double_click);
   }
   fmt::print("click to painted panel  first {:.1f} ms   median {:.1f} ms   least {:.1f} ms\n",
              first, summary(times).median, summary(times).least);

@@ -19,13 +19,6 @@ constexpr std::int64_t version_with_choices = 7200;
 constexpr int one_line = 20;
 constexpr int three_lines = 60;
 
-void replaceAll(std::string* text, const std::string& placeholder, const std::string& value) {
-  for (std::size_t at = text->find(placeholder); at != std::string::npos;
-       at = text->find(placeholder, at + value.size())) {
-    text->replace(at, placeholder.size(), value);
-  }
-}
-
 bool hasCaseRule(const TaEnrolClient& client) {
   return client.UPPERCASE != 0 || client.LOWERCASE != 0;
 }
@@ -110,18 +103,13 @@ int getInfoHeight(const TaEnrolClient& client) {
 }
 
 std::string pinPrompt(const TaEnrolClient& client) {
-  std::string prompt = "Please choose $EN_INDEFINITE_ARTICLE$ $PINLENGTH$-character PIN. ";
   // The rule covers no other number that begins with a vowel.
-  replaceAll(&prompt, "$EN_INDEFINITE_ARTICLE$", client.PINLENGTH == 8 ? "an" : "a");
-  replaceAll(&prompt, "$PINLENGTH$", std::to_string(client.PINLENGTH));
+  const std::string prompt = fmt::format("Please choose {} {}-character PIN. ",
+                                         client.PINLENGTH == 8 ? "an" : "a", client.PINLENGTH);
   if (!hasCaseRule(client)) return prompt;
-  prompt = fmt::format(
-      "{} (Must contain at least $UPPERCASE$ uppercase and at least $LOWERCASE$ lowercase "
-      "characters).",
-      prompt);
-  replaceAll(&prompt, "$UPPERCASE$", std::to_string(client.UPPERCASE));
-  replaceAll(&prompt, "$LOWERCASE$", std::to_string(client.LOWERCASE));
-  return prompt;
+  return fmt::format(
+      "{} (Must contain at least {} uppercase and at least {} lowercase characters).", prompt,
+      client.UPPERCASE, client.LOWERCASE);
 }
 
 int pinPromptHeight(const TaEnrolClient& client) {

@@ -18,7 +18,6 @@ TaHttp::TaHttp(std::shared_ptr<UrlLoader> loader, std::string unavailable)
     : loader_(std::move(loader)), unavailable_(std::move(unavailable)) {}
 
 void TaHttp::common(const std::string& url, const std::optional<Cleared<std::string>>& postdata) {
-  status_ = 0;
   data_.reset();
   UrlRequest request{url, postdata};
   if (request.body) {

@@ -131,7 +131,7 @@ class ObjectReader {
     const auto name = textOf(plistItem(description, "$classname"));
     const plist_t classes = plistItem(description, "$classes");
     if (!name || classes == nullptr || plist_get_node_type(classes) != PLIST_ARRAY ||
-        plist_array_get_size(classes) == 0 || textOf(plist_array_get_item(classes, 0)) != name) {
+        textOf(plist_array_get_item(classes, 0)) != name) {
       return false;
     }
     return std::find(names.begin(), names.end(), *name) != names.end();

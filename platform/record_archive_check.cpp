@@ -79,7 +79,7 @@ class Checker {
     top_object_ = number(trailer + top_object_at, 8);
     table_offset_ = number(trailer + table_offset_at, 8);
     return offset_size_ >= 1 && offset_size_ <= longest_offset && reference_size_ >= 1 &&
-           reference_size_ <= longest_offset && object_count_ >= 1 && top_object_ < object_count_ &&
+           reference_size_ <= longest_offset && top_object_ < object_count_ &&
            table_offset_ > format_mark.size() && table_offset_ <= trailer &&
            object_count_ <= (trailer - table_offset_) / offset_size_;
   }

@@ -52,7 +52,7 @@ void clearContent(plist_t node) {
     case PLIST_STRING: {
       std::uint64_t size = 0;
       const char* text = plist_get_string_ptr(node, &size);
-      if (text != nullptr) clearMemory(const_cast<char*>(text), size);
+      clearMemory(const_cast<char*>(text), size);
       break;
     }
     case PLIST_DATA: {
@@ -135,7 +135,6 @@ std::optional<Bytes> dataOf(plist_t node) {
   if (!isOf(node, PLIST_DATA)) return {};
   std::uint64_t size = 0;
   const char* data = plist_get_data_ptr(node, &size);
-  if (data == nullptr) size = 0;
   return Bytes(data, data + size);
 }
 

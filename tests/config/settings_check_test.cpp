@@ -33,6 +33,11 @@ TEST(SettingsCheck, EveryKeyWithItsDefaultIsGoodButTheEmptyAddress) {
   EXPECT_EQ(findings(text), Lines{"1: EnrolURL is empty; its default \"\" is used"});
 }
 
+TEST(SettingsCheck, FileThatIsNoText) {
+  EXPECT_EQ(unreadableFile("/etc/tasofttoken.ini"),
+            "/etc/tasofttoken.ini is not readable UTF-8 text; fix it or remove it");
+}
+
 TEST(SettingsCheck, UnknownKey) {
   EXPECT_EQ(findings("AlowManual=1\n"), Lines{"1: Unknown key \"AlowManual\""});
 }

@@ -54,6 +54,13 @@ TEST_F(TokenDeletionTest, OneSlot) {
   EXPECT_EQ(names(), (Lines{"Token0", "", "Token2"}));
 }
 
+TEST_F(TokenDeletionTest, NothingIsShiftedInTrouble) {
+  fill(3);
+  gateway.in_trouble = true;
+  deleteSelected({0});
+  EXPECT_EQ(gateway.changes, Lines{"delete TalvaneSoftToken5020"});
+}
+
 TEST_F(TokenDeletionTest, LastSlot) {
   vane::DeleteToken(31);
   EXPECT_EQ(gateway.changes, Lines{"delete TalvaneSoftToken50231"});

@@ -22,7 +22,7 @@ namespace {
 const std::string ada = "otpauth://totp/Example:ada?secret=JBSWY3DPEHPK3PXP&period=30";
 
 std::string picture(const std::string& name) {
-  return std::string(PICTURES) + "/" + name;
+  return std::string(IMAGES) + "/" + name;
 }
 
 std::string textIn(const std::string& path) {

@@ -137,6 +137,8 @@ TEST_F(AddingTest, RefusedSeedsAndNames) {
     }
     expectRefused([&, s = seed] { return store.plan(token("B", s)); }, Next::other_input, words);
   }
+  expectRefused([&] { return store.addIssued(token("B", "ABCDEFGHIJKLMN"), "", SameName::refuse); },
+                Next::other_input, "Cannot seal this seed on this computer");
   expectNotAdded(token(""), Next::other_input, "The name is empty");
   expectNotAdded(token("a\xE2\x80\xAE"), Next::other_input, "are invisible");
 }

@@ -35,6 +35,8 @@ class FakeGateway : public Gateway {
   /// Asked with the record's name; true makes the operation fail without an effect.
   std::function<bool(const std::string&)> refuse_save;
   std::function<bool(const std::string&)> refuse_load;
+  /// The answer of inTrouble.
+  bool in_trouble = false;
 
   /// Answers loads between beginReadingSlots and endReadingSlots from the records as they were at
   /// the begin, as a gateway may that looks at the keychain once.
@@ -95,6 +97,8 @@ class FakeGateway : public Gateway {
     if (!reading_) reading_misused = true;
     reading_ = false;
   }
+
+  bool inTrouble() override { return in_trouble; }
 
   std::string GetDeviceId_SN() override { return serial; }
   std::string GetDeviceId_HDSN() override { return volume; }

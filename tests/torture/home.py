@@ -253,7 +253,7 @@ def commands(address=None, user="", verify=None):
     renamed = Token("Beta", KNOWN[1].seed, KNOWN[1].period)
     short = Token("Short")
     link = f"otpauth://totp/{DELTA.name}?secret={DELTA.seed}&period=30"
-    fixture = ROOT / "tests/platform/pictures/one.png"
+    fixture = ROOT / "tests/platform/images/one.png"
     # The text of the code in the picture: Example:ada with this seed.
     picture = Token("Example:ada", "JBSWY3DPEHPK3PXP")
     some = [

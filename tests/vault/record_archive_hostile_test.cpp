@@ -168,6 +168,9 @@ TEST(RecordArchiveHostile, WrappedValuesOfOtherShapes) {
   expectRefused(
       [](Archive& a) { a.value = wrapped(a, "NSString", "NS.string", a.writer.number(1)); });
   expectRefused([](Archive& a) { a.value = wrapped(a, "NSData", "NS.data", a.value); });
+  expectRefused([](Archive& a) {
+    a.value = wrapped(a, "NSURL", "NS.data", a.writer.data({1, 2}));
+  });
   expectRefused([](Archive& a) { a.key = wrapped(a, "NSData", "NS.data", a.writer.data({1, 2})); });
 }
 

@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "ui/desktop/animations.h"
+#include "ui/desktop/current_desktop.h"
 #include "ui/desktop/xcb_atom.h"
 #include "ui/desktop/xsettings.h"
 
@@ -18,12 +19,11 @@ constexpr std::uint32_t longest_property = 65536;
 
 // What GNOME, XFCE, MATE, Cinnamon and LXQt tell to programs.
 std::optional<std::int32_t> xSetting(xcb_connection_t* display, const char* name) {
-  const XcbReply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
-      display, xcb_get_selection_owner(display, atomNamed(display, "_XSETTINGS_S0")), nullptr));
-  if (owner == nullptr || owner->owner == XCB_WINDOW_NONE) return std::nullopt;
+  const xcb_window_t owner = selectionOwner(display, "_XSETTINGS_S0");
+  if (owner == XCB_WINDOW_NONE) return std::nullopt;
   const xcb_atom_t settings = atomNamed(display, "_XSETTINGS_SETTINGS");
   const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-      display, xcb_get_property(display, 0, owner->owner, settings, settings, 0, longest_property),
+      display, xcb_get_property(display, 0, owner, settings, settings, 0, longest_property),
       nullptr));
   if (reply == nullptr || reply->format != 8) return std::nullopt;
   const auto* bytes = static_cast<const std::uint8_t*>(xcb_get_property_value(reply.get()));
@@ -49,8 +49,7 @@ bool showsAnimations() {
   if (display != nullptr && xSetting(display, "Gtk/EnableAnimations").value_or(1) == 0) {
     return false;
   }
-  return !qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':')).contains("KDE") ||
-         !plasmaIsInstant();
+  return !isCurrentDesktop("KDE") || !plasmaIsInstant();
 }
 
 }  // namespace talvane

@@ -38,11 +38,9 @@ EmbeddedIcon::~EmbeddedIcon() {
 void EmbeddedIcon::dock() {
   xcb_connection_t* display = x11Connection();
   if (display == nullptr) return;
-  const XcbReply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
-      display, xcb_get_selection_owner(display, atomNamed(display, "_NET_SYSTEM_TRAY_S0")),
-      nullptr));
-  if (owner == nullptr || owner->owner == XCB_WINDOW_NONE || owner->owner == area_) return;
-  area_ = owner->owner;
+  const xcb_window_t area = embeddingTray(display);
+  if (area == XCB_WINDOW_NONE || area == area_) return;
+  area_ = area;
   // To see its end.
   const std::uint32_t events = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
   xcb_change_window_attributes(display, area_, XCB_CW_EVENT_MASK, &events);

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "ui/desktop/bus_signal.h"
+#include "ui/desktop/current_desktop.h"
 #include "ui/desktop/embedded_icon_x11.h"
 #include "ui/desktop/status_area.h"
 #include "ui/desktop/xcb_atom.h"
@@ -23,12 +24,8 @@ constexpr const char* watcher_service = "org.kde.StatusNotifierWatcher";
 constexpr const char* watcher_path = "/StatusNotifierWatcher";
 constexpr int patience_milliseconds = 500;
 
-// A status area that takes embedded windows (System Tray Protocol: the owner of this selection).
 bool hasEmbeddingTray(xcb_connection_t* display) {
-  const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
-      display, xcb_get_selection_owner(display, atomNamed(display, "_NET_SYSTEM_TRAY_S0")),
-      nullptr));
-  return reply != nullptr && reply->owner != XCB_WINDOW_NONE;
+  return embeddingTray(display) != XCB_WINDOW_NONE;
 }
 
 // A status area that takes StatusNotifierItems.
@@ -46,12 +43,6 @@ bool hasNotifierHost() {
   return answer.isValid() && answer.value().variant().toBool();
 }
 
-bool isGnome() {
-  return qEnvironmentVariable("XDG_CURRENT_DESKTOP")
-      .split(QLatin1Char(':'))
-      .contains(QLatin1String("GNOME"));
-}
-
 class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilter {
  public:
   ~X11StatusArea() override { qGuiApp->removeNativeEventFilter(this); }
@@ -67,7 +58,8 @@ class X11StatusArea final : public StatusArea, private QAbstractNativeEventFilte
   // a double click; it hands on all clicks to embedded icons.
   std::unique_ptr<QWidget> makeIcon(const QIcon& image) override {
     xcb_connection_t* display = x11Connection();
-    if (display == nullptr || !isGnome() || !hasEmbeddingTray(display)) return nullptr;
+    if (display == nullptr || !isCurrentDesktop("GNOME") || !hasEmbeddingTray(display))
+      return nullptr;
     auto icon = std::make_unique<EmbeddedIcon>(image);
     icon->dock();
     watch([icon = icon.get()] { icon->dock(); });

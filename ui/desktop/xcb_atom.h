@@ -31,4 +31,16 @@ inline xcb_atom_t atomNamed(xcb_connection_t* display, const QByteArray& name) {
   return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
 }
 
+/// The window that owns the selection, as a manager of the desktop does; XCB_WINDOW_NONE: nobody.
+inline xcb_window_t selectionOwner(xcb_connection_t* display, const QByteArray& selection) {
+  const XcbReply<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+      display, xcb_get_selection_owner(display, atomNamed(display, selection)), nullptr));
+  return reply == nullptr ? xcb_window_t{XCB_WINDOW_NONE} : reply->owner;
+}
+
+/// The owner of the status area for embedded windows (System Tray Protocol of freedesktop.org).
+inline xcb_window_t embeddingTray(xcb_connection_t* display) {
+  return selectionOwner(display, "_NET_SYSTEM_TRAY_S0");
+}
+
 }  // namespace talvane
