@@ -9,12 +9,15 @@ import sys
 import time
 import traceback
 
+from PIL import Image, ImageDraw
+
 from environments import chosen
 from session import Session
 from walk import Walk
 
-CHECKS = ["icon", "click opens", "click closes", "double click", "place", "menu", "roll", "keys",
-          "copy", "stays above", "Escape", "14 tokens", "32 tokens", "bar again"]
+CHECKS = ["autostart", "icon", "click opens", "click closes", "double click", "place", "menu", "roll", "keys",
+          "copy", "stays above", "Escape", "14 tokens", "32 tokens", "no animations", "bar again",
+          "bar late"]
 
 
 def versions(packages):
@@ -28,6 +31,8 @@ def walk_on(environment, arguments):
                       arguments.logs / f"{environment.name}.log")
     try:
         session.add_tokens(["Mail", "Work"])
+        if environment.autostarts:
+            session.let_start_at_login()
         environment.start(session)
         time.sleep(environment.wait)
         walk = Walk(session, environment, arguments.images, arguments.screenshots)
@@ -56,6 +61,23 @@ def table(walks):
     return "\n".join(lines)
 
 
+def contact_sheet(walks, folder):
+    """The open panel on each desktop, small."""
+    width, height, caption, columns = 320, 200, 16, 4
+    rows = -(-len(walks) // columns)
+    sheet = Image.new("RGB", (columns * width, rows * (height + caption)), "white")
+    pen = ImageDraw.Draw(sheet)
+    for number, (environment, _) in enumerate(walks):
+        x, y = number % columns * width, number // columns * (height + caption)
+        pen.text((x + 4, y + 2), environment.name, "black")
+        path = folder / f"{environment.name}-open.png"
+        if path.exists():
+            image = Image.open(path)
+            image.thumbnail((width - 4, height - 4), Image.LANCZOS)
+            sheet.paste(image, (x + 2, y + caption))
+    sheet.save(folder / "contact-sheet.jpg", quality=70)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--build", type=pathlib.Path, required=True)
@@ -76,6 +98,7 @@ def main():
             if wrong:
                 print(f"  {name}: {wrong}", file=sys.stderr, flush=True)
     print(table(walks))
+    contact_sheet(walks, arguments.screenshots)
     return 1 if any(wrong for _, walk in walks for _, wrong in walk.results) else 0
 
 

@@ -27,6 +27,9 @@ class Environment:
     size: tuple = (1280, 800)
     icon_by_image: bool = False  # the icon is no window of the program
     scales_icon: bool = False  # its pixels are no image of the program
+    autostarts: bool = False  # it starts the programs of the user's autostart folder
+    stop_animations: Optional[Callable] = None  # as a user does in its settings
+    runs_for_root: bool = False
     versions: list = field(default_factory=list)  # packages whose version counts
 
 
@@ -65,7 +68,7 @@ def start_tint2(session):
 def openbox(position, depth):
     return Environment(f"openbox-{position}-{depth}", ["openbox", "tint2"],
                        start_openbox(position, depth), bar="tint2", start_bar=start_tint2,
-                       edge=position, wait=1, versions=["openbox", "tint2"])
+                       edge=position, wait=1, runs_for_root=True, versions=["openbox", "tint2"])
 
 
 def two_monitors(position):
@@ -108,7 +111,8 @@ def restart_i3bar(session):
 
 def i3(position):
     return Environment(f"i3-{position}", ["i3-wm", "i3status"], start_i3(position), bar="i3bar",
-                       start_bar=restart_i3bar, edge=position, wait=2, versions=["i3-wm"])
+                       start_bar=restart_i3bar, edge=position, wait=2, runs_for_root=True,
+                       versions=["i3-wm"])
 
 
 SWAY = """output * resolution 1280x800
@@ -165,6 +169,16 @@ def start_xfce(session):
     session.spawn("xfce4-session")
 
 
+def stop_xfce_animations(session):
+    session.run("xfconf-query", "-c", "xsettings", "-p", "/Gtk/EnableAnimations", "-n", "-t", "bool",
+                "-s", "false")
+
+
+def stopping_animations(schema):
+    """With the key that GNOME's settings and those that came from them have."""
+    return lambda session: session.run("gsettings", "set", schema, "enable-animations", "false")
+
+
 def start_mate(session):
     session.environment.update({"XDG_CURRENT_DESKTOP": "MATE", "DESKTOP_SESSION": "mate"})
     session.spawn("mate-session")
@@ -190,6 +204,11 @@ def start_plasma(session):
                                 "KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": "5",
                                 "XDG_CONFIG_DIRS": "/etc/xdg"})
     session.spawn("startplasma-x11")
+
+
+def stop_plasma_animations(session):
+    session.run("kwriteconfig5", "--file", "kdeglobals", "--group", "KDE", "--key",
+                "AnimationDurationFactor", "0")
 
 
 def start_plasma_wayland(session):
@@ -248,20 +267,26 @@ ENVIRONMENTS = [
     Environment("xfce", ["xfce4-session", "xfce4-panel", "xfwm4", "xfce4-settings", "xfdesktop4"],
                 start_xfce, bar="xfce4-panel",
                 start_bar=lambda session: session.spawn("xfce4-panel"), wait=8,
-                icon_by_image=True, versions=["xfce4-panel", "xfwm4"]),
+                icon_by_image=True, autostarts=True, stop_animations=stop_xfce_animations,
+                versions=["xfce4-panel", "xfwm4"]),
     Environment("mate", ["mate-session-manager", "mate-panel", "marco", "mate-settings-daemon"],
                 start_mate, bar="mate-panel",
                 start_bar=lambda session: session.spawn("mate-panel"), wait=8,
-                icon_by_image=True, versions=["mate-panel", "marco"]),
+                icon_by_image=True, autostarts=True,
+                stop_animations=stopping_animations("org.mate.interface"),
+                versions=["mate-panel", "marco"]),
     Environment("lxqt", ["lxqt-session", "lxqt-panel", "openbox", "lxqt-qtplugin"], start_lxqt,
                 bar="lxqt-panel", start_bar=lambda session: session.spawn("lxqt-panel"),
-                edge="bottom", wait=8, icon_by_image=True,
+                edge="bottom", wait=8, icon_by_image=True, autostarts=True,
                 versions=["lxqt-panel"]),
     Environment("cinnamon", ["cinnamon", "cinnamon-session"], start_cinnamon, edge="bottom",
-                wait=15, icon_by_image=True, versions=["cinnamon"]),
+                wait=15, icon_by_image=True, autostarts=True,
+                stop_animations=stopping_animations("org.cinnamon.desktop.interface"),
+                versions=["cinnamon"]),
     Environment("plasma", ["plasma-workspace", "plasma-desktop", "kwin-x11"], start_plasma,
                 bar="plasmashell", start_bar=lambda session: session.spawn("plasmashell"),
-                edge="bottom", wait=20, icon_by_image=True,
+                edge="bottom", wait=20, icon_by_image=True, autostarts=True,
+                stop_animations=stop_plasma_animations,
                 versions=["plasma-workspace", "kwin-x11"]),
     Environment("plasma-wayland", ["plasma-workspace-wayland", "plasma-desktop", "kwin-wayland"],
                 start_plasma_wayland, bar="plasmashell",
@@ -271,6 +296,7 @@ ENVIRONMENTS = [
                 versions=["plasma-workspace", "kwin-wayland"]),
     Environment("gnome", ["gnome-shell", "gnome-shell-extension-appindicator",
                           "gnome-settings-daemon"], start_gnome, wait=3, icon_by_image=True,
+                stop_animations=stopping_animations("org.gnome.desktop.interface"),
                 versions=["gnome-shell", "gnome-shell-extension-appindicator"]),
     Environment("gnome-wayland", ["gnome-shell", "gnome-shell-extension-appindicator"],
                 start_gnome_wayland, wayland=True, wait=3, icon_by_image=True,
@@ -284,12 +310,18 @@ ENVIRONMENTS = [
 
 def chosen(names):
     """Those of these names, or that begin with one of them; all without names."""
-    return [environment for environment in ENVIRONMENTS
-            if not names or environment.name in names
-            or environment.name.split("-")[0] in names]
+    for name in names:
+        if not any(name in (one.name, one.name.split("-")[0]) for one in ENVIRONMENTS):
+            print(f"There is no desktop named {name}; there are",
+                  ", ".join(one.name for one in ENVIRONMENTS), file=sys.stderr)
+            sys.exit(2)
+    return [one for one in ENVIRONMENTS
+            if not names or one.name in names or one.name.split("-")[0] in names]
 
 
 if __name__ == "__main__":
-    # What they need to be installed.
-    print(*sorted({package for environment in chosen(sys.argv[1:])
+    # What they need to be installed; then who may run them.
+    wanted = chosen(sys.argv[1:])
+    print(*sorted({package for environment in wanted
                    for package in [*TOOLS, *environment.packages]}))
+    print("runs-for-root" if all(one.runs_for_root for one in wanted) else "needs-user")

@@ -28,7 +28,7 @@ class Session:
         self.programs = programs
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="softtoken-desktops-"))
         self.log = open(logs, "ab")
-        self.processes = []
+        self.spawned = []
         for name in ("home", "run", "config/softtoken", "data", "cache"):
             (self.folder / name).mkdir(parents=True)
         (self.folder / "run").chmod(0o700)
@@ -68,7 +68,7 @@ class Session:
             [str(part) for part in command], env={**self.environment, **(environment or {})},
             cwd=self.folder / "home", stdin=subprocess.DEVNULL, stdout=self.log, stderr=self.log,
             start_new_session=True, **options)
-        self.processes.append(process)
+        self.spawned.append(process)
         return process
 
     def run(self, *command, text="", patience=30, environment=None):
@@ -97,25 +97,52 @@ class Session:
     def start_program(self, *arguments):
         self.program = self.spawn(self.programs / "softtoken", "--no-console-log", *arguments)
 
+    def let_start_at_login(self):
+        """As the user does by agreeing to the program's first question."""
+        folder = self.folder / "config/autostart"
+        folder.mkdir()
+        (folder / "softtoken.desktop").write_text(
+            "[Desktop Entry]\nType=Application\nVersion=1.0\nName=Talvane Soft Token\n"
+            f'Exec="{self.programs.resolve() / "softtoken"}" --no-console-log\n'
+            "Icon=softtoken\nTerminal=false\nX-GNOME-Autostart-enabled=true\n")
+
     def quit_program(self):
         self.run(self.programs / "softtoken", "--quit")
-        until(lambda: self.program.poll() is not None, 3)
+        until(lambda: not self.program_runs(), 3)
         self.end(self.program)
+        self.program = None
+
+    def program_runs(self):
+        """Whoever has started it."""
+        if self.program is not None:
+            return self.program.poll() is None
+        return bool(self.processes("softtoken"))
+
+    def processes(self, name=None):
+        """The numbers of those of this session, and of this name."""
+        mark = f"XDG_RUNTIME_DIR={self.folder}/run".encode()
+        found = []
+        for entry in pathlib.Path("/proc").iterdir():
+            if not entry.name.isdigit():
+                continue
+            try:
+                if (mark in (entry / "environ").read_bytes().split(b"\0")
+                        and name in (None, (entry / "comm").read_text().strip())):
+                    found.append(int(entry.name))
+            except OSError:
+                continue
+        return found
 
     def windows(self):
         return windows_of_program(self.program_display)
 
     def close(self):
         # What the desktop has started may have left its process group: all have this home.
-        for process in reversed(self.processes):
+        for process in reversed(self.spawned):
             self.end(process)
-        mark = f"XDG_RUNTIME_DIR={self.folder}/run".encode()
-        for entry in pathlib.Path("/proc").iterdir():
-            if not entry.name.isdigit():
-                continue
+        for number in self.processes():
             try:
-                if mark in (entry / "environ").read_bytes().split(b"\0"):
-                    os.kill(int(entry.name), signal.SIGKILL)
+                os.kill(number, signal.SIGKILL)
             except OSError:
                 continue
         self.display.close()

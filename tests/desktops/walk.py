@@ -1,8 +1,9 @@
 """What a user does with the program on a desktop, and what is to be seen then."""
 
+import os
 import pathlib
 import re
-import shutil
+import signal
 import time
 
 import numpy
@@ -24,6 +25,7 @@ class Walk:
         self.results = []  # pairs: name, what is wrong or ""
         self.figures = {}
         self.icon = None
+        self.at_rest = None  # the open panel's frame
         suffix = "@2x" if environment.scale > 1 else ""
         self.icons = load_icons(images)
         self.logo = self._load(images / f"logo260x34{suffix}.png")
@@ -110,7 +112,11 @@ class Walk:
         self.display.click(x + width // 2, y + height // 2, button, times, 0.08)
 
     def run(self):
-        self.session.start_program()
+        if self.environment.autostarts:
+            runs = until(self.session.program_runs, 30)
+            self.check("autostart", "" if runs else "the desktop does not start the program")
+        if not self.session.program_runs():
+            self.session.start_program()
         self.icon = self.find_icon()
         if not self.check("icon", "" if self.icon else "there is no icon"):
             return
@@ -122,6 +128,7 @@ class Walk:
         self.roll()
         self.keys()
         self.many()
+        self.no_animations()
         self.bar()
 
     def clicks(self):
@@ -190,18 +197,45 @@ class Walk:
         time.sleep(0.6)
 
     def roll(self):
-        """The heights that are seen while the panel opens."""
         if self.environment.edge in ("left", "right"):
             return
-        self.click_icon()
-        place = self.opens()
-        if not place:
+        if not self.place_at_rest():
             self.check("roll", "the panel does not open")
             return
+        heights, times = self.heights_while_opening()
+        grown = [h for h in heights if h > 0]
+        self.figures["frames"] = len(grown)
+        if len(times) > 1:
+            self.figures["first"] = times[1]
+            self.figures["last"] = times[-1]
+        self.check("roll", "" if len(grown) >= 5 else f"only {len(grown)} frames: {heights[:14]}")
+
+    def no_animations(self):
+        if self.environment.stop_animations is None:
+            return
+        self.environment.stop_animations(self.session)
+        time.sleep(1)
+        if not self.place_at_rest():
+            self.check("no animations", "the panel does not open")
+            return
+        heights, _ = self.heights_while_opening()
+        # A compositor that fades windows in shows one height more than once.
+        self.check("no animations", "" if len(heights) <= 4 else f"it rolls: {heights[:14]}")
+        self.click_icon()
+        self.closes()
+
+    def place_at_rest(self):
+        """Where the panel opens; it is closed again."""
+        self.click_icon()
+        self.at_rest = self.opens()
         self.click_icon()
         self.closes()
         time.sleep(0.6)
-        x, y, width, height = place
+        return self.at_rest
+
+    def heights_while_opening(self):
+        """And the times since the click at which they were seen, in seconds."""
+        x, y, width, height = self.at_rest
         icon_x, icon_y = self.icon[0] + self.icon[2] // 2, self.icon[1] + self.icon[3] // 2
         rest = self.display.image(x + 2, y, 1, height).astype(int)
         self.display.move(icon_x - 3, icon_y)
@@ -217,12 +251,7 @@ class Walk:
             if not heights or heights[-1] != seen:
                 heights.append(seen)
                 times.append(time.monotonic() - started)
-        grown = [h for h in heights if h > 0]
-        self.figures["frames"] = len(grown)
-        if len(times) > 1:
-            self.figures["first"] = times[1]
-            self.figures["last"] = times[-1]
-        self.check("roll", "" if len(grown) >= 5 else f"only {len(grown)} frames: {heights[:14]}")
+        return heights, times
 
     def keys(self):
         if not self.panel():
@@ -290,19 +319,30 @@ class Walk:
     def bar(self):
         if self.environment.bar is None:
             return
-        self.session.run("pkill", "-KILL", "-x", self.environment.bar[:15])
+        self.end_bar()
         time.sleep(2)
-        if shutil.which("pgrep") and not self.session.run("pgrep", "-x",
-                                                          self.environment.bar[:15]).stdout:
+        self.expect_bar("bar again")
+        # The program is there first.
+        self.end_bar()
+        self.session.quit_program()
+        self.session.start_program()
+        time.sleep(1)
+        self.expect_bar("bar late")
+
+    def end_bar(self):
+        for number in self.session.processes(self.environment.bar[:15]):
+            os.kill(number, signal.SIGKILL)
+
+    def expect_bar(self, name):
+        # Many sessions start it again by themselves.
+        if not self.session.processes(self.environment.bar[:15]):
             self.environment.start_bar(self.session)
         time.sleep(self.environment.wait)
-        icon = self.find_icon()
-        if not icon:
-            self.check("bar again", "the icon does not come back")
-            return
-        self.icon = icon
+        self.icon = self.find_icon() or self.icon
         self.click_icon()
-        self.check("bar again", "" if self.opens() else "a click after the bar's end opens nothing")
+        self.check(name, "" if self.opens() else "a click on the icon opens nothing")
+        self.display.key("Escape")
+        self.closes()
 
 
 def load_icons(images):

@@ -87,6 +87,14 @@ bool Tray::isSecondClick() {
   return is_second;
 }
 
+// By the display's clock. Some status areas hand clicks on without a time.
+bool Tray::isSecondClickAt(unsigned long time) {
+  if (time == 0) return isSecondClick();
+  const bool is_second = time - last_click_time_ < static_cast<unsigned long>(double_click.count());
+  last_click_time_ = is_second ? 0 : time;
+  return is_second;
+}
+
 void Tray::clicked(bool is_second) {
   is_click_ = true;
   if (is_second) {
@@ -125,11 +133,7 @@ bool Tray::eventFilter(QObject* watched, QEvent* event) {
   const auto* mouse = static_cast<QMouseEvent*>(event);
   if (mouse->button() != Qt::LeftButton) return false;
   if (event->type() == QEvent::MouseButtonRelease) {
-    const unsigned long time = mouse->timestamp();
-    const bool is_second =
-        time - last_click_time_ < static_cast<unsigned long>(double_click.count());
-    last_click_time_ = is_second ? 0 : time;
-    clicked(is_second);
+    clicked(isSecondClickAt(mouse->timestamp()));
   }
   return true;
 }

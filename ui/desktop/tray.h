@@ -58,6 +58,7 @@ class Tray : public QObject {
   void showIcon();
   void clicked(bool is_second);
   [[nodiscard]] bool isSecondClick();
+  [[nodiscard]] bool isSecondClickAt(unsigned long time);
 
   QIcon image_;
   Actions actions_;
