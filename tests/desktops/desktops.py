@@ -15,19 +15,21 @@ from environments import chosen
 from session import Session
 from walk import Walk
 
-CHECKS = ["autostart", "icon", "click opens", "click closes", "double click", "place", "menu", "roll", "keys",
-          "copy", "stays above", "Escape", "14 tokens", "32 tokens", "no animations", "bar again",
-          "bar late"]
+CHECKS = ["autostart", "icon", "click opens", "click closes", "double click", "place", "menu", "roll",
+          "keys", "copy", "stays above", "Escape", "14 tokens", "32 tokens", "no animations",
+          "bar again", "bar late"]
 
 
 def versions(packages):
+    if not packages:
+        return ""
     listed = subprocess.run(["dpkg-query", "-W", "-f", "${Package} ${Version}\n", *packages],
                             capture_output=True, text=True, check=False).stdout
     return ", ".join(listed.splitlines())
 
 
 def walk_on(environment, arguments):
-    session = Session(arguments.build / "bin", *environment.size,
+    session = Session(arguments.prefix.resolve(), *environment.size,
                       arguments.logs / f"{environment.name}.log")
     try:
         session.add_tokens(["Mail", "Work"])
@@ -80,7 +82,7 @@ def contact_sheet(walks, folder):
 
 def main():
     parser = argparse.ArgumentParser()
-    parser.add_argument("--build", type=pathlib.Path, required=True)
+    parser.add_argument("--prefix", type=pathlib.Path, required=True)
     parser.add_argument("--images", type=pathlib.Path, required=True)
     parser.add_argument("--logs", type=pathlib.Path, required=True)
     parser.add_argument("--screenshots", type=pathlib.Path, required=True)

@@ -27,6 +27,7 @@ class Environment:
     size: tuple = (1280, 800)
     icon_by_image: bool = False  # the icon is no window of the program
     scales_icon: bool = False  # its pixels are no image of the program
+    animates: bool = True  # with software rendering
     autostarts: bool = False  # it starts the programs of the user's autostart folder
     stop_animations: Optional[Callable] = None  # as a user does in its settings
     runs_for_root: bool = False
@@ -170,13 +171,12 @@ def start_xfce(session):
 
 
 def stop_xfce_animations(session):
-    session.run("xfconf-query", "-c", "xsettings", "-p", "/Gtk/EnableAnimations", "-n", "-t", "bool",
-                "-s", "false")
+    session.run("xfconf-query", "-c", "xsettings", "-p", "/Gtk/EnableAnimations",
+                "-n", "-t", "bool", "-s", "false")
 
 
-def stopping_animations(schema):
-    """With the key that GNOME's settings and those that came from them have."""
-    return lambda session: session.run("gsettings", "set", schema, "enable-animations", "false")
+def stopping_animations(schema, key="enable-animations"):
+    return lambda session: session.run("gsettings", "set", schema, key, "false")
 
 
 def start_mate(session):
@@ -264,7 +264,8 @@ ENVIRONMENTS = [
       for depth in (22, 40, 60)],
     two_monitors("top"), two_monitors("bottom"), scaled(1.5), scaled(2),
     i3("bottom"), i3("top"),
-    Environment("xfce", ["xfce4-session", "xfce4-panel", "xfwm4", "xfce4-settings", "xfdesktop4"],
+    Environment("xfce", ["xfce4-session", "xfce4-panel", "xfwm4", "xfce4-settings", "xfdesktop4",
+                         "thunar"],
                 start_xfce, bar="xfce4-panel",
                 start_bar=lambda session: session.spawn("xfce4-panel"), wait=8,
                 icon_by_image=True, autostarts=True, stop_animations=stop_xfce_animations,
@@ -273,7 +274,7 @@ ENVIRONMENTS = [
                 start_mate, bar="mate-panel",
                 start_bar=lambda session: session.spawn("mate-panel"), wait=8,
                 icon_by_image=True, autostarts=True,
-                stop_animations=stopping_animations("org.mate.interface"),
+                stop_animations=stopping_animations("org.mate.interface", "gtk-enable-animations"),
                 versions=["mate-panel", "marco"]),
     Environment("lxqt", ["lxqt-session", "lxqt-panel", "openbox", "lxqt-qtplugin"], start_lxqt,
                 bar="lxqt-panel", start_bar=lambda session: session.spawn("lxqt-panel"),
@@ -296,10 +297,12 @@ ENVIRONMENTS = [
                 versions=["plasma-workspace", "kwin-wayland"]),
     Environment("gnome", ["gnome-shell", "gnome-shell-extension-appindicator",
                           "gnome-settings-daemon"], start_gnome, wait=3, icon_by_image=True,
+                animates=False,
                 stop_animations=stopping_animations("org.gnome.desktop.interface"),
                 versions=["gnome-shell", "gnome-shell-extension-appindicator"]),
     Environment("gnome-wayland", ["gnome-shell", "gnome-shell-extension-appindicator"],
                 start_gnome_wayland, wayland=True, wait=3, icon_by_image=True,
+                animates=False,
                 versions=["gnome-shell", "gnome-shell-extension-appindicator"]),
     Environment("sway", ["sway", "waybar", "xwayland"], start_sway, bar="waybar",
                 start_bar=start_waybar, wayland=True, wait=4, icon_by_image=True,

@@ -24,8 +24,9 @@ def until(condition, patience=10.0, pause=0.05):
 
 
 class Session:
-    def __init__(self, programs, width, height, logs):
-        self.programs = programs
+    def __init__(self, prefix, width, height, logs):
+        """The programs are installed below the prefix."""
+        self.programs = prefix / "bin"
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="softtoken-desktops-"))
         self.log = open(logs, "ab")
         self.spawned = []
@@ -38,6 +39,7 @@ class Session:
             "XDG_CONFIG_HOME": str(self.folder / "config"),
             "XDG_DATA_HOME": str(self.folder / "data"),
             "XDG_CACHE_HOME": str(self.folder / "cache"),
+            "XDG_DATA_DIRS": f"{prefix}/share:/usr/local/share:/usr/share",
             "PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "DISPLAY": self.display.name,
             "LIBGL_ALWAYS_SOFTWARE": "1", "NO_AT_BRIDGE": "1", "SHELL": "/bin/sh",
             "XDG_SESSION_TYPE": "x11", "XDG_SESSION_CLASS": "user",

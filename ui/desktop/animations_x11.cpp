@@ -1,5 +1,12 @@
 #include <xcb/xcb.h>
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
 #include <QDir>
+#include <QObject>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -8,6 +15,7 @@
 #include <optional>
 
 #include "ui/desktop/animations.h"
+#include "ui/desktop/bus_signal.h"
 #include "ui/desktop/current_desktop.h"
 #include "ui/desktop/xcb_atom.h"
 #include "ui/desktop/xsettings.h"
@@ -42,9 +50,53 @@ bool plasmaIsInstant() {
   return is_number && factor <= 0;
 }
 
+// GNOME tells by the portal only (org.freedesktop.portal.Settings, version 1).
+class GnomeSettings : public QObject {
+ public:
+  explicit GnomeSettings(QObject* parent) : QObject(parent), changed_([this] { ask(); }) {
+    QDBusConnection::sessionBus().connect(
+        QLatin1String(service), QLatin1String(path), QLatin1String(interface),
+        QStringLiteral("SettingChanged"), &changed_, SLOT(arrive()));
+    ask();
+  }
+  [[nodiscard]] bool showAnimations() const { return show_animations_; }
+
+ private:
+  static constexpr const char* service = "org.freedesktop.portal.Desktop";
+  static constexpr const char* path = "/org/freedesktop/portal/desktop";
+  static constexpr const char* interface = "org.freedesktop.portal.Settings";
+
+  void ask() {
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(QLatin1String(service), QLatin1String(path),
+                                       QLatin1String(interface), QStringLiteral("Read"));
+    question.setArguments(
+        {QStringLiteral("org.gnome.desktop.interface"), QStringLiteral("enable-animations")});
+    auto* answer =
+        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+      const QDBusPendingReply<QDBusVariant> reply = *answer;
+      // A variant within a variant.
+      if (reply.isValid()) {
+        show_animations_ = reply.value().variant().value<QDBusVariant>().variant().toBool();
+      }
+      answer->deleteLater();
+    });
+  }
+
+  BusSignal changed_;
+  bool show_animations_ = true;
+};
+
+bool gnomeShowsAnimations() {
+  static const auto* const settings = new GnomeSettings(qApp);
+  return settings->showAnimations();
+}
+
 }  // namespace
 
 bool showsAnimations() {
+  if (isCurrentDesktop("GNOME") && !gnomeShowsAnimations()) return false;
   xcb_connection_t* display = x11Connection();
   if (display != nullptr && xSetting(display, "Gtk/EnableAnimations").value_or(1) == 0) {
     return false;

@@ -57,7 +57,7 @@ void Tray::showIcon() {
   own_icon_ = area_->makeIcon(image_);
   if (own_icon_ != nullptr) {
     connect(own_icon_.get(), &QWidget::customContextMenuRequested, this,
-            [this](const QPoint& place) { menu_.popup(own_icon_->mapToGlobal(place)); });
+            [this](const QPoint& place) { popUpMenu(own_icon_->mapToGlobal(place)); });
     return;
   }
   icon_ = std::make_unique<QSystemTrayIcon>(image_);
@@ -70,6 +70,27 @@ void Tray::showIcon() {
             }
           });
   icon_->show();
+}
+
+// GNOME has the mouse and the keyboard when it hands on the click, and under XWayland keeps them:
+// the menu would get neither keys nor clicks beside it. A window of the program gets the keyboard,
+// passes keys on to the menu, and ends it when the user goes elsewhere.
+void Tray::popUpMenu(const QPoint& place) {
+  if (keyboard_window_ == nullptr) {
+    keyboard_window_ = std::make_unique<QWidget>(nullptr, Qt::Tool | Qt::FramelessWindowHint);
+    keyboard_window_->setAttribute(Qt::WA_TranslucentBackground);
+    keyboard_window_->setAttribute(Qt::WA_QuitOnClose, false);
+    keyboard_window_->setFixedSize(1, 1);
+    connect(&menu_, &QMenu::aboutToHide, keyboard_window_.get(), &QWidget::hide);
+    connect(qApp, &QGuiApplication::applicationStateChanged, &menu_,
+            [this](Qt::ApplicationState state) {
+              if (state != Qt::ApplicationActive) menu_.close();
+            });
+  }
+  keyboard_window_->move(place);
+  keyboard_window_->show();
+  keyboard_window_->activateWindow();
+  menu_.popup(place);
 }
 
 void Tray::setOpen(bool open) {

@@ -56,6 +56,7 @@ class Tray : public QObject {
  private:
   bool eventFilter(QObject* watched, QEvent* event) override;
   void showIcon();
+  void popUpMenu(const QPoint& place);
   void clicked(bool is_second);
   [[nodiscard]] bool isSecondClick();
   [[nodiscard]] bool isSecondClickAt(unsigned long time);
@@ -65,6 +66,7 @@ class Tray : public QObject {
   QString open_text_;
   QString close_text_;
   QMenu menu_;
+  std::unique_ptr<QWidget> keyboard_window_;
   QAction* open_ = nullptr;
   std::unique_ptr<QWidget> own_icon_;  // watched by the area
   std::unique_ptr<StatusArea> area_;
