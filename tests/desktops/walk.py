@@ -203,19 +203,17 @@ class Walk:
         return changed.sum() > 3000
 
     def roll(self):
-        if self.environment.edge in ("left", "right"):
-            return
         if not self.place_at_rest():
             self.check("roll", "the panel does not open")
             return
-        heights, times = self.heights_while_opening()
-        grown = [h for h in heights if h > 0]
+        lengths, times = self.lengths_while_opening()
+        grown = [length for length in lengths if length > 0]
         self.figures["frames"] = len(grown)
         if len(times) > 1:
             self.figures["first"] = times[1]
             self.figures["last"] = times[-1]
         if self.environment.animates:
-            few = f"only {len(grown)} frames: {heights[:14]}"
+            few = f"only {len(grown)} frames: {lengths[:14]}"
             self.check("roll", "" if len(grown) >= 5 else few)
 
     def no_animations(self):
@@ -226,9 +224,9 @@ class Walk:
         if not self.place_at_rest():
             self.check("no animations", "the panel does not open")
             return
-        heights, _ = self.heights_while_opening()
-        # A compositor that fades windows in shows one height more than once.
-        self.check("no animations", "" if len(heights) <= 4 else f"it rolls: {heights[:14]}")
+        lengths, _ = self.lengths_while_opening()
+        # A compositor that fades windows in shows one length more than once.
+        self.check("no animations", "" if len(lengths) <= 4 else f"it rolls: {lengths[:14]}")
         self.click_icon()
         self.closes()
 
@@ -241,25 +239,28 @@ class Walk:
         time.sleep(0.6)
         return self.at_rest
 
-    def heights_while_opening(self):
+    def lengths_while_opening(self):
         """And the times since the click at which they were seen, in seconds."""
         x, y, width, height = self.at_rest
         icon_x, icon_y = self.icon[0] + self.icon[2] // 2, self.icon[1] + self.icon[3] // 2
-        rest = self.display.image(x + 2, y, 1, height).astype(int)
+        # Along the way that it rolls; nothing of the content is there.
+        rolls_down = self.environment.edge in ("top", "bottom")
+        line = (x + 2, y, 1, height) if rolls_down else (x, y + 2, width, 1)
+        rest = self.display.image(*line).astype(int)
         self.display.move(icon_x - 3, icon_y)
         time.sleep(0.3)
         self.display.move(icon_x, icon_y)
         time.sleep(0.2)
         started = time.monotonic()
         self.display.button(1)
-        heights, times = [], []
+        lengths, times = [], []
         while time.monotonic() - started < 1.5:
-            now = self.display.image(x + 2, y, 1, height).astype(int)
+            now = self.display.image(*line).astype(int)
             seen = int((numpy.abs(now - rest).max(axis=2) > 6).sum())
-            if not heights or heights[-1] != seen:
-                heights.append(seen)
+            if not lengths or lengths[-1] != seen:
+                lengths.append(seen)
                 times.append(time.monotonic() - started)
-        return heights, times
+        return lengths, times
 
     def keys(self):
         if not self.panel():

@@ -1,6 +1,6 @@
 // The icon is read off its pixels, as a status area gets them.
 
-#include "ui/kit/status_icon.h"
+#include "ui/desktop/status_icon.h"
 
 #include <gtest/gtest.h>
 

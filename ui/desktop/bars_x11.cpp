@@ -8,6 +8,7 @@
 #include <QJsonDocument>
 #include <QJsonValue>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -24,18 +25,29 @@ namespace {
 
 constexpr std::uint32_t longest_property = 4096;
 
-// The property's numbers; none if it is missing.
-std::vector<std::int32_t> numbersIn(xcb_connection_t* display, xcb_window_t window,
-                                    const char* property, xcb_atom_t type) {
-  const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-      display,
-      xcb_get_property(display, 0, window, atomNamed(display, property), type, 0, longest_property),
-      nullptr));
-  if (reply == nullptr || reply->format != 32) return {};
-  const auto* numbers = static_cast<const std::int32_t*>(xcb_get_property_value(reply.get()));
-  const auto count = static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / 4;
-  return {numbers, numbers + count};
-}
+// A property of 32-bit numbers that was asked for. Ask for all before the first answer is awaited:
+// each wait costs a way to the display and back.
+class Numbers {
+ public:
+  Numbers(xcb_connection_t* display, xcb_window_t window, const char* property, xcb_atom_t type)
+      : display_(display),
+        asked_(xcb_get_property(display, 0, window, atomNamed(display, property), type, 0,
+                                longest_property)) {}
+
+  /// None if it is missing. Once.
+  [[nodiscard]] std::vector<std::int32_t> get() const {
+    const XcbReply<xcb_get_property_reply_t> reply(
+        xcb_get_property_reply(display_, asked_, nullptr));
+    if (reply == nullptr || reply->format != 32) return {};
+    const auto* numbers = static_cast<const std::int32_t*>(xcb_get_property_value(reply.get()));
+    const auto count = static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / 4;
+    return {numbers, numbers + count};
+  }
+
+ private:
+  xcb_connection_t* display_;
+  xcb_get_property_cookie_t asked_;
+};
 
 Frame frameOfDisplay(xcb_connection_t* display, xcb_window_t root) {
   const XcbReply<xcb_get_geometry_reply_t> reply(
@@ -43,29 +55,35 @@ Frame frameOfDisplay(xcb_connection_t* display, xcb_window_t root) {
   return reply == nullptr ? Frame() : Frame{0, 0, reply->width, reply->height};
 }
 
-// _NET_WM_STRUT_PARTIAL, or the older _NET_WM_STRUT, which is as long as the edge.
-void addStruts(xcb_connection_t* display, xcb_window_t window, Bars* bars) {
-  constexpr std::array<Edge, 4> edges{Edge::left, Edge::right, Edge::top, Edge::bottom};
-  std::vector<std::int32_t> strut =
-      numbersIn(display, window, "_NET_WM_STRUT_PARTIAL", XCB_ATOM_CARDINAL);
-  if (strut.size() < 12) {
-    strut = numbersIn(display, window, "_NET_WM_STRUT", XCB_ATOM_CARDINAL);
-    if (strut.size() < 4) return;
-    const int bottom = bars->display.height - 1;
-    const int right = bars->display.width - 1;
-    strut.resize(4);
-    strut.insert(strut.end(), {0, bottom, 0, bottom, 0, right, 0, right});
-  }
-  for (std::size_t i = 0; i < edges.size(); ++i) {
-    if (strut[i] <= 0) continue;
-    bars->struts.push_back({edges[i], strut[i], strut[4 + 2 * i], strut[5 + 2 * i]});
-  }
-}
+// The room that a window keeps free: _NET_WM_STRUT_PARTIAL, or the older _NET_WM_STRUT, which is as
+// long as the edge.
+class WindowStruts {
+ public:
+  WindowStruts(xcb_connection_t* display, xcb_window_t window)
+      : partial_(display, window, "_NET_WM_STRUT_PARTIAL", XCB_ATOM_CARDINAL),
+        whole_(display, window, "_NET_WM_STRUT", XCB_ATOM_CARDINAL) {}
 
-std::int32_t currentWorkspace(xcb_connection_t* display, xcb_window_t root) {
-  const auto number = numbersIn(display, root, "_NET_CURRENT_DESKTOP", XCB_ATOM_CARDINAL);
-  return number.empty() ? 0 : number.front();
-}
+  void addTo(Bars* bars) const {
+    constexpr std::array<Edge, 4> edges{Edge::left, Edge::right, Edge::top, Edge::bottom};
+    std::vector<std::int32_t> strut = partial_.get();
+    const std::vector<std::int32_t> whole = whole_.get();
+    if (strut.size() < 12) {
+      if (whole.size() < 4) return;
+      const int bottom = bars->display.height - 1;
+      const int right = bars->display.width - 1;
+      strut.assign(whole.begin(), whole.begin() + 4);
+      strut.insert(strut.end(), {0, bottom, 0, bottom, 0, right, 0, right});
+    }
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+      if (strut[i] <= 0) continue;
+      bars->struts.push_back({edges[i], strut[i], strut[4 + 2 * i], strut[5 + 2 * i]});
+    }
+  }
+
+ private:
+  Numbers partial_;
+  Numbers whole_;
+};
 
 // Whether all of it was read before the time was over.
 bool readAll(const FileDescriptor& socket, char* to, std::size_t size) {
@@ -133,12 +151,19 @@ Bars desktopBars() {
   const xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(display));
   if (screens.rem == 0) return bars;
   const xcb_window_t root = screens.data->root;
+  const Numbers clients(display, root, "_NET_CLIENT_LIST", XCB_ATOM_WINDOW);
+  const Numbers work_areas(display, root, "_NET_WORKAREA", XCB_ATOM_CARDINAL);
+  const Numbers workspace(display, root, "_NET_CURRENT_DESKTOP", XCB_ATOM_CARDINAL);
   bars.display = frameOfDisplay(display, root);
-  for (const std::int32_t window : numbersIn(display, root, "_NET_CLIENT_LIST", XCB_ATOM_WINDOW)) {
-    addStruts(display, static_cast<xcb_window_t>(window), &bars);
+  std::vector<WindowStruts> struts;
+  for (const std::int32_t window : clients.get()) {
+    struts.emplace_back(display, static_cast<xcb_window_t>(window));
   }
-  const auto areas = numbersIn(display, root, "_NET_WORKAREA", XCB_ATOM_CARDINAL);
-  const auto at = static_cast<std::size_t>(currentWorkspace(display, root)) * 4;
+  for (const WindowStruts& strut : struts) strut.addTo(&bars);
+  const auto areas = work_areas.get();
+  const auto current = workspace.get();
+  const std::int32_t number = current.empty() ? 0 : std::max(0, current.front());
+  const auto at = static_cast<std::size_t>(number) * 4;
   if (areas.size() >= at + 4) {
     bars.work_areas.push_back({areas[at], areas[at + 1], areas[at + 2], areas[at + 3]});
   }

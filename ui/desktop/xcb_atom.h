@@ -3,6 +3,7 @@
 #include <xcb/xcb.h>
 #include <QByteArray>
 #include <QGuiApplication>
+#include <QHash>
 
 #include <cstdint>
 #include <cstdlib>
@@ -23,12 +24,16 @@ inline xcb_connection_t* x11Connection() {
   return x11 == nullptr ? nullptr : x11->connection();
 }
 
+/// XCB_ATOM_NONE if the display does not answer. Asks only once for each name. Main thread.
 inline xcb_atom_t atomNamed(xcb_connection_t* display, const QByteArray& name) {
+  static QHash<QByteArray, xcb_atom_t> known;
+  if (const auto found = known.constFind(name); found != known.cend()) return *found;
   const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
       display,
       xcb_intern_atom(display, 0, static_cast<std::uint16_t>(name.size()), name.constData()),
       nullptr));
-  return reply == nullptr ? xcb_atom_t{XCB_ATOM_NONE} : reply->atom;
+  if (reply == nullptr) return XCB_ATOM_NONE;
+  return *known.insert(name, reply->atom);
 }
 
 /// The window that owns the selection, as a manager of the desktop does; XCB_WINDOW_NONE: nobody.

@@ -4,13 +4,14 @@
 
 #include <utility>
 
-#include "ui/kit/status_icon.h"
+#include "ui/desktop/current_desktop.h"
+#include "ui/desktop/status_icon.h"
 
 namespace talvane {
 namespace {
 
-// Some status areas scale the largest image that a program hands over. By this name they find the
-// installed ones in all sizes.
+// Xfce's status area scales the largest image that a program hands over. By this name it finds the
+// installed ones in all sizes. (LXQt's would scale those, but takes the right one of several.)
 class InstalledIcon final : public QIconEngine {
  public:
   explicit InstalledIcon(QIcon images) : images_(std::move(images)) {}
@@ -53,7 +54,7 @@ QIcon statusIcon() {
   for (const int size : {16, 18, 22, 24, 32, 36, 44, 48, 64}) {
     icon.addFile(QStringLiteral(":/softtoken/status-%1.png").arg(size));
   }
-  return isInstalled() ? QIcon(new InstalledIcon(icon)) : icon;
+  return isCurrentDesktop("XFCE") && isInstalled() ? QIcon(new InstalledIcon(icon)) : icon;
 }
 
 }  // namespace talvane

@@ -1,5 +1,5 @@
+#include "ui/desktop/status_icon.h"
 #include "ui/kit/icns.h"
-#include "ui/kit/status_icon.h"
 
 namespace talvane {
 
