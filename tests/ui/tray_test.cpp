@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <QApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 
 #include <string>
@@ -24,6 +25,13 @@ class TrayClicksTest : public testing::Test {
                       Qt::LeftButton, Qt::NoButton, Qt::NoModifier);
     event.setTimestamp(time);
     QApplication::sendEvent(&icon_, &event);
+  }
+
+  void press(int key) {
+    for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+      QKeyEvent event(type, key, Qt::NoModifier);
+      QApplication::sendEvent(&icon_, &event);
+    }
   }
 
   std::string clicks;
@@ -54,6 +62,13 @@ TEST_F(TrayClicksTest, WithoutATimeTheOwnClockCounts) {
   EXPECT_EQ(clicks, "11");
   click(0);
   EXPECT_EQ(clicks, "112");
+}
+
+TEST_F(TrayClicksTest, KeysThatChooseAreClicks) {
+  for (const int key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) press(key);
+  EXPECT_EQ(clicks, "111");
+  for (const int key : {Qt::Key_Escape, Qt::Key_Tab, Qt::Key_A}) press(key);
+  EXPECT_EQ(clicks, "111");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "ui/desktop/tray.h"
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 
 #include <chrono>
@@ -126,6 +127,15 @@ void Tray::clicked(bool is_second) {
   is_click_ = false;
 }
 
+// Some status areas hand on keys when the icon is chosen by the keyboard. The panel would get the
+// release that follows a press.
+bool Tray::released(const QKeyEvent& event) {
+  const bool chooses =
+      event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter || event.key() == Qt::Key_Space;
+  if (chooses && !event.isAutoRepeat()) clicked(false);
+  return chooses;
+}
+
 ItemPlace Tray::place() const {
   ItemPlace place;
   if (icon_ != nullptr && !icon_->geometry().isEmpty()) {
@@ -143,6 +153,7 @@ bool Tray::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonDblClick:
     case QEvent::MouseButtonRelease:
+    case QEvent::KeyRelease:
     case QEvent::ToolTip:
       break;
     default:
@@ -151,6 +162,7 @@ bool Tray::eventFilter(QObject* watched, QEvent* event) {
   if (watched->objectName() != QLatin1String("QSystemTrayIconSys")) return false;
   // It would lie over the panel.
   if (event->type() == QEvent::ToolTip) return is_open_;
+  if (event->type() == QEvent::KeyRelease) return released(*static_cast<QKeyEvent*>(event));
   const auto* mouse = static_cast<QMouseEvent*>(event);
   if (mouse->button() != Qt::LeftButton) return false;
   if (event->type() == QEvent::MouseButtonRelease) {

@@ -58,6 +58,7 @@ class Tray : public QObject {
   void showIcon();
   void popUpMenu(const QPoint& place);
   void clicked(bool is_second);
+  bool released(const QKeyEvent& event);
   [[nodiscard]] bool isSecondClick();
   [[nodiscard]] bool isSecondClickAt(unsigned long time);
 
