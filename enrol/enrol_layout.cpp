@@ -104,8 +104,8 @@ int getInfoHeight(const TaEnrolClient& client) {
 
 std::string pinPrompt(const TaEnrolClient& client) {
   // The rule covers no other number that begins with a vowel.
-  const std::string prompt = fmt::format("Please choose {} {}-character PIN. ",
-                                         client.PINLENGTH == 8 ? "an" : "a", client.PINLENGTH);
+  std::string prompt = fmt::format("Please choose {} {}-character PIN. ",
+                                   client.PINLENGTH == 8 ? "an" : "a", client.PINLENGTH);
   if (!hasCaseRule(client)) return prompt;
   return fmt::format(
       "{} (Must contain at least {} uppercase and at least {} lowercase characters).", prompt,
