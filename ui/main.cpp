@@ -27,6 +27,7 @@
 #include "platform/user_defaults.h"
 #include "store/problem.h"
 #include "ui/app_delegate.h"
+#include "ui/desktop/animations.h"
 #include "ui/desktop/display.h"
 #include "ui/desktop/instance_channel.h"
 #include "ui/desktop/session_bus.h"
@@ -123,6 +124,7 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   parts.open_url = [](const QString& address) { QDesktopServices::openUrl(QUrl(address)); };
   parts.show_status_item = [&tray, &ini] {
     tray->show(menuTexts(ini), ini.bAllowManual || ini.bAllowTaEnrol);
+    prepareAnimations();
   };
   parts.item_place = [&tray] { return tray->place(); };
   parts.panel_turned = [&tray](bool open) { tray->setOpen(open); };

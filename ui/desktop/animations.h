@@ -2,8 +2,13 @@
 
 namespace talvane {
 
+// Main thread only.
+
+/// Asks ahead where the desktop takes time to answer. Optional.
+void prepareAnimations();
+
 /// Whether the user lets the desktop move things; true where the desktop does not tell, or has not
-/// answered yet. The first call asks where answers take time. Main thread.
+/// answered yet.
 bool showsAnimations();
 
 }  // namespace talvane

@@ -4,6 +4,8 @@
 
 namespace talvane {
 
+void prepareAnimations() {}
+
 // "Reduce motion" in the accessibility settings.
 bool showsAnimations() {
   return CFPreferencesGetAppBooleanValue(CFSTR("reduceMotion"), CFSTR("com.apple.universalaccess"),

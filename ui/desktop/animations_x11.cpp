@@ -95,6 +95,10 @@ bool gnomeShowsAnimations() {
 
 }  // namespace
 
+void prepareAnimations() {
+  if (isCurrentDesktop("GNOME")) static_cast<void>(gnomeShowsAnimations());
+}
+
 bool showsAnimations() {
   if (isCurrentDesktop("GNOME") && !gnomeShowsAnimations()) return false;
   xcb_connection_t* display = x11Connection();
