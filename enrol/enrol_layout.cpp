@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "config/ini.h"
@@ -18,6 +19,11 @@ namespace {
 constexpr std::int64_t version_with_choices = 7200;
 constexpr int one_line = 20;
 constexpr int three_lines = 60;
+
+// Each placeholder is there once.
+void fillIn(std::string* text, std::string_view placeholder, const std::string& value) {
+  text->replace(text->find(placeholder), placeholder.size(), value);
+}
 
 bool hasCaseRule(const TaEnrolClient& client) {
   return client.UPPERCASE != 0 || client.LOWERCASE != 0;
@@ -103,13 +109,18 @@ int getInfoHeight(const TaEnrolClient& client) {
 }
 
 std::string pinPrompt(const TaEnrolClient& client) {
+  std::string prompt = "Please choose $EN_INDEFINITE_ARTICLE$ $PINLENGTH$-character PIN. ";
   // The rule covers no other number that begins with a vowel.
-  std::string prompt = fmt::format("Please choose {} {}-character PIN. ",
-                                   client.PINLENGTH == 8 ? "an" : "a", client.PINLENGTH);
+  fillIn(&prompt, "$EN_INDEFINITE_ARTICLE$", client.PINLENGTH == 8 ? "an" : "a");
+  fillIn(&prompt, "$PINLENGTH$", std::to_string(client.PINLENGTH));
   if (!hasCaseRule(client)) return prompt;
-  return fmt::format(
-      "{} (Must contain at least {} uppercase and at least {} lowercase characters).", prompt,
-      client.UPPERCASE, client.LOWERCASE);
+  prompt = fmt::format(
+      "{} (Must contain at least $UPPERCASE$ uppercase and at least $LOWERCASE$ lowercase "
+      "characters).",
+      prompt);
+  fillIn(&prompt, "$UPPERCASE$", std::to_string(client.UPPERCASE));
+  fillIn(&prompt, "$LOWERCASE$", std::to_string(client.LOWERCASE));
+  return prompt;
 }
 
 int pinPromptHeight(const TaEnrolClient& client) {
