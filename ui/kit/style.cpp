@@ -15,6 +15,7 @@ namespace {
 
 const QColor popup_ground{0x3a, 0x3f, 0x47};  // of menus and tool tips
 const QColor disabled_on_popup{0xa3, 0xab, 0xb7};
+const QColor quiet_on_white{0x60, 0x66, 0x70};
 
 // With the panel's focus ring on menus and combo boxes, where the highlight stands out too little.
 class PanelStyle final : public QProxyStyle {
@@ -54,14 +55,13 @@ QPalette panelPalette() {
   palette.setColor(QPalette::ButtonText, paint::text);
   palette.setColor(QPalette::Base, Qt::white);
   palette.setColor(QPalette::Text, Qt::black);
-  palette.setColor(QPalette::PlaceholderText, QColor(0x60, 0x66, 0x70));
+  palette.setColor(QPalette::PlaceholderText, quiet_on_white);
   palette.setColor(QPalette::Highlight, QColor(0x27, 0x5a, 0xa8));
   palette.setColor(QPalette::HighlightedText, Qt::white);
   palette.setColor(QPalette::Link, paint::focus);
   palette.setColor(QPalette::Disabled, QPalette::WindowText, paint::quiet_text);
   palette.setColor(QPalette::Disabled, QPalette::ButtonText, paint::quiet_text);
-  palette.setColor(QPalette::Disabled, QPalette::Text, QColor(0x60, 0x66, 0x70));
-  palette.setColor(QPalette::Disabled, QPalette::Base, Qt::white);
+  palette.setColor(QPalette::Disabled, QPalette::Text, quiet_on_white);
   return palette;
 }
 
