@@ -26,6 +26,7 @@ struct Setting {
   std::string_view key;
   Property property;
   std::variant<std::string_view, bool, std::int32_t> default_value;
+  bool is_traced = true;
 };
 
 // CMake sets the system: each has its own page.
@@ -77,7 +78,17 @@ constexpr auto settings_table = std::to_array<Setting>({
     {"StrSecretQuestions", &Ini::StrSecretQuestions, "Secret Questions"},
     {"StrStartupAdd", &Ini::StrStartupAdd, "Add to \"Login Items\""},
     {"StrStartupRemove", &Ini::StrStartupRemove, "Remove from \"Login Items\""},
+    // Added later. The lines of the trace stay as they were.
+    {"ClipboardSeconds", &Ini::ClipboardSeconds, 60, false},
 });
+
+// As TaSettings::readint, without a line in the trace.
+std::int32_t untracedInteger(const TaSettings& settings, std::string_view key,
+                             std::int32_t default_value) {
+  const std::string* value = settings.value(key);
+  return value == nullptr || value->empty() ? default_value
+                                            : static_cast<std::int32_t>(leadingInteger(*value));
+}
 
 }  // namespace
 
@@ -104,14 +115,15 @@ bool Ini::read() {
 }
 
 void Ini::fillFrom(const TaSettings& settings) {
-  for (const auto& [key, property, default_value] : settings_table) {
+  for (const auto& [key, property, default_value, is_traced] : settings_table) {
     if (const auto* text = std::get_if<std::string Ini::*>(&property)) {
       this->** text = settings.readstr(key, std::get<std::string_view>(default_value), true);
     } else if (const auto* flag = std::get_if<bool Ini::*>(&property)) {
       this->** flag = settings.readbool(key, std::get<bool>(default_value));
     } else {
+      const auto number = std::get<std::int32_t>(default_value);
       this->*std::get<std::int64_t Ini::*>(property) =
-          settings.readint(key, std::get<std::int32_t>(default_value));
+          is_traced ? settings.readint(key, number) : untracedInteger(settings, key, number);
     }
   }
 }

@@ -59,6 +59,9 @@ class Ini {
   std::string StrStartupAdd;
   std::string StrStartupRemove;
 
+  /// The most seconds that a copied passcode stays in the clipboard; 0 or less: it is not cleared.
+  std::int64_t ClipboardSeconds = 60;
+
   // Declared for compatibility. No file sets them, and they have no effect.
   bool bLostFocusClose = false;
   bool bSingleClickOpen = false;

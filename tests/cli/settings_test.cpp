@@ -62,7 +62,8 @@ TEST(Settings, EveryKeyIsListedOnceInTheDocumentedOrder) {
                             "StrManualSeed",
                             "StrSecretQuestions",
                             "StrStartupAdd",
-                            "StrStartupRemove"};
+                            "StrStartupRemove",
+                            "ClipboardSeconds"};
   Strings keys;
   const auto found = settings(home);
   for (const auto& each : found.at("settings")) keys.push_back(each.at("key"));

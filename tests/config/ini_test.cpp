@@ -45,6 +45,7 @@ constexpr IntSetting ints[] = {
     {"RollupInterval", &Ini::RollupInterval, 10},
     {"ButtonFontSize", &Ini::iButtonFontSize, 12},
     {"ProtocolVersion", &Ini::iProtocolVersion, 7200},
+    {"ClipboardSeconds", &Ini::ClipboardSeconds, 60},
 };
 
 struct TextSetting {
@@ -268,6 +269,7 @@ TEST_F(IniTest, ListingNamesEveryKeyOnceInTheOrderOfTheTables) {
   expected.insert(expected.end(), {"RollupSteps", "RollupInterval", "GettingStartedURL",
                                    "ButtonFontSize", "ProtocolVersion"});
   for (const auto& setting : texts) expected.emplace_back(setting.key);
+  expected.emplace_back("ClipboardSeconds");
   Texts keys;
   for (const auto& entry : ini.entries()) keys.emplace_back(entry.key);
   EXPECT_EQ(keys, expected);

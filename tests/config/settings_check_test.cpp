@@ -21,7 +21,8 @@ using Lines = std::vector<std::string>;
 
 TEST(SettingsCheck, NothingToSayOfAGoodFile) {
   EXPECT_EQ(findings("# comment\r\n[section]\r\n\r\nEnrolURL=https://srv/\r\ndebug=YES\r\n"
-                     "RollupSteps=-3\nButtonFontSize=+12\nStrStartupAdd=Start at login\n"),
+                     "RollupSteps=-3\nButtonFontSize=+12\nStrStartupAdd=Start at login\n"
+                     "ClipboardSeconds=0\n"),
             Lines());
 }
 
@@ -68,10 +69,11 @@ TEST(SettingsCheck, SignsOfWholeNumbers) {
 }
 
 TEST(SettingsCheck, ValuesThatReadAsSomethingElse) {
-  EXPECT_EQ(findings("AllowHTTP=on\nButtonFontSize=large\nStrPassword=\n"),
+  EXPECT_EQ(findings("AllowHTTP=on\nButtonFontSize=large\nStrPassword=\nClipboardSeconds=off\n"),
             (Lines{"1: AllowHTTP=on is neither true nor false; its default \"false\" is used",
                    "2: ButtonFontSize=large is not a whole number; it is read as 0",
-                   "3: StrPassword is empty; its default \"Microsoft Password\" is used"}));
+                   "3: StrPassword is empty; its default \"Microsoft Password\" is used",
+                   "4: ClipboardSeconds=off is not a whole number; it is read as 0"}));
 }
 
 TEST(SettingsCheck, RepeatedKeyInAnotherCase) {
