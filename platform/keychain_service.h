@@ -77,13 +77,15 @@ class KeychainService {
   virtual void beginReading(const std::string& account) { static_cast<void>(account); }
   virtual void endReading() {}
 
-  /// Between the two, all changes take effect together if the keychain supports that: an
-  /// interruption leaves all or none. endChange reports whether they were stored. Calls do not
-  /// nest.
+  /// Between the two, all changes take effect together if the keychain supports that
+  /// (keepsChangesTogether): an interruption leaves all or none. endChange reports whether they
+  /// were stored. Calls do not nest.
   [[nodiscard]] virtual KeychainStatus beginChange() { return KeychainStatus::ok; }
   [[nodiscard]] virtual KeychainStatus endChange() { return KeychainStatus::ok; }
   /// Instead of endChange: undoes the changes since beginChange if the keychain can.
   virtual void abandonChange() {}
+  /// Whether it supports that.
+  [[nodiscard]] virtual bool keepsChangesTogether() { return false; }
 };
 
 }  // namespace talvane

@@ -137,6 +137,7 @@ class ChosenKeychain final : public KeychainService {
     silent_ = false;
     if (std::exchange(changing_, false)) keychain_->abandonChange();
   }
+  bool keepsChangesTogether() override { return open() && keychain_->keepsChangesTogether(); }
 
  private:
   bool open() {

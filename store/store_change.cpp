@@ -50,6 +50,16 @@ StoreChange::~StoreChange() {
   if (open_) keychain_.abandonChange();
 }
 
+Result<void> StoreChange::settle() {
+  if (keychain_.keepsChangesTogether()) return {};
+  return finish().and_then([this]() -> Result<void> {
+    const KeychainStatus status = keychain_.beginChange();
+    open_ = status == KeychainStatus::ok;
+    if (!open_) return tl::unexpected(keychainProblem(keychain_, status));
+    return {};
+  });
+}
+
 Result<void> StoreChange::finish() {
   open_ = false;
   const KeychainStatus status = keychain_.endChange();

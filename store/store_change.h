@@ -31,6 +31,11 @@ class StoreChange {
   /// Why the change could not begin, and nothing may be changed; nullopt if it began.
   [[nodiscard]] const std::optional<Problem>& problem() const { return problem_; }
 
+  /// Makes what was changed so far stand before what follows, whenever an interruption comes: a
+  /// keychain that does not keep changes together stores it now. It can no longer be undone then. A
+  /// Problem ends the change.
+  [[nodiscard]] Result<void> settle();
+
   /// Commits the change. A Problem means that the keychain did not store it.
   [[nodiscard]] Result<void> finish();
 

@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/cleared.h"
 #include "engine/log.h"
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
@@ -150,6 +152,16 @@ bool isAsSeen(const TokenStore::Selection& selected, const StoredTokens& seen, c
   return true;
 }
 
+// Whether the slots from one to the other hold the tokens that the user saw there.
+bool isOrderAsSeen(std::int32_t from, std::int32_t to, const StoredTokens& seen, const Slots& now) {
+  const auto last = static_cast<std::size_t>(std::max(from, to));
+  if (from < 0 || to < 0 || last >= seen.list.size() || last >= now.count()) return false;
+  for (auto slot = static_cast<std::size_t>(std::min(from, to)); slot <= last; ++slot) {
+    if (!isSameToken(*now.tokens[slot], *seen.list[slot])) return false;
+  }
+  return true;
+}
+
 // A gap is deleted as a whole; otherwise it would still hide the tokens behind it.
 TokenStore::Selection withWholeGap(TokenStore::Selection selected, const Slots& slots) {
   for (std::size_t slot = 1; slot < selected.size() && slots.recordsBehind(slot) > 0; ++slot) {
@@ -243,6 +255,52 @@ Result<Slots> clearRepeated(vaneinterface& gateway, const Recording& recording, 
                               : cutShort("changed"));
   }
   return after;
+}
+
+// The token with the 13 characters that its seed was completed from; nullopt if it was complete.
+// The last of them is not known, and does not count.
+std::optional<SoftTokenInfo> rootOf(const SoftTokenInfo& token) {
+  if (!token.seed32 || token.seed32->get().size() != 16) return std::nullopt;
+  SoftTokenInfo root;
+  root.period = token.period;
+  Cleared<std::string> seed;
+  seed.mutableValue().assign(token.seed32->get(), 0, 13);
+  root.seed32 = std::move(seed);
+  const EngineLog::Pause quiet;
+  const auto full = vane::ExpandSeed(root, nullptr);
+  vane::clearIdentityCache();
+  if (!full || full->get() != token.seed32->get()) return std::nullopt;
+  return root;
+}
+
+// The slot of the token; the slots hold it.
+std::int32_t slotOf(const SoftTokenInfo& token, const Slots& slots) {
+  const auto found = std::find_if(
+      slots.tokens.begin(), slots.tokens.end(),
+      [&](const auto& stored) { return stored != nullptr && isSameToken(*stored, token); });
+  return static_cast<std::int32_t>(found - slots.tokens.begin());
+}
+
+// The tokens by slot, as they shall stand.
+using Order = std::array<const SoftTokenInfo*, vane::max_tokens>;
+
+Order movedOrder(const Slots& slots, std::int32_t from, std::int32_t to) {
+  Order order{};
+  std::transform(slots.tokens.begin(), slots.tokens.end(), order.begin(),
+                 [](const auto& token) { return token.get(); });
+  const auto first = order.begin() + std::min(from, to);
+  const auto end = order.begin() + std::max(from, to) + 1;
+  std::rotate(first, from < to ? first + 1 : end - 1, end);
+  return order;
+}
+
+bool standsIn(const Order& order, const Slots& slots) {
+  return std::equal(order.begin(), order.end(), slots.tokens.begin(),
+                    [](const SoftTokenInfo* wanted, const auto& found) {
+                      if (wanted == nullptr || found == nullptr) return wanted == found.get();
+                      return isSameToken(*wanted, *found) &&
+                             wanted->description == found->description;
+                    });
 }
 
 // The creation names that no token has any longer.
@@ -371,6 +429,37 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
   });
 }
 
+bool TokenStore::hasResponse(const SoftTokenInfo& token) {
+  const Recording recording(gateway_);
+  return recording.identity().problem.empty() && rootOf(token).has_value();
+}
+
+Result<std::string> TokenStore::response(const SoftTokenInfo& token) {
+  const Recording recording(gateway_);
+  if (const std::string& problem = recording.identity().problem; !problem.empty()) {
+    return tl::unexpected(
+        Problem{Next::check_keychain,
+                fmt::format("This computer's identity cannot be read: {}; fix that and try again",
+                            problem)});
+  }
+  const auto root = rootOf(token);
+  if (!root) {
+    return tl::unexpected(
+        Problem{Next::other_input,
+                "This token has no response code: its seed was complete, with 16 characters"});
+  }
+  const EngineLog::Pause quiet;
+  std::optional<std::string> response;
+  const bool refused = vane::NewToken(*root, &response, nullptr, true).has_value();
+  vane::clearIdentityCache();
+  if (refused || !response) {
+    return tl::unexpected(Problem{
+        Next::try_again,
+        "No response code can be made from the present passcode; try again with the next one"});
+  }
+  return *response;
+}
+
 Result<void> TokenStore::rename(std::span<const Rename> renames) {
   return withoutThrowing([&]() -> Result<void> {
     StoreChange change(keychain_, patience_, blocking_);
@@ -415,6 +504,75 @@ Result<void> TokenStore::rename(std::span<const Rename> renames) {
     slots = clearRepeated(gateway_, recording, std::move(*slots), renamed_slots);
     if (!slots) return tl::unexpected(slots.error());
     return finish(change, recording);
+  });
+}
+
+Result<void> TokenStore::move(std::int32_t from, std::int32_t to, const StoredTokens& seen) {
+  return withoutThrowing([&]() -> Result<void> {
+    StoreChange change(keychain_, patience_, blocking_);
+    if (change.problem()) return tl::unexpected(*change.problem());
+    Recording recording(gateway_);
+    auto slots = lookAtSlots(gateway_, recording, LookLog::off);
+    if (!slots) return tl::unexpected(slots.error());
+    if (!isOrderAsSeen(from, to, seen, *slots)) return tl::unexpected(changedMeanwhile("moved"));
+
+    slots = clearRepeated(gateway_, recording, std::move(*slots));
+    if (!slots) return tl::unexpected(slots.error());
+    from = slotOf(*seen.list[static_cast<std::size_t>(from)], *slots);
+    to = slotOf(*seen.list[static_cast<std::size_t>(to)], *slots);
+    if (from == to) return finish(change, recording);
+    if (auto settled = change.settle(); !settled) return settled;
+
+    // The moved token waits in a spare slot while the others move one by one. So each of them is
+    // somewhere at any moment, and an interruption leaves one twice at worst.
+    const std::size_t count = slots->count();
+    const auto spare = static_cast<std::int32_t>(count);
+    const bool has_spare = count < slots->states.size() && slots->states[count] == State::empty;
+    if (!has_spare && !keychain_.keepsChangesTogether()) {
+      return tl::unexpected(
+          count < slots->states.size()
+              ? inTheWay("The token could not be moved", *slots->obstacle())
+              : Problem{Next::make_room,
+                        "Moving a token needs an empty slot, and all 32 hold tokens; delete one "
+                        "first"});
+    }
+    const Order order = movedOrder(*slots, from, to);
+    bool has_moved = false;  // so that it cannot be undone
+    const auto failed = [&] {
+      if (recording.failedChange() && !recording.refused()) {
+        return keychainProblem(*recording.failedChange());
+      }
+      return has_moved ? Problem{Next::try_again, "The keychain gave contradictory answers"}
+                       : cutShort("moved");
+    };
+    const auto write = [&](std::int32_t slot, const SoftTokenInfo& token) -> Result<void> {
+      const bool written = vane::WriteToken(&slot, token);
+      if (recording.failedChange() || !written || !isStored(token, slot)) {
+        return tl::unexpected(failed());
+      }
+      return change.settle();
+    };
+    const auto moveAll = [&]() -> Result<void> {
+      const SoftTokenInfo& moved = *order[static_cast<std::size_t>(to)];
+      if (has_spare) {
+        if (auto done = write(spare, moved); !done) return done;
+      }
+      for (std::int32_t slot = from;; slot += from < to ? 1 : -1) {
+        recording.mayReplace(vane::recordName(static_cast<std::uint32_t>(slot)));
+        if (auto done = write(slot, *order[static_cast<std::size_t>(slot)]); !done) return done;
+        has_moved = !keychain_.keepsChangesTogether();
+        if (slot == to) break;
+      }
+      if (has_spare) vane::DeleteToken(static_cast<std::uint32_t>(spare));
+      const auto after = lookAtSlots(gateway_, recording, LookLog::off);
+      if (!after) return tl::unexpected(after.error());
+      if (!standsIn(order, *after)) return tl::unexpected(failed());
+      return finish(change, recording);
+    };
+    return moveAll().map_error([&](Problem problem) {
+      if (has_moved) problem.words += ". Some tokens have moved, and one may show twice";
+      return problem;
+    });
   });
 }
 

@@ -4,7 +4,8 @@
 // this class. Invariants:
 //  - every change holds the per-user lock from its first look at the keychain to its last write,
 //    reads the stored tokens again, and is atomic if the keychain supports that; a call that fails
-//    has then changed nothing;
+//    has then changed nothing, or says what;
+//  - an interrupted change loses no token: at worst one stands twice, until the next change;
 //  - a record that does not load is never overwritten; only deleting its slot removes it;
 //  - a call succeeds only when the keychain has confirmed the change.
 // Main thread only. No call waits longer than the keychain and the lock allow.
@@ -69,6 +70,13 @@ class TokenStore {
   [[nodiscard]] Result<Added> addIssued(const SoftTokenInfo& token, const std::string& server,
                                         SameName same_name);
 
+  /// Whether the token's seed was completed on this computer from 13 characters, so that it has a
+  /// response code. The record does not keep that; its end gives it away. Of a million other seeds,
+  /// one ends as if it had been.
+  [[nodiscard]] bool hasResponse(const SoftTokenInfo& token);
+  /// The response code of a stored token, made with its present passcode.
+  [[nodiscard]] Result<std::string> response(const SoftTokenInfo& token);
+
   struct Rename {
     std::int32_t slot = 0;
     const SoftTokenInfo* seen = nullptr;  // the token as the user saw it
@@ -77,6 +85,11 @@ class TokenStore {
   /// Renames all of them or none. A name that a token already has is no change. If a slot now holds
   /// another token, the Problem is Next::look_again.
   [[nodiscard]] Result<void> rename(std::span<const Rename> renames);
+
+  /// Moves the token in slot `from` to slot `to`; those between move by one slot. `seen` is what
+  /// the user saw: if those slots now hold other tokens, the Problem is Next::look_again. Needs an
+  /// empty slot after the last token, unless the keychain keeps changes together.
+  [[nodiscard]] Result<void> move(std::int32_t from, std::int32_t to, const StoredTokens& seen);
 
   using Selection = std::array<std::uint8_t, vane::max_tokens>;
   /// Deletes the slots whose flag is set, the obstacle's included, and moves later tokens down.

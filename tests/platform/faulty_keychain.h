@@ -24,6 +24,7 @@ class FaultyKeychain final : public KeychainService {
   std::size_t calls = 0;
   std::size_t data_asked_for = 0;  // finds that wanted the secret
   bool undoes = false;
+  bool together = false;  // what keepsChangesTogether says
   KeychainStatus begin_status = KeychainStatus::ok;
   KeychainStatus end_status = KeychainStatus::ok;
   /// What beginReading and endReading were told, in order.
@@ -66,6 +67,7 @@ class FaultyKeychain final : public KeychainService {
   void abandonChange() override {
     if (undoes) memory.items = before_;
   }
+  bool keepsChangesTogether() override { return together; }
 
  private:
   decltype(MemoryKeychain::items) before_;

@@ -104,4 +104,11 @@ void KeychainInBackground::abandonChange() {
   callSoon([this] { keychain_.abandonChange(); });
 }
 
+bool KeychainInBackground::keepsChangesTogether() {
+  const KeychainStatus status = call(changing_ ? Wait::For::change : Wait::For::answer, [this] {
+    return keychain_.keepsChangesTogether() ? KeychainStatus::ok : KeychainStatus::item_not_found;
+  });
+  return status == KeychainStatus::ok;
+}
+
 }  // namespace talvane

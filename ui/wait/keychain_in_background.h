@@ -32,6 +32,7 @@ class KeychainInBackground final : public KeychainService {
   KeychainStatus beginChange() override;
   KeychainStatus endChange() override;
   void abandonChange() override;
+  bool keepsChangesTogether() override;
 
  private:
   KeychainStatus call(Wait::For what, std::function<KeychainStatus()> work);

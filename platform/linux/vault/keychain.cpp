@@ -161,6 +161,8 @@ class VaultKeychain final : public KeychainService {
     change_.reset();
   }
 
+  bool keepsChangesTogether() override { return true; }
+
  private:
   struct Look {
     VaultOutcome outcome;
