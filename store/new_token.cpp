@@ -2,14 +2,18 @@
 
 #include <fmt/core.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <tl/expected.hpp>
+#include <utility>
 
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
+#include "engine/url.h"
 #include "engine/vane.h"
 #include "store/problem.h"
 
@@ -50,6 +54,46 @@ const char* wordsFor(AuthUrlProblem problem) {
   return "Cannot import this URL; ask for another one";
 }
 
+bool isSha1(std::string_view algorithm) {
+  std::string name = lowerCase(algorithm);
+  std::erase(name, '-');
+  return name == "sha1" || name == "hmacsha1";
+}
+
+// Why the engine's passcodes would not be those that the URL asks for; empty if they are. The
+// engine leaves out what it does not know, and what is not written in lower case.
+std::string problemWithQuery(std::string_view url, std::int32_t period) {
+  const UrlParts parts = urlParts(url);
+  if (!parts.query) return {};
+  for (const std::string_view part : split(parts.query->get(), '&')) {
+    const std::size_t equals = part.find('=');
+    if (equals == std::string_view::npos) continue;
+    const std::string key = lowerCase(percentDecoded(part.substr(0, equals)));
+    if (key != "digits" && key != "algorithm" && key != "period") continue;
+    const std::string value = percentDecoded(part.substr(equals + 1));
+    if (value.empty()) continue;
+    if (key == "digits" && leadingInteger(value) != 6) {
+      return fmt::format(
+          "This URL asks for passcodes of {} digits, and this program makes 6 only; ask for "
+          "another URL",
+          shownName(value));
+    }
+    if (key == "algorithm" && !isSha1(value)) {
+      return fmt::format(
+          "This URL asks for the algorithm {}, and this program knows SHA1 only; ask for another "
+          "URL",
+          shownName(value));
+    }
+    if (key == "period" && leadingInteger(value) != period) {
+      return fmt::format(
+          "This URL asks for a period of {} seconds in a way that this program cannot read; ask "
+          "for another URL",
+          shownName(value));
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
 std::optional<Problem> problemWithNames(const SoftTokenInfo& token) {
@@ -81,8 +125,13 @@ std::string questionBefore(const SoftTokenInfo& token, const std::optional<std::
 Result<std::unique_ptr<SoftTokenInfo>> tokenFromUrl(std::string_view url) {
   std::unique_ptr<SoftTokenInfo> token;
   AuthUrlProblem problem = AuthUrlProblem::none;
-  if (vane::ParseAuthUrl(url, &token, &problem)) return token;
-  return tl::unexpected(Problem{Next::other_input, wordsFor(problem)});
+  if (!vane::ParseAuthUrl(url, &token, &problem)) {
+    return tl::unexpected(Problem{Next::other_input, wordsFor(problem)});
+  }
+  if (std::string words = problemWithQuery(url, token->period); !words.empty()) {
+    return tl::unexpected(Problem{Next::other_input, std::move(words)});
+  }
+  return token;
 }
 
 }  // namespace talvane

@@ -21,7 +21,8 @@ std::optional<Problem> problemWithNewName(const SoftTokenInfo& token);
 /// go, which is named first: the new token's names are the choice of whoever made the URL.
 std::string questionBefore(const SoftTokenInfo& token, const std::optional<std::string>& replaces);
 
-/// The token that an otpauth URL describes. Its names and seed are not checked yet.
+/// The token that an otpauth URL describes. Its names and seed are not checked yet. A URL for other
+/// passcodes than ours (SHA-1, six digits, 30 or 60 seconds) is a Problem.
 [[nodiscard]] Result<std::unique_ptr<SoftTokenInfo>> tokenFromUrl(std::string_view url);
 
 }  // namespace talvane

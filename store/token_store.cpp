@@ -127,6 +127,15 @@ Result<TokenStore::Plan> placeFor(const SoftTokenInfo& token, const Slots& slots
   return plan;
 }
 
+// Why the engine refuses the token's seed; nullopt if it does not.
+std::optional<Problem> problemWithSeed(const SoftTokenInfo& token) {
+  const EngineLog::Pause quiet;
+  std::optional<std::string> response;
+  auto refused = vane::NewToken(token, &response, nullptr, true);
+  if (!refused) return std::nullopt;
+  return Problem{Next::other_input, std::move(*refused)};
+}
+
 // Whether the slot loads under the current device identity and holds the token.
 bool isStored(const SoftTokenInfo& token, std::int32_t slot) {
   vane::clearIdentityCache();
@@ -342,11 +351,8 @@ Result<StoredTokens> TokenStore::read() {
 
 Result<TokenStore::Plan> TokenStore::plan(const SoftTokenInfo& token, const std::string& server) {
   if (auto problem = problemWithNames(token)) return tl::unexpected(std::move(*problem));
+  if (auto problem = problemWithSeed(token)) return tl::unexpected(std::move(*problem));
   const EngineLog::Pause quiet;
-  std::optional<std::string> response;
-  if (auto refused = vane::NewToken(token, &response, nullptr, true)) {
-    return tl::unexpected(Problem{Next::other_input, std::move(*refused)});
-  }
   const Recording recording(gateway_);
   auto plan = lookAtSlots(gateway_, recording, LookLog::off).and_then([&](const Slots& slots) {
     return placeFor(token, slots);
@@ -376,6 +382,10 @@ Result<TokenStore::Added> TokenStore::addIssued(const SoftTokenInfo& token,
 Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName same_name,
                                             const std::optional<std::string>& server) {
   if (auto problem = problemWithNames(token)) return tl::unexpected(std::move(*problem));
+  // Nobody shall be asked about a seed that cannot work.
+  if (auto problem = server ? std::nullopt : problemWithSeed(token)) {
+    return tl::unexpected(std::move(*problem));
+  }
   StoreChange change(keychain_, patience_, blocking_);
   if (change.problem()) return tl::unexpected(*change.problem());
   Recording recording(gateway_);

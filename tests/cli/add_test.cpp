@@ -82,6 +82,14 @@ TEST(Add, WrongSeedLengths) {
   }
 }
 
+TEST(Add, SeedThatCannotWorkIsRefusedBeforeTheNameThatIsTaken) {
+  const CliHome home;
+  home.add("Mail");
+  expectRefused(home, "Mail", "JBSWY3DPEHPK3P", 1, "Invalid seed length; enter all 13 or 16");
+  expectRefused(home, "Mail", "JBSWY3DPEHPK3PX!", 1, "Invalid character in seed");
+  expectRefused(home, "Mail", other_seed_16, 1, "--replace");
+}
+
 TEST(Add, SeedIsTheFirstLineOfTheInput) {
   const CliHome home;
   for (const char* input :

@@ -104,6 +104,21 @@ TEST(Import, OtherUrlsAreRefused) {
   expectRefused(home, url("Mail?secret=JBSWY3DPEHPK3PX"), "13 or 16");
 }
 
+TEST(Import, PasscodesOfAnotherKindAreRefusedWithTheReason) {
+  const CliHome home;
+  const std::string secret = "Mail?secret=JBSWY3DPEHPK3PXP";
+  expectRefused(home, url(secret + "&digits=8&algorithm=SHA256"), "8 digits");
+  expectRefused(home, url(secret + "&algorithm=SHA512"), "algorithm SHA512");
+  expectRefused(home, url(secret + "&period=45"), "30 nor 60");
+  expectSuccess(home.run({"import", url(secret + "&digits=6&algorithm=SHA1&period=30")}));
+}
+
+TEST(Import, SecretThatCannotWorkIsRefusedBeforeTheNameThatIsTaken) {
+  const CliHome home;
+  home.add("Mail");
+  expectRefused(home, url("Mail?secret=JBSWY3DPEHPK3PXPJBSWY3DP"), "Invalid seed length");
+}
+
 TEST(Import, NameInUseIsRefusedUnlessReplaced) {
   const CliHome home;
   home.add("Mail");

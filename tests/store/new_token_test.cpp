@@ -98,6 +98,41 @@ TEST(TokenFromUrl, WhatIsWrongIsSaid) {
   }
 }
 
+TEST(TokenFromUrl, PasscodesThatTheProgramDoesNotMakeAreRefused) {
+  const std::pair<const char*, const char*> wrong[] = {
+      {"digits=8", "passcodes of 8 digits"},
+      {"digits=7&digits=6", "passcodes of 7 digits"},
+      {"digits=six", "passcodes of six digits"},
+      {"digits=%38", "passcodes of 8 digits"},
+      {"Digits=8", "passcodes of 8 digits"},
+      {"algorithm=SHA256", "the algorithm SHA256"},
+      {"algorithm=sha-512", "the algorithm sha-512"},
+      {"ALGORITHM=MD5", "the algorithm MD5"},
+      {"algorithm=SHA1%00", "the algorithm SHA1\xEF\xBF\xBD"},
+      {"Period=60", "a period of 60 seconds in a way"},
+      {"period=30&PERIOD=45", "a period of 45 seconds in a way"},
+      {"%70eriod=60", "a period of 60 seconds in a way"}};
+  for (const auto& [query, words] : wrong) {
+    const auto token =
+        tokenFromUrl(std::string("otpauth://totp/Work?secret=JBSWY3DPEHPK3PXP&") + query);
+    ASSERT_FALSE(token.has_value()) << query;
+    EXPECT_EQ(token.error().next, Problem::Next::other_input);
+    EXPECT_NE(token.error().words.find(words), std::string::npos) << token.error().words;
+    EXPECT_EQ(token.error().words.find("JBSW"), std::string::npos) << "the seed";
+  }
+}
+
+TEST(TokenFromUrl, PasscodesThatTheProgramMakes) {
+  for (const char* query :
+       {"digits=6", "algorithm=SHA1", "algorithm=sha1", "algorithm=HmacSHA1", "algorithm=SHA-1",
+        "digits=&algorithm=", "digits&algorithm", "period=60&digits=6&algorithm=SHA1", "Period=30",
+        "issuer=SHA256&image=digits"}) {
+    EXPECT_TRUE(tokenFromUrl(std::string("otpauth://totp/Work?secret=JBSWY3DPEHPK3PXP&") + query)
+                    .has_value())
+        << query;
+  }
+}
+
 TEST(QuestionBeforeStoring, NamesTheStoredTokenFirst) {
   SoftTokenInfo token;
   token.description = "Work|Newsletter";

@@ -124,6 +124,9 @@ TEST_F(ImportTest, LinksThatCannotBeStoredAreTold) {
       {"otpauth://totp/a", "The URL has no secret; get a complete URL"},
       {"otpauth://totp/a?secret=GEZDGNBVGY3TQOJQ&period=45",
        "The URL's period is neither 30 nor 60 seconds; ask for another URL"},
+      {"otpauth://totp/a?secret=GEZDGNBVGY3TQOJQ&digits=8&algorithm=SHA256",
+       "This URL asks for passcodes of 8 digits, and this program makes 6 only; ask for another "
+       "URL"},
       {"otpauth://totp/?secret=GEZDGNBVGY3TQOJQ",
        "The name is empty; enter at least one character other than |"}};
   app();
