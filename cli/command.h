@@ -25,7 +25,9 @@ std::unique_ptr<Command> makeAddCommand();
 std::unique_ptr<Command> makeImportCommand();
 std::unique_ptr<Command> makeEnrolCommand();
 std::unique_ptr<Command> makeRenameCommand();
+std::unique_ptr<Command> makeMoveCommand();
 std::unique_ptr<Command> makeDeleteCommand();
+std::unique_ptr<Command> makeResponseCommand();
 std::unique_ptr<Command> makeSettingsCommand();
 std::unique_ptr<Command> makeDoctorCommand();
 

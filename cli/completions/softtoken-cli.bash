@@ -69,13 +69,13 @@ __softtoken_cli_offer_options() {
   case $command in
     '') __softtoken_cli_offer --help --version --keychain --console-log ;;
     list) __softtoken_cli_offer --help --json --names ;;
-    doctor) __softtoken_cli_offer --help --json ;;
+    doctor | response) __softtoken_cli_offer --help --json ;;
     settings) __softtoken_cli_offer --help --json --check ;;
     code) __softtoken_cli_offer --help --next --copy --json ;;
     add) __softtoken_cli_offer --help --period --replace ;;
     import | enrol) __softtoken_cli_offer --help --replace ;;
     delete) __softtoken_cli_offer --help --yes ;;
-    watch | rename) __softtoken_cli_offer --help ;;
+    watch | rename | move) __softtoken_cli_offer --help ;;
   esac
 }
 
@@ -113,8 +113,11 @@ _softtoken_cli() {
     __softtoken_cli_offer_options
   else
     case $command:$arguments in
-      :*) __softtoken_cli_offer list code watch add import enrol rename delete settings doctor ;;
-      code:0 | rename:0 | delete:*) __softtoken_cli_offer_tokens "${program[@]}" ;;
+      :*)
+        __softtoken_cli_offer list code watch add import enrol rename move delete response settings \
+          doctor
+        ;;
+      code:0 | rename:0 | move:0 | response:0 | delete:*) __softtoken_cli_offer_tokens "${program[@]}" ;;
       import:0) __softtoken_cli_offer_images ;;
       list:* | settings:* | doctor:*) __softtoken_cli_offer_options ;;
     esac

@@ -67,13 +67,16 @@ complete -c softtoken-cli -n __softtoken_cli_needs_command -a import \
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a enrol \
     -d 'Get a token from an enrolment server'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a rename -d 'Give a token another name'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a move -d 'Move a token to another slot'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a delete -d 'Delete tokens'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a response \
+    -d 'Print the response code of a 13-character seed again'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a settings \
     -d 'List every setting and where it comes from'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a doctor \
     -d 'Check keychain, identifiers, settings, clock, server and file modes'
 
-complete -c softtoken-cli -n '__softtoken_cli_uses list code settings doctor' -l json \
+complete -c softtoken-cli -n '__softtoken_cli_uses list code response settings doctor' -l json \
     -d 'Print JSON'
 complete -c softtoken-cli -n '__softtoken_cli_uses list' -l names -d 'Print only the names'
 complete -c softtoken-cli -n '__softtoken_cli_uses code' -l next \
@@ -90,6 +93,7 @@ complete -c softtoken-cli -n '__softtoken_cli_uses settings' -l check -r -F \
     -d 'Check this settings file instead'
 complete -c softtoken-cli -n '__softtoken_cli_uses delete' -l yes -d 'Do not ask'
 
-complete -c softtoken-cli -n '__softtoken_cli_starts code rename' -a '(__softtoken_cli_tokens)'
+complete -c softtoken-cli -n '__softtoken_cli_starts code rename move response' \
+    -a '(__softtoken_cli_tokens)'
 complete -c softtoken-cli -n '__softtoken_cli_uses delete' -a '(__softtoken_cli_tokens)'
 complete -c softtoken-cli -n '__softtoken_cli_starts import' -F

@@ -29,8 +29,8 @@ std::string completionFile(const std::string& name) {
   return std::string(CLI_COMPLETIONS) + '/' + name;
 }
 
-const Strings commands = {"add",    "code", "delete", "doctor",   "enrol",
-                          "import", "list", "rename", "settings", "watch"};
+const Strings commands = {"add",  "code", "delete", "doctor",   "enrol",    "import",
+                          "list", "move", "rename", "response", "settings", "watch"};
 
 // The long options behind each command.
 const std::vector<std::pair<std::string, Strings>> options = {
@@ -42,7 +42,9 @@ const std::vector<std::pair<std::string, Strings>> options = {
     {"enrol", {"--help", "--replace"}},
     {"import", {"--help", "--replace"}},
     {"rename", {"--help"}},
+    {"move", {"--help"}},
     {"delete", {"--help", "--yes"}},
+    {"response", {"--help", "--json"}},
     {"settings", {"--check", "--help", "--json"}},
     {"doctor", {"--help", "--json"}}};
 

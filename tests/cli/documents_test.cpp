@@ -51,7 +51,7 @@ class Help {
     for (const std::string& command : commands) {
       options[command] = longOptions(home.run({command, "--help"}).out);
     }
-    EXPECT_EQ(commands.size(), 10U);
+    EXPECT_EQ(commands.size(), 12U);
   }
 
   [[nodiscard]] Names allOptions() const {

@@ -185,13 +185,14 @@ class Home:
         said = json.loads(ended.out)
         return said["passcode"], said["period"], said["valid_from"]
 
-    def check_shown(self, wanted, duplicates=False):
+    def check_shown(self, wanted, duplicates=False, in_order=True):
         """Raises Trouble unless exactly these tokens show, with their own passcodes."""
         shown = self.shown()
         by_name = {token.name: token for token in wanted}
         names = [name for name, _ in shown]
-        if sorted(set(names) if duplicates else names) != sorted(by_name):
-            raise Trouble(f"shown are {names}, not {sorted(by_name)}; {self.more_of_list()}")
+        once = list(dict.fromkeys(names)) if duplicates else names
+        if (once if in_order else sorted(once)) != (list if in_order else sorted)(by_name):
+            raise Trouble(f"shown are {names}, not {list(by_name)}; {self.more_of_list()}")
         for name, (digits, period, since) in shown:
             token = by_name[name]
             if not token.seed:
@@ -266,6 +267,9 @@ def commands(address=None, user="", verify=None):
                 r"Example:ada"),
         Command("rename", ["rename", "Bravo", renamed.name], "", (KNOWN[0], renamed, KNOWN[2]),
                 r"Beta"),
+        Command("move down", ["move", "Alfa", "2"], "", (KNOWN[1], KNOWN[2], KNOWN[0]), r"Alfa"),
+        Command("move up", ["move", "Charlie", "0"], "", (KNOWN[2], KNOWN[0], KNOWN[1]),
+                r"Charlie"),
         Command("delete", ["delete", "--yes", "Alfa"], "", KNOWN[1:], r"Alfa"),
         Command("code", ["code", "Bravo"], says=r"\A[0-9]{6}\n\Z"),
         Command("list", ["list", "--json"], compares=True),

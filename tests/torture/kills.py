@@ -167,7 +167,7 @@ def first_start(build, folder, short):
             ended = home.run(["add", other.name], other.seed + "\n", keychain="vault")
             if ended.code != 0:
                 raise homes.Trouble(f"the next add is refused: {ended}")
-            wanted = [other] + ([homes.DELTA] if names else [])
+            wanted = ([homes.DELTA] if names else []) + [other]
             home.check_shown(wanted)
             check_nothing_left(home, usual)
         except homes.Trouble as trouble:
