@@ -9,11 +9,13 @@
 #include <condition_variable>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -27,11 +29,13 @@
 #include "cli/terminal.h"
 #include "config/ini.h"
 #include "engine/cleared.h"
+#include "engine/log.h"
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "enrol/clock_trouble.h"
 #include "enrol/enrol_flow.h"
 #include "enrol/enrol_layout.h"
+#include "enrol/pin_rules.h"
 #include "enrol/ta_enrol_client.h"
 #include "platform/url_loading.h"
 
@@ -164,16 +168,39 @@ class TerminalViews final : public EnrolViews {
       throw Failure(exit_failed, flow_->ending() ? flow_->ending()->problem
                                                  : "The enrolment has ended; try again");
     }
-    if (client->bUSERCREATEPIN) {
-      fmt::print(stderr, "{}\n", printable(pinPrompt(*client)));
-      info_.pin = readLine("PIN: ", true);
-      if (isatty(STDIN_FILENO) != 0 && readLine("PIN again: ", true).get() != info_.pin) {
-        complain("The PINs do not match");
-        return;
-      }
-    }
+    if (client->bUSERCREATEPIN) info_.pin = newPin(*client);
     if (client->bENROL) askQuestions(*client);
     flow_->evgi_submitclicked();
+  }
+
+  static Cleared<std::string> newPin(const TaEnrolClient& client) {
+    for (;;) {
+      fmt::print(stderr, "{}\n", printable(pinPrompt(client)));
+      Cleared<std::string> pin = readLine("PIN: ", true);
+      if (const auto reason = whyRefused(client, pin)) {
+        complain(*reason);
+      } else if (isatty(STDIN_FILENO) == 0 || readLine("PIN again: ", true) == pin) {
+        return pin;
+      } else {
+        complain("The PINs do not match");
+      }
+    }
+  }
+
+  static std::optional<std::string> whyRefused(const TaEnrolClient& client,
+                                               const std::string& pin) {
+    const EngineLog::Pause quiet;  // the flow checks it again
+    const auto length = static_cast<std::int64_t>(utf16Length(pin));
+    if (length != client.PINLENGTH) {
+      return fmt::format("The PIN has {} character{}; it must have {}", length,
+                         length == 1 ? "" : "s", client.PINLENGTH);
+    }
+    if (!checkPIN(client, pin)) {
+      return fmt::format(
+          "The PIN must have at least {} uppercase and at least {} lowercase letters",
+          client.UPPERCASE, client.LOWERCASE);
+    }
+    return checkPINAdvanced(client, pin);
   }
 
   void askQuestions(const TaEnrolClient& client) {

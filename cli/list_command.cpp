@@ -1,5 +1,6 @@
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <iostream>
 #include <memory>
@@ -19,7 +20,22 @@
 namespace talvane {
 namespace {
 
-constexpr std::size_t name_columns = 32;
+// The columns of the two names; the second ends the line.
+struct NameColumns {
+  std::size_t name = 32;
+  std::size_t created_as = std::string::npos;
+};
+
+NameColumns nameColumns() {
+  constexpr std::size_t others = 16;
+  constexpr std::size_t title = 10;  // of the second
+  const auto columns = outputColumns();
+  if (!columns) return {};
+  const std::size_t room = std::max<std::size_t>(*columns, others + 8) - others;
+  const std::size_t name =
+      std::min(NameColumns().name, std::max(room / 2, room > title ? room - title : 0));
+  return {name, room - name};
+}
 
 class ListCommand final : public Command {
  public:
@@ -52,12 +68,15 @@ class ListCommand final : public Command {
       if (!tokens.obstacle) std::cerr << firstTokenHelp(session.settings());
       return;
     }
-    fmt::print("SLOT  {}  PERIOD  CREATED AS\n", inColumns("NAME", name_columns));
+    const NameColumns widths = nameColumns();
+    fmt::print("SLOT  {}  PERIOD  {}\n", inColumns("NAME", widths.name),
+               cutTo("CREATED AS", widths.created_as));
     for (std::size_t i = 0; i < tokens.list.size(); ++i) {
       const SoftTokenInfo& token = *tokens.list[i];
       fmt::print("{:4}  {}  {:4} s  {}\n", i,
-                 inColumns(printable(token.currentDescription().value_or("")), name_columns),
-                 token.period, printable(token.originalDescription().value_or("")));
+                 inColumns(printable(token.currentDescription().value_or("")), widths.name),
+                 token.period,
+                 cutTo(printable(token.originalDescription().value_or("")), widths.created_as));
     }
   }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,9 +19,19 @@
 namespace talvane {
 namespace {
 
-constexpr std::size_t fixed_columns = 32;
 constexpr std::size_t widest_name = 40;
+constexpr std::size_t narrowest_name = 6;
 constexpr const char* plain = "\x1b[0m";
+constexpr const char* faint = "\x1b[2m";
+constexpr std::int64_t last_seconds = 5;  // in which the next passcode shows
+
+// Columns of a row without the name, with one that stays empty, and of the next passcode.
+constexpr std::size_t row_columns = 24;
+constexpr std::size_t next_columns = 15;
+
+std::size_t nameColumns(std::size_t columns, std::size_t others) {
+  return std::clamp(columns, others + narrowest_name, others + widest_name) - others;
+}
 
 std::string_view environment(const char* variable) {
   const char* value = std::getenv(variable);
@@ -29,6 +40,10 @@ std::string_view environment(const char* variable) {
 
 std::string passcodeOf(const SoftTokenInfo& token, std::int64_t now) {
   return vane::GeneratePasscode(token.seed32->get(), token.counterAt(now)).value_or("------");
+}
+
+std::int64_t secondsLeft(const SoftTokenInfo& token, std::int64_t now) {
+  return token.period - now % token.period;
 }
 
 int byteOf(float part) {
@@ -74,18 +89,20 @@ std::string spaced(const std::string& passcode) {
 }  // namespace
 
 ColourDepth colourDepth() {
-  if (!environment("NO_COLOR").empty() || environment("TERM") == "dumb") return ColourDepth::none;
+  if (!environment("NO_COLOR").empty() || isDumbTerminal()) return ColourDepth::none;
   const auto wide = environment("COLORTERM");
   return wide == "truecolor" || wide == "24bit" ? ColourDepth::all : ColourDepth::sixteen;
 }
 
-std::string plainTable(const StoredTokens& tokens, std::int64_t now) {
-  std::string text = fmt::format("SLOT  {}  PASSCODE  VALID\n", inColumns("NAME", widest_name));
+std::string plainTable(const StoredTokens& tokens, std::int64_t now,
+                       std::optional<std::size_t> columns) {
+  const std::size_t name_columns = columns ? nameColumns(*columns, row_columns) : widest_name;
+  std::string text = fmt::format("SLOT  {}  PASSCODE  VALID\n", inColumns("NAME", name_columns));
   for (std::size_t i = 0; i < tokens.list.size(); ++i) {
     const SoftTokenInfo& token = *tokens.list[i];
     text += fmt::format("{:4}  {}  {}    {:2} s\n", i,
-                        inColumns(printable(token.currentDescription().value_or("")), widest_name),
-                        passcodeOf(token, now), token.period - now % token.period);
+                        inColumns(printable(token.currentDescription().value_or("")), name_columns),
+                        passcodeOf(token, now), secondsLeft(token, now));
   }
   return text;
 }
@@ -93,18 +110,25 @@ std::string plainTable(const StoredTokens& tokens, std::int64_t now) {
 std::string colouredTable(const StoredTokens& tokens, std::int64_t now, std::size_t columns,
                           ColourDepth depth) {
   const bool countdown_60 = vane::bAllTokensArePeriod60(tokens.list);
+  // The names keep their width, whether the next passcodes show or not.
+  const bool has_room = columns >= row_columns + next_columns + 2 * narrowest_name;
   const std::size_t name_columns =
-      std::clamp<std::size_t>(columns, fixed_columns + 8, fixed_columns + widest_name) -
-      fixed_columns;
+      nameColumns(columns, row_columns + (has_room ? next_columns : 0));
   std::string text;
   for (std::size_t i = 0; i < tokens.list.size(); ++i) {
     const SoftTokenInfo& token = *tokens.list[i];
     const std::int32_t index = vane::GetPasscodeColorForToken(token, countdown_60, now);
     const std::string colour = textColour(vane::ColorForValue2(index), depth);
-    text += fmt::format("  {:2}  {}   {}{}{}   {:2} s\n", i,
+    text += fmt::format("  {:2}  {}   {}{}{}   {:2} s", i,
                         inColumns(printable(token.currentDescription().value_or("")), name_columns),
                         colour, spaced(passcodeOf(token, now)), colour.empty() ? "" : plain,
-                        token.period - now % token.period);
+                        secondsLeft(token, now));
+    if (has_room && secondsLeft(token, now) <= last_seconds) {
+      text +=
+          fmt::format("   {}next {}{}", colour.empty() ? "" : faint,
+                      spaced(passcodeOf(token, now + token.period)), colour.empty() ? "" : plain);
+    }
+    text += '\n';
   }
   return text + '\n' + bar(tokens, now, columns, depth) + '\n';
 }

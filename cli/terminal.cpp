@@ -1,6 +1,7 @@
 #include "cli/terminal.h"
 
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 #include <utf8proc.h>
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -101,6 +103,24 @@ std::string inColumns(std::string_view text, std::size_t columns) {
     text.remove_prefix(character.length);
   }
   return result + "…" + std::string(columns - used - 1, ' ');
+}
+
+std::string cutTo(std::string_view text, std::size_t columns) {
+  return columnsOf(text) <= columns ? std::string(text) : inColumns(text, columns);
+}
+
+std::optional<std::size_t> outputColumns() {
+  winsize size{};
+  if (isatty(STDOUT_FILENO) == 0 || ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 ||
+      size.ws_col == 0) {
+    return std::nullopt;
+  }
+  return size.ws_col;
+}
+
+bool isDumbTerminal() {
+  const char* kind = std::getenv("TERM");
+  return kind != nullptr && std::string_view(kind) == "dumb";
 }
 
 TerminalState::TerminalState(Mode mode) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,16 @@ std::string inColumns(std::string_view text, std::size_t columns);
 
 /// Number of columns that the text takes on a terminal.
 std::size_t columnsOf(std::string_view text);
+
+/// The same, but without padding.
+std::string cutTo(std::string_view text, std::size_t columns);
+
+/// The columns of the terminal that standard output goes to; nullopt if it goes elsewhere, or if
+/// the terminal does not tell.
+std::optional<std::size_t> outputColumns();
+
+/// Whether the terminal can do no more than print lines (TERM=dumb).
+bool isDumbTerminal();
 
 /// Reads one line from standard input, without its line end. On a terminal it writes the prompt,
 /// made printable, to standard error, and hides the typing if `secret`. Throws Failure at the end

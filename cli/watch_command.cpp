@@ -62,10 +62,10 @@ class WatchCommand final : public Command {
                                     : firstTokenHelp(session.settings()));
       return;
     }
-    if (on_terminal) {
+    if (on_terminal && !isDumbTerminal()) {
       watch(session, tokens);
     } else {
-      std::cout << plainTable(tokens, session.now());
+      std::cout << plainTable(tokens, session.now(), outputColumns());
     }
     if (tokens.obstacle) fmt::print(stderr, "softtoken-cli: {}\n", wordsFor(*tokens.obstacle));
   }

@@ -76,6 +76,37 @@ TEST_F(Enrol, WeakPin) {
                 "Pin must not be a raising sequence, this is too weak");
 }
 
+TEST_F(Enrol, PinIsCheckedBeforeTheQuestions) {
+  expectRefused("hans\nAb12\n", server.http(), "The PIN has 4 characters; it must have 6");
+  expectRefused("hans\nab1234\n", server.http(),
+                "The PIN must have at least 1 uppercase and at least 1 lowercase letters");
+  expectRefused("kim\n11111111\n", server.http(),
+                "Pin must not use all the same characters, this is too weak");
+}
+
+TEST_F(Enrol, RefusedPinIsAskedForAgainOnATerminalAndEachPinTwice) {
+  const auto terminal = home.runOnTerminal({"enrol", server.http()});
+  ASSERT_TRUE(terminal->await("Username: "));
+  terminal->type("hans\n");
+  const auto type = [&](const char* prompt, const char* pin) {
+    ASSERT_TRUE(terminal->await(prompt)) << terminal->shown();
+    ASSERT_TRUE(terminal->awaitUnseen());
+    terminal->type(pin);
+  };
+  type("PIN: ", "Ab12\n");
+  EXPECT_TRUE(terminal->await("The PIN has 4 characters; it must have 6"));
+  type("PIN: ", "ab1234\n");
+  EXPECT_TRUE(terminal->await("at least 1 uppercase"));
+  type("PIN: ", "Ab1234\n");
+  type("PIN again: ", "Ab1235\n");
+  EXPECT_TRUE(terminal->await("The PINs do not match"));
+  type("PIN: ", "Ab1234\n");
+  type("PIN again: ", "Ab1234\n");
+  EXPECT_TRUE(terminal->await("Stored \"Demo hans\"."));
+  EXPECT_EQ(terminal->shown().find("Ab1"), std::string::npos);
+  EXPECT_EQ(terminal->finish().exit_code, 0);
+}
+
 TEST_F(Enrol, TwoQuestions) {
   expectEnrolled("ines", "ines\n1\nfido\n2\nblue\n", server.http());
 }

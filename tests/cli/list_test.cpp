@@ -34,6 +34,51 @@ TEST(List, EmptyStoreNamesTheSettingThatForbidsToAdd) {
   EXPECT_TRUE(has(ended.err, home.settingsFile())) << ended.err;
 }
 
+TEST(List, EmptyStoreNamesWhatTheSettingsAllow) {
+  const CliHome home;
+  const auto hint = [&](const char* settings) {
+    home.setSettings(settings);
+    return home.run({"list"}).err;
+  };
+  const std::string both = hint("EnrolURL=https://srv\nAllowManual=1\n");
+  EXPECT_LT(both.find("softtoken-cli enrol "), both.find("softtoken-cli add")) << both;
+  EXPECT_FALSE(has(both, "https://")) << "the address is known:\n" << both;
+  const std::string enrolment = hint("EnrolURL=https://srv\n");
+  EXPECT_TRUE(has(enrolment, "softtoken-cli enrol ")) << enrolment;
+  EXPECT_FALSE(has(enrolment, "softtoken-cli add")) << enrolment;
+  EXPECT_FALSE(has(enrolment, "softtoken-cli import")) << enrolment;
+  const std::string manual = hint("AllowManual=1\n");
+  EXPECT_LT(manual.find("softtoken-cli add"), manual.find("softtoken-cli enrol https://server"))
+      << manual;
+  const std::string manual_alone = hint("EnrolURL=https://srv\nAllowManual=1\nAllowTaEnrol=0\n");
+  EXPECT_FALSE(has(manual_alone, "enrol")) << manual_alone;
+  const std::string nothing = hint("AllowTaEnrol=0\n");
+  EXPECT_FALSE(has(nothing, "softtoken-cli")) << nothing;
+  EXPECT_TRUE(has(nothing, "AllowManual=true")) << nothing;
+}
+
+TEST(List, NamesAreCutToTheWidthOfTheTerminal) {
+  const CliHome home;
+  home.add(std::string(100, 'x'));
+  home.add("short");
+  for (const unsigned short columns : {30, 40, 60, 80}) {
+    const Ended ended = home.runOnTerminal({"list"}, 24, columns)->finish();
+    EXPECT_EQ(ended.exit_code, 0);
+    EXPECT_EQ(lines(ended.out), 3U) << ended.out;
+    EXPECT_TRUE(has(ended.out, "x…")) << ended.out;
+    EXPECT_TRUE(has(ended.out, "short")) << ended.out;
+    std::size_t width = 0;
+    for (const char c : ended.out) {
+      if (c == '\n') {
+        EXPECT_LE(width, columns) << ended.out;
+        width = 0;
+      } else if (c != '\r' && (static_cast<unsigned char>(c) & 0xC0) != 0x80) {
+        ++width;
+      }
+    }
+  }
+}
+
 TEST(List, EmptyStoreAsJsonIsAnEmptyArray) {
   const CliHome home;
   EXPECT_EQ(home.list(), nlohmann::json::array());

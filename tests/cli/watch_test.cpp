@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <thread>
 
 #include "tests/cli/cli_home.h"
 #include "tests/support/core_limit.h"
@@ -176,8 +178,79 @@ TEST(Watch, NamesDoNotSteerTheTerminal) {
   EXPECT_FALSE(has(ended.out, "\u009B"));
 }
 
+TEST(Watch, DumbTerminalGetsThePlainTable) {
+  CliHome home;
+  home.add("Mail");
+  home.environment.insert(home.environment.begin(), "TERM=dumb");
+  const auto [ended, time] = inOneStep(30, [&] { return home.runOnTerminal({"watch"})->finish(); });
+  EXPECT_EQ(ended.exit_code, 0);
+  EXPECT_FALSE(has(ended.out, "\x1b")) << ended.out;
+  EXPECT_TRUE(has(ended.out, oathPasscode(seed_16, 30, time))) << ended.out;
+  EXPECT_EQ(std::count(ended.out.begin(), ended.out.end(), '\n'), 2) << ended.out;
+}
+
+// The lines of what was drawn last, without what steers the terminal.
+Strings linesDrawn(const std::string& shown) {
+  Strings lines(1);
+  const std::size_t begin = shown.rfind("\x1b[H");
+  for (std::size_t i = begin == std::string::npos ? 0 : begin; i < shown.size(); ++i) {
+    if (shown[i] == '\x1b') {
+      i = shown.find_first_of("ABCDEFGHJKSTfhlm", i + 2);
+    } else if (shown[i] == '\n') {
+      lines.emplace_back();
+    } else if (shown[i] != '\r') {
+      lines.back() += shown[i];
+    }
+  }
+  return lines;
+}
+
+// Columns of a line of which every character takes one.
+std::size_t columnsOf(const std::string& line) {
+  return static_cast<std::size_t>(std::count_if(line.begin(), line.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+  }));
+}
+
+TEST(Watch, NamesAreCutToTheWidthOfTheTerminal) {
+  CliHome home;
+  home.add(std::string(100, 'w'));
+  for (const unsigned short columns : {30, 40, 50, 80, 200}) {
+    SCOPED_TRACE(columns);
+    const auto terminal = home.runOnTerminal({"watch"}, 24, columns);
+    ASSERT_TRUE(terminal->await("Press q")) << terminal->shown();
+    terminal->type("q");
+    const Ended ended = terminal->finish();
+    const std::string drawn = ended.out.substr(0, ended.out.rfind(leave_screen));
+    for (const std::string& line : linesDrawn(drawn)) EXPECT_LE(columnsOf(line), columns) << line;
+    EXPECT_TRUE(has(drawn, "w…"));
+  }
+  home.environment.insert(home.environment.begin(), "TERM=dumb");
+  const Ended ended = home.runOnTerminal({"watch"}, 24, 30)->finish();
+  for (const std::string& line : linesDrawn(ended.out)) EXPECT_LE(columnsOf(line), 30U) << line;
+}
+
+TEST(Watch, NextPasscodeShowsInTheLastFiveSeconds) {
+  const CliHome home;
+  home.add("Mail");
+  home.add("Minute", other_seed_16, 60);
+  while (std::time(nullptr) % 60 > 20) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  }
+  const std::int64_t start = std::time(nullptr);
+  const auto terminal = home.runOnTerminal({"watch"});
+  ASSERT_TRUE(terminal->await("next", std::chrono::seconds(30))) << terminal->shown();
+  EXPECT_GE(std::time(nullptr) % 30, 25);
+  ASSERT_TRUE(terminal->await("\x1b[J", std::chrono::seconds(5)));
+  terminal->type("q");
+  const Ended ended = terminal->finish();
+  EXPECT_TRUE(has(ended.out, "next " + spaced(oathPasscode(seed_16, 30, start + 30)))) << ended.out;
+  EXPECT_FALSE(has(ended.out, "next " + spaced(oathPasscode(other_seed_16, 60, start + 60))))
+      << "that one has half a minute left";
+}
+
 TEST(Watch, WithoutColoursWhenAsked) {
-  for (const char* variable : {"NO_COLOR=1", "TERM=dumb"}) {
+  for (const char* variable : {"NO_COLOR=1"}) {
     CliHome home;
     home.add("Mail");
     home.environment.insert(home.environment.begin(), variable);
