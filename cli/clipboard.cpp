@@ -3,42 +3,26 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
-#include <stdlib.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <string>
-#include <vector>
 
 #include "cli/exit_codes.h"
 #include "cli/failure.h"
+#include "engine/cleared.h"
+#include "platform/folders.h"
 
 // POSIX does not declare it in any header.
 extern char** environ;
 
 namespace talvane {
 namespace {
-
-bool isSet(const char* variable) {
-  const char* value = std::getenv(variable);
-  return value != nullptr && value[0] != '\0';
-}
-
-std::vector<std::vector<const char*>> clipboardTools() {
-  std::vector<std::vector<const char*>> tools;
-  if (isSet("WAYLAND_DISPLAY")) tools.push_back({"wl-copy", "--type", "text/plain"});
-  if (isSet("DISPLAY")) {
-    tools.push_back({"xclip", "-selection", "clipboard", "-in"});
-    tools.push_back({"xsel", "--clipboard", "--input"});
-  }
-  tools.push_back({"pbcopy"});
-  return tools;
-}
 
 // A pipe that no program inherits, except one that another thread starts at this moment.
 bool makePipe(std::array<int, 2>* ends) {
@@ -47,25 +31,24 @@ bool makePipe(std::array<int, 2>* ends) {
   return true;
 }
 
-// Runs the tool with the text on its standard input. False: the tool is missing or failed.
-bool feed(std::vector<const char*> arguments, const std::string& text) {
+// Runs the program with the text on its standard input. False: it is missing or failed.
+bool feed(const std::array<const char*, 3>& command, const Cleared<std::string>& text) {
   std::array<int, 2> ends{};
   if (!makePipe(&ends)) return false;
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
-  // The tool stays in the background to serve the text, and must not hold our output open.
+  // It stays in the background to serve the text, and must not hold our output open.
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  arguments.push_back(nullptr);
   pid_t child = 0;
-  const int error = posix_spawnp(&child, arguments[0], &actions, nullptr,
-                                 const_cast<char* const*>(arguments.data()), environ);
+  const int error = posix_spawn(&child, command[0], &actions, nullptr,
+                                const_cast<char* const*>(command.data()), environ);
   posix_spawn_file_actions_destroy(&actions);
   close(ends[0]);
   bool written = false;
   if (error == 0) {
-    written = write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    written = write(ends[1], text->data(), text->size()) == static_cast<ssize_t>(text->size());
   }
   close(ends[1]);
   if (error != 0) return false;
@@ -77,11 +60,11 @@ bool feed(std::vector<const char*> arguments, const std::string& text) {
 
 }  // namespace
 
-void copyToClipboard(const std::string& text) {
+void copyToClipboard(const Cleared<std::string>& text, std::chrono::seconds longest) {
   std::signal(SIGPIPE, SIG_IGN);
-  for (const auto& tool : clipboardTools()) {
-    if (feed(tool, text)) return;
-  }
+  const std::string holder = moduleFolder() + "/clipboard";
+  const std::string seconds = std::to_string(longest.count());
+  if (feed({holder.c_str(), seconds.c_str(), nullptr}, text)) return;
   throw Failure(
       exit_failed,
       "Cannot reach the clipboard; run this on a desktop, with wl-clipboard, xclip or xsel "

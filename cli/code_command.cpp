@@ -1,7 +1,10 @@
+#include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <string>
 
 #include "cli/clipboard.h"
 #include "cli/command.h"
@@ -41,7 +44,10 @@ class CodeCommand final : public Command {
       throw Failure(
           exit_failed,
           "Cannot make a passcode from this token's seed; delete the token and add it again");
-    if (copy_) copyToClipboard(*passcode);
+    if (copy_) {
+      copyToClipboard(*passcode, timeToHold(session.settings().ClipboardSeconds,
+                                            (counter + 1) * token.period - now));
+    }
     if (json_) {
       print({{"slot", slot},
              {"name", token.currentDescription().value_or("")},
@@ -55,6 +61,11 @@ class CodeCommand final : public Command {
   }
 
  private:
+  // 0: for as long as nothing else is copied.
+  static std::chrono::seconds timeToHold(std::int64_t setting, std::int64_t valid) {
+    return std::chrono::seconds(std::clamp<std::int64_t>(setting, 0, valid));
+  }
+
   std::string token_;
   bool next_ = false;
   bool copy_ = false;

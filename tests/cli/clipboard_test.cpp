@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <array>
+#include <chrono>
 #include <filesystem>
+#include <sstream>
+#include <thread>
 
 #include "tests/cli/cli_home.h"
 
@@ -27,6 +31,43 @@ class Clipboard : public testing::Test {
                                               "'\nexit " + std::to_string(exit_code) + "\n");
     chmod(home.path("tools/" + name).c_str(), 0700);
   }
+  // One that stays in the background as long as the file "taken" is not there. It keeps how it was
+  // called, one line each, and what it was fed. The options in `unknown` make it fail.
+  void installServing(const std::string& name, const std::string& unknown = "none") const {
+    const std::string place = home.path(name);
+    writeFile(home.path("tools/" + name),
+              "#!/bin/sh\n"
+              "echo \"$*\" >> '" +
+                  place +
+                  ".calls'\n"
+                  "case \"$*\" in *" +
+                  unknown +
+                  "*) exit 1 ;; *clear* | *null*) exit 0 ;; esac\n"
+                  "/bin/cat > '" +
+                  place +
+                  ".got'\n"
+                  "(while [ -d '" +
+                  home.path("tools") + "' ] && [ ! -e '" + home.path("taken") +
+                  "' ]; do /bin/sleep 0.05; done) "
+                  "</dev/null >/dev/null 2>&1 &\n");
+    chmod(home.path("tools/" + name).c_str(), 0700);
+  }
+  [[nodiscard]] Strings calls(const std::string& name) const {
+    Strings lines;
+    std::istringstream text(readFile(home.path(name + ".calls")));
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    return lines;
+  }
+  // Waits until the tool has been called so often.
+  [[nodiscard]] bool isCalled(const std::string& name, std::size_t times,
+                              std::chrono::seconds patience = std::chrono::seconds(10)) const {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (calls(name).size() < times) {
+      if (std::chrono::steady_clock::now() > end) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+  }
   [[nodiscard]] std::string got(const std::string& name) const {
     return readFile(home.path(name + ".got"));
   }
@@ -43,13 +84,13 @@ TEST_F(Clipboard, WithoutADesktopItSaysWhatToDo) {
 }
 
 TEST_F(Clipboard, WithoutAToolItSaysWhatToInstall) {
-  home.environment.push_back("DISPLAY=:99");
+  home.environment.push_back("DISPLAY=:64999");
   expectFailure(home.run({"code", "Mail", "--copy"}), 1, "xclip");
 }
 
 TEST_F(Clipboard, ToolGetsThePasscodeAndNothingIsPrinted) {
   for (const auto& [variable, tool] :
-       {std::pair("DISPLAY=:99", "xclip"), {"WAYLAND_DISPLAY=wayland-9", "wl-copy"}}) {
+       {std::pair("DISPLAY=:64999", "xclip"), {"WAYLAND_DISPLAY=wayland-9", "wl-copy"}}) {
     home.environment.push_back(variable);
     install(tool, 0);
     const auto [ended, time] = inOneStep(30, [&] { return home.run({"code", "Mail", "--copy"}); });
@@ -61,7 +102,7 @@ TEST_F(Clipboard, ToolGetsThePasscodeAndNothingIsPrinted) {
 }
 
 TEST_F(Clipboard, NextOneCanBeCopied) {
-  home.environment.push_back("DISPLAY=:99");
+  home.environment.push_back("DISPLAY=:64999");
   install("xsel", 0);
   const auto [ended, time] = inOneStep(30, [&] {
     return home.run({"code", "--next", "--copy", "Mail"});
@@ -71,7 +112,7 @@ TEST_F(Clipboard, NextOneCanBeCopied) {
 }
 
 TEST_F(Clipboard, FailingToolGivesWayToTheNext) {
-  home.environment.push_back("DISPLAY=:99");
+  home.environment.push_back("DISPLAY=:64999");
   install("xclip", 1);
   install("xsel", 0);
   expectSuccess(home.run({"code", "Mail", "--copy"}));
@@ -79,17 +120,88 @@ TEST_F(Clipboard, FailingToolGivesWayToTheNext) {
 }
 
 TEST_F(Clipboard, FailingToolsAreAFailure) {
-  home.environment.push_back("DISPLAY=:99");
+  home.environment.push_back("DISPLAY=:64999");
   install("xclip", 1);
   install("xsel", 1);
   expectFailure(home.run({"code", "Mail", "--copy"}), 1, "clipboard");
 }
 
 TEST_F(Clipboard, WhatIsThereStaysWhenThereIsNoSuchToken) {
-  home.environment.push_back("DISPLAY=:99");
+  home.environment.push_back("DISPLAY=:64999");
   install("xclip", 0);
   expectFailure(home.run({"code", "Bank", "--copy"}), 3, "Bank");
   EXPECT_FALSE(exists(home.path("xclip.got")));
+}
+
+TEST_F(Clipboard, IsMarkedAsSecretOnWaylandWhereTheToolKnowsThat) {
+  home.environment.push_back("WAYLAND_DISPLAY=wayland-9");
+  home.setSettings("ClipboardSeconds=0\n");
+  installServing("wl-copy");
+  expectSuccess(home.run({"code", "Mail", "--copy"}));
+  EXPECT_EQ(calls("wl-copy"), Strings{"--sensitive --type text/plain"});
+  EXPECT_EQ(got("wl-copy").size(), 6U);
+  std::filesystem::remove(home.path("wl-copy.calls"));
+  std::filesystem::remove(home.path("wl-copy.got"));
+  installServing("wl-copy", "sensitive");
+  expectSuccess(home.run({"code", "Mail", "--copy"}));
+  EXPECT_EQ(calls("wl-copy"), (Strings{"--sensitive --type text/plain", "--type text/plain"}));
+  EXPECT_EQ(got("wl-copy").size(), 6U);
+  writeFile(home.path("taken"), "");
+}
+
+TEST_F(Clipboard, IsClearedAfterItsTime) {
+  home.setSettings("ClipboardSeconds=1\n");
+  const std::vector<std::array<std::string, 3>> some = {
+      {"WAYLAND_DISPLAY=wayland-9", "wl-copy", "--clear"},
+      {"DISPLAY=:64999", "xclip", "-selection clipboard -in /dev/null"},
+      {"DISPLAY=:64999", "xsel", "--clipboard --clear"}};
+  for (const auto& [variable, tool, clearing] : some) {
+    SCOPED_TRACE(tool);
+    home.environment.push_back(variable);
+    installServing(tool);
+    const auto begin = std::chrono::steady_clock::now();
+    expectSuccess(home.run({"code", "Mail", "--copy"}));
+    EXPECT_EQ(calls(tool).size(), 1U) << "at once";
+    ASSERT_TRUE(isCalled(tool, 2));
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(waited, std::chrono::milliseconds(990));
+    EXPECT_LT(waited, std::chrono::seconds(6));
+    EXPECT_EQ(calls(tool).back(), clearing);
+    std::filesystem::remove(home.path("tools/" + tool));
+    home.environment.pop_back();
+  }
+  writeFile(home.path("taken"), "");
+}
+
+TEST_F(Clipboard, IsClearedWhenThePasscodeExpires) {
+  home.environment.push_back("WAYLAND_DISPLAY=wayland-9");
+  home.setSettings("ClipboardSeconds=600\n");
+  installServing("wl-copy");
+  while (now() % 30 < 25 || now() % 30 > 28) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  const std::int64_t expires = now() - now() % 30 + 30;
+  expectSuccess(home.run({"code", "Mail", "--copy"}));
+  ASSERT_TRUE(isCalled("wl-copy", 2, std::chrono::seconds(20)));
+  EXPECT_GE(now(), expires);
+  EXPECT_EQ(calls("wl-copy").back(), "--clear");
+  writeFile(home.path("taken"), "");
+}
+
+TEST_F(Clipboard, StaysWhenAnotherProgramHasTakenItOrTheSettingSaysSo) {
+  home.environment.push_back("WAYLAND_DISPLAY=wayland-9");
+  installServing("wl-copy");
+  home.setSettings("ClipboardSeconds=1\n");
+  writeFile(home.path("taken"), "");
+  expectSuccess(home.run({"code", "Mail", "--copy"}));
+  std::filesystem::remove(home.path("taken"));
+  for (const char* settings : {"ClipboardSeconds=0\n", "ClipboardSeconds=-5\n"}) {
+    home.setSettings(settings);
+    expectSuccess(home.run({"code", "Mail", "--copy"}));
+  }
+  std::this_thread::sleep_for(std::chrono::seconds(2));
+  EXPECT_EQ(calls("wl-copy").size(), 3U);
+  writeFile(home.path("taken"), "");
 }
 
 }  // namespace
