@@ -113,10 +113,8 @@ _softtoken_cli() {
     __softtoken_cli_offer_options
   else
     case $command:$arguments in
-      :*)
-        __softtoken_cli_offer list code watch add import enrol rename move delete response settings \
-          doctor
-        ;;
+      :*) __softtoken_cli_offer list code watch add import enrol rename move delete response \
+        settings doctor ;;
       code:0 | rename:0 | move:0 | response:0 | delete:*) __softtoken_cli_offer_tokens "${program[@]}" ;;
       import:0) __softtoken_cli_offer_images ;;
       list:* | settings:* | doctor:*) __softtoken_cli_offer_options ;;

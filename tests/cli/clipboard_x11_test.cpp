@@ -30,6 +30,7 @@ class ClipboardX11 : public testing::Test {
  protected:
   ClipboardX11() {
     const std::string file = home.path("display");
+    writeFile(file, "");
     server = std::make_unique<RunningProcess>(
         Strings{"Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-noreset"}, home.environment,
         Streams{.out_file = file.c_str(), .err_file = "/dev/null"});
@@ -94,7 +95,6 @@ TEST_F(ClipboardX11, KeepsWhatIsCopiedLater) {
   copy("something else");
   std::this_thread::sleep_for(std::chrono::seconds(2));
   EXPECT_EQ(clipboard(), "something else");
-  EXPECT_EQ(clipboard("x-kde-passwordManagerHint"), "none");
 }
 
 TEST_F(ClipboardX11, StaysWhereTheSettingSaysSo) {

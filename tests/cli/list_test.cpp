@@ -61,8 +61,9 @@ TEST(List, NamesAreCutToTheWidthOfTheTerminal) {
   const CliHome home;
   home.add(std::string(100, 'x'));
   home.add("short");
-  for (const unsigned short columns : {30, 40, 60, 80}) {
-    const Ended ended = home.runOnTerminal({"list"}, 24, columns)->finish();
+  for (const int columns : {30, 40, 60, 80}) {
+    const Ended ended =
+        home.runOnTerminal({"list"}, 24, static_cast<unsigned short>(columns))->finish();
     EXPECT_EQ(ended.exit_code, 0);
     EXPECT_EQ(lines(ended.out), 3U) << ended.out;
     EXPECT_TRUE(has(ended.out, "x…")) << ended.out;
@@ -70,7 +71,7 @@ TEST(List, NamesAreCutToTheWidthOfTheTerminal) {
     std::size_t width = 0;
     for (const char c : ended.out) {
       if (c == '\n') {
-        EXPECT_LE(width, columns) << ended.out;
+        EXPECT_LE(width, static_cast<std::size_t>(columns)) << ended.out;
         width = 0;
       } else if (c != '\r' && (static_cast<unsigned char>(c) & 0xC0) != 0x80) {
         ++width;
