@@ -2,13 +2,18 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <iterator>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace talvane {
@@ -63,6 +68,11 @@ std::string_view withoutEnds(std::string_view text, Predicate unwanted) {
   }
   return text;
 }
+
+// Letters that Unicode does not take for a letter and a mark, but their readers do.
+constexpr std::pair<char32_t, std::string_view> plain_letters[] = {
+    {U'ł', "l"}, {U'ø', "o"}, {U'đ', "d"},  {U'ħ', "h"},
+    {U'ŧ', "t"}, {U'ı', "i"}, {U'æ', "ae"}, {U'œ', "oe"}};
 
 constexpr std::string_view replacement = "\xEF\xBF\xBD";
 constexpr std::size_t longest_shown_name = 60;
@@ -190,6 +200,30 @@ std::string lowerCase(std::string_view text) {
 
 std::string upperCase(std::string_view text) {
   return mapped(text, utf8proc_toupper);
+}
+
+std::string searchForm(std::string_view text) {
+  const std::string valid = replaced(text, [](char32_t) { return false; });
+  constexpr auto options =
+      static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE | UTF8PROC_COMPAT |
+                                     UTF8PROC_CASEFOLD | UTF8PROC_STRIPMARK | UTF8PROC_IGNORE);
+  utf8proc_uint8_t* bytes = nullptr;
+  const auto length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(valid.data()),
+                                   static_cast<utf8proc_ssize_t>(valid.size()), &bytes, options);
+  if (length < 0) return lowerCase(valid);  // no memory
+  const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owned(bytes, &std::free);
+  std::string result;
+  for (std::string_view rest(reinterpret_cast<const char*>(bytes),
+                             static_cast<std::size_t>(length));
+       !rest.empty();) {
+    const Character character = firstCharacter(rest);
+    const auto* const plain =
+        std::find_if(std::begin(plain_letters), std::end(plain_letters),
+                     [&](const auto& pair) { return pair.first == character.code_point; });
+    result += plain == std::end(plain_letters) ? rest.substr(0, character.length) : plain->second;
+    rest.remove_prefix(character.length);
+  }
+  return result;
 }
 
 std::string_view withoutLineEnds(std::string_view text) {

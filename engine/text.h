@@ -63,6 +63,10 @@ bool isWhiteSpace(char32_t character);
 std::string lowerCase(std::string_view text);
 std::string upperCase(std::string_view text);
 
+/// The text as a search compares it: without case, accents, strokes through letters and hidden
+/// characters, and with the usual form of each character ("Łódź" is "lodz").
+std::string searchForm(std::string_view text);
+
 /// The text without the line separators (LF, VT, FF, CR, NEL, LS, PS) at either end.
 std::string_view withoutLineEnds(std::string_view text);
 

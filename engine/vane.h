@@ -68,6 +68,8 @@ class vane {
   /// Six digits from the first ten bytes of the decoded seed; a shorter key is padded with zeros.
   /// nullopt if the seed is not ASCII or not base32.
   static std::optional<std::string> GeneratePasscode(std::string_view seed, std::int64_t counter);
+  /// The same, with nothing written to the log.
+  static std::optional<std::string> unloggedPasscode(std::string_view seed, std::int64_t counter);
   static std::string HOTP_getPasscode(std::span<const std::uint8_t> key, std::uint64_t counter);
 
   // The device key.

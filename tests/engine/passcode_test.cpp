@@ -153,6 +153,17 @@ TEST_F(PasscodeTest, LineHoldsTheWholeCounter) {
                                   "  vane: gp: begin: \"JBSWY3DPEHPK3PXP\" -9223372036854775808"}));
 }
 
+TEST_F(PasscodeTest, WithoutTheLogItIsTheSame) {
+  for (const auto& row : test::readVectors("passcode.tsv", 3, 90)) {
+    EXPECT_EQ(vane::unloggedPasscode(row[0], std::stoll(row[1])), test::orNilCell(row[2])) << row;
+  }
+  for (const std::string_view seed : {"JBSWY3DPEHPK3PXÉ"sv, "JBSWY3DP\0É"sv, "JBSWY3DPEHPK3"sv}) {
+    EXPECT_EQ(vane::unloggedPasscode(seed, 1), std::nullopt);
+  }
+  EXPECT_EQ(vane::unloggedPasscode("JBSWY3DP\0EHPK3PX"sv, 1), "409098");
+  EXPECT_EQ(gateway.lines, Lines());
+}
+
 TEST_F(PasscodeTest, RandomSeedsYieldSixDigitsOrNil) {
   std::mt19937 random(20);
   for (int round = 0; round < 20000; ++round) {

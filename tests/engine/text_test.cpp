@@ -11,6 +11,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace talvane {
@@ -170,6 +171,29 @@ TEST(IsWhiteSpace, NumbersBeyondUnicodeAreNot) {
   EXPECT_FALSE(isWhiteSpace(0x110000));
   EXPECT_FALSE(isWhiteSpace(0x7FFFFFFF));
   EXPECT_FALSE(isWhiteSpace(0xFFFFFFFF));
+}
+
+TEST(SearchForm, CaseAndAccentsAreLeftAside) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"", ""},
+      {"Work-42_Z", "work-42_z"},
+      {"Érable Ångström Žižka", "erable angstrom zizka"},
+      {"E\u0301rable", "erable"},
+      {"Łódź Øresund Đorđe", "lodz oresund dorde"},
+      {"STRASSE Straße", "strasse strasse"},
+      {"İstanbul Iğdır", "istanbul igdir"},
+      {"Æther Œuvre", "aether oeuvre"},
+      {"ＷＯＲＫ ﬁle", "work file"},
+      {"Άλφα Ёлка", "αλφα елка"},
+      {"co\u00ADop", "coop"}};
+  for (const auto& [text, form] : rows) {
+    EXPECT_EQ(searchForm(text), form);
+    EXPECT_EQ(searchForm(form), form) << "of what is typed";
+  }
+}
+
+TEST(SearchForm, BytesThatAreNotUtf8AreReplaced) {
+  EXPECT_EQ(searchForm("A\xFFZ"), "a\uFFFDz");
 }
 
 TEST(LowerCase, LettersOfManyScripts) {
