@@ -271,6 +271,10 @@ void EnrolFlow::evgi_submitclicked() {
       views_.simpleMessageBox(*weakness);
       return;
     }
+    if (input.pin_again && input.pin_again->get() != input.pin.get()) {
+      views_.simpleMessageBox("The two PINs are not the same. Type the PIN again");
+      return;
+    }
   }
   client.PIN = input.pin;
   client.QUESTION1 = input.questions[0];

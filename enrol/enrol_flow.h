@@ -34,6 +34,8 @@ class EnrolViews {
     Cleared<std::string> pin;
     std::array<std::string, 3> questions;  // titles of the selected items
     std::array<Cleared<std::string>, 3> answers;
+    /// The PIN as it was typed the second time; nullopt where that is not asked.
+    std::optional<Cleared<std::string>> pin_again = std::nullopt;
   };
 
   virtual ~EnrolViews() = default;

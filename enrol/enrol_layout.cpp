@@ -134,6 +134,7 @@ GetInfoPlaces getInfoPlaces(const TaEnrolClient& client, int height) {
   if (state != GetInfoState::questions_only) {
     places.pin_label = height - 40 - pinPromptHeight(client);
     places.pin = height - 130;
+    places.pin_again = *places.pin - 26;  // between the PIN and the questions
   }
   if (state == GetInfoState::pin_only) return places;
   const int top = state == GetInfoState::pin_and_questions ? height - 180 : height - 60;

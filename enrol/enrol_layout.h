@@ -48,6 +48,7 @@ int pinPromptHeight(const TaEnrolClient& client);
 struct GetInfoPlaces {
   std::optional<int> pin_label;
   std::optional<int> pin;
+  std::optional<int> pin_again;
   std::optional<int> question_label;
   std::array<std::optional<int>, 3> questions;
   std::array<std::optional<int>, 3> answers;

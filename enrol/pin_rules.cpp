@@ -1,5 +1,6 @@
 #include "enrol/pin_rules.h"
 
+#include <fmt/core.h>
 #include <utf8proc.h>
 
 #include <algorithm>
@@ -28,29 +29,78 @@ struct Weakness {
   const char* found;
   const char* verdict;
   const char* message;
+  const char* short_message;
 };
 
 constexpr std::array<Weakness, 3> weaknesses{
     {{[](int first, int second) { return second == first + 1; }, "raising sequence",
       "pin.raising sequence found", "pin.pin must not be raising sequence",
-      "Pin must not be a raising sequence, this is too weak"},
+      "Pin must not be a raising sequence, this is too weak", "Too weak: a rising sequence"},
      {[](int first, int second) { return first == second + 1; }, "falling sequence",
       "pin.raising falling found", "pin.pin must not be falling sequence",
-      "Pin must not be a falling sequence, this is too weak"},
+      "Pin must not be a falling sequence, this is too weak", "Too weak: a falling sequence"},
      {[](int first, int second) { return first == second; }, "being the same", "pin.same",
       "pin.pin must not use all the same characters",
-      "Pin must not use all the same characters, this is too weak"}}};
+      "Pin must not use all the same characters, this is too weak",
+      "Too weak: all characters are the same"}}};
 
-std::int16_t countPairs(std::u16string_view pin, const Weakness& weakness) {
+enum class Traced : std::uint8_t { no, yes };
+
+void trace(Traced traced, const char* words) {
+  if (traced == Traced::yes) vane::log("{}", words);
+}
+
+std::int16_t countPairs(std::u16string_view pin, const Weakness& weakness, Traced traced) {
   std::int64_t count = 0;
   for (std::size_t i = 1; i < pin.size(); ++i) {
-    vane::log("pin.checking {} and {} for {}", static_cast<int>(pin[i - 1]),
-              static_cast<int>(pin[i]), weakness.checking);
+    if (traced == Traced::yes) {
+      vane::log("pin.checking {} and {} for {}", static_cast<int>(pin[i - 1]),
+                static_cast<int>(pin[i]), weakness.checking);
+    }
     if (!weakness.applies(pin[i - 1], pin[i])) continue;
-    vane::log("{}", weakness.found);
+    trace(traced, weakness.found);
     ++count;
   }
   return static_cast<std::int16_t>(count);
+}
+
+// The first that applies to the whole PIN; null if none does.
+const Weakness* weaknessOf(std::u16string_view pin, std::int64_t length, Traced traced) {
+  for (const Weakness& weakness : weaknesses) {
+    if (std::int64_t{countPairs(pin, weakness, traced)} + 1 != length) continue;
+    trace(traced, weakness.verdict);
+    return &weakness;
+  }
+  return nullptr;
+}
+
+struct Counts {
+  std::int64_t all = 0;  // UTF-16 units
+  std::int64_t upper = 0;
+  std::int64_t lower = 0;
+};
+
+Counts countsOf(std::u16string_view pin) {
+  Counts counts;
+  counts.all = static_cast<std::int64_t>(pin.size());
+  for (const char16_t unit : pin) {
+    switch (utf8proc_category(unit)) {
+      case UTF8PROC_CATEGORY_LU:
+      case UTF8PROC_CATEGORY_LT:  // title case counts as upper
+        ++counts.upper;
+        break;
+      case UTF8PROC_CATEGORY_LL:
+        ++counts.lower;
+        break;
+      default:
+        break;
+    }
+  }
+  return counts;
+}
+
+std::string counted(std::int64_t number, const char* one, const char* many) {
+  return fmt::format(fmt::runtime(number == 1 ? one : many), number);
 }
 
 }  // namespace
@@ -58,33 +108,41 @@ std::int16_t countPairs(std::u16string_view pin, const Weakness& weakness) {
 bool checkPIN(const TaEnrolClient& client, const std::string& pin) {
   if (!client.bUSERCREATEPIN) return true;
   const Cleared<std::u16string> units(utf16(pin));
-  std::int64_t upper = 0;
-  std::int64_t lower = 0;
-  for (const char16_t unit : units.get()) {
-    switch (utf8proc_category(unit)) {
-      case UTF8PROC_CATEGORY_LU:
-      case UTF8PROC_CATEGORY_LT:  // title case counts as upper
-        ++upper;
-        break;
-      case UTF8PROC_CATEGORY_LL:
-        ++lower;
-        break;
-      default:
-        break;
-    }
-  }
-  const bool good = upper >= client.UPPERCASE && lower >= client.LOWERCASE &&
-                    static_cast<std::int64_t>(units->size()) == client.PINLENGTH;
+  const Counts counts = countsOf(units.get());
+  const bool good = counts.upper >= client.UPPERCASE && counts.lower >= client.LOWERCASE &&
+                    counts.all == client.PINLENGTH;
   vane::log("EVGI: checkpin: {} returning {}", pin, good ? "YES" : "NO");
   return good;
 }
 
 std::optional<std::string> checkPINAdvanced(const TaEnrolClient& client, const std::string& pin) {
   const Cleared<std::u16string> units(utf16(pin));
-  for (const Weakness& weakness : weaknesses) {
-    if (std::int64_t{countPairs(units.get(), weakness)} + 1 != client.PINLENGTH) continue;
-    vane::log("{}", weakness.verdict);
-    return weakness.message;
+  const Weakness* weakness = weaknessOf(units.get(), client.PINLENGTH, Traced::yes);
+  if (weakness == nullptr) return std::nullopt;
+  return weakness->message;
+}
+
+std::optional<std::string> pinProblem(const TaEnrolClient& client, const std::string& pin) {
+  if (!client.bUSERCREATEPIN) return std::nullopt;
+  const Cleared<std::u16string> units(utf16(pin));
+  const Counts counts = countsOf(units.get());
+  if (counts.all < client.PINLENGTH) {
+    return counted(client.PINLENGTH - counts.all, "{} more character", "{} more characters");
+  }
+  if (counts.all > client.PINLENGTH) {
+    // No subtraction: the server may have sent any length.
+    return "Too long";
+  }
+  if (counts.upper < client.UPPERCASE) {
+    return counted(client.UPPERCASE, "At least {} uppercase letter",
+                   "At least {} uppercase letters");
+  }
+  if (counts.lower < client.LOWERCASE) {
+    return counted(client.LOWERCASE, "At least {} lowercase letter",
+                   "At least {} lowercase letters");
+  }
+  if (const Weakness* weakness = weaknessOf(units.get(), client.PINLENGTH, Traced::no)) {
+    return weakness->short_message;
   }
   return std::nullopt;
 }

@@ -19,6 +19,10 @@ bool checkPIN(const TaEnrolClient& client, const std::string& pin);
 /// the whole PIN.
 std::optional<std::string> checkPINAdvanced(const TaEnrolClient& client, const std::string& pin);
 
+/// What a PIN lacks as far as it is typed, in a few words for the user; nullopt if it is neither
+/// against the server's rules nor too weak. Writes nothing to the trace log.
+std::optional<std::string> pinProblem(const TaEnrolClient& client, const std::string& pin);
+
 /// What is wrong with the answers; nullopt if nothing is. The third counts only when the server
 /// sent a third list of questions.
 std::optional<std::string> checkAnswers(const TaEnrolClient& client,

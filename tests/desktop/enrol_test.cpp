@@ -134,6 +134,7 @@ TEST_F(EnrolTest, PinAndThreeQuestions) {
   submitUser("kim");
   ASSERT_TRUE(comesToSay("Please choose an 8-character PIN."));
   screen().type("19283746");
+  fillSecret("Type the PIN again", "19283746");
   answerAll({"fido", "blue", "school"});
   expectEnrolled("kim");
 }

@@ -150,6 +150,8 @@ TEST_F(EnrolLayoutTest, PlacesWithPinAndQuestions) {
   const GetInfoPlaces places = getInfoPlaces(client, 1000);
   EXPECT_EQ(places.pin_label, 940);  // 1000 - 40 - 20
   EXPECT_EQ(places.pin, 870);
+  // Between the PIN, whose lower edge is at 870, and the questions' label, whose upper edge is 840.
+  EXPECT_EQ(places.pin_again, 844);
   EXPECT_EQ(places.question_label, 820);
   EXPECT_EQ(places.questions, (std::array<Place, 3>{780, 710, 640}));
   EXPECT_EQ(places.answers, (std::array<Place, 3>{750, 680, 610}));
@@ -165,6 +167,7 @@ TEST_F(EnrolLayoutTest, PlacesWithAPinAlone) {
   const GetInfoPlaces places = getInfoPlaces(client, 270);
   EXPECT_EQ(places.pin_label, 210);
   EXPECT_EQ(places.pin, 140);
+  EXPECT_EQ(places.pin_again, 114);
   EXPECT_EQ(places.question_label, std::nullopt);
   EXPECT_EQ(places.questions, (std::array<Place, 3>{}));
   EXPECT_EQ(places.answers, (std::array<Place, 3>{}));
@@ -175,6 +178,7 @@ TEST_F(EnrolLayoutTest, PlacesWithQuestionsAlone) {
   const GetInfoPlaces places = getInfoPlaces(client, 320);
   EXPECT_EQ(places.pin_label, std::nullopt);
   EXPECT_EQ(places.pin, std::nullopt);
+  EXPECT_EQ(places.pin_again, std::nullopt);
   EXPECT_EQ(places.question_label, 260);
   EXPECT_EQ(places.questions, (std::array<Place, 3>{220, 150, 80}));
   EXPECT_EQ(places.answers, (std::array<Place, 3>{190, 120, 50}));

@@ -92,6 +92,29 @@ TEST_F(FlowFinalTest, PinsThatAreRefused) {
   }
 }
 
+TEST_F(FlowFinalTest, PinThatWasTypedTwiceHasToBeTheSame) {
+  startGetInfo(pin_lines);
+  const std::size_t before = script.requests().size();
+  views.get_info.pin = "1357";
+  views.get_info.pin_again = Cleared<std::string>("1358");
+  flow->evgi_submitclicked();
+  EXPECT_EQ(views.boxes, Lines{"The two PINs are not the same. Type the PIN again"});
+  EXPECT_EQ(script.requests().size(), before);
+  EXPECT_EQ(flow->taenrol()->PIN, "");
+  views.get_info.pin_again = Cleared<std::string>("1357");
+  submitGetInfo(complete);
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+}
+
+// What is wrong with the PIN itself is more useful to hear.
+TEST_F(FlowFinalTest, WeakPinIsToldBeforeADifference) {
+  startGetInfo(pin_lines);
+  views.get_info.pin = "1234";
+  views.get_info.pin_again = Cleared<std::string>("");
+  flow->evgi_submitclicked();
+  EXPECT_EQ(views.boxes, Lines{"Pin must not be a raising sequence, this is too weak"});
+}
+
 TEST_F(FlowFinalTest, WithTwoQuestions) {
   startGetInfo(question_lines);
   views.get_info = {"ignored", {"q1", "q 2", "q3"}, {"abc", "abcdefghijklm", "x"}};

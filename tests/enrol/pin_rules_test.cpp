@@ -173,6 +173,38 @@ TEST_F(PinRulesTest, LengthAtTheEdgeOfItsRange) {
   EXPECT_EQ(checkPINAdvanced(client, "1"), std::nullopt);
 }
 
+TEST_F(PinRulesTest, WhatAPinLacksIsSaidInAFewWords) {
+  want(6, 2, 1);
+  const std::pair<const char*, const char*> rows[] = {{"", "6 more characters"},
+                                                      {"Ab123", "1 more character"},
+                                                      {"Ab12345", "Too long"},
+                                                      {"Ab1234", "At least 2 uppercase letters"},
+                                                      {"AB1234", "At least 1 lowercase letter"}};
+  for (const auto& [pin, words] : rows) EXPECT_EQ(pinProblem(client, pin), words) << pin;
+  EXPECT_EQ(pinProblem(client, "ABc123"), std::nullopt);
+  want(4);
+  EXPECT_EQ(pinProblem(client, "1234"), "Too weak: a rising sequence");
+  EXPECT_EQ(pinProblem(client, "4321"), "Too weak: a falling sequence");
+  EXPECT_EQ(pinProblem(client, "7777"), "Too weak: all characters are the same");
+  EXPECT_EQ(pinProblem(client, "1357"), std::nullopt);
+  EXPECT_TRUE(gateway.lines.empty());
+}
+
+// Whatever the two others refuse, and nothing else.
+TEST_F(PinRulesTest, PinLacksNothingWhenBothRulesTakeIt) {
+  gateway.listening = false;
+  for (const std::int64_t length : {-1, 0, 1, 2, 4}) {
+    want(length, length > 1 ? 1 : 0, length > 2 ? 1 : 0);
+    for (const char* pin : {"", "1", "A", "AB", "BA", "AA", "A1", "ab", "ABCD", "AbCd", "Ab12",
+                            "DCBA", "1234", "\xC3\x89\xC3\xA9"}) {
+      const bool taken = checkPIN(client, pin) && !checkPINAdvanced(client, pin);
+      EXPECT_EQ(!pinProblem(client, pin), taken) << length << ' ' << pin;
+    }
+  }
+  client.bUSERCREATEPIN = false;
+  EXPECT_EQ(pinProblem(client, "1"), std::nullopt);
+}
+
 TEST_F(PinRulesTest, AnswersOfThreeToThirteenCharacters) {
   EXPECT_EQ(checkAnswers(client, {"abc", "abcdefghijklm", ""}), std::nullopt);
   EXPECT_EQ(checkAnswers(client, {"ab", "abc", ""}), short_answer);

@@ -157,6 +157,7 @@ class MemoryTorture : public DesktopTest {
     press("Submit");
     waitForRequests(isBlind() ? 2 + first_count_ : 2);
     typeSecretInto("Please choose an 8-character PIN.", pin);
+    typeSecretInto("Type the PIN again", pin);
     typeInto("Answer 1", first_answer);
     typeInto("Answer 2", second_answer);
     press("Submit");

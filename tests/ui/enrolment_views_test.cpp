@@ -43,6 +43,16 @@ class EnrolmentTest : public AppTest {
     ASSERT_EQ(openView(), "evgi");
   }
 
+  /// Both times.
+  void typePin(const std::string& pin) {
+    type("evgi_pin", pin);
+    type("evgi_pinagain", pin);
+  }
+  /// What stands in the empty field for the second time.
+  static std::string pinHint() {
+    return find<QLineEdit>("evgi_pinagain")->placeholderText().toStdString();
+  }
+
   std::string message() { return find<QLabel>("eva_message")->text().toStdString(); }
   static Frame place(const std::string& name) { return frameOf(find<QWidget>(name)->geometry()); }
   static bool shows(const std::string& name) { return find<QWidget>(name)->isVisible(); }
@@ -86,6 +96,7 @@ class EnrolmentTest : public AppTest {
     const GetInfoPlaces places = getInfoPlaces(client, panel()->height());
     expectPlace("evgi_pinlabel", places.pin_label, pinPromptHeight(client));
     expectPlace("evgi_pin", places.pin);
+    expectPlace("evgi_pinagain", places.pin_again);
     expectPlace("evgi_questionlabel", places.question_label);
     for (std::size_t i = 0; i < places.questions.size(); ++i) {
       expectPlace("evgi_question" + std::to_string(i + 1), places.questions[i]);
@@ -283,6 +294,80 @@ TEST_F(EnrolmentTest, SubmitIsEnabledWhileThePinIsGood) {
   EXPECT_TRUE(button("evgi_submit")->isEnabled());
 }
 
+TEST_F(EnrolmentTest, WhatThePinLacksIsSaidWhileItIsTyped) {
+  askFor("INPUT:USERCREATEPIN=True\r\nPINLENGTH:4\r\nUPPERCASE:1\r\n");
+  EXPECT_EQ(pinHint(), "Type the PIN again");
+  const std::pair<const char*, const char*> rows[] = {{"135", "1 more character"},
+                                                      {"1357", "At least 1 uppercase letter"},
+                                                      {"A1357", "Too long"},
+                                                      {"ABCD", "Too weak: a rising sequence"},
+                                                      {"A135", "Type the PIN again"}};
+  for (const auto& [pin, words] : rows) {
+    type("evgi_pin", pin);
+    EXPECT_EQ(pinHint(), words) << pin;
+  }
+  askFor(pin_lines);
+  EXPECT_EQ(pinHint(), "Type the PIN again") << "of another session";
+}
+
+TEST_F(EnrolmentTest, PinThatIsChangedIsTypedAgain) {
+  askFor(pin_lines);
+  typePin("1357");
+  QTest::keyClick(find<QLineEdit>("evgi_pin"), Qt::Key_Backspace);
+  EXPECT_EQ(find<QLineEdit>("evgi_pinagain")->text(), QString());
+  EXPECT_EQ(pinHint(), "1 more character");
+}
+
+TEST_F(EnrolmentTest, PinIsSentOnlyWhenItWasTypedTwiceAlike) {
+  askFor(pin_lines);
+  const std::size_t before = network.requests().size();
+  for (const char* again : {"", "1358"}) {
+    type("evgi_pin", "1357");
+    type("evgi_pinagain", again);
+    click("evgi_submit");
+    EXPECT_EQ(openView(), "evgi") << again;
+    EXPECT_EQ(find<QLineEdit>("evgi_pinagain")->text(), QString()) << again;
+    EXPECT_TRUE(find<QLineEdit>("evgi_pinagain")->hasFocus()) << again;
+    EXPECT_EQ(find<QLineEdit>("evgi_pin")->text(), QStringLiteral("1357")) << again;
+  }
+  EXPECT_EQ(alerts.texts(), Lines(2, "The two PINs are not the same. Type the PIN again"));
+  EXPECT_EQ(network.requests().size(), before);
+}
+
+TEST_F(EnrolmentTest, WeakPinIsTypedAnew) {
+  askFor(pin_lines);
+  type("evgi_pin", "1234");
+  click("evgi_submit");
+  EXPECT_EQ(alerts.texts(), Lines{"Pin must not be a raising sequence, this is too weak"});
+  EXPECT_TRUE(find<QLineEdit>("evgi_pin")->hasFocus());
+}
+
+TEST_F(EnrolmentTest, ReturnGoesThroughTheEmptyFieldsAndSubmits) {
+  askFor(std::string(pin_lines) + two_lists);
+  network.answer("RESULT:OK,COMPLETE");
+  for (const char* text : {"1357", "1357", "Rex"}) {
+    QTest::keyClicks(panel()->focusWidget(), QLatin1String(text));
+    QTest::keyClick(panel()->focusWidget(), Qt::Key_Return);
+    turnEventLoop();
+    ASSERT_EQ(openView(), "evgi") << text;
+  }
+  EXPECT_TRUE(find<QLineEdit>("evgi_answer2")->hasFocus());
+  QTest::keyClicks(panel()->focusWidget(), QStringLiteral("blue"));
+  QTest::keyClick(panel()->focusWidget(), Qt::Key_Return);
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(storedNames(), Lines{"Work"});
+}
+
+TEST_F(EnrolmentTest, ReturnGoesBackToWhatSubmitNeeds) {
+  signIn("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
+  type("eva_password", "p");
+  type("eva_passcode", "1");
+  find<QLineEdit>("eva_passcode")->setFocus();
+  QTest::keyClick(find<QLineEdit>("eva_passcode"), Qt::Key_Return);
+  EXPECT_TRUE(find<QLineEdit>("eva_userid")->hasFocus());
+}
+
 TEST_F(EnrolmentTest, EarlierAnswersAreFilledIn) {
   askFor(std::string(two_lists) + third_list +
          "QUESTION1:Song\r\nANSWER1:Yes\r\nQUESTION2:Pet\r\nANSWER2:Rex\r\nQUESTION3:Gone\r\n"
@@ -381,6 +466,7 @@ TEST_F(EnrolmentTest, AnotherUserFindsTheFieldsEmpty) {
   click("evgi_cancel");
   askFor(std::string(pin_lines) + two_lists);
   EXPECT_EQ(find<QLineEdit>("evgi_pin")->text(), QString());
+  EXPECT_EQ(find<QLineEdit>("evgi_pinagain")->text(), QString());
   EXPECT_EQ(find<QLineEdit>("evgi_answer1")->text(), QString());
   EXPECT_FALSE(find<QLineEdit>("evgi_answer1")->isUndoAvailable());
 }
@@ -402,7 +488,7 @@ TEST_F(EnrolmentTest, FieldsAreEmptiedWhenTheirViewCloses) {
   submit(std::string("RESULT:OK,GETINFO\r\n") + pin_lines + two_lists + third_list + token_line);
   ASSERT_EQ(openView(), "evgi");
   expectEmpty(sign_in);
-  const Lines asked{"evgi_pin", "evgi_answer1", "evgi_answer2", "evgi_answer3"};
+  const Lines asked{"evgi_pin", "evgi_pinagain", "evgi_answer1", "evgi_answer2", "evgi_answer3"};
   for (const std::string& name : asked) type(name, "1357");
   clickIcon();
   expectEmpty(asked);
@@ -416,7 +502,7 @@ TEST_F(EnrolmentTest, FieldsAreEmptiedWhenTheirViewCloses) {
 
 TEST_F(EnrolmentTest, AnswersLeadToTheTokenInTheTokenView) {
   askFor(std::string(pin_lines) + two_lists);
-  type("evgi_pin", "1357");
+  typePin("1357");
   type("evgi_answer1", "Rex");
   type("evgi_answer2", "blue");
   network.answer("RESULT:OK,COMPLETE");
@@ -501,7 +587,7 @@ TEST_F(EnrolmentTest, ClockThatIsWrongIsToldAfterTheEnrolment) {
   clock = 1700000000;
   for (const std::int64_t ahead : {600, -600, 10}) {
     askFor(pin_lines);
-    type("evgi_pin", "1357");
+    typePin("1357");
     network.answer(UrlResponse{200, "RESULT:OK,COMPLETE", std::nullopt, clock + ahead});
     click("evgi_submit");
     EXPECT_EQ(openView(), "tv");
@@ -515,7 +601,7 @@ TEST_F(EnrolmentTest, ClockThatIsWrongIsToldAfterTheEnrolment) {
 TEST_F(EnrolmentTest, ClockIsNotToldWhenNothingWasStored) {
   clock = 1700000000;
   askFor(pin_lines);
-  type("evgi_pin", "1357");
+  typePin("1357");
   network.answer(UrlResponse{200, "RESULT:OK,DENIED", std::nullopt, clock + 600});
   click("evgi_submit");
   EXPECT_EQ(openView(), "tv");

@@ -1,5 +1,7 @@
 #include "ui/views/questions_view.h"
 
+#include <QPalette>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -44,8 +46,11 @@ QuestionsView::QuestionsView(Panel& panel, Shell& shell, const Ini& ini, EnrolFl
     : View("evgi", other_view_height), panel_(panel), shell_(shell), ini_(ini), flow_(flow) {
   load(form_);
   // Only typing by the user counts as a change.
-  QObject::connect(form_.evgi_pin, &QLineEdit::textEdited, window(),
-                   [this] { flow_.controlTextDidChange(EnrolFlow::Changed::pin); });
+  QObject::connect(form_.evgi_pin, &QLineEdit::textEdited, window(), [this] {
+    flow_.controlTextDidChange(EnrolFlow::Changed::pin);
+    forget(*form_.evgi_pinagain);
+    showPinProblem();
+  });
   for (QComboBox* menu : menus()) {
     QObject::connect(menu, &QComboBox::activated, window(),
                      [this, menu] { evgi_questionselected(menu); });
@@ -65,6 +70,7 @@ std::array<QLineEdit*, 3> QuestionsView::answers() const {
 EnrolViews::GetInfoInput QuestionsView::input() const {
   EnrolViews::GetInfoInput result;
   result.pin = secretIn(*form_.evgi_pin);
+  result.pin_again = secretIn(*form_.evgi_pinagain);
   for (std::size_t i = 0; i < result.questions.size(); ++i) {
     result.questions[i] = menus()[i]->currentText().toStdString();
     result.answers[i] = secretIn(*answers()[i]);
@@ -79,6 +85,7 @@ int QuestionsView::evgi_height() {
 
 void QuestionsView::closed() {
   forget(*form_.evgi_pin);
+  forget(*form_.evgi_pinagain);
   for (QLineEdit* answer : answers()) forget(*answer);
 }
 
@@ -106,6 +113,9 @@ void QuestionsView::fill(const TaEnrolClient& client) {
   form_.evgi_pinlabel->showText(prompt);
   forget(*form_.evgi_pin);
   form_.evgi_pin->setAccessibleName(prompt.trimmed());
+  forget(*form_.evgi_pinagain);
+  form_.evgi_pinagain->setAccessibleName(QStringLiteral("Type the PIN again"));
+  showPinProblem();
   form_.evgi_questionlabel->showText(QString::fromStdString(ini_.StrSecretQuestions));
   form_.evgi_pinlabel->setTextColour(Qt::white);
   form_.evgi_questionlabel->setTextColour(Qt::white);
@@ -133,6 +143,7 @@ void QuestionsView::fillMenu(std::size_t index,
 void QuestionsView::layOut(const TaEnrolClient& client, int height) {
   form_.evgi_pinlabel->show();
   form_.evgi_pin->show();
+  form_.evgi_pinagain->hide();
   form_.evgi_questionlabel->show();
   for (std::size_t i = 0; i < menus().size(); ++i) {
     const bool asked = i < 2 || client.QUESTIONS3;
@@ -149,6 +160,7 @@ void QuestionsView::layOut(const TaEnrolClient& client, int height) {
   if (places.questions[2]) vane::log("EVGI: init: 3 questions");
   place(form_.evgi_pinlabel, places.pin_label, pinPromptHeight(client), height);
   place(form_.evgi_pin, places.pin, control_height, height);
+  place(form_.evgi_pinagain, places.pin_again, control_height, height);
   place(form_.evgi_questionlabel, places.question_label, control_height, height);
   for (std::size_t i = 0; i < menus().size(); ++i) {
     place(menus()[i], places.questions[i], control_height, height);
@@ -160,6 +172,23 @@ void QuestionsView::layOut(const TaEnrolClient& client, int height) {
 bool QuestionsView::pinIsGood() const {
   const TaEnrolClient* client = flow_.taenrol();
   return client != nullptr && checkPIN(*client, secretIn(*form_.evgi_pin));
+}
+
+std::optional<std::string> QuestionsView::problemWithPin() const {
+  const TaEnrolClient* client = flow_.taenrol();
+  if (client == nullptr) return std::nullopt;
+  return pinProblem(*client, secretIn(*form_.evgi_pin));
+}
+
+// In the field for the second time, which is empty while the PIN is typed: there is no other room
+// near it.
+void QuestionsView::showPinProblem() {
+  const auto problem = form_.evgi_pin->text().isEmpty() ? std::nullopt : problemWithPin();
+  QPalette palette = form_.evgi_pin->palette();
+  if (problem) palette.setColor(QPalette::PlaceholderText, paint::error_on_light);
+  form_.evgi_pinagain->setPalette(palette);
+  form_.evgi_pinagain->setPlaceholderText(problem ? QString::fromStdString(*problem)
+                                                  : QStringLiteral("Type the PIN again"));
 }
 
 void QuestionsView::showEarlierAnswers(const TaEnrolClient& client) {
@@ -222,6 +251,10 @@ void QuestionsView::waits(bool waiting) {
 void QuestionsView::evgi_submitclicked() {
   vane::log("EVGI: submitclicked: begin");
   flow_.evgi_submitclicked();
+  if (panel_.openPanel() == window() && form_.evgi_pinagain->text() != form_.evgi_pin->text()) {
+    forget(*form_.evgi_pinagain);
+    (problemWithPin() ? form_.evgi_pin : form_.evgi_pinagain)->setFocus();
+  }
   tellClockTrouble(flow_, shell_);
   vane::log("EVGI: submitclicked: end");
 }

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <string>
 
 #include "config/ini.h"
 #include "enrol/enrol_flow.h"
@@ -47,6 +48,8 @@ class QuestionsView final : public View {
   void fillMenu(std::size_t index, const std::optional<TaEnrolClient::Questions>& titles);
   void layOut(const TaEnrolClient& client, int height);
   void showEarlierAnswers(const TaEnrolClient& client);
+  [[nodiscard]] std::optional<std::string> problemWithPin() const;
+  void showPinProblem();
   [[nodiscard]] bool pinIsGood() const;
   [[nodiscard]] TextLabel* topLabel() const;
   [[nodiscard]] std::array<QComboBox*, 3> menus() const;
