@@ -70,6 +70,21 @@ TEST_F(KeysTest, ReturnInAFieldOfManualEntryIsOk) {
   EXPECT_EQ(storedNames(), (Lines{"Mail"}));
 }
 
+TEST_F(KeysTest, ReturnGoesToTheNextEmptyFieldFirst) {
+  show("mv");
+  ASSERT_EQ(focus(), "mvdesc");
+  type("mvdesc", "Mail");
+  press(Qt::Key_Return);
+  EXPECT_EQ(focus(), "mvseed");
+  EXPECT_EQ(openView(), "mv");
+  EXPECT_EQ(alerts.texts(), Lines());
+  // With nothing empty below, it is OK.
+  find<QLineEdit>("mvdesc")->clear();
+  type("mvseed", seed1);
+  press(Qt::Key_Return);
+  EXPECT_EQ(alerts.texts(), Lines{"Enter a description"});
+}
+
 TEST_F(KeysTest, ReturnInANameSavesAndLeadsHome) {
   store("Mail");
   show("cv");

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QLineEdit>
 
 #include <algorithm>
 #include <cstddef>
@@ -62,6 +63,22 @@ void bringToFront(SoftTokenWindow* window) {
   window->raise();
   window->activateWindow();
   if (QWidget* focus = window->focusWidget()) focus->setFocus();
+}
+
+// The first empty field below `above`, or of all; null if there is none.
+QLineEdit* emptyField(const QWidget* form, const QWidget* above) {
+  const bool is_within = above != nullptr && above->window() == form->window();
+  const int line = is_within ? above->mapTo(form->window(), QPoint(0, 0)).y() : -1;
+  QLineEdit* first = nullptr;
+  int first_line = 0;
+  for (auto* field : form->findChildren<QLineEdit*>()) {
+    if (!field->isVisible() || !field->isEnabled() || !field->text().isEmpty()) continue;
+    const int its_line = field->mapTo(form->window(), QPoint(0, 0)).y();
+    if (its_line <= line || (first != nullptr && its_line >= first_line)) continue;
+    first = field;
+    first_line = its_line;
+  }
+  return first;
 }
 
 // The row `step` rows after the focused one.
@@ -369,7 +386,7 @@ bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
       // In a field, or when no button has the focus.
-      if (QAbstractButton* accepting = view->accepting()) accepting->click();
+      accept(*view);
       return true;
     case Qt::Key_Up:
       return focusRow(view->rows(), -1);
@@ -385,6 +402,19 @@ bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
       return focusEnd(*view, 1);
     default:
       return view->keyPressed(event);
+  }
+}
+
+void Panel::accept(const View& view) {
+  QAbstractButton* accepting = view.accepting();
+  if (accepting == nullptr) return;
+  QWidget* focus = QApplication::focusWidget();
+  QLineEdit* next = emptyField(content, focus);
+  if (next == nullptr && !accepting->isEnabled()) next = emptyField(content, nullptr);
+  if (next != nullptr && next != focus) {
+    next->setFocus(Qt::TabFocusReason);
+  } else {
+    accepting->click();
   }
 }
 

@@ -103,6 +103,8 @@ class Panel : public QObject, private Wait::Host {
   void releaseLater();
   void releaseClosedPanel();
   bool keyPressed(const SoftTokenWindow* window, const QKeyEvent& event);
+  /// Goes to the next empty field; without one, presses the view's affirmative button.
+  void accept(const View& view);
   /// In points; positive shows what is below.
   void scroll(int movement);
   bool page(View& view, int pages);
