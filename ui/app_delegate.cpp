@@ -4,17 +4,22 @@
 #include <QFontMetrics>
 #include <QUrl>
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 
+#include "config/clipboard_time.h"
 #include "config/read_settings.h"
 #include "engine/soft_token_info.h"
+#include "engine/text.h"
 #include "engine/vane.h"
 #include "platform/qr_image.h"
 #include "store/new_token.h"
 #include "ui/desktop/item_place.h"
+#include "ui/desktop/pasteboard.h"
 #include "ui/kit/alert.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
@@ -50,9 +55,14 @@ SoftTokenOSXAppDelegate::SoftTokenOSXAppDelegate(AppParts parts)
   gateway_.setConsole(parts_.console);
   panel_.dropped = [this](const QMimeData& content) { takeDropped(content); };
   panel_.turned = [this](bool open) { panelTurned(open); };
+  passcode_goes_.setSingleShot(true);
+  passcode_goes_.setTimerType(Qt::PreciseTimer);
+  connect(&passcode_goes_, &QTimer::timeout, this, [] { clearSecret(); });
+  connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { clearPasscode(); });
 }
 
 SoftTokenOSXAppDelegate::~SoftTokenOSXAppDelegate() {
+  clearPasscode();
   // Its worker still writes to the log.
   flow_.end();
   image_readers_.join();
@@ -224,6 +234,28 @@ void SoftTokenOSXAppDelegate::simpleMessageBox(const QString& text) {
   // The user knows: they have ended it.
   if (Wait::isLeaving()) return;
   Alert::tell(panel_.alertSite(), text);
+}
+
+void SoftTokenOSXAppDelegate::copyPasscode(const PasscodeToCopy& passcode) {
+  copySecret(passcode.digits);
+  const std::int64_t seconds =
+      secondsInClipboard(ini.ClipboardSeconds, passcode.expires - gateway_.CurrentTime());
+  passcode_goes_.stop();
+  if (seconds > 0) passcode_goes_.start(std::chrono::seconds(seconds));
+  if (!parts_.notify) return;
+  const QString name = QString::fromStdString(shownName(passcode.token));
+  const QString text = passcode.is_next ? QStringLiteral("Next passcode for %1 copied")
+                                        : QStringLiteral("Passcode for %1 copied");
+  // After the panel has closed.
+  QMetaObject::invokeMethod(
+      this, [this, words = text.arg(name)] { parts_.notify(words); }, Qt::QueuedConnection);
+}
+
+// The program ends: whoever asks for the passcode later would not get it cleared.
+void SoftTokenOSXAppDelegate::clearPasscode() {
+  if (!passcode_goes_.isActive()) return;
+  passcode_goes_.stop();
+  clearSecret();
 }
 
 void SoftTokenOSXAppDelegate::perform(const QString& request) {

@@ -6,6 +6,7 @@
 #include <QMimeData>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
 #include <chrono>
 #include <functional>
@@ -49,6 +50,8 @@ struct AppParts {
   /// Told when the panel has opened, or closed.
   std::function<void(bool open)> panel_turned;
   std::function<std::unique_ptr<UrlLoader>(std::string* error)> make_loader;
+  /// Shows the user a line of text, beside whatever they do; nothing if empty.
+  std::function<void(const QString& text)> notify;
   /// Opens a web page.
   std::function<void(const QString& address)> open_url;
   /// The trace file.
@@ -81,6 +84,7 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   void menuExit() override;
   void addclicked(SoftTokenWindow* fromWindow) override;
   void simpleMessageBox(const QString& text) override;
+  void copyPasscode(const PasscodeToCopy& passcode) override;
 
   /// Performs the request of another start of the program (see start.h).
   void perform(const QString& request);
@@ -108,6 +112,7 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   void takeImage(const std::shared_ptr<const QrImage>& image);
   void offerToken(const std::string& url);
   void showAdded(const TokenStore::Added& added);
+  void clearPasscode();
 
   AppParts parts_;
   Ini& ini;
@@ -120,6 +125,7 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   std::vector<std::function<void()>> after_roll_;
   bool reads_image_ = false;
   Workers image_readers_;
+  QTimer passcode_goes_;  // from the pasteboard; runs while a passcode may be there
 };
 
 }  // namespace talvane

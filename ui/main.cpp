@@ -30,6 +30,7 @@
 #include "ui/desktop/animations.h"
 #include "ui/desktop/display.h"
 #include "ui/desktop/instance_channel.h"
+#include "ui/desktop/notification.h"
 #include "ui/desktop/session_bus.h"
 #include "ui/desktop/status_icon.h"
 #include "ui/desktop/tray.h"
@@ -122,6 +123,7 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   parts.ini = &ini;
   parts.make_login_item = [] { return std::make_unique<talibobjc_LoginItem>(); };
   parts.open_url = [](const QString& address) { QDesktopServices::openUrl(QUrl(address)); };
+  parts.notify = [](const QString& text) { notify(text); };
   parts.show_status_item = [&tray, &ini] {
     tray->show(menuTexts(ini), ini.bAllowManual || ini.bAllowTaEnrol);
     prepareAnimations();

@@ -185,6 +185,7 @@ void AppTest::launch() {
   parts.make_loader = [this](std::string* /*error*/) { return network.makeLoader(); };
   parts.show_status_item = [this] { ++status_items_shown; };
   parts.panel_turned = [this](bool open) { told_open = open; };
+  parts.notify = [this](const QString& text) { notifications.push_back(text.toStdString()); };
   parts.open_url = [this](const QString& address) {
     opened_pages.push_back(address.toStdString());
   };

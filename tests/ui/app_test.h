@@ -194,6 +194,7 @@ class AppTest : public testing::Test {
   test::Script network;
   test::AlertUser alerts;
   test::Lines opened_pages;
+  test::Lines notifications;
   int status_items_shown = 0;
   /// What the status item was told of the panel.
   bool told_open = false;

@@ -172,6 +172,7 @@ TEST(ManualViewTest, MissingResponseIsTracedAndTheViewStays) {
     void addclicked(SoftTokenWindow* /*from*/) override {}
     void simpleMessageBox(const QString& /*text*/) override { ADD_FAILURE(); }
     void menuExit() override {}
+    void copyPasscode(const PasscodeToCopy& /*passcode*/) override { ADD_FAILURE(); }
   };
   const test::PrivateHome home;
   test::MemoryUserDefaults defaults;

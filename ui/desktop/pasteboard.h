@@ -8,4 +8,8 @@ namespace talvane {
 /// clipboard managers not to store it.
 void copySecret(const QString& text);
 
+/// Clears the general pasteboard if it still holds what `copySecret` put there last. Does not wait
+/// for other programs.
+void clearSecret();
+
 }  // namespace talvane
