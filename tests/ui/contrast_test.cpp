@@ -261,6 +261,7 @@ class ContrastTest : public AppTest {
       field->clearFocus();
       const bool filled = !field->text().isEmpty();
       if (!filled) field->setText(QStringLiteral("Typed text"));
+      field->setPlaceholderText(QString());  // it would show where the text is taken away
       measure(field, prefix + " field " + field->objectName().toStdString());
     }
   }
@@ -290,6 +291,35 @@ TEST_F(ContrastTest, PasscodesInEveryColourOfTheTable) {
     ASSERT_EQ(colourOf("tvpasscode"), colour(vane::ColorForValue2(second)));
     measure(find<QLabel>("tvpasscode"), "passcode at second " + std::to_string(second));
   }
+}
+
+TEST_F(ContrastTest, PasscodeThatComesNext) {
+  store("Mail");
+  clock = 25;
+  show("tv");
+  measure(find<QLabel>("tvnext"), "next passcode");
+}
+
+TEST_F(ContrastTest, WhatIsTypedToFindAToken) {
+  store("Mail");
+  show("tv");
+  QTest::keyClicks(panel()->focusWidget(), QStringLiteral("x"));
+  measure(find<QLabel>("bg_logo_text"), "typed");
+  measure(find<QLabel>("tvnone"), "none found");
+}
+
+TEST_F(ContrastTest, WhatThePinLacks) {
+  askQuestions();
+  auto* field = find<QLineEdit>("evgi_pinagain");
+  const auto measureHint = [&](const std::string& what) {
+    field->clearFocus();
+    measure(
+        field, field->placeholderText(),
+        [field](const QString& text) { field->setPlaceholderText(text); }, what);
+  };
+  measureHint("PIN again");
+  type("evgi_pin", "1");
+  measureHint("PIN lacks");
 }
 
 TEST_F(ContrastTest, EveryDigitOfAPasscode) {

@@ -90,6 +90,12 @@ void KeyedButton::keyPressEvent(QKeyEvent* event) {
       // The panel handles the arrow keys.
       event->ignore();
       return;
+    case Qt::Key_Space:
+      if (!pressed_by_space_) {
+        event->ignore();
+        return;
+      }
+      [[fallthrough]];
     default:
       QAbstractButton::keyPressEvent(event);
   }

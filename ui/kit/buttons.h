@@ -11,10 +11,15 @@ namespace talvane {
 class KeyedButton : public QAbstractButton {
  public:
   explicit KeyedButton(QWidget* parent = nullptr);
+  /// Whether the space bar presses it, as it does at first.
+  void setPressedBySpace(bool pressed) { pressed_by_space_ = pressed; }
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
   bool event(QEvent* event) override;
+
+ private:
+  bool pressed_by_space_ = true;
 };
 
 /// A push button in one of the panel's styles, which depends on its background.

@@ -377,6 +377,7 @@ bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
   View* view = viewOf(window);
   switch (event.key()) {
     case Qt::Key_Escape:
+      if (view->takesEscape()) return true;
       if (QAbstractButton* cancelling = view->cancelling()) {
         cancelling->click();
       } else {
@@ -416,6 +417,10 @@ void Panel::accept(const View& view) {
   } else {
     accepting->click();
   }
+}
+
+void Panel::showInLogo(const QString& text) {
+  if (bg != nullptr) bg->showInLogo(text);
 }
 
 void Panel::scroll(int movement) {

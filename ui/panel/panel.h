@@ -4,6 +4,7 @@
 
 #include <QMimeData>
 #include <QObject>
+#include <QString>
 
 #include <functional>
 #include <memory>
@@ -74,6 +75,9 @@ class Panel : public QObject, private Wait::Host {
   void cvtv();
   void closeclicked();
   void makeBackground(int height);
+  /// Shows what the user types to find a token in the logo band, in place of the program's name; no
+  /// text: the name again. Until the open view closes.
+  void showInLogo(const QString& text);
   void positionToolbarLeft(QWidget* button);
   void positionToolbarCentre(QWidget* button);
   void positionToolbarRight(QWidget* button);

@@ -2,6 +2,7 @@
 
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/look.h"
+#include "ui/panel/logo_text.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/scroll_room.h"
 
@@ -21,6 +22,15 @@ PanelBackground::PanelBackground(int height) : FlippedView({0, 0, panel_width, h
   room_ = new ScrollRoom(this);
   room_->setObjectName(QStringLiteral("bg_room"));
   room_->setGeometry(rectangle(tileFrame(height)));
+}
+
+void PanelBackground::showInLogo(const QString& text) {
+  if (logo_text_ == nullptr) {
+    if (text.isEmpty()) return;
+    logo_text_ = new LogoText(this);
+  }
+  logo_text_->setText(text);
+  logo_text_->setVisible(!text.isEmpty());
 }
 
 void PanelBackground::hold(QWidget* content, int content_height, QWidget* close) {

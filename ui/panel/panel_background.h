@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QString>
+
 #include "ui/kit/flipped_view.h"
+#include "ui/panel/logo_text.h"
 #include "ui/panel/scroll_room.h"
 
 namespace talvane {
@@ -13,10 +16,13 @@ class PanelBackground : public FlippedView {
 
   /// Adds the view's content, which is `content_height` high with the bands, and the close button.
   void hold(QWidget* content, int content_height, QWidget* close);
+  /// No text: the program's name.
+  void showInLogo(const QString& text);
   [[nodiscard]] ScrollRoom& room() { return *room_; }
 
  private:
   ScrollRoom* room_;
+  LogoText* logo_text_ = nullptr;
 };
 
 }  // namespace talvane

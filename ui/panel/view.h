@@ -52,6 +52,8 @@ class View {
   [[nodiscard]] virtual QAbstractButton* accepting() const { return nullptr; }
   /// The button that Escape presses; null if Escape closes the panel.
   [[nodiscard]] virtual QAbstractButton* cancelling() const { return nullptr; }
+  /// Escape, before it cancels or closes. Returns true if it was for the view.
+  virtual bool takesEscape() { return false; }
   /// The widgets that the arrow keys step through, from the top.
   [[nodiscard]] virtual std::vector<QWidget*> rows() const { return {}; }
   /// A key that the panel does not handle. Returns true if the view handles it.

@@ -1,11 +1,14 @@
 #include "ui/views/token_view.h"
 
 #include <QDateTime>
+#include <QGuiApplication>
 #include <QKeyEvent>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -15,9 +18,10 @@
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
-#include "ui/desktop/pasteboard.h"
+#include "ui/desktop/digit_key.h"
 #include "ui/kit/countdown.h"
 #include "ui/kit/flipped_view.h"
+#include "ui/kit/frame.h"
 #include "ui/kit/look.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
@@ -32,6 +36,10 @@ constexpr int passcode_font_size = 24;
 constexpr int row_font_size = 13;
 constexpr int highest_notice = 500;
 constexpr int milliseconds_a_second = 1000;
+constexpr int next_font_size = 11;
+constexpr int seconds_of_next = 5;  // how long before its time the next passcode is shown
+constexpr Frame next_frame{4, 27, 58, 31};
+constexpr int most_typed = 60;
 
 // Until the next full second, so that the screen changes exactly when the passcode does.
 int millisecondsToNextSecond() {
@@ -69,6 +77,7 @@ int TokenView::troubleHeight() const {
 }
 
 void TokenView::closed() {
+  typed_.clear();
   delete std::exchange(timer, nullptr);
   takeOff(tvview);
 }
@@ -77,7 +86,11 @@ void TokenView::clearRows() {
   tvdesc.clear();
   tvpasscode.clear();
   tvcopy.clear();
-  // The rows are the parents of the three kinds above.
+  next_.clear();
+  found_.clear();
+  row_places_.clear();
+  none_found_ = nullptr;
+  // The rows are the parents of the kinds above.
   Panel::ClearViewArray(tvtoken);
   delete std::exchange(tvcountdown, nullptr);
   delete std::exchange(tvview, nullptr);
@@ -85,6 +98,7 @@ void TokenView::clearRows() {
 
 void TokenView::tv_init() {
   vane::log("TV : init: begin");
+  typed_.clear();
   clearRows();
   tvview =
       named(new FlippedView(withoutBands(frameOf(panel_.form()->rect())), panel_.form()), "tvview");
@@ -119,6 +133,8 @@ void TokenView::addTokenRow(int index) {
                                          artwork(QStringLiteral("blue.png"), *window()), tvview),
                     "tvtoken");
   tvtoken.push_back(row);
+  row_places_.push_back(row->pos());
+  found_.push_back(static_cast<std::size_t>(index));
 
   auto* description = named(new TextLabel(row), "tvdesc");
   description->setGeometry(rectangle(description_frame));
@@ -137,13 +153,23 @@ void TokenView::addTokenRow(int index) {
   passcode->setTextColour(Qt::black);
   tvpasscode.push_back(passcode);
 
+  auto* next = named(new TextLabel(row), "tvnext");
+  next->setGeometry(rectangle(next_frame));
+  next->setWordWrap(true);
+  next->setAlignment(Qt::AlignCenter);
+  next->setFontSize(next_font_size);
+  next->setTextColour(paint::dark_text);
+  next->hide();
+  next_.push_back(next);
+
   auto* copy = named(new PanelButton(row), "tvcopy");
   copy->setGeometry(rectangle(copy_button_frame));
   copy->setDress(PanelButton::Dress::light);
   copy->setText(QString::fromStdString(ini_.StrButtonCopy));
   copy->setAccessibleName(copy->text() + QStringLiteral(": ") + name);
   QObject::connect(copy, &QAbstractButton::clicked, window(), [this, copy] {
-    if (!Wait::isOn()) tv_copyclicked(copy);
+    if (Wait::isOn()) return;
+    tv_copyclicked(copy, QGuiApplication::keyboardModifiers().testFlag(Qt::ShiftModifier));
   });
   tvcopy.push_back(copy);
 }
@@ -171,15 +197,84 @@ void TokenView::setTabOrder() {
 }
 
 std::vector<QWidget*> TokenView::rows() const {
-  return {tvcopy.begin(), tvcopy.end()};
+  std::vector<QWidget*> shown;
+  for (const std::size_t row : found_) shown.push_back(tvcopy[row]);
+  return shown;
 }
 
 bool TokenView::keyPressed(const QKeyEvent& event) {
-  const int digit = event.key() - Qt::Key_1;
-  if (digit < 0 || digit >= 9 || digit >= panel_.tokens().count()) return false;
-  if (event.modifiers() != Qt::NoModifier) return false;
-  tv_copyclicked(tvcopy[static_cast<std::size_t>(digit)]);
+  constexpr auto for_other_things = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
+  if (event.modifiers().testAnyFlags(for_other_things)) return false;
+  if (copyByKey(event)) return true;
+  if (tvtoken.empty()) return false;
+  if (event.key() == Qt::Key_Backspace && !typed_.isEmpty()) {
+    const bool is_pair = typed_.size() > 1 && typed_.back().isLowSurrogate();
+    find(typed_.chopped(is_pair ? 2 : 1));
+    return true;
+  }
+  const QString text = event.text();
+  const bool is_text = !text.isEmpty() && (text.front().isPrint() || text.front().isSurrogate()) &&
+                       !text.front().isDigit() && !(text.front().isSpace() && typed_.isEmpty());
+  if (!is_text) return false;
+  find((typed_ + text).left(most_typed));
   return true;
+}
+
+bool TokenView::copyByKey(const QKeyEvent& event) {
+  const bool shift = event.modifiers().testFlag(Qt::ShiftModifier);
+  int number = event.key() - Qt::Key_0;
+  bool next = false;
+  // There are layouts whose digits need Shift.
+  if (shift && (number < 1 || number > 9)) {
+    number = digitOnKey(event);
+    next = true;
+  }
+  if (number < 1 || number > 9 || static_cast<std::size_t>(number) > found_.size()) return false;
+  tv_copyclicked(tvcopy[found_[static_cast<std::size_t>(number) - 1]], next);
+  return true;
+}
+
+bool TokenView::takesEscape() {
+  if (typed_.isEmpty()) return false;
+  find(QString());
+  return true;
+}
+
+bool TokenView::isWanted(std::size_t row) const {
+  const SoftTokenInfo& token = *panel_.tokens().stored().list[row];
+  const std::string name = searchForm(token.currentDescription().value_or(""));
+  return name.find(searchForm(trimmed(typed_.toStdString()))) != std::string::npos;
+}
+
+// The window keeps its size, and the rows that are left move up.
+void TokenView::find(const QString& typed) {
+  typed_ = typed;
+  panel_.showInLogo(typed_);
+  found_.clear();
+  for (std::size_t row = 0; row < tvtoken.size(); ++row) {
+    if (!isWanted(row)) continue;
+    tvtoken[row]->move(row_places_[found_.size()]);
+    tvtoken[row]->show();
+    // A space belongs to what is typed.
+    tvcopy[row]->setPressedBySpace(typed_.isEmpty());
+    found_.push_back(row);
+  }
+  // Before the others go: the focus must not wander to a control that Return would press.
+  QWidget* focus = found_.empty() ? static_cast<QWidget*>(window()) : tvcopy[found_.front()];
+  focus->setFocus(Qt::OtherFocusReason);
+  for (std::size_t row = 0; row < tvtoken.size(); ++row) {
+    tvtoken[row]->setVisible(std::find(found_.begin(), found_.end(), row) != found_.end());
+  }
+  if (none_found_ == nullptr) {
+    none_found_ = named(new TextLabel(tvview), "tvnone");
+    none_found_->setGeometry(QRect(row_places_.front(), tvtoken.front()->size()));
+    none_found_->setWordWrap(true);
+    none_found_->setAlignment(Qt::AlignCenter);
+  }
+  none_found_->setVisible(found_.empty());
+  none_found_->showText(
+      QStringLiteral("No token has \u201c%1\u201d in its name. Escape shows all tokens")
+          .arg(QString::fromStdString(shownName(typed_.toStdString()))));
 }
 
 void TokenView::tv_timer() {
@@ -193,6 +288,7 @@ void TokenView::tv_timer() {
 
 void TokenView::tv_update() {
   const std::int64_t now = gateway_.CurrentTime();
+  shown_time_ = now;
   const bool bar_60 = tvcountdown != nullptr && tvcountdown->period() == 60;
   if (tvcountdown != nullptr) tvcountdown->setValue(static_cast<int>(now % tvcountdown->period()));
   const auto& tokens = panel_.tokens().stored().list;
@@ -206,18 +302,41 @@ void TokenView::tv_update() {
     const std::int32_t index = vane::GetPasscodeColorForToken(token, bar_60, now);
     vane::log("timer: token [{:02}] period:{} , using color index:{}", i, token.period, index);
     tvpasscode[i]->setTextColour(colour(vane::ColorForValue2(index)));
+    showNext(i);
   }
 }
 
-void TokenView::tv_copyclicked(const QAbstractButton* sender) {
+// Small, at the other side of the row, and with a word before it: nobody takes it for the passcode
+// of now.
+void TokenView::showNext(std::size_t row) {
+  const SoftTokenInfo& token = *panel_.tokens().stored().list[row];
+  const bool is_near = token.period - shown_time_ % token.period <= seconds_of_next;
+  const auto passcode =
+      is_near && token.seed32
+          ? vane::unloggedPasscode(token.seed32->get(), token.counterAt(shown_time_) + 1)
+          : std::nullopt;
+  next_[row]->setVisible(passcode.has_value());
+  if (!passcode) return;
+  next_[row]->showText(QStringLiteral("Next\n") + QString::fromStdString(*passcode));
+  next_[row]->setToolTip(QStringLiteral("Copied by Shift with Copy, Return or the row's digit"));
+}
+
+void TokenView::tv_copyclicked(const QAbstractButton* sender, bool next) {
   vane::log("TV : copyclicked: begin");
   const auto found = std::find(tvcopy.begin(), tvcopy.end(), sender);
-  if (found == tvcopy.end()) {
+  const auto& tokens = panel_.tokens().stored().list;
+  if (found == tvcopy.end() || tokens.size() != tvcopy.size()) {
     vane::log("TV : copyclicked: index not found");
   } else {
     const auto index = static_cast<std::size_t>(found - tvcopy.begin());
     vane::log("TV : copyclicked: found index: {}", index);
-    copySecret(tvpasscode[index]->text());
+    const SoftTokenInfo& token = *tokens[index];
+    const bool is_next = next && !next_[index]->isHidden();
+    const QString digits =
+        is_next ? next_[index]->text().section(QLatin1Char('\n'), -1) : tvpasscode[index]->text();
+    const std::int64_t periods = token.counterAt(shown_time_) + (is_next ? 2 : 1);
+    shell_.copyPasscode(
+        {digits, token.currentDescription().value_or(""), periods * token.period, is_next});
     panel_.closeWindow(window(), true);
   }
   vane::log("TV : copyclicked: end");

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <QPoint>
+#include <QString>
 #include <QTimer>
 
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "config/ini.h"
@@ -27,7 +31,8 @@ class TokenView final : public View {
   void tv_init();
   void tv_timer();
   void tv_update();
-  void tv_copyclicked(const QAbstractButton* sender);
+  /// Copies the passcode of the row. `next`: the one that comes next, if the row shows it.
+  void tv_copyclicked(const QAbstractButton* sender, bool next = false);
   void tv_editclicked();
   void tv_helpclicked();
   void tv_addclicked();
@@ -38,8 +43,11 @@ class TokenView final : public View {
   void closed() override;
   void released() override { clearRows(); }
   [[nodiscard]] std::vector<QWidget*> rows() const override;
-  /// A digit key copies the passcode in the row with that number.
+  /// A digit key copies the passcode in the shown row with that number, with Shift the next one.
+  /// Other characters narrow the rows down to those whose names hold what is typed.
   bool keyPressed(const QKeyEvent& event) override;
+  /// Shows all rows again.
+  bool takesEscape() override;
 
  private:
   [[nodiscard]] int troubleHeight() const;
@@ -48,6 +56,10 @@ class TokenView final : public View {
   void addTokenRow(int index);
   void startCountdown();
   void setTabOrder();
+  bool copyByKey(const QKeyEvent& event);
+  void find(const QString& typed);
+  [[nodiscard]] bool isWanted(std::size_t row) const;
+  void showNext(std::size_t row);
 
   Panel& panel_;
   Shell& shell_;
@@ -60,6 +72,12 @@ class TokenView final : public View {
   std::vector<TextLabel*> tvdesc;
   std::vector<TextLabel*> tvpasscode;
   std::vector<PanelButton*> tvcopy;
+  std::vector<TextLabel*> next_;    // what comes next; hidden except at the end of a period
+  QString typed_;                   // to find a token
+  std::vector<std::size_t> found_;  // the rows that are shown
+  std::vector<QPoint> row_places_;  // of all rows
+  TextLabel* none_found_ = nullptr;
+  std::int64_t shown_time_ = 0;  // when the passcodes were made
   QTimer* timer = nullptr;
 };
 
