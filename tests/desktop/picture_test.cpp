@@ -2,6 +2,8 @@
 
 #include <QImage>
 #include <algorithm>
+#include <chrono>
+#include <ctime>
 #include <filesystem>
 
 #include "tests/desktop/desktop.h"
@@ -83,6 +85,31 @@ TEST_P(PictureTest, Tokens) {
   take("tokens-3", 300);
 }
 
+TEST_P(PictureTest, Finding) {
+  add("Bank");
+  add("Work mail", other_seed_16);
+  add("Éclair mail", "KRSXG5CTMVRXEZLU");
+  start();
+  openPanel();
+  ASSERT_TRUE(focusComesTo("Copy: Bank"));
+  screen().type("mail");
+  ASSERT_TRUE(comesToShow(Role::label, "mail"));
+  take("found", 300);
+  screen().type("box");
+  ASSERT_TRUE(comesToSay("No token has"));
+  take("none-found", 300);
+}
+
+TEST_P(PictureTest, NextPasscode) {
+  add("Work mail", other_seed_16);
+  add("Bank");
+  start();
+  openPanel();
+  const auto is_near = [] { return std::time(nullptr) % 30 >= 26 && std::time(nullptr) % 30 < 29; };
+  ASSERT_TRUE(until(is_near, std::chrono::seconds(31)));
+  take("next", 228);
+}
+
 TEST_P(PictureTest, Management) {
   add("Mail");
   add("VPN of the office with a name that is too long for its row");
@@ -131,6 +158,8 @@ TEST_P(PictureTest, Enrolment) {
     ASSERT_TRUE(focusComesTo("Please choose an 8-character PIN."));
     screen().type("1928");
     take("pin-and-questions", 460);
+    screen().type("3746");
+    take("good-pin-and-questions", 460);
   } else {
     // What fits onto the screen.
     signIn("ines");

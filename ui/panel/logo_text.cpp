@@ -9,8 +9,8 @@
 namespace talvane {
 namespace {
 
-constexpr Frame logo_text_frame{34, 0, 204, 34};  // between the shield and the close button
-constexpr QRectF field(0.5, 6.5, 203, 21);
+constexpr Frame logo_text_frame{36, 0, 202, 34};  // between the shield and the close button
+constexpr QRectF field(0.5, 6.5, 201, 21);
 constexpr qreal corner = 5;
 constexpr QPointF lens(13, 15.5);
 constexpr qreal lens_radius = 4;
