@@ -35,6 +35,27 @@ TEST(PanelFieldTest, FocusIsSeen) {
   EXPECT_EQ(focused.pixelColor(90, 1), paint::focus);
 }
 
+TEST(SeedFieldTest, TakesOutWhiteSpaceAndDashesAndKeepsThePlace) {
+  SeedField field;
+  QTest::keyClicks(&field, QStringLiteral(" GEZD-GNBV"));
+  EXPECT_EQ(field.text(), QStringLiteral("GEZDGNBV"));
+  EXPECT_EQ(field.cursorPosition(), 8);
+  field.setCursorPosition(4);
+  field.insert(QString::fromUtf8("A B\t\u00a0C\u2013\u00ad\u2212D"));
+  EXPECT_EQ(field.text(), QStringLiteral("GEZDABCDGNBV"));
+  EXPECT_EQ(field.cursorPosition(), 8);
+  field.insert(QStringLiteral(" "));
+  EXPECT_EQ(field.text(), QStringLiteral("GEZDABCDGNBV"));
+  EXPECT_EQ(field.cursorPosition(), 8);
+}
+
+TEST(SeedFieldTest, LeavesOtherCharactersAndAnyLength) {
+  SeedField field;
+  const QString typed = QStringLiteral("_GEZD!GNBV.GY3T=QOJQ0189");
+  QTest::keyClicks(&field, typed);
+  EXPECT_EQ(field.text(), typed);
+}
+
 // How often the text is in memory after it was typed into a field and forgotten.
 std::size_t copiesLeft(const test::Secret& secret, QLineEdit::EchoMode mode) {
   QWidget window;

@@ -117,10 +117,20 @@ TEST_F(ManualTest, SeedsOfOtherLengthsAreRefusedWithTheirPrompt) {
   EXPECT_EQ(writes(), 0U);
 }
 
-TEST_F(ManualTest, LengthCountsAsTyped) {
+TEST_F(ManualTest, SpacesAndDashesInTheSeedAreTakenOut) {
   show("mv");
-  fillIn("Mail", std::string(seed1) + " ");
+  fillIn("Mail", "GEZD GNBV-GY3T QOJQ ");
+  expectStays("Mail", seed1);
   click("mvok");
+  EXPECT_EQ(alerts.texts(), Lines());
+  EXPECT_EQ(storedNames(), (Lines{"Mail"}));
+}
+
+TEST_F(ManualTest, OtherCharactersCountAsTyped) {
+  show("mv");
+  fillIn("Mail", std::string(seed1) + "_");
+  click("mvok");
+  expectStays("Mail", std::string(seed1) + "_");
   EXPECT_EQ(alerts.texts(), (Lines{"Enter your 13 or 16 character key"}));
 }
 
@@ -237,9 +247,58 @@ TEST_F(ManualTest, TokenOfTheSameNameIsReplacedInItsSlot) {
   clock = 45;
   show("mv");
   fillIn("Mail", seed1);
+  alerts.answers.push_back(test::AlertUser::press("YES"));
   click("mvok");
+  EXPECT_EQ(alerts.texts(),
+            (Lines{"Replace the stored token \"Mail\"? It will be deleted.\n\n"
+                   "The new token is \"Mail\", with a new passcode every 30 seconds."}));
+  EXPECT_EQ(alerts.seen[0].default_button, "NO");
   EXPECT_EQ(storedNames(), (Lines{"Mail", "Bank"}));
   EXPECT_EQ(codes().front(), "263420");
+}
+
+TEST_F(ManualTest, NoReplacesNothing) {
+  store("Mail|Work", seed2);
+  show("mv");
+  fillIn("Mail", seed1);
+  alerts.answers.push_back(test::AlertUser::press("NO"));
+  click("mvok");
+  expectStays("Mail", seed1);
+  ASSERT_EQ(alerts.seen.size(), 1U);
+  EXPECT_NE(alerts.seen[0].text.find("\"Work\""), std::string::npos);
+  EXPECT_EQ(storedNames(), (Lines{"Mail|Work"}));
+  EXPECT_EQ(writes(), 0U);
+}
+
+TEST_F(ManualTest, SeedThatCannotWorkIsRefusedWithoutTheQuestion) {
+  store("Mail", seed2);
+  show("mv");
+  for (const char* seed : {"GEZDGNBVGY3TQO", "GEZDGNBVGY3TQOJ!"}) {
+    fillIn("Mail", seed);
+    click("mvok");
+    expectStays("Mail", seed);
+  }
+  EXPECT_EQ(alerts.texts(),
+            (Lines{"Enter your 13 or 16 character key", "Invalid character in seed"}));
+}
+
+TEST_F(ManualTest, TokenThatCameDuringTheCheckIsNotReplaced) {
+  store("Mail", seed2);
+  const auto items = std::exchange(keychain.memory.items, {});
+  show("mv");
+  fillIn("Mail", seed1);
+  // The check looks once at each slot.
+  std::size_t finds = 0;
+  fault = [&](test::FaultyKeychain::Call call) {
+    if (call == test::FaultyKeychain::Call::find && ++finds == 33) keychain.memory.items = items;
+    return KeychainStatus::ok;
+  };
+  click("mvok");
+  fault = nullptr;
+  expectStays("Mail", seed1);
+  ASSERT_EQ(alerts.seen.size(), 1U);
+  EXPECT_NE(alerts.seen[0].text.find("already holds the token \"Mail\""), std::string::npos);
+  EXPECT_EQ(storedNames(), (Lines{"Mail"}));
 }
 
 TEST_F(ManualTest, FullStoreIsToldAndLosesNothing) {

@@ -4,10 +4,16 @@
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOption>
+#include <QTimer>
+#include <QValidator>
 
+#include <algorithm>
 #include <cstddef>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "engine/cleared.h"
 #include "ui/kit/focus_ring.h"
@@ -35,7 +41,45 @@ void clear(QString& text) {
   clearMemory(text.data(), static_cast<std::size_t>(text.size()) * sizeof(QChar));
 }
 
+// What people put between groups of characters.
+bool isFiller(QChar character) {
+  return character.isSpace() || character.category() == QChar::Punctuation_Dash ||
+         character == QChar::SoftHyphen || character == QChar(0x2212);  // minus sign
+}
+
+class WithoutFillers final : public QValidator {
+ public:
+  using QValidator::QValidator;
+
+  State validate(QString& input, int& position) const override {
+    if (std::none_of(input.cbegin(), input.cend(), isFiller)) return Acceptable;
+    forgetOld();
+    old_ = input;
+    QString kept;
+    kept.reserve(input.size());
+    const auto before = input.cbegin() + std::min<qsizetype>(position, input.size());
+    position = static_cast<int>(std::count_if(input.cbegin(), before, std::not_fn(isFiller)));
+    std::copy_if(old_.cbegin(), old_.cend(), std::back_inserter(kept), std::not_fn(isFiller));
+    input = std::move(kept);
+    // Once the field has dropped it too.
+    QTimer::singleShot(0, this, [this] { forgetOld(); });
+    return Acceptable;
+  }
+
+ private:
+  void forgetOld() const {
+    clear(old_);
+    old_ = QString();
+  }
+
+  mutable QString old_;  // the seed with what was between its characters
+};
+
 }  // namespace
+
+SeedField::SeedField(QWidget* parent) : PanelField(parent) {
+  setValidator(new WithoutFillers(this));
+}
 
 Cleared<std::string> secretText(const QString& text) {
   QByteArray utf8 = text.toUtf8();

@@ -19,6 +19,12 @@ class PanelField : public QLineEdit {
   void paintEvent(QPaintEvent* event) override;
 };
 
+/// A field for a seed. Takes out white space and dashes as they are typed or pasted.
+class SeedField : public PanelField {
+ public:
+  explicit SeedField(QWidget* parent = nullptr);
+};
+
 /// The text in UTF-8, with nothing left behind by the conversion.
 Cleared<std::string> secretText(const QString& text);
 

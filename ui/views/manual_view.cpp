@@ -8,7 +8,10 @@
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "store/new_token.h"
+#include "store/problem.h"
 #include "store/token_store.h"
+#include "ui/kit/alert.h"
 #include "ui/kit/fields.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
@@ -87,13 +90,27 @@ void ManualView::createToken() {
     shell_.simpleMessageBox(QString::fromStdString(ini_.StrManualSeed));
     return;
   }
-  const auto added = store_.add(typedToken(description, seed), TokenStore::SameName::replace);
-  if (!added) {
-    vane::log("MV : okclicked: NewToken returned error: {}", added.error().words);
-    shell_.simpleMessageBox(QString::fromStdString(added.error().words));
-    return;
+  const SoftTokenInfo token = typedToken(description, seed);
+  auto same_name = TokenStore::SameName::refuse;
+  if (const auto plan = store_.plan(token)) {
+    if (plan->replaces) {
+      const QString question = QString::fromStdString(questionBefore(token, plan->replaces));
+      if (Alert::ask(panel_.alertSite(), question) != Alert::Result::alternate_return) return;
+      same_name = TokenStore::SameName::replace;
+    }
+  } else if (plan.error().next != Problem::Next::other_input) {
+    return refuse(plan.error());
   }
+  // What is wrong with the input is traced when the token is added.
+  const auto added = store_.add(token, same_name);
+  if (!added) return refuse(added.error());
+  panel_.setAdded(added->slot);
   mv_created(length, *added);
+}
+
+void ManualView::refuse(const Problem& problem) {
+  vane::log("MV : okclicked: NewToken returned error: {}", problem.words);
+  shell_.simpleMessageBox(QString::fromStdString(problem.words));
 }
 
 void ManualView::mv_created(std::size_t seed_length, const TokenStore::Added& added) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "config/ini.h"
+#include "store/problem.h"
 #include "store/token_store.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/view.h"
@@ -31,6 +32,7 @@ class ManualView final : public View {
 
  private:
   void createToken();
+  void refuse(const Problem& problem);
 
   Panel& panel_;
   Shell& shell_;
