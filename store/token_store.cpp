@@ -42,13 +42,6 @@ using Recording = vaneinterface::Recording;
 constexpr const char* cannot_be_sealed =
     "Cannot seal this seed on this computer; ask for another one";
 
-// Whether both are one token: created under the same name, with the same seed. A later name makes
-// no difference.
-bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b) {
-  return a.originalDescription() == b.originalDescription() && a.seed32 && b.seed32 &&
-         a.seed32->get() == b.seed32->get();
-}
-
 Problem changedMeanwhile(std::string_view not_done) {
   return {
       Next::look_again,
@@ -329,6 +322,11 @@ std::vector<std::string> namesGone(const Slots& before, const Slots& after) {
 }
 
 }  // namespace
+
+bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b) {
+  return a.originalDescription() == b.originalDescription() && a.seed32 && b.seed32 &&
+         a.seed32->get() == b.seed32->get();
+}
 
 TokenStore::TokenStore(vaneinterface& gateway, KeychainService& keychain, UserDefaults* defaults,
                        std::chrono::milliseconds patience, Blocking blocking)

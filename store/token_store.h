@@ -29,6 +29,10 @@
 
 namespace talvane {
 
+/// Whether both are one token: created under the same name, with the same seed. A later name makes
+/// no difference.
+bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b);
+
 class TokenStore {
  public:
   /// Borrows all. `gateway` is the engine's (vane::SetInterface) and uses `keychain`. `defaults`

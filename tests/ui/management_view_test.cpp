@@ -470,6 +470,46 @@ TEST_F(ManagementTest, HomeNeedsTheStoreOnlyForTypedNames) {
   EXPECT_EQ(calls, 0U);
 }
 
+TEST_F(ManagementTest, TypedNamesSurviveTheDeletionOfAnotherRow) {
+  storeMany(3);
+  show("cv");
+  rename(0, "Bank");
+  rename(1, "Goes");
+  rename(2, "Post");
+  check(1);
+  deleteAndAnswer("YES");
+  turnEventLoop();
+  EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 2"}));
+  EXPECT_EQ(shownNames(), (Lines{"Bank", "Post"}));
+  EXPECT_FALSE(checkboxes()[0]->isChecked());
+  EXPECT_FALSE(checkboxes()[1]->isChecked());
+  click("cvhome");
+  EXPECT_EQ(storedNames(), (Lines{"Token 0|Bank", "Token 2|Post"}));
+}
+
+TEST_F(ManagementTest, EscapeSavesTypedNamesAsHomeDoes) {
+  storeMany(2);
+  show("cv");
+  rename(1, "Bank");
+  QTest::keyClick(fields()[1], Qt::Key_Escape);
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 1|Bank"}));
+}
+
+TEST_F(ManagementTest, AddSavesTypedNamesFirst) {
+  store("Mail");
+  show("cv");
+  rename(0, "");
+  click("cvadd");
+  EXPECT_EQ(alerts.seen.size(), 1U);
+  EXPECT_EQ(openView(), "cv");
+  rename(0, "Bank");
+  click("cvadd");
+  EXPECT_EQ(openView(), "av");
+  EXPECT_EQ(storedNames(), (Lines{"Mail|Bank"}));
+}
+
 TEST_F(ManagementTest, AddIsTraced) {
   store("Mail");
   show("cv");
@@ -497,7 +537,9 @@ TEST_F(ObstacleTest, RecordThatDoesNotLoadIsDeletedByItsRow) {
   ASSERT_EQ(checkboxes().size(), 2U);
   check(1);
   deleteAndAnswer("YES");
-  ASSERT_EQ(alerts.seen.size(), 1U);
+  EXPECT_EQ(alerts.texts(), (Lines{"Are you sure you want to delete these tokens?\n\nThe record in "
+                                   "slot 1 is damaged and hides the token after it. Deleting it "
+                                   "cannot be undone."}));
   EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 2"}));
   QCoreApplication::processEvents();
   EXPECT_EQ(shownNames(), (Lines{"Token 0", "Token 2"}));
@@ -512,6 +554,9 @@ TEST_F(ObstacleTest, GapIsClosedByItsRow) {
   EXPECT_EQ(find<QLineEdit>("cvobstacle")->text(), QStringLiteral("Slot 1: empty"));
   check(1);
   deleteAndAnswer("YES");
+  EXPECT_EQ(alerts.texts(),
+            (Lines{"Are you sure you want to delete these tokens?\n\nSlot 1 is empty and hides the "
+                   "token after it. Deleting it closes the gap and loses no token."}));
   EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 3"}));
 }
 

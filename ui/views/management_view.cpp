@@ -54,6 +54,7 @@ void ManagementView::clearRows() {
 void ManagementView::cv_init() {
   vane::log("CV : init: begin");
   clearRows();
+  save_failed_ = false;
   cvview = new FlippedView(withoutBands(frameOf(panel_.form()->rect())), panel_.form());
   cvview->setObjectName(QStringLiteral("cvview"));
   if (panel_.tokens().deletable() == 0) {
@@ -86,6 +87,7 @@ void ManagementView::addRow(int index) {
   field->setAlignment(Qt::AlignCenter);
   field->setAccessibleName(QStringLiteral("Description: ") + name);
   field->setCursorPosition(0);
+  QObject::connect(field, &QLineEdit::textEdited, window(), [this] { save_failed_ = false; });
   cvdesc.push_back(field);
 
   addCheckbox(index, name);
@@ -159,6 +161,17 @@ TokenStore::Selection ManagementView::selection() const {
   return selected;
 }
 
+// A record that does not load is no token that the user knows.
+QString ManagementView::deletionQuestion(const TokenStore::Selection& selected) const {
+  QString question = QString::fromStdString(ini_.StrDeleteAreYouSure);
+  const auto& obstacle = panel_.tokens().stored().obstacle;
+  if (!obstacle || selected[static_cast<std::size_t>(obstacle->slot)] == 0) return question;
+  return question + QStringLiteral("\n\n") + QString::fromStdString(obstacle->words) +
+         (obstacle->kind == Obstacle::Kind::gap
+              ? QStringLiteral(". Deleting it closes the gap and loses no token.")
+              : QStringLiteral(". Deleting it cannot be undone."));
+}
+
 void ManagementView::cv_trashclicked() {
   vane::log("CV : trashclicked: begin");
   vane::log("CV : trashclicked: cvdelete item count:{}", cvdelete.size());
@@ -168,8 +181,7 @@ void ManagementView::cv_trashclicked() {
     vane::log("CV : trashclicked: end");
     return;
   }
-  const Alert::Result result =
-      Alert::ask(panel_.alertSite(), QString::fromStdString(ini_.StrDeleteAreYouSure));
+  const Alert::Result result = Alert::ask(panel_.alertSite(), deletionQuestion(selected));
   if (result == Alert::Result::alternate_return) {
     vane::log("CV : trashclicked: delete tokens confirmation returned YES");
     const auto deleted = store_.remove(selected, panel_.tokens().stored());
@@ -187,16 +199,19 @@ void ManagementView::cv_trashclicked() {
 
 void ManagementView::cv_homeclicked() {
   vane::log("CV : homeclicked: begin");
+  if (saveNames()) panel_.switchViewfrom(window(), panel_.window("tv"));
+  vane::log("CV : homeclicked: end");
+}
+
+// False: the user has been told why not. The names stay in the fields of the tokens that are left.
+bool ManagementView::saveNames() {
   const std::vector<TokenStore::Rename> renames = typedNames();
   const auto renamed = renames.empty() ? Result<void>() : store_.rename(renames);
-  if (renamed) {
-    panel_.switchViewfrom(window(), panel_.window("tv"));
-  } else {
-    // The typed names stay in the fields, unless the tokens have changed.
-    tell(renamed.error());
-    if (renamed.error().next == Problem::Next::look_again) refreshLater();
-  }
-  vane::log("CV : homeclicked: end");
+  if (renamed) return true;
+  save_failed_ = true;
+  tell(renamed.error());
+  if (renamed.error().next == Problem::Next::look_again) refreshLater();
+  return false;
 }
 
 std::vector<TokenStore::Rename> ManagementView::typedNames() const {
@@ -218,9 +233,38 @@ std::vector<TokenStore::Rename> ManagementView::typedNames() const {
   return renames;
 }
 
+std::vector<ManagementView::Draft> ManagementView::drafts(Keep keep) const {
+  std::vector<Draft> result;
+  const auto& tokens = panel_.tokens().stored().list;
+  for (std::size_t i = 0; i < cvdesc.size() && i < tokens.size(); ++i) {
+    const bool checked = keep == Keep::names_and_checks && cvdelete[i]->isChecked();
+    if (!cvdesc[i]->isModified() && !checked) continue;
+    result.push_back({*tokens[i], cvdesc[i]->text(), cvdesc[i]->isModified(), checked});
+  }
+  return result;
+}
+
+void ManagementView::restore(const std::vector<Draft>& drafts) {
+  const auto& tokens = panel_.tokens().stored().list;
+  for (std::size_t i = 0; i < cvdesc.size() && i < tokens.size(); ++i) {
+    const auto draft = std::find_if(drafts.begin(), drafts.end(), [&](const Draft& candidate) {
+      return isSameToken(candidate.token, *tokens[i]);
+    });
+    if (draft == drafts.end()) continue;
+    cvdelete[i]->setChecked(draft->checked);
+    if (!draft->typed) continue;
+    cvdesc[i]->setText(draft->name);
+    cvdesc[i]->setModified(true);
+    cvdesc[i]->setCursorPosition(0);
+  }
+}
+
 void ManagementView::refreshLater() {
   Wait::later(window(), [this] {
-    if (panel_.openPanel() == window()) panel_.refreshView(window());
+    if (panel_.openPanel() != window()) return;
+    const std::vector<Draft> kept = drafts(Keep::names);
+    panel_.refreshView(window());
+    if (panel_.openPanel() == window()) restore(kept);
   });
 }
 
@@ -230,7 +274,9 @@ void ManagementView::tell(const Problem& problem) {
 
 void ManagementView::cv_addclicked() {
   vane::log("CV : addclicked: begin");
-  shell_.addclicked(window());
+  const bool has_typed = std::any_of(cvdesc.begin(), cvdesc.end(),
+                                     [](const PanelField* field) { return field->isModified(); });
+  if (!has_typed || saveNames()) shell_.addclicked(window());
   vane::log("CV : addclicked: end");
 }
 

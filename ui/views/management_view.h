@@ -3,9 +3,11 @@
 #include <QString>
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "config/ini.h"
+#include "engine/soft_token_info.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"
 #include "store/token_store.h"
@@ -35,9 +37,22 @@ class ManagementView final : public View {
   void closed() override { takeOff(cvview); }
   void released() override { clearRows(); }
   [[nodiscard]] QAbstractButton* accepting() const override { return form_.cvhome; }
+  /// None after names could not be saved, so that Escape still leads out.
+  [[nodiscard]] QAbstractButton* cancelling() const override {
+    return save_failed_ ? nullptr : form_.cvhome;
+  }
   [[nodiscard]] std::vector<QWidget*> rows() const override;
 
  private:
+  /// What the user has done to a token's row and not saved.
+  struct Draft {
+    SoftTokenInfo token;
+    QString name;
+    bool typed = false;
+    bool checked = false;
+  };
+  enum class Keep : std::uint8_t { names, names_and_checks };
+
   void clearRows();
   void addRow(int index);
   void addObstacleRow(int index, const Obstacle& obstacle);
@@ -45,7 +60,11 @@ class ManagementView final : public View {
   void setTabOrder();
   [[nodiscard]] std::size_t slotOf(std::size_t row) const;
   [[nodiscard]] TokenStore::Selection selection() const;
+  [[nodiscard]] QString deletionQuestion(const TokenStore::Selection& selected) const;
   [[nodiscard]] std::vector<TokenStore::Rename> typedNames() const;
+  bool saveNames();
+  [[nodiscard]] std::vector<Draft> drafts(Keep keep) const;
+  void restore(const std::vector<Draft>& drafts);
   void refreshLater();
   void tell(const Problem& problem);
 
@@ -58,6 +77,7 @@ class ManagementView final : public View {
   std::vector<PanelField*> cvdesc;
   std::vector<PanelCheckbox*> cvdelete;  // the last one is that of the obstacle, if there is one
   PanelField* cvobstacle = nullptr;
+  bool save_failed_ = false;  // and nothing was typed since
 };
 
 }  // namespace talvane
