@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -27,6 +28,11 @@ class GatheredChanges final : public KeychainService {
   KeychainStatus remove(const std::string& service, const std::string& account) override;
   std::string message(KeychainStatus status) override;
   KeychainDescription describe() override;
+  bool canUnlock() override { return keychain_->canUnlock(); }
+  KeychainStatus unlock(const std::string& account,
+                        const std::function<bool()>& given_up) override {
+    return keychain_->unlock(account, given_up);
+  }
   void beginReading(const std::string& account) override;
   void endReading() override;
   KeychainStatus beginChange() override;

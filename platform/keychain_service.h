@@ -4,10 +4,11 @@
 // vault, the system's own keychain, or memory. Main thread only.
 //
 // A missing item is always told apart from every other failure. No call waits longer than two
-// seconds for an answer, or asks the user anything, unless the keychain was made with MayAsk::yes.
-// None falls back to another keychain.
+// seconds for an answer, or asks the user anything, unless the keychain was made with MayAsk::yes;
+// only `unlock` does, always. None falls back to another keychain.
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "engine/cleared.h"
@@ -71,6 +72,16 @@ class KeychainService {
   virtual std::string message(KeychainStatus status) = 0;
 
   virtual KeychainDescription describe() = 0;
+
+  /// Whether `unlock` can ask the user. Where not, the keychain is never locked or asks by itself.
+  [[nodiscard]] virtual bool canUnlock() { return false; }
+  /// Asks the user, by the keychain's own prompt, to unlock the account's items, and waits for the
+  /// answer as long as it takes, or until `given_up` says so: it is asked ten times a second, and
+  /// the prompt goes away then. interaction_not_allowed if they stay locked.
+  [[nodiscard]] virtual KeychainStatus unlock(const std::string& /*account*/,
+                                              const std::function<bool()>& /*given_up*/) {
+    return KeychainStatus::interaction_not_allowed;
+  }
 
   /// Between the two, `find` may answer from one snapshot of the account's items, taken after
   /// beginReading. Later finds see an add, replace or remove in between.

@@ -4,6 +4,7 @@
 #include <fmt/ranges.h>  // IWYU pragma: keep (the place of join() since version 11)
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -113,6 +114,11 @@ class ChosenKeychain final : public KeychainService {
   KeychainDescription describe() override {
     if (open()) return keychain_->describe();
     return {"keychain", "", KeychainStatus::not_available};
+  }
+  bool canUnlock() override { return keychain_ != nullptr && keychain_->canUnlock(); }
+  KeychainStatus unlock(const std::string& account,
+                        const std::function<bool()>& given_up) override {
+    return open() ? keychain_->unlock(account, given_up) : KeychainStatus::not_available;
   }
   void beginReading(const std::string& account) override {
     if (!changing_) chooseAgain();

@@ -29,6 +29,7 @@ struct Problem {
   /// For the user: what happened and what to do, without a full stop at the end.
   std::string words;
   std::optional<std::int32_t> slot{};
+  bool locked = false;  // the keychain is: the user may unlock it
 };
 
 template <typename Value>

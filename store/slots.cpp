@@ -155,7 +155,9 @@ Result<Slots> lookAtSlots(vaneinterface& gateway, const vaneinterface::Recording
 }
 
 Problem keychainProblem(const vaneinterface::Answer& answer) {
-  return {Problem::Next::check_keychain, answer.words};
+  Problem problem{Problem::Next::check_keychain, answer.words};
+  problem.locked = answer.status == KeychainStatus::interaction_not_allowed;
+  return problem;
 }
 
 }  // namespace talvane

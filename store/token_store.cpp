@@ -347,6 +347,11 @@ Result<StoredTokens> TokenStore::read() {
   });
 }
 
+bool TokenStore::unlock() {
+  const std::string account = Recording(gateway_).identity().login_name;
+  return keychain_.unlock(account, {}) == KeychainStatus::ok;
+}
+
 Result<TokenStore::Plan> TokenStore::plan(const SoftTokenInfo& token, const std::string& server) {
   if (auto problem = problemWithNames(token)) return tl::unexpected(std::move(*problem));
   if (auto problem = problemWithSeed(token)) return tl::unexpected(std::move(*problem));

@@ -45,6 +45,12 @@ class TokenStore {
   /// is a Problem, never an empty list.
   [[nodiscard]] Result<StoredTokens> read();
 
+  /// Whether the keychain can ask the user to unlock it.
+  [[nodiscard]] bool canUnlock() { return keychain_.canUnlock(); }
+  /// Asks the user to unlock the keychain, by its own prompt. Returns, as soon as they have
+  /// answered or left, whether it is unlocked.
+  [[nodiscard]] bool unlock();
+
   /// What adding a token would do.
   struct Plan {
     std::int32_t slot = 0;

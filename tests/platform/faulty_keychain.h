@@ -29,6 +29,8 @@ class FaultyKeychain final : public KeychainService {
   KeychainStatus end_status = KeychainStatus::ok;
   /// What beginReading and endReading were told, in order.
   std::string readings;
+  /// What happens when the user is asked to unlock it; empty: they cannot be asked.
+  std::function<KeychainStatus(const std::function<bool()>& given_up)> unlocks;
 
   KeychainStatus find(const std::string& service, const std::string& account,
                       SecretBytes* secret) override {
@@ -54,6 +56,11 @@ class FaultyKeychain final : public KeychainService {
     return "words for " + std::to_string(static_cast<int>(status));
   }
   KeychainDescription describe() override { return memory.describe(); }
+  bool canUnlock() override { return unlocks != nullptr; }
+  KeychainStatus unlock(const std::string& /*account*/,
+                        const std::function<bool()>& given_up) override {
+    return unlocks(given_up);
+  }
   void beginReading(const std::string& account) override { readings += "begin " + account + ";"; }
   void endReading() override { readings += "end;"; }
   KeychainStatus beginChange() override {

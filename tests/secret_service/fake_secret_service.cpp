@@ -66,6 +66,14 @@ int FakeSecretService::calls(const std::string& method) {
   return calls_[method];
 }
 
+void FakeSecretService::completePrompt(bool dismissed) {
+  g_dbus_connection_emit_signal(
+      connection_.get(), nullptr, prompt, "org.freedesktop.Secret.Prompt", "Completed",
+      g_variant_new("(bv)", static_cast<gboolean>(dismissed),
+                    g_variant_new_array(G_VARIANT_TYPE_OBJECT_PATH, nullptr, 0)),
+      nullptr);
+}
+
 GDBusMessage* FakeSecretService::answer(GDBusConnection* connection, GDBusMessage* message,
                                         gboolean incoming, gpointer self) {
   if (incoming == FALSE ||

@@ -25,6 +25,8 @@ class FakeSecretService {
   /// Answers the method so from now on. Properties are answered under their names.
   void on(const std::string& method, Handler handler);
   int calls(const std::string& method);
+  /// Tells everybody that the prompt has ended.
+  void completePrompt(bool dismissed);
   /// Leaves the bus at once, without answering what is under way.
   void leave();
 

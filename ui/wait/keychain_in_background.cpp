@@ -1,5 +1,6 @@
 #include "ui/wait/keychain_in_background.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -70,6 +71,17 @@ KeychainDescription KeychainInBackground::describe() {
   return description->status == KeychainStatus::not_responding
              ? KeychainDescription{"keychain", "", KeychainStatus::not_responding}
              : *description;
+}
+
+KeychainStatus KeychainInBackground::unlock(const std::string& account,
+                                            const std::function<bool()>& given_up) {
+  const auto left = std::make_shared<std::atomic<bool>>(false);
+  const KeychainStatus status = call(Wait::For::answer, [this, account, given_up, left] {
+    return keychain_.unlock(account,
+                            [given_up, left] { return *left || (given_up && given_up()); });
+  });
+  *left = true;
+  return status;
 }
 
 void KeychainInBackground::beginReading(const std::string& account) {

@@ -27,6 +27,9 @@ class KeychainInBackground final : public KeychainService {
   KeychainStatus remove(const std::string& service, const std::string& account) override;
   std::string message(KeychainStatus status) override;
   KeychainDescription describe() override;
+  bool canUnlock() override { return !thread_.isBusy() && keychain_.canUnlock(); }
+  /// Waits until the user has answered or left; `given_up` is asked on the thread.
+  KeychainStatus unlock(const std::string& account, const std::function<bool()>& given_up) override;
   void beginReading(const std::string& account) override;
   void endReading() override;
   KeychainStatus beginChange() override;

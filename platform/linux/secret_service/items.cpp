@@ -21,6 +21,7 @@ constexpr const char* service_path = "/org/freedesktop/secrets";
 constexpr const char* service_interface = "org.freedesktop.Secret.Service";
 constexpr const char* collection_interface = "org.freedesktop.Secret.Collection";
 constexpr const char* item_interface = "org.freedesktop.Secret.Item";
+constexpr const char* prompt_interface = "org.freedesktop.Secret.Prompt";
 
 // The attributes that identify our items. Their names are stored on disk: do not change them.
 constexpr const char* schema_attribute = "xdg:schema";
@@ -158,6 +159,32 @@ Outcome Items::unlockFreely(Round& round, const Paths& collections, bool* any) {
   return {};
 }
 
+Outcome Items::unlock(Round& round, const Paths& collections, std::string* prompt) {
+  prompt->clear();
+  VariantHandle reply;
+  Outcome outcome = link_.call(round,
+                               {service_path, service_interface, "Unlock",
+                                g_variant_new("(@ao)", objectPaths(collections)), "(aoo)"},
+                               &reply);
+  if (!outcome.good()) return outcome;
+  const char* path = nullptr;
+  g_variant_get_child(reply.get(), 1, "&o", &path);
+  if (!isNoObject(path)) *prompt = path;
+  return outcome;
+}
+
+Outcome Items::showPrompt(Round& round, const std::string& prompt) {
+  VariantHandle reply;
+  // No window of ours is named: the panel is above all others anyway.
+  return link_.call(
+      round, {prompt.c_str(), prompt_interface, "Prompt", g_variant_new("(s)", ""), "()"}, &reply);
+}
+
+Outcome Items::dismissPrompt(Round& round, const std::string& prompt) {
+  VariantHandle reply;
+  return link_.call(round, {prompt.c_str(), prompt_interface, "Dismiss", nullptr, "()"}, &reply);
+}
+
 Outcome Items::newest(Round& round, const Paths& paths, std::string* path) {
   *path = paths.front();
   if (paths.size() == 1) return {};
@@ -236,10 +263,8 @@ Outcome Items::read(Round& round, const Paths& paths, const std::string& account
 }
 
 Outcome Items::refusePrompt(Round& round, const std::string& prompt) {
-  VariantHandle reply;
   // The daemon's answer does not change the result.
-  static_cast<void>(link_.call(
-      round, {prompt.c_str(), "org.freedesktop.Secret.Prompt", "Dismiss", nullptr, "()"}, &reply));
+  static_cast<void>(dismissPrompt(round, prompt));
   return outcomeOf(KeychainStatus::interaction_not_allowed);
 }
 

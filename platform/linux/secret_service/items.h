@@ -1,7 +1,7 @@
 #pragma once
 
-// The Secret Service's collections and items. No request makes the daemon ask the user anything; an
-// offered prompt is dismissed.
+// The Secret Service's collections and items. No request but `showPrompt` makes the daemon ask the
+// user anything; an offered prompt is dismissed.
 
 #include <map>
 #include <memory>
@@ -52,6 +52,12 @@ class Items {
   /// Unlocks the collections that need no password: a daemon does not unlock one with an empty
   /// password by itself. `*any` tells whether there were any.
   Outcome unlockFreely(Round& round, const Paths& collections, bool* any);
+
+  /// Unlocks the collections. `*prompt` gets the path of the prompt by which the user must agree;
+  /// empty if they are unlocked.
+  Outcome unlock(Round& round, const Paths& collections, std::string* prompt);
+  Outcome showPrompt(Round& round, const std::string& prompt);
+  Outcome dismissPrompt(Round& round, const std::string& prompt);
 
   /// The item that changed last; the first if several did. `paths` must not be empty.
   Outcome newest(Round& round, const Paths& paths, std::string* path);

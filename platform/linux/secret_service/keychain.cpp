@@ -14,6 +14,7 @@
 #include "platform/keychain_service.h"
 #include "platform/linux/secret_service/items.h"
 #include "platform/linux/secret_service/link.h"
+#include "platform/linux/secret_service/prompt.h"
 #include "platform/linux/secret_service/round.h"
 #include "platform/linux/secret_service/status.h"
 
@@ -66,6 +67,8 @@ class SecretServiceKeychain final : public KeychainService {
   KeychainStatus remove(const std::string& service, const std::string& account) override;
   std::string message(KeychainStatus status) override { return messageOf(status, words_); }
   KeychainDescription describe() override;
+  bool canUnlock() override { return true; }
+  KeychainStatus unlock(const std::string& account, const std::function<bool()>& given_up) override;
   void beginReading(const std::string& account) override;
   void endReading() override;
 
@@ -311,6 +314,40 @@ KeychainStatus SecretServiceKeychain::remove(const std::string& service,
     return items_.remove(round, here.matches.unlocked);
   };
   return change(service, account, nullptr, DefaultCollection::if_nothing_found, work);
+}
+
+KeychainStatus SecretServiceKeychain::unlock(const std::string& account,
+                                             const std::function<bool()>& given_up) {
+  std::string prompt;
+  std::optional<PromptAnswer> answer;
+  const KeychainStatus asked = perform([&](Round& round) {
+    prompt.clear();
+    answer.reset();
+    Survey here;
+    Outcome outcome = survey(round, nullptr, account, DefaultCollection::always, &here);
+    if (!outcome.good()) return outcome;
+    std::set<std::string> collections;
+    for (const std::string& item : here.matches.locked) collections.insert(collectionOf(item));
+    if (here.collection.locked) collections.insert(here.collection.path);
+    if (collections.empty()) return outcome;
+    outcome = items_.unlock(round, {collections.begin(), collections.end()}, &prompt);
+    if (!outcome.good() || prompt.empty()) return outcome;
+    answer.emplace(link_, prompt);
+    return items_.showPrompt(round, prompt);
+  });
+  if (asked != KeychainStatus::ok || !answer) return asked;
+  switch (answer->await(context_.get(), given_up)) {
+    case PromptAnswer::End::agreed:
+      return KeychainStatus::ok;
+    case PromptAnswer::End::dismissed:
+      break;
+    case PromptAnswer::End::given_up:
+      static_cast<void>(perform([&](Round& round) { return items_.dismissPrompt(round, prompt); }));
+      break;
+    case PromptAnswer::End::daemon_gone:
+      return KeychainStatus::not_available;
+  }
+  return KeychainStatus::interaction_not_allowed;
 }
 
 KeychainDescription SecretServiceKeychain::describe() {

@@ -39,6 +39,10 @@ class Link {
   /// The session; null before finishSession().
   SecretService* session() { return session_.get(); }
 
+  /// For signals of the daemon; null and empty before reach().
+  [[nodiscard]] GDBusConnection* connection() const { return connection_.get(); }
+  [[nodiscard]] const std::string& owner() const { return owner_; }
+
   /// Forgets connection, daemon and session.
   void drop();
 
