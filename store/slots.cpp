@@ -57,6 +57,12 @@ Reason reasonOf(const Identity& then, const Identity& now) {
   return {"it was stored " + changes, "undo that change"};
 }
 
+std::string hiddenWords(std::int32_t hidden) {
+  if (hidden == 0) return "";
+  return hidden == 1 ? " and hides the token after it"
+                     : fmt::format(" and hides the {} tokens after it", hidden);
+}
+
 std::int32_t numberOf(std::size_t slot) {
   return static_cast<std::int32_t>(slot);
 }
@@ -79,7 +85,7 @@ Obstacle Slots::obstacleAt(std::size_t slot) const {
   Obstacle obstacle;
   obstacle.slot = numberOf(slot);
   obstacle.hidden = recordsBehind(slot);
-  const char* hides = obstacle.hidden > 0 ? " and hides the tokens after it" : "";
+  const std::string hides = hiddenWords(obstacle.hidden);
   switch (states[slot]) {
     case State::damaged:
       obstacle.kind = Obstacle::Kind::damaged;

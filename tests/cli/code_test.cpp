@@ -200,7 +200,7 @@ TEST(Code, TokenBehindADamagedRecordNamesTheRecord) {
   home.damage(1);
   expectFailure(home.run({"code", "C"}), 3, "softtoken-cli delete 1");
   home.remove(1);
-  expectFailure(home.run({"code", "C"}), 3, "Slot 1 is empty and hides the tokens after it");
+  expectFailure(home.run({"code", "C"}), 3, "Slot 1 is empty and hides the token after it");
   expectToken(home, "A", seed_16);
 }
 

@@ -171,7 +171,7 @@ TEST_F(AddingTest, GapIsFilled) {
 TEST_F(AddingTest, TokenOfTheSameNameBehindAGapIsNotDoubled) {
   fill({"A", "", "C"});
   expectNotAdded(token("C", other_seed_16), Next::close_gap,
-                 "Slot 1 is empty and hides the tokens after it; close the gap", 1);
+                 "Slot 1 is empty and hides the token after it; close the gap", 1);
 }
 
 TEST_F(AddingTest, RecordThatDoesNotLoadIsNotWrittenOver) {
@@ -197,8 +197,9 @@ TEST_F(AddingTest, NothingIsStoredWhereRecordsLieBehindOneThatDoesNotLoad) {
     keychain.memory.items.clear();
     fill({"A", "B", "C", "", "E"});
     foreign ? makeForeign(1) : damage(1);
-    const char* words = foreign ? "The record in slot 1 does not load and hides the tokens after it"
-                                : "The record in slot 1 is damaged";
+    const char* words = foreign
+                            ? "The record in slot 1 does not load and hides the 2 tokens after it"
+                            : "The record in slot 1 is damaged";
     expectNotAdded(token("new"), Next::clear_slot, words, 1);
     expectRefused(adding(token("A", other_seed_16)), Next::clear_slot, words);
     expectNotAdded(token("C", other_seed_16), Next::clear_slot, words, 1);

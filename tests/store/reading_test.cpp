@@ -48,14 +48,14 @@ TEST_F(ReadingTest, AllSlots) {
 TEST_F(ReadingTest, Gap) {
   fill({"A", "", "", "B", "", "C"});
   EXPECT_EQ(readNames(), Names{"A"});
-  expectObstacle(Kind::gap, 1, 2, "Slot 1 is empty and hides the tokens after it");
+  expectObstacle(Kind::gap, 1, 2, "Slot 1 is empty and hides the 2 tokens after it");
 }
 
 TEST_F(ReadingTest, GapBeforeTheLastSlot) {
   fill({""});
   auto last = vane::max_tokens - 1;
   ASSERT_TRUE(vane::WriteToken(&last, token("Z")));
-  expectObstacle(Kind::gap, 0, 1, "Slot 0 is empty and hides the tokens after it");
+  expectObstacle(Kind::gap, 0, 1, "Slot 0 is empty and hides the token after it");
 }
 
 TEST_F(ReadingTest, DamagedRecord) {
@@ -63,10 +63,10 @@ TEST_F(ReadingTest, DamagedRecord) {
   damage(1);
   EXPECT_EQ(readNames(), Names{"A"});
   expectObstacle(Kind::damaged, 1, 1,
-                 "The record in slot 1 is damaged and hides the tokens after it");
+                 "The record in slot 1 is damaged and hides the token after it");
   damage(2);
   expectObstacle(Kind::damaged, 1, 1,
-                 "The record in slot 1 is damaged and hides the tokens after it");
+                 "The record in slot 1 is damaged and hides the token after it");
 }
 
 TEST_F(ReadingTest, DamagedRecordThatHidesNothing) {
@@ -81,8 +81,8 @@ TEST_F(ReadingTest, ForeignRecord) {
   EXPECT_EQ(readNames(), Names{});
   expectObstacle(
       Kind::foreign, 0, 2,
-      "The record in slot 0 does not load and hides the tokens after it: it was stored when the "
-      "machine ID was of another machine; it is 0123456789abcdef now");
+      "The record in slot 0 does not load and hides the 2 tokens after it: it was stored when "
+      "the machine ID was of another machine; it is 0123456789abcdef now");
 }
 
 TEST_F(ReadingTest, ForeignRecordThatHidesNothing) {
@@ -98,11 +98,11 @@ TEST_F(ReadingTest, RecordBehindAGapIsTheObstacleWhenItDoesNotLoad) {
   makeForeign(2);
   expectObstacle(
       Kind::foreign, 2, 1,
-      "The record in slot 2 does not load and hides the tokens after it: it was stored when the "
+      "The record in slot 2 does not load and hides the token after it: it was stored when the "
       "machine ID was of another machine; it is 0123456789abcdef now");
   damage(2);
   expectObstacle(Kind::damaged, 2, 1,
-                 "The record in slot 2 is damaged and hides the tokens after it");
+                 "The record in slot 2 is damaged and hides the token after it");
 }
 
 TEST_F(ReadingTest, KeychainThatDoesNotAnswerIsNeverEmpty) {
