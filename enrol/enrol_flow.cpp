@@ -346,6 +346,7 @@ void EnrolFlow::EnrolSubmit() {
     step_ = Step::storing;
     const auto added = parts_.store->addIssued(*client.SOFTTOKEN, server, same_name);
     tellStored(added ? std::nullopt : std::optional(added.error()));
+    if (added) views_.stored(added->slot);
   } else {
     vane::log("EnrolSubmit: unexpected response: {}", body.value_or(nil_text));
     ending_->problem = "The server did not complete the enrolment; try again";

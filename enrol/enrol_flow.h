@@ -41,6 +41,8 @@ class EnrolViews {
   virtual ~EnrolViews() = default;
 
   virtual void switchView(View from, View to) = 0;
+  /// The issued token was stored in this slot.
+  virtual void stored(std::int32_t /*slot*/) {}
   /// Switches from any view to the token view.
   virtual void goHome() = 0;
   virtual void refreshAuthentication() = 0;

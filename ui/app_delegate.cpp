@@ -354,6 +354,7 @@ void SoftTokenOSXAppDelegate::offerToken(const std::string& url) {
 }
 
 void SoftTokenOSXAppDelegate::showAdded(const TokenStore::Added& added) {
+  panel_.setAdded(added.slot);
   if (added.response) response_->setCode(*added.response);
   const char* next = added.response ? "rv" : "tv";
   if (panel_.isOpen()) {

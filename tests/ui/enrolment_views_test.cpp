@@ -501,6 +501,7 @@ TEST_F(EnrolmentTest, FieldsAreEmptiedWhenTheirViewCloses) {
 }
 
 TEST_F(EnrolmentTest, AnswersLeadToTheTokenInTheTokenView) {
+  store("Mail");
   askFor(std::string(pin_lines) + two_lists);
   typePin("1357");
   type("evgi_answer1", "Rex");
@@ -508,7 +509,8 @@ TEST_F(EnrolmentTest, AnswersLeadToTheTokenInTheTokenView) {
   network.answer("RESULT:OK,COMPLETE");
   click("evgi_submit");
   EXPECT_EQ(openView(), "tv");
-  EXPECT_EQ(storedNames(), Lines{"Work"});
+  EXPECT_EQ(storedNames(), (Lines{"Mail", "Work"}));
+  EXPECT_EQ(panel()->focusWidget(), all<QWidget>("tvcopy").at(1));
   const std::string body = network.requests().back().body.value_or("");
   EXPECT_TRUE(body.ends_with("&PIN=1357&question1=Pet&answer1=Rex&question2=Street&answer2=blue"))
       << body;

@@ -32,16 +32,88 @@ class KeysTest : public AppTest {
   static int screenHeight() { return QGuiApplication::primaryScreen()->geometry().height(); }
 };
 
-TEST_F(KeysTest, EscapeClosesWhereNothingIsToCancel) {
+TEST_F(KeysTest, EscapeLeadsHomeAndASecondOneCloses) {
   store("Mail");
-  for (const char* name : {"tv", "cv", "hv"}) {
-    show(name);
+  const auto expectHomeThenClosed = [this](const std::string& from) {
     press(Qt::Key_Escape);
-    EXPECT_EQ(openView(), "") << name;
+    EXPECT_EQ(openView(), "tv") << from;
+    press(Qt::Key_Escape);
+    EXPECT_EQ(openView(), "") << from;
+  };
+  for (const char* name : {"cv", "hv"}) {
+    show(name);
+    expectHomeThenClosed(name);
   }
   showResponse();
+  expectHomeThenClosed("rv");
+}
+
+TEST_F(KeysTest, EscapeLeadsOutOfAFormThatCannotBeSaved) {
+  store("Mail");
+  show("cv");
+  type("cvdesc", "");
+  press(Qt::Key_Escape);
+  EXPECT_EQ(alerts.seen.size(), 1U);
+  EXPECT_EQ(openView(), "cv");
   press(Qt::Key_Escape);
   EXPECT_EQ(openView(), "");
+  show("cv");
+  type("cvdesc", "");
+  press(Qt::Key_Escape);
+  type("cvdesc", "Bank");
+  press(Qt::Key_Escape);
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(storedNames(), (Lines{"Mail|Bank"}));
+}
+
+TEST_F(KeysTest, TokenJustAddedHasTheFocus) {
+  storeMany(30);
+  show("mv");
+  type("mvdesc", "Mail");
+  type("mvseed", seed1);
+  click("mvok");
+  ASSERT_EQ(openView(), "tv");
+  ASSERT_TRUE(QTest::qWaitForWindowActive(panel()));
+  EXPECT_EQ(QApplication::focusWidget(), copyButtons().at(30));
+  const Frame row = frameInPanel(rows().at(30));
+  EXPECT_GE(row.y, band_height);
+  EXPECT_LE(row.y + row.height, panel()->height() - band_height);
+  // Once.
+  show("tv");
+  EXPECT_EQ(QApplication::focusWidget(), copyButtons().at(0));
+}
+
+TEST_F(KeysTest, TokenJustAddedHasTheFocusAfterItsResponse) {
+  store("Mail");
+  showResponse();
+  press(Qt::Key_Return);
+  ASSERT_TRUE(QTest::qWaitForWindowActive(panel()));
+  EXPECT_EQ(QApplication::focusWidget(), copyButtons().at(1));
+  show("tv");
+  EXPECT_EQ(QApplication::focusWidget(), copyButtons().at(0));
+}
+
+TEST_F(KeysTest, TokenOfALinkHasTheFocusToo) {
+  storeMany(2);
+  app();
+  alerts.answers.push_back(test::AlertUser::press("YES"));
+  app().importLink(QStringLiteral("otpauth://totp/Work?secret=GEZDGNBVGY3TQOJQ"));
+  ASSERT_TRUE(QTest::qWaitForWindowActive(panel()));
+  EXPECT_EQ(QApplication::focusWidget(), copyButtons().at(2));
+}
+
+TEST_F(KeysTest, SwitchingTheLoginItemsLeavesTheFocus) {
+  show("hv");
+  for (int i = 0; i < 3; ++i) press(Qt::Key_Down);
+  ASSERT_EQ(focus(), "hvlaunch");
+  press(Qt::Key_Space);
+  EXPECT_EQ(caption("hvlaunch"), "Remove from \"Login Items\"");
+  EXPECT_EQ(focus(), "hvlaunch");
+  press(Qt::Key_Space);
+  EXPECT_EQ(caption("hvlaunch"), "Add to \"Login Items\"");
+  EXPECT_EQ(focus(), "hvlaunch");
+  show("hv");
+  EXPECT_EQ(focus(), "hvgs");
 }
 
 TEST_F(KeysTest, EscapeCancelsWhereThatIsPossible) {

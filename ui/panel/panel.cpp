@@ -166,6 +166,7 @@ void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
   window->place(place_.window);
   dress(window, content_height);
   if (view != nullptr) view->init();
+  if (const QWidget* focus = window->focusWidget()) scrollTo(*focus);
   if (roll_down) {
     rollOut(window);
   } else {
@@ -189,6 +190,7 @@ void Panel::closeWindow(SoftTokenWindow* window, bool roll_up) {
   ow = nullptr;
   if (View* view = viewOf(window)) view->closed();
   undress(window);
+  if (!switching_) added_.reset();
   if (turned && !switching_) turned(false);
   releaseLater();
   vane::log("APP: closeWindow: end");
@@ -444,10 +446,13 @@ bool Panel::focusEnd(View& view, int direction) {
 }
 
 void Panel::bringIntoView(const QWidget* widget) {
-  if (widget == nullptr || ow == nullptr || widget->window() != ow) return;
-  // Scroll to the whole row, not only the focused widget on it.
-  const QWidget* row = dynamic_cast<const FlippedImageView*>(widget->parentWidget());
-  bg->room().scrollToShow(row == nullptr ? *widget : *row);
+  if (widget != nullptr && ow != nullptr && widget->window() == ow) scrollTo(*widget);
+}
+
+// To the whole row, not only the focused widget on it.
+void Panel::scrollTo(const QWidget& widget) {
+  const QWidget* row = dynamic_cast<const FlippedImageView*>(widget.parentWidget());
+  bg->room().scrollToShow(row == nullptr ? widget : *row);
 }
 
 }  // namespace talvane

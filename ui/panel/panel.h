@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QString>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -52,6 +53,11 @@ class Panel : public QObject, private Wait::Host {
   /// The form of the open view, from when it is filled until it has closed.
   [[nodiscard]] QWidget* form() const { return content; }
   [[nodiscard]] const ShownTokens& tokens() const { return tokens_; }
+  [[nodiscard]] ShownTokens& tokens() { return tokens_; }
+  /// The token in this slot was just added. It gets the keyboard when the token view opens next,
+  /// unless the panel closes before.
+  void setAdded(std::int32_t slot) { added_ = slot; }
+  [[nodiscard]] std::optional<std::int32_t> takeAdded() { return std::exchange(added_, {}); }
   /// The last in the tab order. Exists once a view was added.
   [[nodiscard]] QWidget* closeButton() const { return close; }
 
@@ -114,6 +120,7 @@ class Panel : public QObject, private Wait::Host {
   bool page(View& view, int pages);
   bool focusEnd(View& view, int direction);
   void bringIntoView(const QWidget* widget);
+  void scrollTo(const QWidget& widget);
   bool readTokens();
   void closedByUser(bool roll_up);
   void waitBegins() override;
@@ -138,6 +145,7 @@ class Panel : public QObject, private Wait::Host {
   QWidget* content = nullptr;  // the open window's own
   CloseButton* close = nullptr;
   PanelBackground* bg = nullptr;
+  std::optional<std::int32_t> added_;
   bool reading_ = false;
   bool waits_ = false;
   View* waiting_view_ = nullptr;  // that was told of it

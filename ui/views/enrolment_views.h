@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "engine/cleared.h"
@@ -24,6 +25,7 @@ class EnrolmentViews final : public EnrolViews {
   void join(AuthenticationView& eva, QuestionsView& evgi, AddressView& evgu);
 
   void switchView(View from, View to) override;
+  void stored(std::int32_t slot) override { panel_.setAdded(slot); }
   void goHome() override;
   void refreshAuthentication() override;
   bool showsAuthentication() override;

@@ -52,7 +52,7 @@ void HelpView::hv_init() {
   form_.hvhome->setText(QString::fromStdString(ini_.StrButtonHome));
   showLoginItem();
   followLoginItems();
-  form_.hvgs->setFocus();
+  (focus_ != nullptr ? focus_ : form_.hvgs)->setFocus();
   vane::log("HV : init: end");
 }
 
@@ -132,7 +132,9 @@ void HelpView::hv_launchclicked() {
       item->setLaunchAtLogin(true);
     }
   }
+  focus_ = window()->focusWidget();
   panel_.refreshView(window());
+  focus_ = nullptr;
   vane::log("HV : launchclicked: end");
 }
 

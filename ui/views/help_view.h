@@ -38,6 +38,7 @@ class HelpView final : public View {
 
   void init() override { hv_init(); }
   void closed() override;
+  [[nodiscard]] QAbstractButton* cancelling() const override { return form_.hvhome; }
   [[nodiscard]] std::vector<QWidget*> rows() const override;
 
  private:
@@ -50,6 +51,7 @@ class HelpView final : public View {
   const Ini& ini_;
   Parts parts_;
   Ui::HelpView form_;
+  QWidget* focus_ = nullptr;  // keeps the keyboard when the view is filled again
   std::unique_ptr<talibobjc_LoginItem> watched_login_item_;  // while the view shows its state
   std::unique_ptr<QSocketNotifier> login_items_notifier_;
 };

@@ -24,6 +24,7 @@ class ResponseView final : public View {
   void init() override { rv_init(); }
   void closed() override;
   [[nodiscard]] QAbstractButton* accepting() const override { return form_.rvok; }
+  [[nodiscard]] QAbstractButton* cancelling() const override { return form_.rvok; }
 
  private:
   Panel& panel_;

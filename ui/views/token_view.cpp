@@ -361,3 +361,7 @@ void TokenView::tv_addclicked() {
 }
 
 }  // namespace talvane
+  const auto added = panel_.takeAdded();
+  if (added && *added >= 0 && static_cast<std::size_t>(*added) < tvcopy.size()) {
+    first = tvcopy[static_cast<std::size_t>(*added)];
+  }
