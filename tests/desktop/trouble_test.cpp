@@ -90,6 +90,55 @@ TEST_F(TroubleTest, OnceUnlockedTheTokensShowAtTheNextOpening) {
   EXPECT_TRUE(comesToShow(Role::push_button, "Copy: Mail"));
 }
 
+TEST_F(TroubleTest, OnceUnlockedTheTokensShowInTheOpenPanel) {
+  lock();
+  start();
+  expectWords("The keychain is locked");
+  BusClient client;
+  client.unlock(client.defaultCollection(), "open sesame");
+  EXPECT_TRUE(comesToShow(Role::push_button, "Copy: Mail"));
+  EXPECT_TRUE(focusComesTo("Copy: Mail"));
+}
+
+// The desktop's own prompt, whose window belongs to another program.
+class PromptTest : public TroubleTest {
+ protected:
+  PromptTest() {
+    prompter_ = Program({"/usr/libexec/gcr-prompter"}, environment(), path("prompter.log"));
+    lock();
+    start();
+    expectWords("The keychain is locked");
+  }
+  [[nodiscard]] static bool asks() {
+    return until([] { return !screen().windowsOf("gcr-prompter").empty(); });
+  }
+  [[nodiscard]] static bool asksNoMore() {
+    return until([] { return screen().windowsOf("gcr-prompter").empty(); });
+  }
+  void pressUnlock() {
+    EXPECT_TRUE(focusComesTo("Unlock"));
+    screen().key("Return");
+    ASSERT_TRUE(asks());
+  }
+
+  Program prompter_;
+};
+
+TEST_F(PromptTest, ThePasswordBringsTheTokens) {
+  pressUnlock();
+  screen().type("open sesame");
+  screen().key("Return");
+  EXPECT_TRUE(comesToShow(Role::push_button, "Copy: Mail"));
+  EXPECT_TRUE(asksNoMore());
+}
+
+TEST_F(PromptTest, ThePanelsCloseButtonTakesThePromptAway) {
+  pressUnlock();
+  clickIcon();
+  EXPECT_TRUE(closes());
+  EXPECT_TRUE(asksNoMore());
+}
+
 TEST_F(TroubleTest, AKeyringLockedBehindAnOpenPanelDeletesNothing) {
   start();
   openPanel();

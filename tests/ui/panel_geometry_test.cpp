@@ -113,16 +113,46 @@ TEST(PanelFrames, WordsInPlaceOfRowsFillTheRoomBetweenTheBands) {
   EXPECT_EQ(noticeFrame(0, 200), (Frame{12, 34, 236, 232}));
 }
 
-TEST(PanelFrames, WordsUnderTheRowsAre12PointsFromThemAndFromTheToolbar) {
+TEST(PanelFrames, WordsAboveTheRowsAre12PointsFromThemAndFromTheLogo) {
   for (const int tokens : {1, 2, 31}) {
+    const int offset = rowsOffset(tokens, 30);
+    const Frame first = tokenRowFrame(0);
     const Frame last = tokenRowFrame(tokens - 1);
     const Frame words = noticeFrame(tokens, 30);
-    EXPECT_EQ(words.y, band_height + last.y + last.height + 12) << tokens;
-    EXPECT_EQ(words.y + words.height + 12, toolbarFrame(tokenViewHeight(tokens, 30)).y) << tokens;
+    EXPECT_EQ(words.y, band_height + 12) << tokens;
+    EXPECT_EQ(words.y + words.height + 12, band_height + offset + first.y) << tokens;
+    // As much room below the rows as without the words.
+    EXPECT_EQ(toolbarFrame(tokenViewHeight(tokens, 30)).y - band_height - offset - last.y,
+              toolbarFrame(tokenViewHeight(tokens)).y - band_height - last.y)
+        << tokens;
     EXPECT_EQ(words.x, 12);
     EXPECT_EQ(words.width, 236);
     EXPECT_EQ(words.height, 30);
   }
+}
+
+TEST(PanelFrames, RowsStandAsEverWithoutWords) {
+  EXPECT_EQ(rowsOffset(3, 0), 0);
+  EXPECT_EQ(rowsOffset(0, 30), 0);
+}
+
+TEST(PanelFrames, UnlockButtonStandsUnderTheWordsBothInTheMiddle) {
+  for (const int height : {15, 45, 90}) {
+    const Frame words = lockedFrame(height);
+    const Frame button = unlockFrame(height);
+    const Frame toolbar = toolbarFrame(tokenViewHeight(0, height + unlock_room));
+    EXPECT_EQ(words.height, height);
+    EXPECT_EQ(button.y, words.y + words.height + 10);
+    EXPECT_EQ(button.x + button.width / 2, panel_width / 2);
+    EXPECT_NEAR(words.y - band_height, toolbar.y - button.y - button.height, 1);
+  }
+}
+
+TEST(PanelFrames, HintThatFitsLeavesTheHeightAlone) {
+  EXPECT_EQ(hintedViewHeight(15), 128);
+  EXPECT_EQ(hintedViewHeight(52), 128);
+  EXPECT_EQ(hintedViewHeight(60), 136);
+  EXPECT_EQ(hintFrame(45), (Frame{12, 34, 236, 60}));
 }
 
 TEST(PanelFrames, ManagementRows) {

@@ -105,6 +105,33 @@ TEST_F(TokenViewTest, NoTokens) {
   EXPECT_EQ(caption("tvconfig"), "Edit");
 }
 
+TEST_F(TokenViewTest, NoTokensAndHowToGetOne) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"AllowManual=1\nAllowTaEnrol=1\n",
+       "No tokens yet. Press Add to enrol at a server or type a key, or drop a link or QR code "
+       "image "
+       "here."},
+      {"AllowManual=1\nAllowTaEnrol=0\n",
+       "No tokens yet. Press Add to type a key, or drop a link or QR code image here."},
+      {"AllowManual=0\nAllowTaEnrol=1\nStrButtonAdd=New\n",
+       "No tokens yet. Press New to enrol at a server."},
+      {"AllowManual=0\nAllowTaEnrol=0\n",
+       "No tokens yet. You cannot add any here; ask your administrator how to get one."}};
+  for (const auto& [settings, words] : cases) {
+    setSettings(settings);
+    launch();
+    show("tv");
+    EXPECT_EQ(textOf("tvhint"), words);
+    EXPECT_TRUE(find<QLabel>("tvhint")->isVisible());
+    EXPECT_EQ(find<QLabel>("tvhint")->toolTip(), QString()) << "it is cut";
+    EXPECT_EQ(panel()->height(), 128) << words;
+    EXPECT_FALSE(button("tvconfig")->isEnabled());
+  }
+  store("Mail");
+  showAnew();
+  EXPECT_FALSE(find<QLabel>("tvhint")->isVisible());
+}
+
 TEST_F(TokenViewTest, EditIsThereAgainWithTheFirstToken) {
   show("tv");
   store("Mail");
@@ -355,6 +382,7 @@ TEST_F(TroubleTest, LockedKeychainIsToldInPlaceOfTheList) {
   EXPECT_TRUE(words()->isVisible());
   EXPECT_EQ(words()->text(), QStringLiteral("words for -25308 [-25308]"));
   EXPECT_TRUE(rows().empty());
+  EXPECT_FALSE(find<QLabel>("tvhint")->isVisible());
   EXPECT_FALSE(button("tvconfig")->isEnabled());
   EXPECT_EQ(panel()->height(), 128);
   EXPECT_EQ(keychain.memory.items.size(), 1U);
@@ -395,23 +423,114 @@ TEST_F(TroubleTest, ManagementViewReturnsToTheWords) {
   EXPECT_TRUE(words()->isVisible());
 }
 
-// A record that does not load, and a slot that is empty, hide what is behind them: the rows that
-// can be shown are, with the words about the others under them.
+class UnlockTest : public TroubleTest {
+ protected:
+  UnlockTest() {
+    store("Mail");
+    fail(KeychainStatus::interaction_not_allowed);
+    keychain.unlocks = [this](const std::function<bool()>& /*given_up*/) {
+      ++asked_;
+      if (agrees_) fault = nullptr;
+      return agrees_ ? KeychainStatus::ok : KeychainStatus::interaction_not_allowed;
+    };
+  }
+  static std::string focus() { return QApplication::focusWidget()->objectName().toStdString(); }
 
-TEST_F(TroubleTest, RecordThatIsDamagedIsToldUnderTheRows) {
-  storeMany(3);
+  int asked_ = 0;
+  bool agrees_ = true;
+};
+
+TEST_F(UnlockTest, ButtonStandsUnderTheWordsAndHasTheKeyboard) {
+  show("tv");
+  EXPECT_EQ(caption("tvunlock"), "Unlock");
+  EXPECT_TRUE(button("tvunlock")->isVisible());
+  EXPECT_EQ(focus(), "tvunlock");
+  const Frame above = frameInPanel(words());
+  const Frame below = frameInPanel(button("tvunlock"));
+  EXPECT_LT(above.y + above.height, below.y);
+  EXPECT_LT(below.y + below.height, panel()->height() - band_height);
+  EXPECT_EQ(words()->toolTip(), QString()) << "it is cut";
+  EXPECT_EQ(asked_, 0);
+}
+
+TEST_F(UnlockTest, ListAppearsOnceTheUserHasUnlockedIt) {
+  show("tv");
+  click("tvunlock");
+  EXPECT_EQ(asked_, 1);
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(codes().size(), 1U);
+  EXPECT_FALSE(words()->isVisible());
+  EXPECT_FALSE(button("tvunlock")->isVisible());
+  EXPECT_EQ(focus(), "tvcopy");
+  EXPECT_TRUE(all<QTimer>("locktimer").empty());
+  EXPECT_EQ(alerts.texts(), Lines());
+}
+
+TEST_F(UnlockTest, RefusalLeavesTheWordsAndTheButton) {
+  agrees_ = false;
+  show("tv");
+  click("tvunlock");
+  EXPECT_EQ(asked_, 1);
+  EXPECT_TRUE(words()->isVisible());
+  EXPECT_TRUE(button("tvunlock")->isVisible());
+  EXPECT_EQ(focus(), "tvunlock");
+  EXPECT_EQ(alerts.texts(), Lines());
+}
+
+TEST_F(UnlockTest, ListAppearsWhenItIsUnlockedElsewhere) {
+  show("tv");
+  clearTrace();
+  QTest::qWait(1200);
+  EXPECT_EQ(traced({""}), Lines()) << "looking again is not traced";
+  fault = nullptr;
+  EXPECT_TRUE(QTest::qWaitFor([] { return codes().size() == 1; }, 3000));
+  EXPECT_EQ(asked_, 0);
+}
+
+TEST_F(UnlockTest, ClosedPanelLooksNoMore) {
+  show("tv");
+  clickIcon();
+  EXPECT_TRUE(all<QTimer>("locktimer").empty());
+  const std::size_t calls = keychain.calls;
+  QTest::qWait(1200);
+  EXPECT_EQ(keychain.calls, calls);
+}
+
+TEST_F(UnlockTest, KeychainThatCannotAskOffersNothing) {
+  keychain.unlocks = nullptr;
+  show("tv");
+  EXPECT_FALSE(button("tvunlock")->isVisible());
+  EXPECT_TRUE(all<QTimer>("locktimer").empty());
+}
+
+TEST_F(UnlockTest, OtherFailuresOfferNothing) {
+  fail(KeychainStatus::not_responding);
+  show("tv");
+  EXPECT_TRUE(words()->isVisible());
+  EXPECT_FALSE(button("tvunlock")->isVisible());
+}
+
+// A record that does not load, and a slot that is empty, hide what is behind them: the rows that
+// can be shown are, with the words about the others above them.
+
+TEST_F(TroubleTest, RecordThatIsDamagedIsToldAboveTheRows) {
+  storeMany(4);
   for (auto& [name, secret] : keychain.memory.items) {
     if (name.first == "TalvaneSoftToken5021") secret = Bytes{1, 2, 3};
   }
   show("tv");
   EXPECT_EQ(rows().size(), 1U);
   EXPECT_TRUE(words()->isVisible());
-  EXPECT_NE(words()->text().indexOf(QStringLiteral("slot 1")), -1) << textOf("tvtrouble");
+  EXPECT_EQ(textOf("tvtrouble"),
+            "The record in slot 1 is damaged and hides the 2 tokens after it; restore the keychain "
+            "from a backup, or delete it in Edit and add the token again");
   EXPECT_EQ(words()->toolTip(), QString()) << "it is cut";
   const Frame place = frameInPanel(words());
   const Frame row = frameInPanel(rows().front());
-  EXPECT_GT(place.y, row.y + row.height);
-  EXPECT_LT(place.y + place.height, panel()->height() - band_height);
+  EXPECT_GE(place.y, band_height);
+  EXPECT_LT(place.y + place.height, row.y);
+  EXPECT_EQ(row.y + row.height + 16, panel()->height() - band_height);
+  EXPECT_EQ(frameOf(rows().front()->geometry()), tokenRowFrame(0));
   EXPECT_EQ(codes(), (Lines{code0}));
 }
 

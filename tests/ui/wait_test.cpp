@@ -335,6 +335,24 @@ TEST_F(WaitTest, LeavingWhileAnotherViewReadsClosesThePanel) {
   gate_.open();
 }
 
+TEST_F(WaitTest, EscapeLeavesThePromptOfTheKeychain) {
+  store("Mail");
+  answer_ = KeychainStatus::interaction_not_allowed;
+  std::atomic<bool> went_away = false;
+  keychain.unlocks = [&went_away](const std::function<bool()>& given_up) {
+    while (!given_up()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    went_away = true;
+    return KeychainStatus::interaction_not_allowed;
+  };
+  show("tv");
+  whenItWaits([] { pressEscape(); });
+  click("tvunlock");
+  expectEndedAtOnce();
+  EXPECT_EQ(openView(), "");
+  EXPECT_TRUE(QTest::qWaitFor([&] { return went_away.load(); }, soon));
+  end();
+}
+
 TEST_F(WaitTest, SilentKeychainIsTold) {
   store("Mail");
   app();

@@ -21,7 +21,8 @@ constexpr int management_row_distance = 30;
 constexpr int first_row_y = 12;
 constexpr int least_list_height = 128;
 constexpr int notice_margin = 16;  // above and below a notice that stands alone
-constexpr int notice_gap = 8;      // between the rows and a notice below them
+constexpr int notice_gap = 12;     // above a notice over the rows
+constexpr int hint_margin = 4;
 constexpr int notice_x = 12;
 
 // More steps than any screen has pixels make no difference.
@@ -185,6 +186,10 @@ int tokenViewHeight(int tokens, int notice_height) {
                      : height + notice_height + notice_gap;
 }
 
+int hintedViewHeight(int hint_height) {
+  return std::max(tokenViewHeight(0), hint_height + 2 * (band_height + hint_margin));
+}
+
 int managementViewHeight(int tokens) {
   return std::max(management_row_distance * tokens + 86, least_list_height);
 }
@@ -202,8 +207,29 @@ Frame noticeFrame(int tokens, int height) {
   if (tokens == 0) {
     return {notice_x, band_height, width, tokenViewHeight(0, height) - 2 * band_height};
   }
-  const int rows_end = band_height + token_row_distance * tokens;
-  return {notice_x, rows_end + first_row_y, width, height};
+  return {notice_x, band_height + notice_gap, width, height};
+}
+
+int rowsOffset(int tokens, int notice_height) {
+  return tokens == 0 || notice_height == 0 ? 0 : notice_height + notice_gap;
+}
+
+Frame unlockFrame(int words_height) {
+  constexpr int width = 100;
+  constexpr int height = 24;
+  const Frame words = lockedFrame(words_height);
+  return {(panel_width - width) / 2, bottomOf(words) + unlock_room - height, width, height};
+}
+
+Frame lockedFrame(int words_height) {
+  const Frame room = noticeFrame(0, words_height + unlock_room);
+  const int margin = (room.height - words_height - unlock_room) / 2;
+  return {room.x, room.y + margin, room.width, words_height};
+}
+
+Frame hintFrame(int hint_height) {
+  return {notice_x, band_height, panel_width - 2 * notice_x,
+          hintedViewHeight(hint_height) - 2 * band_height};
 }
 
 Frame managementFieldFrame(int index) {

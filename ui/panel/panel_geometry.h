@@ -40,8 +40,11 @@ Frame withoutBands(const Frame& frame);
 
 // Heights of the views.
 
-/// `notice_height` is the height of the notice about unreadable tokens; 0 if there is none.
+/// `notice_height` is the height of the notice about unreadable tokens, with what belongs to it; 0
+/// if there is none.
 int tokenViewHeight(int tokens, int notice_height = 0);
+/// Without tokens, with a hint of this height in their place.
+int hintedViewHeight(int hint_height);
 int managementViewHeight(int tokens);
 inline constexpr int add_view_height = 160;
 inline constexpr int manual_view_height = 200;
@@ -58,8 +61,21 @@ inline constexpr Frame description_frame{0, 5, 212, 20};
 inline constexpr Frame passcode_frame{0, 30, 212, 40};
 inline constexpr Frame copy_button_frame{159, 35, 48, 20};
 Frame countdownFrame(int tokens);
-/// The notice about unreadable tokens, `height` high: below the rows or in their place.
+
+// Beside or in place of the rows, in the content's coordinates.
+
+/// The notice about unreadable tokens, `height` high: above the rows or in their place.
 Frame noticeFrame(int tokens, int height);
+/// How much lower the rows stand because of a notice above them.
+int rowsOffset(int tokens, int notice_height);
+/// What a button below the notice that stands alone adds to its height.
+inline constexpr int unlock_room = 34;
+/// That button, below `words_height` of words.
+Frame unlockFrame(int words_height);
+/// The words above it.
+Frame lockedFrame(int words_height);
+/// The hint in place of rows.
+Frame hintFrame(int hint_height);
 
 // Rows of the management view, in its coordinates.
 

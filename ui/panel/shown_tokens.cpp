@@ -31,6 +31,7 @@ void ShownTokens::read() {
     if (TOKEN.obstacle) trouble_ = wordsFor(*TOKEN.obstacle);
   } else {
     trouble_ = stored.error().words;
+    can_unlock_ = stored.error().locked && store_.canUnlock();
   }
   vane::log("APP: openWindow: found {} tokens", TOKENS);
   for (int i = 0; i < TOKENS; ++i) {
@@ -44,6 +45,12 @@ void ShownTokens::clear() {
   TOKEN = {};
   TOKENS = 0;
   trouble_.clear();
+  can_unlock_ = false;
+}
+
+bool ShownTokens::isStillLocked() {
+  const auto room = store_.checkRoom();
+  return !room && room.error().locked;
 }
 
 }  // namespace talvane

@@ -27,6 +27,8 @@ class SoftTokenWindow : public QWidget {
 
   /// Once it shows.
   void takeKeys();
+  /// So that another program's window can have them.
+  void giveKeys();
 
   /// Frees what the window system holds for a hidden window.
   void releaseSystemWindow() { destroy(); }
@@ -62,8 +64,6 @@ class SoftTokenWindow : public QWidget {
   bool event(QEvent* event) override;
 
  private:
-  void giveKeys();
-
   QWidget* content_view_ = nullptr;
   QPointF initial_location_;
   bool bypasses_ = false;  // the window manager

@@ -1,8 +1,10 @@
 #include "ui/views/token_view.h"
 
+#include <QApplication>
 #include <QDateTime>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QLabel>
 
 #include <algorithm>
 #include <cstddef>
@@ -40,11 +42,18 @@ constexpr int next_font_size = 11;
 constexpr int seconds_of_next = 5;  // how long before its time the next passcode is shown
 constexpr Frame next_frame{4, 27, 58, 31};
 constexpr int most_typed = 60;
+constexpr int lock_interval = 1000;
 
 // Until the next full second, so that the screen changes exactly when the passcode does.
 int millisecondsToNextSecond() {
   return milliseconds_a_second -
          static_cast<int>(QDateTime::currentMSecsSinceEpoch() % milliseconds_a_second);
+}
+
+int wordsHeight(const QLabel& label, const QString& words) {
+  if (words.isEmpty()) return 0;
+  const QRect room(0, 0, noticeFrame(0, 0).width, highest_notice);
+  return label.fontMetrics().boundingRect(room, Qt::TextWordWrap, words).height();
 }
 
 template <typename Widget>
@@ -58,27 +67,58 @@ Widget* named(Widget* widget, const char* name) {
 TokenView::TokenView(Panel& panel, Shell& shell, const Ini& ini, Gateway& gateway)
     : View("tv", tokenViewHeight(0)), panel_(panel), shell_(shell), ini_(ini), gateway_(gateway) {
   load(form_);
+  form_.tvunlock->setDress(PanelButton::Dress::tile);
+  onClick(form_.tvunlock, [this] { unlock(); });
   onClick(form_.tvconfig, [this] { tv_editclicked(); });
   onClick(form_.tvhelp, [this] { tv_helpclicked(); });
   onClick(form_.tvadd, [this] { tv_addclicked(); });
 }
 
 int TokenView::height() {
-  const int height = tokenViewHeight(panel_.tokens().count(), troubleHeight());
+  const int height = panel_.tokens().isEmpty()
+                         ? hintedViewHeight(wordsHeight(*form_.tvhint, hint()))
+                         : tokenViewHeight(panel_.tokens().count(), noticeHeight());
   vane::log("APP: openWindow: calculated tv height: {}", height);
   return height;
 }
 
 int TokenView::troubleHeight() const {
-  const QString words = QString::fromStdString(panel_.tokens().trouble());
-  if (words.isEmpty()) return 0;
-  const QRect room(0, 0, noticeFrame(0, 0).width, highest_notice);
-  return form_.tvtrouble->fontMetrics().boundingRect(room, Qt::TextWordWrap, words).height();
+  return wordsHeight(*form_.tvtrouble, QString::fromStdString(panel_.tokens().trouble()));
+}
+
+int TokenView::noticeHeight() const {
+  return troubleHeight() + (panel_.tokens().canUnlock() ? unlock_room : 0);
+}
+
+// How to get the first token, as far as the settings allow.
+QString TokenView::hint() const {
+  const QString add = QString::fromStdString(ini_.StrButtonAdd);
+  if (ini_.bAllowManual && ini_.bAllowTaEnrol) {
+    return QStringLiteral(
+               "No tokens yet. Press %1 to enrol at a server or type a key, or drop a link or QR "
+               "code image here.")
+        .arg(add);
+  }
+  if (ini_.bAllowManual) {
+    return QStringLiteral(
+               "No tokens yet. Press %1 to type a key, or drop a link or QR code image here.")
+        .arg(add);
+  }
+  if (ini_.bAllowTaEnrol) {
+    return QStringLiteral("No tokens yet. Press %1 to enrol at a server.").arg(add);
+  }
+  return QStringLiteral(
+      "No tokens yet. You cannot add any here; ask your administrator how to get one.");
 }
 
 void TokenView::closed() {
   typed_.clear();
   delete std::exchange(timer, nullptr);
+  // Its own tick may have led here.
+  if (lock_timer_ != nullptr) {
+    lock_timer_->stop();
+    std::exchange(lock_timer_, nullptr)->deleteLater();
+  }
   takeOff(tvview);
 }
 
@@ -100,10 +140,14 @@ void TokenView::tv_init() {
   vane::log("TV : init: begin");
   typed_.clear();
   clearRows();
-  tvview =
-      named(new FlippedView(withoutBands(frameOf(panel_.form()->rect())), panel_.form()), "tvview");
-  showTrouble();
   const int count = panel_.tokens().count();
+  Frame list = withoutBands(frameOf(panel_.form()->rect()));
+  const int offset = rowsOffset(count, troubleHeight());
+  list.y += offset;
+  list.height -= offset;
+  tvview = named(new FlippedView(list, panel_.form()), "tvview");
+  showTrouble();
+  showHint();
   for (int i = 0; i < count; ++i) addTokenRow(i);
   if (count > 0) startCountdown();
   form_.tvconfig->setEnabled(panel_.tokens().deletable() > 0);
@@ -120,9 +164,42 @@ void TokenView::tv_init() {
 
 void TokenView::showTrouble() {
   const QString words = QString::fromStdString(panel_.tokens().trouble());
+  const int height = troubleHeight();
+  const bool can_unlock = panel_.tokens().canUnlock();
   form_.tvtrouble->setVisible(!words.isEmpty());
-  form_.tvtrouble->setGeometry(rectangle(noticeFrame(panel_.tokens().count(), troubleHeight())));
+  form_.tvtrouble->setGeometry(
+      rectangle(can_unlock ? lockedFrame(height) : noticeFrame(panel_.tokens().count(), height)));
   form_.tvtrouble->showText(words);
+  form_.tvunlock->setVisible(can_unlock);
+  form_.tvunlock->setGeometry(rectangle(unlockFrame(height)));
+  if (can_unlock) awaitUnlocking();
+}
+
+// The user may also unlock the keychain elsewhere.
+void TokenView::awaitUnlocking() {
+  lock_timer_ = named(new QTimer(window()), "locktimer");
+  QObject::connect(lock_timer_, &QTimer::timeout, window(), [this] {
+    if (Wait::isOn() || panel_.isRolling() || QApplication::activeModalWidget() != nullptr) return;
+    const bool locked = panel_.tokens().isStillLocked();
+    if (!locked && !Wait::isLeaving()) panel_.refreshView(window());
+  });
+  lock_timer_->start(lock_interval);
+}
+
+void TokenView::unlock() {
+  // The prompt needs the keys.
+  window()->giveKeys();
+  panel_.tokens().unlock();
+  window()->takeKeys();
+  if (!Wait::isLeaving()) panel_.refreshView(window());
+}
+
+void TokenView::showHint() {
+  const bool is_empty = panel_.tokens().isEmpty();
+  const QString words = is_empty ? hint() : QString();
+  form_.tvhint->setVisible(is_empty);
+  form_.tvhint->setGeometry(rectangle(hintFrame(wordsHeight(*form_.tvhint, words))));
+  form_.tvhint->showText(words);
 }
 
 void TokenView::addTokenRow(int index) {
@@ -190,9 +267,14 @@ void TokenView::startCountdown() {
 
 void TokenView::setTabOrder() {
   std::vector<QWidget*> order = rows();
+  if (panel_.tokens().canUnlock()) order.push_back(form_.tvunlock);
   QWidget* first = order.empty() ? form_.tvadd : order.front();
   order.insert(order.end(), {form_.tvconfig, form_.tvhelp, form_.tvadd, panel_.closeButton()});
   for (std::size_t i = 1; i < order.size(); ++i) QWidget::setTabOrder(order[i - 1], order[i]);
+  const auto added = panel_.takeAdded();
+  if (added && *added >= 0 && static_cast<std::size_t>(*added) < tvcopy.size()) {
+    first = tvcopy[static_cast<std::size_t>(*added)];
+  }
   first->setFocus();
 }
 
@@ -361,7 +443,3 @@ void TokenView::tv_addclicked() {
 }
 
 }  // namespace talvane
-  const auto added = panel_.takeAdded();
-  if (added && *added >= 0 && static_cast<std::size_t>(*added) < tvcopy.size()) {
-    first = tvcopy[static_cast<std::size_t>(*added)];
-  }

@@ -51,7 +51,12 @@ class TokenView final : public View {
 
  private:
   [[nodiscard]] int troubleHeight() const;
+  [[nodiscard]] int noticeHeight() const;
+  [[nodiscard]] QString hint() const;
   void showTrouble();
+  void showHint();
+  void awaitUnlocking();
+  void unlock();
   void clearRows();
   void addTokenRow(int index);
   void startCountdown();
@@ -79,6 +84,7 @@ class TokenView final : public View {
   TextLabel* none_found_ = nullptr;
   std::int64_t shown_time_ = 0;  // when the passcodes were made
   QTimer* timer = nullptr;
+  QTimer* lock_timer_ = nullptr;  // while the keychain is locked
 };
 
 }  // namespace talvane
