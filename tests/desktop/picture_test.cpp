@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
 
 #include <QImage>
 #include <algorithm>
@@ -7,6 +9,7 @@
 #include <filesystem>
 
 #include "tests/desktop/desktop.h"
+#include "tests/secret_service/bus_client.h"
 #include "tests/support/demo_server.h"
 
 namespace talvane::test {
@@ -210,6 +213,28 @@ TEST_P(PictureTest, Trouble) {
   ASSERT_TRUE(opens());
   ASSERT_TRUE(comesToSay("keychain service"));
   takeOf("trouble", panel()->place);
+}
+
+TEST_P(PictureTest, ListThatIsCutShortOrLocked) {
+  session_.startDaemon("open sesame");
+  for (const char* name : {"Mail", "VPN", "Bank", "Post"}) {
+    const Ended ended =
+        commandLine({"--keychain", "secret-service", "add", name}, seed_16 + std::string("\n"));
+    ASSERT_EQ(ended.exit_code, 0) << ended.err;
+  }
+  talvane::testing::BusClient client;
+  const std::string collection = client.defaultCollection();
+  client.addItem(collection, "TalvaneSoftToken5021", getpwuid(getuid())->pw_name, "AAAA");
+  start();
+  openPanel();
+  ASSERT_TRUE(comesToSay("slot 1 is damaged and hides the 2 tokens after it"));
+  takeOf("cut-short", panel()->place);
+  clickIcon();
+  ASSERT_TRUE(closes());
+  client.lock(collection);
+  openPanel();
+  ASSERT_TRUE(comesToShow(Role::push_button, "Unlock"));
+  takeOf("locked", panel()->place);
 }
 
 TEST_P(PictureTest, Question) {

@@ -337,8 +337,11 @@ TEST_F(ContrastTest, WordsAboutTheKeychain) {
   fault = [](test::FaultyKeychain::Call /*call*/) {
     return KeychainStatus::interaction_not_allowed;
   };
+  keychain.unlocks = [](const std::function<bool()>& /*given_up*/) { return KeychainStatus::ok; };
   show("tv");
-  measure(find<QLabel>("tvtrouble"), "trouble");
+  ASSERT_TRUE(find<QLabel>("tvtrouble")->isVisible());
+  ASSERT_TRUE(button("tvunlock")->isVisible());
+  measureAll("tv");
 }
 
 TEST_F(ContrastTest, ManagementView) {
