@@ -82,7 +82,7 @@ void SoftTokenOSXAppDelegate::loadInterface() {
   if (response_ != nullptr) return;
   response_ = &panel_.add(std::make_unique<ResponseView>(panel_));
   panel_.add(std::make_unique<TokenView>(panel_, *this, ini, gateway_));
-  panel_.add(std::make_unique<ManagementView>(panel_, *this, ini, store_));
+  panel_.add(std::make_unique<ManagementView>(panel_, *this, ini, store_, *response_));
   panel_.add(std::make_unique<AddView>(panel_));
   panel_.add(std::make_unique<ManualView>(panel_, *this, ini, store_, *response_));
   panel_.add(std::make_unique<HelpView>(panel_, *this, ini,

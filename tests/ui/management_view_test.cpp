@@ -518,6 +518,130 @@ TEST_F(ManagementTest, AddIsTraced) {
   EXPECT_EQ(traced({"CV : "}), (Lines{"CV : addclicked: begin", "CV : addclicked: end"}));
 }
 
+class MoveTest : public ManagementTest {
+ protected:
+  static void press(QWidget* widget, Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    widget->setFocus();
+    QTest::keyClick(widget, key, modifiers);
+    turnEventLoop();
+  }
+};
+
+TEST_F(MoveTest, AltWithAnArrowMovesTheToken) {
+  storeMany(3);
+  show("cv");
+  press(fields()[0], Qt::Key_Down, Qt::AltModifier);
+  EXPECT_EQ(storedNames(), (Lines{"Token 1", "Token 0", "Token 2"}));
+  EXPECT_EQ(shownNames(), (Lines{"Token 1", "Token 0", "Token 2"}));
+  EXPECT_EQ(panel()->focusWidget(), fields()[1]);
+  press(fields()[1], Qt::Key_Down, Qt::AltModifier | Qt::KeypadModifier);
+  EXPECT_EQ(storedNames(), (Lines{"Token 1", "Token 2", "Token 0"}));
+  press(fields()[2], Qt::Key_Up, Qt::AltModifier);
+  EXPECT_EQ(storedNames(), (Lines{"Token 1", "Token 0", "Token 2"}));
+  EXPECT_EQ(panel()->focusWidget(), fields()[1]);
+}
+
+TEST_F(MoveTest, QuickKeysMoveOneToken) {
+  storeMany(4);
+  show("cv");
+  fields()[0]->setFocus();
+  QTest::keyClick(fields()[0], Qt::Key_Down, Qt::AltModifier);
+  QTest::keyClick(fields()[0], Qt::Key_Down, Qt::AltModifier);
+  turnEventLoop();
+  EXPECT_EQ(storedNames(), (Lines{"Token 1", "Token 2", "Token 0", "Token 3"}));
+  EXPECT_EQ(panel()->focusWidget(), fields()[2]);
+}
+
+TEST_F(MoveTest, TypedNamesAndChecksMoveWithTheirTokens) {
+  storeMany(3);
+  show("cv");
+  rename(1, "Bank");
+  check(1);
+  press(checkboxes()[1], Qt::Key_Up, Qt::AltModifier);
+  EXPECT_EQ(storedNames(), (Lines{"Token 1", "Token 0", "Token 2"}));
+  EXPECT_EQ(shownNames(), (Lines{"Bank", "Token 0", "Token 2"}));
+  EXPECT_TRUE(checkboxes()[0]->isChecked());
+  EXPECT_FALSE(checkboxes()[1]->isChecked());
+  EXPECT_EQ(panel()->focusWidget(), checkboxes()[0]);
+  click("cvhome");
+  EXPECT_EQ(storedNames(), (Lines{"Token 1|Bank", "Token 0", "Token 2"}));
+}
+
+TEST_F(MoveTest, NothingMovesBeyondTheEnds) {
+  storeMany(2);
+  show("cv");
+  press(fields()[0], Qt::Key_Up, Qt::AltModifier);
+  press(fields()[1], Qt::Key_Down, Qt::AltModifier);
+  EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 1"}));
+  EXPECT_EQ(writes(), 0U);
+  EXPECT_EQ(alerts.texts(), Lines());
+}
+
+TEST_F(MoveTest, ArrowsAloneMoveNothing) {
+  storeMany(2);
+  show("cv");
+  press(fields()[0], Qt::Key_Down, Qt::NoModifier);
+  EXPECT_EQ(panel()->focusWidget(), fields()[1]);
+  EXPECT_EQ(writes(), 0U);
+}
+
+TEST_F(MoveTest, NothingMovesWhenAnotherProgramMovedTheTokens) {
+  storeMany(3);
+  show("cv");
+  deleteStored(0);
+  press(fields()[1], Qt::Key_Down, Qt::AltModifier);
+  turnEventLoop();
+  EXPECT_EQ(alerts.seen.size(), 1U);
+  EXPECT_EQ(storedNames(), (Lines{"Token 1", "Token 2"}));
+  EXPECT_EQ(shownNames(), (Lines{"Token 1", "Token 2"}));
+}
+
+TEST_F(MoveTest, FailureIsToldAndKeepsTheOrder) {
+  storeMany(2);
+  show("cv");
+  failOn(test::FaultyKeychain::Call::add, KeychainStatus::disk_full);
+  press(fields()[0], Qt::Key_Down, Qt::AltModifier);
+  fault = nullptr;
+  EXPECT_EQ(alerts.seen.size(), 1U);
+  EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 1"}));
+}
+
+class ResponseButtonTest : public ManagementTest {};
+
+TEST_F(ResponseButtonTest, ShowsTheResponseCodeAgain) {
+  clock = 1974055557;
+  store("Mail");
+  showResponse();
+  const QString code = find<QLineEdit>("rvcode")->text();
+  show("cv");
+  QAbstractButton* shows = button("cvresponse");
+  ASSERT_NE(shows, nullptr);
+  EXPECT_EQ(frameOf(shows->geometry()), managementResponseFrame(1));
+  EXPECT_EQ(shows->accessibleName(), QStringLiteral("Response code: Response"));
+  clock += 5;
+  click("cvresponse");
+  EXPECT_EQ(openView(), "rv");
+  EXPECT_EQ(find<QLineEdit>("rvcode")->text(), code);
+  EXPECT_EQ(code, QStringLiteral("ERYLAECA"));
+  click("rvok");
+  EXPECT_EQ(openView(), "tv");
+}
+
+TEST_F(ResponseButtonTest, TypedNamesAreSavedFirst) {
+  showResponse();
+  show("cv");
+  rename(0, "Bank");
+  click("cvresponse");
+  EXPECT_EQ(openView(), "rv");
+  EXPECT_EQ(storedNames(), (Lines{"Response|Bank"}));
+}
+
+TEST_F(ResponseButtonTest, OtherTokensHaveNone) {
+  store("Mail");
+  show("cv");
+  EXPECT_TRUE(all<QAbstractButton>("cvresponse").empty());
+}
+
 class ObstacleTest : public ManagementTest {
  protected:
   SecretBytes& item(int slot) {

@@ -1,6 +1,7 @@
 #include "ui/kit/fields.h"
 
 #include <QByteArray>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOption>
@@ -105,6 +106,15 @@ void forget(QLineEdit& field) {
 }
 
 PanelCheckbox::PanelCheckbox(QWidget* parent) : QCheckBox(parent) {}
+
+void PanelCheckbox::keyPressEvent(QKeyEvent* event) {
+  const bool is_arrow = event->key() == Qt::Key_Up || event->key() == Qt::Key_Down;
+  if (is_arrow && event->modifiers().testFlag(Qt::AltModifier)) {
+    event->ignore();
+  } else {
+    QCheckBox::keyPressEvent(event);
+  }
+}
 
 void PanelCheckbox::paintEvent(QPaintEvent* event) {
   QCheckBox::paintEvent(event);

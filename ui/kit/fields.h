@@ -34,13 +34,15 @@ Cleared<std::string> secretIn(const QLineEdit& field);
 /// Empties a field and clears its memory. "Undo" cannot bring the text back.
 void forget(QLineEdit& field);
 
-/// A check box without a caption; the box is at the left.
+/// A check box without a caption; the box is at the left. Arrow keys with Alt are left to the
+/// panel.
 class PanelCheckbox : public QCheckBox {
  public:
   explicit PanelCheckbox(QWidget* parent = nullptr);
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
 };
 
 }  // namespace talvane

@@ -392,9 +392,9 @@ bool Panel::keyPressed(const SoftTokenWindow* window, const QKeyEvent& event) {
       accept(*view);
       return true;
     case Qt::Key_Up:
-      return focusRow(view->rows(), -1);
     case Qt::Key_Down:
-      return focusRow(view->rows(), 1);
+      if (event.modifiers().testFlag(Qt::AltModifier)) return view->keyPressed(event);
+      return focusRow(view->rows(), event.key() == Qt::Key_Up ? -1 : 1);
     case Qt::Key_PageUp:
       return page(*view, -1);
     case Qt::Key_PageDown:

@@ -240,6 +240,10 @@ Frame managementCheckboxFrame(int index) {
   return {212, first_row_y + management_row_distance * index, 180, 20};
 }
 
+Frame managementResponseFrame(int index) {
+  return {232, first_row_y + management_row_distance * index, 20, 20};
+}
+
 Frame flipped(const Frame& frame, int height) {
   return {frame.x, height - frame.y - frame.height, frame.width, frame.height};
 }

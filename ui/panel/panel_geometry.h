@@ -81,6 +81,8 @@ Frame hintFrame(int hint_height);
 
 Frame managementFieldFrame(int index);
 Frame managementCheckboxFrame(int index);
+/// The button that shows a token's response code, beside the box.
+Frame managementResponseFrame(int index);
 
 /// Converts a rectangle between coordinates from the lower edge and from the upper edge of
 /// something `height` high. It is its own inverse.

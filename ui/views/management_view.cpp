@@ -1,5 +1,7 @@
 #include "ui/views/management_view.h"
 
+#include <QKeyEvent>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -24,8 +26,14 @@
 
 namespace talvane {
 
-ManagementView::ManagementView(Panel& panel, Shell& shell, const Ini& ini, TokenStore& store)
-    : View("cv", managementViewHeight(0)), panel_(panel), shell_(shell), ini_(ini), store_(store) {
+ManagementView::ManagementView(Panel& panel, Shell& shell, const Ini& ini, TokenStore& store,
+                               ResponseView& response)
+    : View("cv", managementViewHeight(0)),
+      panel_(panel),
+      shell_(shell),
+      ini_(ini),
+      store_(store),
+      response_(response) {
   load(form_);
   onClick(form_.cvtrash, [this] { cv_trashclicked(); });
   onClick(form_.cvhome, [this] { cv_homeclicked(); });
@@ -47,6 +55,7 @@ std::vector<QWidget*> ManagementView::rows() const {
 void ManagementView::clearRows() {
   Panel::ClearViewArray(cvdesc);
   Panel::ClearViewArray(cvdelete);
+  Panel::ClearViewArray(response_buttons_);
   delete std::exchange(cvobstacle, nullptr);
   delete std::exchange(cvview, nullptr);
 }
@@ -91,6 +100,22 @@ void ManagementView::addRow(int index) {
   cvdesc.push_back(field);
 
   addCheckbox(index, name);
+  addResponseButton(index, name);
+}
+
+void ManagementView::addResponseButton(int index, const QString& name) {
+  const auto row = static_cast<std::size_t>(index);
+  response_buttons_.push_back(nullptr);
+  if (!store_.hasResponse(*panel_.tokens().stored().list[row])) return;
+  auto* shows = new PanelButton(cvview);
+  shows->setObjectName(QStringLiteral("cvresponse"));
+  shows->setDress(PanelButton::Dress::tile);
+  shows->setGeometry(rectangle(managementResponseFrame(index)));
+  shows->setText(QStringLiteral("R"));
+  shows->setToolTip(QStringLiteral("Response code"));
+  shows->setAccessibleName(QStringLiteral("Response code: ") + name);
+  onClick(shows, [this, row] { showResponse(row); });
+  response_buttons_[row] = shows;
 }
 
 // What hides tokens has no name, but can be deleted.
@@ -131,6 +156,9 @@ void ManagementView::setTabOrder() {
   for (std::size_t i = 0; i < fields.size(); ++i) {
     follow(fields[i]);
     follow(cvdelete[i]);
+    if (i < response_buttons_.size() && response_buttons_[i] != nullptr) {
+      follow(response_buttons_[i]);
+    }
   }
   follow(form_.cvtrash);
 }
@@ -214,6 +242,13 @@ bool ManagementView::saveNames() {
   return false;
 }
 
+// For the ways out that had nothing to save before.
+bool ManagementView::saveTypedNames() {
+  const bool has_typed = std::any_of(cvdesc.begin(), cvdesc.end(),
+                                     [](const PanelField* field) { return field->isModified(); });
+  return !has_typed || saveNames();
+}
+
 std::vector<TokenStore::Rename> ManagementView::typedNames() const {
   std::vector<TokenStore::Rename> renames;
   const auto& tokens = panel_.tokens().stored().list;
@@ -231,6 +266,53 @@ std::vector<TokenStore::Rename> ManagementView::typedNames() const {
     vane::log("CV : homeclicked: [{}] not found", cvdesc.size());
   }
   return renames;
+}
+
+void ManagementView::showResponse(std::size_t row) {
+  if (!saveTypedNames()) return;
+  const auto response = store_.response(*panel_.tokens().stored().list[row]);
+  if (!response) {
+    tell(response.error());
+    return;
+  }
+  response_.setCode(*response);
+  panel_.switchViewfrom(window(), response_.window());
+}
+
+bool ManagementView::keyPressed(const QKeyEvent& event) {
+  const bool is_up = event.key() == Qt::Key_Up;
+  if (!is_up && event.key() != Qt::Key_Down) return false;
+  // The row goes, and the key's event is still at its widgets.
+  Wait::later(window(), [this, is_up] { moveRow(is_up ? -1 : 1); });
+  return true;
+}
+
+void ManagementView::moveRow(int step) {
+  if (panel_.openPanel() != window()) return;
+  const QWidget* focus = window()->focusWidget();
+  const auto rowIn = [focus](const auto& widgets) {
+    const auto found = std::find(widgets.begin(), widgets.end(), focus);
+    return found == widgets.end() ? -1 : static_cast<int>(found - widgets.begin());
+  };
+  if (focus == nullptr) return;
+  const bool in_box = rowIn(cvdelete) >= 0;
+  const int from = std::max({rowIn(cvdesc), rowIn(cvdelete), rowIn(response_buttons_)});
+  const int to = from + step;
+  const int count = panel_.tokens().count();
+  if (from < 0 || from >= count || to < 0 || to >= count) return;
+  const auto moved = store_.move(from, to, panel_.tokens().stored());
+  if (!moved) {
+    tell(moved.error());
+    if (moved.error().next == Problem::Next::look_again) refreshLater();
+    return;
+  }
+  if (panel_.openPanel() != window()) return;
+  const std::vector<Draft> kept = drafts(Keep::names_and_checks);
+  panel_.refreshView(window());
+  if (panel_.openPanel() != window() || static_cast<std::size_t>(to) >= cvdesc.size()) return;
+  restore(kept);
+  const auto row = static_cast<std::size_t>(to);
+  (in_box ? static_cast<QWidget*>(cvdelete[row]) : cvdesc[row])->setFocus();
 }
 
 std::vector<ManagementView::Draft> ManagementView::drafts(Keep keep) const {
@@ -274,9 +356,7 @@ void ManagementView::tell(const Problem& problem) {
 
 void ManagementView::cv_addclicked() {
   vane::log("CV : addclicked: begin");
-  const bool has_typed = std::any_of(cvdesc.begin(), cvdesc.end(),
-                                     [](const PanelField* field) { return field->isModified(); });
-  if (!has_typed || saveNames()) shell_.addclicked(window());
+  if (saveTypedNames()) shell_.addclicked(window());
   vane::log("CV : addclicked: end");
 }
 

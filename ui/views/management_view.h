@@ -11,20 +11,24 @@
 #include "store/problem.h"
 #include "store/stored_tokens.h"
 #include "store/token_store.h"
+#include "ui/kit/buttons.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/flipped_view.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/view.h"
+#include "ui/views/response_view.h"
 #include "ui/views/shell.h"
 #include "ui_management_view.h"
 
 namespace talvane {
 
-/// The stored tokens, each with an editable name and a check box for deletion.
+/// The stored tokens, each with an editable name, a check box for deletion and, if it has one, a
+/// button for its response code.
 class ManagementView final : public View {
  public:
-  /// Borrows all.
-  ManagementView(Panel& panel, Shell& shell, const Ini& ini, TokenStore& store);
+  /// Borrows all; `response` shows a token's response code.
+  ManagementView(Panel& panel, Shell& shell, const Ini& ini, TokenStore& store,
+                 ResponseView& response);
 
   void cv_init();
   void cv_trashclicked();
@@ -42,6 +46,8 @@ class ManagementView final : public View {
     return save_failed_ ? nullptr : form_.cvhome;
   }
   [[nodiscard]] std::vector<QWidget*> rows() const override;
+  /// Alt with Up or Down moves the token of the row that has the keyboard.
+  bool keyPressed(const QKeyEvent& event) override;
 
  private:
   /// What the user has done to a token's row and not saved.
@@ -57,12 +63,16 @@ class ManagementView final : public View {
   void addRow(int index);
   void addObstacleRow(int index, const Obstacle& obstacle);
   void addCheckbox(int index, const QString& name);
+  void addResponseButton(int index, const QString& name);
+  void showResponse(std::size_t row);
+  void moveRow(int step);
   void setTabOrder();
   [[nodiscard]] std::size_t slotOf(std::size_t row) const;
   [[nodiscard]] TokenStore::Selection selection() const;
   [[nodiscard]] QString deletionQuestion(const TokenStore::Selection& selected) const;
   [[nodiscard]] std::vector<TokenStore::Rename> typedNames() const;
   bool saveNames();
+  bool saveTypedNames();
   [[nodiscard]] std::vector<Draft> drafts(Keep keep) const;
   void restore(const std::vector<Draft>& drafts);
   void refreshLater();
@@ -72,10 +82,12 @@ class ManagementView final : public View {
   Shell& shell_;
   const Ini& ini_;
   TokenStore& store_;
+  ResponseView& response_;
   Ui::ManagementView form_;
   FlippedView* cvview = nullptr;
   std::vector<PanelField*> cvdesc;
   std::vector<PanelCheckbox*> cvdelete;  // the last one is that of the obstacle, if there is one
+  std::vector<PanelButton*> response_buttons_;  // null for a token without a response code
   PanelField* cvobstacle = nullptr;
   bool save_failed_ = false;  // and nothing was typed since
 };
