@@ -26,9 +26,9 @@ TEST(PanelHeight, TokenView) {
   }
 }
 
-TEST(PanelHeight, WordsUnderTheRowsMakeTheTokenViewHigher) {
-  EXPECT_EQ(tokenViewHeight(1, 30), 156 + 30 + 8);
-  EXPECT_EQ(tokenViewHeight(32, 1), 2388 + 1 + 8);
+TEST(PanelHeight, WordsAboveTheRowsMakeTheTokenViewHigher) {
+  EXPECT_EQ(tokenViewHeight(1, 30), 156 + 30 + 12);
+  EXPECT_EQ(tokenViewHeight(32, 1), 2388 + 1 + 12);
 }
 
 TEST(PanelHeight, WordsInPlaceOfRowsHave16PointsAboveAndBelow) {

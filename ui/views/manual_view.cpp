@@ -1,6 +1,7 @@
 #include "ui/views/manual_view.h"
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "config/ini.h"
@@ -91,18 +92,21 @@ void ManualView::createToken() {
     return;
   }
   const SoftTokenInfo token = typedToken(description, seed);
+  const auto plan = store_.plan(token);
+  if (!plan && plan.error().next != Problem::Next::other_input) return refuse(plan.error());
   auto same_name = TokenStore::SameName::refuse;
-  if (const auto plan = store_.plan(token)) {
-    if (plan->replaces) {
-      const QString question = QString::fromStdString(questionBefore(token, plan->replaces));
-      if (Alert::ask(panel_.alertSite(), question) != Alert::Result::alternate_return) return;
-      same_name = TokenStore::SameName::replace;
-    }
-  } else if (plan.error().next != Problem::Next::other_input) {
-    return refuse(plan.error());
+  if (plan && plan->replaces) {
+    const QString question = QString::fromStdString(questionBefore(token, plan->replaces));
+    if (Alert::ask(panel_.alertSite(), question) != Alert::Result::alternate_return) return;
+    same_name = TokenStore::SameName::replace;
   }
   // What is wrong with the input is traced when the token is added.
   const auto added = store_.add(token, same_name);
+  if (!plan && !added && added.error().next == Problem::Next::confirm) {
+    std::optional<std::string> response;
+    static_cast<void>(vane::NewToken(token, &response, nullptr, true));
+    return refuse(plan.error());
+  }
   if (!added) return refuse(added.error());
   panel_.setAdded(added->slot);
   mv_created(length, *added);
