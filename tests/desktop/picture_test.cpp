@@ -224,7 +224,11 @@ TEST_P(PictureTest, ListThatIsCutShortOrLocked) {
   }
   talvane::testing::BusClient client;
   const std::string collection = client.defaultCollection();
-  client.addItem(collection, "TalvaneSoftToken5021", getpwuid(getuid())->pw_name, "AAAA");
+  const std::string account = getpwuid(getuid())->pw_name;
+  for (const std::string& item : client.findItems("TalvaneSoftToken5021", account)) {
+    client.call("org.freedesktop.secrets", item, "org.freedesktop.Secret.Item", "Delete", nullptr);
+  }
+  client.addItem(collection, "TalvaneSoftToken5021", account, "AAAA");
   start();
   openPanel();
   ASSERT_TRUE(comesToSay("slot 1 is damaged and hides the 2 tokens after it"));
