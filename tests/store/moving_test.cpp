@@ -114,7 +114,7 @@ TEST_F(MovingTest, RecordThatDoesNotLoadAfterTheTokens) {
   const Bytes kept = item(3).get();
   expectRefused(moving(0, 2), Next::clear_slot,
                 "The token could not be moved. The record in slot 3 does not load and hides the "
-                "tokens after it");
+                "token after it");
   keychain.together = true;
   ASSERT_TRUE(store.move(0, 2, seen).has_value());
   EXPECT_EQ(names(), (Names{"B|Bee", "C", "A"}));
