@@ -15,7 +15,10 @@
 namespace talvane {
 namespace {
 
-constexpr const char* defaults_key = "Keychain";
+constexpr const char* defaults_key = keychain_choice_key;
+
+constexpr const char* choice_unreadable =
+    "Cannot read the file that names the keychain of your tokens; make it readable or restore it";
 
 bool isKind(const std::string& kind) {
   const auto kinds = keychainKinds();
@@ -39,9 +42,7 @@ Choice chooseKeychain(UserDefaults& defaults, const std::string& wish) {
   }
   switch (defaults.string(defaults_key, &choice.kind)) {
     case UserDefaults::Found::unreadable:
-      choice.error =
-          "Cannot read the file that names the keychain of your tokens; make it readable or "
-          "restore it";
+      choice.error = choice_unreadable;
       break;
     case UserDefaults::Found::yes:
       choice.remembered = true;
@@ -84,7 +85,9 @@ class ChosenKeychain final : public KeychainService {
     // Do not wait again for a keychain that has just failed to answer.
     const KeychainStatus seen = std::exchange(choice_.first_look, KeychainStatus::ok);
     if (seen == KeychainStatus::not_responding) return seen;
-    return heard(keychain_->find(service, account, secret));
+    const KeychainStatus status = heard(keychain_->find(service, account, secret));
+    return status == KeychainStatus::item_not_found && isInDoubt() ? KeychainStatus::not_available
+                                                                   : status;
   }
   KeychainStatus add(const std::string& service, const std::string& account,
                      const SecretBytes& secret) override {
@@ -106,6 +109,7 @@ class ChosenKeychain final : public KeychainService {
   }
   std::string message(KeychainStatus status) override {
     if (keychain_ == nullptr) return choice_.error;
+    if (!doubt_.empty() && status == KeychainStatus::not_available) return doubt_;
     if (writing_down_failed_ && status == KeychainStatus::write_permission) {
       return "Cannot record the choice of keychain; make the program's settings folder writable";
     }
@@ -122,9 +126,13 @@ class ChosenKeychain final : public KeychainService {
   }
   void beginReading(const std::string& account) override {
     if (!changing_) chooseAgain();
+    is_reading_ = true;
+    is_certain_ = false;
     if (open()) keychain_->beginReading(account);
   }
   void endReading() override {
+    is_reading_ = false;
+    is_certain_ = false;
     if (keychain_ != nullptr) keychain_->endReading();
   }
   KeychainStatus beginChange() override {
@@ -160,12 +168,40 @@ class ChosenKeychain final : public KeychainService {
   }
 
   // Until the choice is remembered, the answer may change: the desktop's keychain starts late, or
-  // another of our programs stores the first token.
+  // another of our programs stores the first token. Later only a move of the tokens changes it.
   void chooseAgain() {
-    if (!chooses_ || choice_.remembered) return;
+    doubt_.clear();
+    if (choice_.remembered ? !isMoved() : !chooses_) return;
     keychain_.reset();
     written_down_ = false;
     writing_down_failed_ = false;
+  }
+
+  [[nodiscard]] bool isMoved() const {
+    std::string kind;
+    return defaults_.string(defaults_key, &kind) == UserDefaults::Found::yes &&
+           kind != choice_.kind;
+  }
+
+  // Whether an item may be missing here because another program has moved it since this keychain
+  // was chosen. Looked up once in a reading; a change holds the store's lock, as a move does.
+  bool isInDoubt() {
+    if (!choice_.remembered || changing_ || is_certain_) return false;
+    std::string kind;
+    switch (defaults_.string(defaults_key, &kind)) {
+      case UserDefaults::Found::unreadable:
+        doubt_ = choice_unreadable;
+        break;
+      case UserDefaults::Found::yes:
+        doubt_ =
+            kind == choice_.kind ? "" : "Your tokens were moved to another keychain; try again";
+        break;
+      case UserDefaults::Found::no:
+        doubt_.clear();
+        break;
+    }
+    is_certain_ = is_reading_ && doubt_.empty();
+    return !doubt_.empty();
   }
 
   bool writeDown() {
@@ -190,6 +226,9 @@ class ChosenKeychain final : public KeychainService {
   Choice choice_;
   std::unique_ptr<KeychainService> keychain_;  // null: not opened yet, or `choice_.error` says why
   bool changing_ = false;
+  bool is_reading_ = false;
+  bool is_certain_ = false;  // what this reading does not find is not there
+  std::string doubt_;        // why an item may be elsewhere
   bool silent_ = false;
   bool written_down_ = false;
   bool writing_down_failed_ = false;

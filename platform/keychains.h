@@ -14,6 +14,9 @@ namespace talvane {
 
 std::vector<std::string> keychainKinds();
 
+/// The user default that names the kind of the keychain that holds a user's tokens.
+inline constexpr const char* keychain_choice_key = "Keychain";
+
 /// A keychain of one of `keychainKinds()`. If it cannot be loaded, every call returns
 /// not_available.
 std::unique_ptr<KeychainService> makeKeychain(const std::string& kind, MayAsk may_ask = MayAsk::no);
@@ -25,7 +28,7 @@ std::string keychainKindForNewUser(KeychainStatus* status = nullptr);
 
 /// The keychain that holds a user's tokens. The choice is made once and remembered in the user
 /// defaults before the first token is stored. From then on it is that keychain or an error, never
-/// another one.
+/// another one. Once it is remembered, each reading and each change follows a move of the tokens.
 struct UserKeychain {
   std::unique_ptr<KeychainService> service;  // null: see `error`
   std::string kind;

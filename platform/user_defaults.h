@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace talvane {
@@ -21,6 +23,9 @@ class UserDefaults {
   [[nodiscard]] virtual Found string(const std::string& key, std::string* value) = 0;
   /// Returns false if it stored nothing; old values are then unchanged.
   [[nodiscard]] virtual bool setString(const std::string& key, const std::string& value) = 0;
+  /// The same for several values, in one step; nullopt removes one.
+  using Changes = std::map<std::string, std::optional<std::string>>;
+  [[nodiscard]] virtual bool change(const Changes& changes) = 0;
 };
 
 /// The system's own defaults of the current user.

@@ -36,14 +36,26 @@ class KeyFileDefaults final : public UserDefaults {
   }
 
   bool setString(const std::string& key, const std::string& value) override {
-    if (value.find('\n') != std::string::npos || !isUtf8(value)) return false;
+    return change({{key, value}});
+  }
+
+  bool change(const Changes& changes) override {
+    for (const auto& [key, value] : changes) {
+      if (value && (value->find('\n') != std::string::npos || !isUtf8(*value))) return false;
+    }
     if (!makePrivateFolder(configFolder())) return false;
     // Another program's change in between would be lost.
     const FileDescriptor lock = lockedFolder();
     Values values;
     if (!lock.isOpen() || !load(&values)) return false;
     removeDrafts(path());
-    values[key] = value;
+    for (const auto& [key, value] : changes) {
+      if (value) {
+        values[key] = *value;
+      } else {
+        values.erase(key);
+      }
+    }
     std::string text = std::string(group) + '\n';
     for (const auto& [name, content] : values) {
       text.append(name).append("=").append(content).append("\n");

@@ -1,6 +1,9 @@
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/macos/core_foundation.h"
 #include "platform/user_defaults.h"
@@ -46,17 +49,31 @@ class MacUserDefaults final : public UserDefaults {
   }
 
   bool setString(const std::string& key, const std::string& value) override {
-    const Owned<CFStringRef> name = macos::string(key);
-    const Owned<CFStringRef> text = macos::string(value);
-    if (!name || !text) {
-      return false;
+    return change({{key, value}});
+  }
+
+  bool change(const Changes& changes) override {
+    struct Value {
+      Owned<CFStringRef> name;
+      Owned<CFStringRef> text;  // null: none
+      Owned<CFPropertyListRef> before;
+    };
+    std::vector<Value> values;
+    for (const auto& [key, value] : changes) {
+      Value one;
+      one.name = macos::string(key);
+      if (value) one.text = macos::string(*value);
+      if (!one.name || (value && !one.text)) {
+        return false;
+      }
+      one.before = copyValue(one.name.get());
+      values.push_back(std::move(one));
     }
-    const Owned<CFPropertyListRef> before = copyValue(name.get());
-    setValue(name.get(), text.get());
+    for (const Value& one : values) setValue(one.name.get(), one.text.get());
     if (synchronize()) {
       return true;
     }
-    setValue(name.get(), before.get());
+    for (const Value& one : values) setValue(one.name.get(), one.before.get());
     return false;
   }
 

@@ -337,6 +337,63 @@ TEST_F(KeychainsTest, SameChoiceOfAnotherProgramMeanwhileDoesNotHinder) {
   EXPECT_EQ(addTo(*opened.service), KeychainStatus::ok);
 }
 
+TEST_F(KeychainsTest, RunningProgramFollowsAMove) {
+  for (const bool lazy : {true, false}) {
+    defaults.values[key] = vault;
+    std::unique_ptr<KeychainService> keychain = makeLazyUserKeychain(defaults, MayAsk::no);
+    if (!lazy) keychain = openUserKeychain(defaults, "").service;
+    keychain->beginReading("account");
+    EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::item_not_found);
+    keychain->endReading();
+    ASSERT_EQ(addTo(*makeKeychain(desktop)), KeychainStatus::ok);
+    defaults.values[key] = desktop;
+    keychain->beginReading("account");
+    EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::ok);
+    keychain->endReading();
+    defaults.values[key] = vault;
+    ASSERT_EQ(keychain->beginChange(), KeychainStatus::ok);
+    EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::item_not_found);
+    keychain->abandonChange();
+    EXPECT_EQ(makeKeychain(desktop)->remove("service", "account"), KeychainStatus::ok);
+  }
+}
+
+TEST_F(KeychainsTest, ItemThatIsMovedDuringAReadingIsNotMissing) {
+  defaults.values[key] = vault;
+  const auto keychain = makeLazyUserKeychain(defaults, MayAsk::no);
+  keychain->beginReading("account");
+  defaults.values[key] = desktop;
+  const KeychainStatus status = keychain->find("service", "account", nullptr);
+  EXPECT_EQ(status, KeychainStatus::not_available);
+  EXPECT_EQ(keychain->message(status), "Your tokens were moved to another keychain; try again");
+  keychain->endReading();
+  keychain->beginReading("account");
+  EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::item_not_found);
+  keychain->endReading();
+}
+
+TEST_F(KeychainsTest, ItemIsNotMissingWhileTheChoiceCannotBeRead) {
+  defaults.values[key] = vault;
+  const auto keychain = makeLazyUserKeychain(defaults, MayAsk::no);
+  EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::item_not_found);
+  defaults.readable = false;
+  EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::not_available);
+  EXPECT_TRUE(keychain->message(KeychainStatus::not_available).starts_with("Cannot read the file"));
+}
+
+TEST_F(KeychainsTest, ReadingLooksForAMoveOnce) {
+  defaults.values[key] = vault;
+  const auto keychain = makeLazyUserKeychain(defaults, MayAsk::no);
+  keychain->beginReading("account");
+  EXPECT_EQ(keychain->find("service", "account", nullptr), KeychainStatus::item_not_found);
+  const std::size_t looks = defaults.looks;
+  for (int i = 0; i < 31; ++i) {
+    EXPECT_EQ(keychain->find("other", "account", nullptr), KeychainStatus::item_not_found);
+  }
+  EXPECT_EQ(defaults.looks, looks);
+  keychain->endReading();
+}
+
 TEST_F(KeychainsTest, TokensStayFoundOverTimeWithTheSystemsDefaults) {
   const auto system = systemUserDefaults();
   setDesktop(KeychainStatus::not_available);

@@ -69,6 +69,21 @@ TEST_F(UserDefaultsTest, LaterValueReplacesTheEarlierOne) {
   EXPECT_EQ(read("Keychain"), "=secret-service");
 }
 
+TEST_F(UserDefaultsTest, SeveralValuesChangeTogether) {
+  const auto defaults = systemUserDefaults();
+  ASSERT_TRUE(store("Keychain", "vault"));
+  ASSERT_TRUE(store("KeychainMove", "to secret-service"));
+  ASSERT_TRUE(store("Other", "stays"));
+  ASSERT_TRUE(defaults->change({{"Keychain", "secret-service"}, {"KeychainMove", std::nullopt}}));
+  EXPECT_EQ(read("Keychain"), "=secret-service");
+  std::string value;
+  EXPECT_EQ(defaults->string("KeychainMove", &value), Found::no);
+  EXPECT_EQ(read("Other"), "=stays");
+  EXPECT_FALSE(defaults->change({{"Other", "changed"}, {"Keychain", "two\nlines"}}));
+  EXPECT_EQ(read("Other"), "=stays");
+  EXPECT_EQ(read("Keychain"), "=secret-service");
+}
+
 TEST_F(UserDefaultsTest, OtherValuesStay) {
   ASSERT_TRUE(store("Keychain", "vault"));
   ASSERT_TRUE(store("LoginItemPromptDone", "yes"));

@@ -15,8 +15,10 @@ class MemoryUserDefaults final : public UserDefaults {
   bool readable = true;
   bool writable = true;
   std::size_t stored = 0;
+  std::size_t looks = 0;
 
   Found string(const std::string& key, std::string* value) override {
+    ++looks;
     if (!readable) return Found::unreadable;
     const auto found = values.find(key);
     if (found == values.end()) return Found::no;
@@ -28,6 +30,19 @@ class MemoryUserDefaults final : public UserDefaults {
     if (!readable || !writable) return false;
     ++stored;
     values[key] = value;
+    return true;
+  }
+
+  bool change(const Changes& changes) override {
+    if (!readable || !writable) return false;
+    ++stored;
+    for (const auto& [key, value] : changes) {
+      if (value) {
+        values[key] = *value;
+      } else {
+        values.erase(key);
+      }
+    }
     return true;
   }
 };
