@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,12 @@ void syncFolder(const std::string& path) {
 std::string withTildeExpanded(std::string_view path) {
   if (path != "~" && !path.starts_with("~/")) return std::string(path);
   return homeFolder() + std::string(path.substr(1));
+}
+
+std::string runtimeFolder() {
+  const char* folder = std::getenv("XDG_RUNTIME_DIR");
+  return folder != nullptr && folder[0] == '/' ? std::string(folder) + "/softtoken"
+                                               : dataFolder() + "/run";
 }
 
 std::string executableFolder() {

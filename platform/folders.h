@@ -13,6 +13,8 @@ std::string homeFolder();
 /// The user's data and settings for this program.
 std::string dataFolder();
 std::string configFolder();
+/// What the running desktop program shares with other starts of it: its lock and socket.
+std::string runtimeFolder();
 /// The running program's file, with all symbolic links resolved; empty if the system does not tell.
 std::string executablePath();
 /// What a program says and ends with when `executablePath` is empty.

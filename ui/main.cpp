@@ -1,4 +1,5 @@
 #include <signal.h>
+#include <unistd.h>
 #include <QApplication>
 #include <QDesktopServices>
 #include <QFileOpenEvent>
@@ -23,6 +24,7 @@
 #include "platform/keychain_service.h"
 #include "platform/keychains.h"
 #include "platform/login_item.h"
+#include "platform/running_program.h"
 #include "platform/url_loading.h"
 #include "platform/user_defaults.h"
 #include "store/problem.h"
@@ -98,6 +100,24 @@ Tray::Texts menuTexts(const Ini& ini) {
           QString::fromStdString(ini.StrMenuExit)};
 }
 
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+/// What the command line can find out of this program.
+ProgramFacts factsOf(const Ini& ini, const Tray& tray) {
+  ProgramFacts facts{{"pid", std::to_string(getpid())},
+                     {"version", product::version},
+                     {"qt", qVersion()},
+                     {"platform", QGuiApplication::platformName().toStdString()},
+                     {"desktop", variable("XDG_CURRENT_DESKTOP")},
+                     {"session", variable("XDG_SESSION_TYPE")},
+                     {"tray", tray.isShown() ? "shown" : "none"}};
+  for (const auto& [key, value] : ini.written()) facts[setting_fact + key] = value;
+  return facts;
+}
+
 /// Runs as the first program, until the user quits it.
 int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& channel) {
   std::optional<SilentBusGuard> bus(std::in_place);
@@ -124,12 +144,16 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   parts.make_login_item = [] { return std::make_unique<talibobjc_LoginItem>(); };
   parts.open_url = [](const QString& address) { QDesktopServices::openUrl(QUrl(address)); };
   parts.notify = [](const QString& text) { notify(text); };
-  parts.show_status_item = [&tray, &ini] {
+  parts.show_status_item = [&tray, &ini, &channel] {
     tray->show(menuTexts(ini), ini.bAllowManual || ini.bAllowTaEnrol);
     prepareAnimations();
+    channel.tell(factsOf(ini, *tray));
   };
   parts.item_place = [&tray] { return tray->place(); };
-  parts.panel_turned = [&tray](bool open) { tray->setOpen(open); };
+  parts.panel_turned = [&tray, &ini, &channel](bool open) {
+    tray->setOpen(open);
+    if (!open) channel.tell(factsOf(ini, *tray));
+  };
   parts.make_loader = [](std::string* error) -> std::unique_ptr<UrlLoader> {
     auto loader = makeUrlLoader(error);
     if (loader == nullptr) return nullptr;

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "platform/file_descriptor.h"
+#include "platform/running_program.h"
 #include "tests/support/in_child.h"
 #include "tests/support/private_home.h"
 
@@ -384,6 +385,46 @@ TEST_F(InstanceChannelTest, ClientThatSaysNothingAndGoesIsIgnored) {
   close(connection());
   EXPECT_TRUE(sent(QStringLiteral("toggle")));
   EXPECT_EQ(received, (Requests{QStringLiteral("toggle")}));
+}
+
+TEST_F(InstanceChannelTest, TellsTheCommandLineOfTheProgramWhileItRuns) {
+  EXPECT_EQ(runningPrograms(), std::vector<ProgramFacts>());
+  const ProgramFacts facts{{"pid", "17"}, {"setting debug", "true"}, {"empty", ""}};
+  {
+    InstanceChannel channel(":7");
+    ASSERT_TRUE(channel.becomeFirst());
+    listen(channel);
+    EXPECT_EQ(runningPrograms(), std::vector{ProgramFacts()}) << "it has told nothing yet";
+    channel.tell(facts);
+    EXPECT_EQ(modeOf(folder() + "/instance:7.facts"), 0600);
+    EXPECT_EQ(runningPrograms(), std::vector{facts});
+    InstanceChannel second(":7");
+    ASSERT_FALSE(second.becomeFirst());
+    second.tell({{"pid", "18"}});
+    EXPECT_EQ(runningPrograms(), std::vector{facts}) << "only the first one counts";
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(received.empty()) << "to be looked at is no request";
+  }
+  EXPECT_EQ(runningPrograms(), std::vector<ProgramFacts>());
+  EXPECT_FALSE(exists(folder() + "/instance:7.facts"));
+}
+
+TEST_F(InstanceChannelTest, FactsOfAProgramThatDiedDoNotCount) {
+  test::inChild([] {
+    InstanceChannel channel("");
+    ASSERT_TRUE(channel.becomeFirst());
+    channel.tell({{"pid", "17"}});
+    _exit(0);
+  });
+  EXPECT_TRUE(exists(folder() + "/instance.facts"));
+  EXPECT_EQ(runningPrograms(), std::vector<ProgramFacts>());
+}
+
+TEST_F(InstanceChannelTest, LineEndsInFactsMakeNoOtherFacts) {
+  InstanceChannel channel("");
+  ASSERT_TRUE(channel.becomeFirst());
+  channel.tell({{"desktop", "a\npid=3"}});
+  EXPECT_EQ(runningPrograms(), (std::vector{ProgramFacts{{"desktop", "a pid=3"}}}));
 }
 
 TEST_F(InstanceChannelTest, BytesThatAreNoTextDoNoHarm) {

@@ -25,6 +25,7 @@
 #include "platform/folders.h"
 #include "platform/own_files.h"
 #include "platform/peer.h"
+#include "platform/running_program.h"
 
 namespace talvane {
 namespace {
@@ -40,12 +41,6 @@ FileDescriptor keptToUs(int number) {
   FileDescriptor descriptor(number);
   if (descriptor.isOpen()) fcntl(descriptor.get(), F_SETFD, FD_CLOEXEC);
   return descriptor;
-}
-
-std::string channelFolder() {
-  const char* folder = std::getenv("XDG_RUNTIME_DIR");
-  return (folder != nullptr && folder[0] == '/' ? std::string(folder) + "/softtoken"
-                                                : dataFolder() + "/run");
 }
 
 bool addressOf(const std::string& path, sockaddr_un* address) {
@@ -125,8 +120,9 @@ struct InstanceChannel::Peer {
 };
 
 InstanceChannel::InstanceChannel(const std::string& display)
-    : lock_path_(channelFolder() + "/instance" + display + ".lock"),
-      socket_path_(channelFolder() + "/instance" + display + ".socket") {}
+    : lock_path_(runtimeFolder() + "/instance" + display + ".lock"),
+      socket_path_(runtimeFolder() + "/instance" + display + ".socket"),
+      facts_path_(programFactsPath(display)) {}
 
 InstanceChannel::~InstanceChannel() {
   close();
@@ -134,7 +130,7 @@ InstanceChannel::~InstanceChannel() {
 
 bool InstanceChannel::becomeFirst() {
   sockaddr_un address{};
-  error_ = makeOwnFolder(channelFolder());
+  error_ = makeOwnFolder(runtimeFolder());
   if (!error_.empty()) return false;
   if (!addressOf(socket_path_, &address)) {
     error_ = "The path " + socket_path_ + " is too long; set XDG_RUNTIME_DIR to a shorter one";
@@ -165,6 +161,10 @@ void InstanceChannel::listen() {
   if (!listening_.isOpen()) return;
   notifier_ = std::make_unique<QSocketNotifier>(listening_.get(), QSocketNotifier::Read);
   connect(notifier_.get(), &QSocketNotifier::activated, this, [this] { accept(); });
+}
+
+void InstanceChannel::tell(const ProgramFacts& facts) const {
+  if (lock_.isOpen()) writeProgramFacts(facts_path_, facts);
 }
 
 void InstanceChannel::accept() {
@@ -214,6 +214,7 @@ void InstanceChannel::close() {
   notifier_.reset();
   peers_.clear();
   if (listening_.isOpen()) unlink(socket_path_.c_str());
+  if (lock_.isOpen()) unlink(facts_path_.c_str());
   listening_ = FileDescriptor();
 }
 

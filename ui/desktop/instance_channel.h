@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/file_descriptor.h"
+#include "platform/running_program.h"
 
 class QSocketNotifier;
 
@@ -30,6 +31,9 @@ class InstanceChannel : public QObject {
   /// From now on, calls `received` from the event loop with every request.
   void listen();
   std::function<void(const QString& request)> received;
+
+  /// Leaves word about this program, if it is the first, for the command line. May be called again.
+  void tell(const ProgramFacts& facts) const;
 
   /// Passes the request to the first program. Returns false if that program does not accept it.
   [[nodiscard]] bool send(const QString& request) const;
@@ -49,6 +53,7 @@ class InstanceChannel : public QObject {
 
   std::string lock_path_;
   std::string socket_path_;
+  std::string facts_path_;
   std::string error_;
   FileDescriptor lock_;
   FileDescriptor listening_;
