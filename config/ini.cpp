@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -80,6 +81,7 @@ constexpr auto settings_table = std::to_array<Setting>({
     {"StrStartupRemove", &Ini::StrStartupRemove, "Remove from \"Login Items\""},
     // Added later. The lines of the trace stay as they were.
     {"ClipboardSeconds", &Ini::ClipboardSeconds, 60, false},
+    {"LoginItems", &Ini::LoginItems, "ask"},
 });
 
 // As TaSettings::readint, without a line in the trace.
@@ -109,6 +111,7 @@ bool Ini::read() {
       settings_.read(file_name, TaSettings::home_location | TaSettings::system_location |
                                     TaSettings::bundle_location);
   file_ = location != 0 ? settings_.pathAt(location, file_name) : std::string();
+  policy_ = settings_.readpolicy();
   fillFrom(settings_);
   loginitems = nullptr;
   return true;
@@ -176,9 +179,22 @@ std::vector<Ini::Entry> Ini::entries() const {
     }
     const std::string* written = settings_.value(setting.key);
     entry.from_file = written != nullptr && !written->empty();
+    if (entry.from_file) entry.file = *settings_.fileOf(setting.key);
     list.push_back(std::move(entry));
   }
   return list;
+}
+
+Ini::AtLogin Ini::atLogin() const {
+  return atLogin(LoginItems).value_or(AtLogin::ask);
+}
+
+std::optional<Ini::AtLogin> Ini::atLogin(std::string_view value) {
+  const std::string lower = lowerCase(value);
+  if (lower == "ask") return AtLogin::ask;
+  if (lower == "on") return AtLogin::on;
+  if (lower == "off") return AtLogin::off;
+  return std::nullopt;
 }
 
 std::string Ini::tidyEnrolURL() const {

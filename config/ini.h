@@ -2,9 +2,12 @@
 
 // Every setting and every text that an administrator may change, from "tasofttoken.ini": in the
 // home folder, else in /etc, else in the application bundle's folder. Only the first readable file
-// counts. Filled once at start-up; after that only enrolment may change `EnrolURL`.
+// counts. The keys of the administrator's policy, "/etc/softtoken/policy.ini", win over it. Filled
+// once at start-up; after that only enrolment may change `EnrolURL`.
 
 #include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,6 +64,7 @@ class Ini {
 
   /// The most seconds that a copied passcode stays in the clipboard; 0 or less: it is not cleared.
   std::int64_t ClipboardSeconds = 60;
+  std::string LoginItems;  // "ask", "on" or "off"; see `atLogin`
 
   // Declared for compatibility. No file sets them, and they have no effect.
   bool bLostFocusClose = false;
@@ -85,6 +89,17 @@ class Ini {
   /// The files that would have come first, but could not be read although they exist.
   [[nodiscard]] std::vector<std::string> unreadableFiles() const;
 
+  /// The policy; empty if there is none, or it is ignored.
+  [[nodiscard]] const std::string& policyFile() const { return policy_.file; }
+  /// Why a policy that is there is ignored, for the user; empty if it is not.
+  [[nodiscard]] const std::string& policyProblem() const { return policy_.problem; }
+
+  /// Whether the program starts at login: as the user says, or as the administrator does.
+  enum class AtLogin : std::uint8_t { ask, on, off };
+  [[nodiscard]] AtLogin atLogin() const;
+  /// The meaning of a value of `LoginItems`; nullopt for anything but "ask", "on" and "off".
+  [[nodiscard]] static std::optional<AtLogin> atLogin(std::string_view value);
+
   /// The possible paths of the file, in the order in which `read` tries them.
   [[nodiscard]] std::vector<std::string> paths() const;
 
@@ -102,10 +117,14 @@ class Ini {
   struct Entry {
     std::string_view key;
     std::string value;
-    bool from_file = false;  // the file has a value for it, even if it equals the default
+    bool from_file = false;  // a file has a value for it, even if it equals the default
+    std::string file{};      // that file
   };
   /// All keys with their values, in the same order.
   [[nodiscard]] std::vector<Entry> entries() const;
+
+  /// What the files say, by key in lower case, whether the program knows the key or not.
+  [[nodiscard]] std::map<std::string, std::string> written() const { return settings_.values(); }
 
   /// The request address for `EnrolURL`: in lower case, with the page and the protocol version
   /// appended. Empty if `EnrolURL` is empty. Compares the end of the address as plain text.
@@ -118,6 +137,7 @@ class Ini {
   SettingsFolders folders_;
   TaSettings settings_;
   std::string file_;
+  TaSettings::Policy policy_;
 };
 
 }  // namespace talvane

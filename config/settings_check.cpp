@@ -1,11 +1,15 @@
 #include "config/settings_check.h"
 
 #include <fmt/core.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -36,21 +40,81 @@ std::string problemWithValue(const Ini::Key& key, std::string_view value) {
     return fmt::format("{}={} is neither true nor false; its default \"{}\" is used", key.name,
                        value, key.default_value);
   }
-  if (key.kind == Ini::Key::Kind::integer && !isInteger(value)) {
+  if (key.name == "LoginItems" && !Ini::atLogin(value)) {
+    return fmt::format("{}={} is none of ask, on and off; its default \"{}\" is used", key.name,
+                       value, key.default_value);
+  }
+  if (key.kind != Ini::Key::Kind::integer) return {};
+  if (!isInteger(value)) {
     return fmt::format("{}={} is not a whole number; it is read as {}", key.name, value,
                        static_cast<std::int32_t>(leadingInteger(value)));
+  }
+  using Limits = std::numeric_limits<std::int32_t>;
+  const std::int64_t number = leadingInteger(value);
+  if (number < Limits::min() || number > Limits::max()) {
+    return fmt::format("{}={} does not fit; it is read as {}. Give a number from {} to {}",
+                       key.name, value, static_cast<std::int32_t>(number), Limits::min(),
+                       Limits::max());
   }
   return {};
 }
 
+// The value that the reader finds for the flag.
+bool flagIn(const std::vector<SettingsLine>& lines, std::string_view key) {
+  bool flag = false;
+  for (const SettingsLine& line : lines) {
+    if (!line.has_equals) break;
+    if (lowerCase(line.key) == lowerCase(key)) flag = settingsFlag(line.value).value_or(false);
+  }
+  return flag;
+}
+
+// Whether it belongs to the user or root, and nobody else may write to it.
+bool isOurs(const struct stat& status) {
+  return (status.st_uid == geteuid() || status.st_uid == 0) &&
+         (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
 }  // namespace
 
-std::vector<SettingsFinding> checkSettings(std::string_view text) {
+std::string problemWithEnrolURL(std::string_view url, bool allow_http) {
+  const std::string lower = lowerCase(url);  // as it is requested
+  if (lower.starts_with("https://")) return {};
+  if (!lower.starts_with("http://")) {
+    return fmt::format("{} does not begin with https://, so nobody can enrol there; add that", url);
+  }
+  if (allow_http) return {};
+  return fmt::format("{} is not allowed; use https, or set AllowHTTP=true", url);
+}
+
+std::string changeableByOthers(const std::string& path) {
+  struct stat file {};
+  struct stat folder {};
+  if (stat(path.c_str(), &file) != 0) return {};
+  if (!isOurs(file)) {
+    return fmt::format("Others can change {}; give it to its user or root, and run `chmod go-w {}`",
+                       path, path);
+  }
+  const std::size_t slash = path.find_last_of('/');
+  const std::string place = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  // In a folder like /tmp, nobody else can move or delete the file.
+  if (stat(place.c_str(), &folder) != 0 || isOurs(folder) || (folder.st_mode & S_ISVTX) != 0) {
+    return {};
+  }
+  return fmt::format(
+      "Others can put another file in place of {}; give the folder {} to its user or root, and run "
+      "`chmod go-w {}`",
+      path, place, place);
+}
+
+std::vector<SettingsFinding> checkSettings(std::string_view text, std::optional<bool> allow_http) {
   std::vector<SettingsFinding> findings;
   if (!isUtf8(text)) return {{1, "The file is not UTF-8 text and is ignored; save it as UTF-8"}};
   const auto keys = Ini::keys();
   std::map<std::string, std::size_t> seen;
-  for (const SettingsLine& line : settingsLines(text)) {
+  const auto lines = settingsLines(text);
+  const bool http = allow_http.value_or(flagIn(lines, "AllowHTTP"));
+  for (const SettingsLine& line : lines) {
     const auto report = [&](std::string words) {
       findings.push_back({line.number, std::move(words)});
     };
@@ -78,6 +142,16 @@ std::vector<SettingsFinding> checkSettings(std::string_view text) {
     if (std::string problem = problemWithValue(*known, line.value); !problem.empty()) {
       report(std::move(problem));
     }
+    if (known->name == "EnrolURL" && !line.value.empty()) {
+      if (std::string problem = problemWithEnrolURL(line.value, http); !problem.empty()) {
+        report("EnrolURL: " + problem);
+      }
+    }
+  }
+  if (!text.empty() && text.back() != '\n') {
+    findings.push_back({1 + static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')),
+                        "The file ends without a line end, so its end may be missing; check the "
+                        "last line and end it"});
   }
   return findings;
 }

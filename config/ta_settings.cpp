@@ -1,8 +1,12 @@
 #include "config/ta_settings.h"
 
+#include <fmt/core.h>
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -23,25 +27,29 @@ std::uint8_t unreadableFor(int error) {
   return TaSettings::unreadable;
 }
 
+bool onlyOwnerChanges(const struct stat& status, uid_t owner) {
+  return status.st_uid == owner && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
 }  // namespace
 
 SettingsFolders SettingsFolders::ofThisSystem() {
-  return {"~", "/etc", bundleFolder()};
+  return {"~", "/etc", bundleFolder(), "/etc/softtoken/policy.ini"};
 }
 
 std::uint8_t TaSettings::readfile(const std::string& path) {
   talibobjc_Trace::traceWithFormat("TaSettings:readfile: begin: {}", path);
   std::string text;
   if (const int error = readRegularFile(path, &text); error != 0) return unreadableFor(error);
-  return readtext(text);
+  return readtext(text, path);
 }
 
-std::uint8_t TaSettings::readtext(std::string_view text) {
+std::uint8_t TaSettings::readtext(std::string_view text, const std::string& file) {
   if (!isUtf8(text)) return unreadableFor(EILSEQ);
-  return parse(text) ? read_whole : stopped_early;
+  return parse(text, file) ? read_whole : stopped_early;
 }
 
-bool TaSettings::parse(std::string_view text) {
+bool TaSettings::parse(std::string_view text, const std::string& file) {
   for (const SettingsLine& line : settingsLines(text)) {
     talibobjc_Trace::traceWithFormat("TaSettings:readfile: trimmed line: '{}'", line.text);
     if (!line.has_equals) {
@@ -50,7 +58,7 @@ bool TaSettings::parse(std::string_view text) {
     }
     talibobjc_Trace::traceWithFormat("TaSettings:readfile:   key:'{}' value:'{}'", line.key,
                                      line.value);
-    dict[lowerCase(line.key)] = line.value;
+    dict[lowerCase(line.key)] = {std::string(line.value), file};
   }
   return true;
 }
@@ -75,9 +83,50 @@ std::uint16_t TaSettings::read(const std::string& fileName, std::uint16_t locati
   return 0;
 }
 
+TaSettings::Policy TaSettings::readpolicy() {
+  const std::string& path = folders_.policy;
+  if (path.empty()) return {};
+  std::string text;
+  struct stat file {};
+  struct stat folder {};
+  if (const int error = readRegularFile(path, &text, &file); error != 0) {
+    if (error == ENOENT || error == ENOTDIR) return {};
+    return {"", fmt::format("The policy {} is ignored, because it cannot be read ({}); make it a "
+                            "file that everybody can read",
+                            path, std::strerror(error))};
+  }
+  // Whoever can change the folder can put another file in its place.
+  if (!onlyOwnerChanges(file, folders_.policy_owner) ||
+      stat(path.substr(0, path.find_last_of('/')).c_str(), &folder) != 0 ||
+      !onlyOwnerChanges(folder, folders_.policy_owner)) {
+    return {"", fmt::format("The policy {} is ignored, because others than root can change it or "
+                            "its folder; give both to root, and take the right to write from "
+                            "all others",
+                            path)};
+  }
+  talibobjc_Trace::traceWithFormat("TaSettings:readfile: begin: {}", path);
+  if (readtext(text, path) == unreadable) {
+    return {"", fmt::format("The policy {} is ignored, because it is not UTF-8 text; save it as "
+                            "UTF-8",
+                            path)};
+  }
+  return {path, ""};
+}
+
 const std::string* TaSettings::value(std::string_view key) const {
   const auto found = dict.find(lowerCase(key));
-  return found == dict.end() ? nullptr : &found->second;
+  return found == dict.end() ? nullptr : &found->second.value;
+}
+
+const std::string* TaSettings::fileOf(std::string_view key) const {
+  const auto found = dict.find(lowerCase(key));
+  return found == dict.end() ? nullptr : &found->second.file;
+}
+
+std::map<std::string, std::string> TaSettings::values() const {
+  std::map<std::string, std::string> list;
+  for (const auto& [key, written] : dict) list[key] = written.value;
+  return list;
 }
 
 bool TaSettings::readbool(std::string_view key, bool default_value) const {

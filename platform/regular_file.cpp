@@ -14,10 +14,11 @@
 
 namespace talvane {
 
-int readRegularFile(const std::string& path, std::string* bytes) {
+int readRegularFile(const std::string& path, std::string* bytes, struct stat* status_out) {
   const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
   struct stat status {};
   if (!file.isOpen() || fstat(file.get(), &status) != 0) return errno;
+  if (status_out != nullptr) *status_out = status;
   if (!S_ISREG(status.st_mode)) return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
   std::array<char, 65536> buffer;
   for (;;) {

@@ -75,7 +75,17 @@ void SoftTokenOSXAppDelegate::applicationDidFinishLaunching() {
   vane::InitColors();
   readSettingsWithTrace(ini, parts_.trace_path);
   parts_.show_status_item();
-  promptForLoginItem();
+  switch (ini.atLogin()) {
+    case Ini::AtLogin::ask:
+      promptForLoginItem();
+      break;
+    case Ini::AtLogin::on:
+      setLoginItem(true);
+      break;
+    case Ini::AtLogin::off:
+      setLoginItem(false);
+      break;
+  }
 }
 
 void SoftTokenOSXAppDelegate::loadInterface() {
@@ -93,6 +103,13 @@ void SoftTokenOSXAppDelegate::loadInterface() {
   enrolment_views_.join(eva, evgi, evgu);
   // Loads the fonts, so that the first opening does not wait for them.
   for (const int size : {12, 13, 24}) QFontMetrics(panelFont(size)).horizontalAdvance('0');
+}
+
+// As the administrator has decided.
+void SoftTokenOSXAppDelegate::setLoginItem(bool launch) {
+  vane::log("APP: LoginItems: {}", launch ? "on" : "off");
+  const auto item = parts_.make_login_item();
+  if (item->launchAtLogin() != launch) item->setLaunchAtLogin(launch);
 }
 
 void SoftTokenOSXAppDelegate::promptForLoginItem() {

@@ -98,6 +98,7 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
 
  private:
   void promptForLoginItem();
+  void setLoginItem(bool launch);
   void iconClicked2(const ItemPlace& item);
   void stayOpen(const ItemPlace& item);
   [[nodiscard]] ItemPlace itemPlace() const;

@@ -63,7 +63,8 @@ TEST(Settings, EveryKeyIsListedOnceInTheDocumentedOrder) {
                             "StrSecretQuestions",
                             "StrStartupAdd",
                             "StrStartupRemove",
-                            "ClipboardSeconds"};
+                            "ClipboardSeconds",
+                            "LoginItems"};
   Strings keys;
   const auto found = settings(home);
   for (const auto& each : found.at("settings")) keys.push_back(each.at("key"));

@@ -270,6 +270,7 @@ TEST_F(IniTest, ListingNamesEveryKeyOnceInTheOrderOfTheTables) {
                                    "ButtonFontSize", "ProtocolVersion"});
   for (const auto& setting : texts) expected.emplace_back(setting.key);
   expected.emplace_back("ClipboardSeconds");
+  expected.emplace_back("LoginItems");
   Texts keys;
   for (const auto& entry : ini.entries()) keys.emplace_back(entry.key);
   EXPECT_EQ(keys, expected);

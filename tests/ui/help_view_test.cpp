@@ -74,6 +74,16 @@ TEST_F(HelpTest, PressTurnsLaunchAtLoginOn) {
                    "HV : launchclicked: end"}));
 }
 
+TEST_F(HelpTest, WhatTheAdministratorHasDecidedCannotBeSwitched) {
+  show("hv");
+  EXPECT_TRUE(button("hvlaunch")->isEnabled());
+  setSettings("LoginItems=on\n");
+  launch();
+  show("hv");
+  EXPECT_FALSE(button("hvlaunch")->isEnabled());
+  EXPECT_EQ(caption("hvlaunch"), "Remove from \"Login Items\"");
+}
+
 TEST_F(HelpTest, ListThatCannotBeChangedShowsTheTruth) {
   login_items.list.writable = false;
   show("hv");

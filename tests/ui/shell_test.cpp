@@ -98,6 +98,33 @@ TEST_F(ShellTest, AnswerThatCannotBeReadIsNotAskedForAnew) {
                                       "APP: LoginItemPromptDone:  not found"}));
 }
 
+TEST_F(ShellTest, AdministratorAddsTheProgramWithoutAQuestion) {
+  setSettings("LoginItems=on\n");
+  defaults.values.clear();
+  launch();
+  EXPECT_EQ(alerts.texts(), Lines());
+  EXPECT_EQ(login_items.list.targets(), (Targets{"/opt/softtoken/bin/softtoken"}));
+  EXPECT_EQ(traced({"APP: "}), (Lines{"APP: LoginItems: on"}));
+  EXPECT_EQ(promptDone(), "") << "the user was not asked";
+  launch();
+  EXPECT_EQ(login_items.list.insertions, 1U);
+}
+
+TEST_F(ShellTest, AdministratorRemovesTheProgramWithoutAQuestion) {
+  setSettings("LoginItems=off\n");
+  defaults.values.clear();
+  login_items.list.insertAtHead("/opt/softtoken/bin/softtoken");
+  launch();
+  EXPECT_EQ(alerts.texts(), Lines());
+  EXPECT_EQ(login_items.list.targets(), Targets());
+}
+
+TEST_F(ShellTest, AdministratorMayLeaveItToTheUser) {
+  setSettings("LoginItems=ask\n");
+  launchForTheFirstTime(AlertUser::press("NO"));
+  EXPECT_EQ(alerts.seen.size(), 1U);
+}
+
 TEST_F(ShellTest, PromptHasTheTextOfTheSettings) {
   setSettings("StrStartupAdd=Start at login\n");
   launchForTheFirstTime(AlertUser::press("NO"));

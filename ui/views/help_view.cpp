@@ -65,6 +65,7 @@ void HelpView::showLoginItem() {
   const bool launches = parts_.make_login_item()->launchAtLogin();
   form_.hvlaunch->setText(
       QString::fromStdString(launches ? ini_.StrStartupRemove : ini_.StrStartupAdd));
+  form_.hvlaunch->setEnabled(ini_.atLogin() == Ini::AtLogin::ask);
   vane::log("HV : init: launch at login {}", launches);
 }
 
