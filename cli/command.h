@@ -30,5 +30,7 @@ std::unique_ptr<Command> makeDeleteCommand();
 std::unique_ptr<Command> makeResponseCommand();
 std::unique_ptr<Command> makeSettingsCommand();
 std::unique_ptr<Command> makeDoctorCommand();
+std::unique_ptr<Command> makeKeychainCommand();
+std::unique_ptr<Command> makeReportCommand();
 
 }  // namespace talvane

@@ -89,10 +89,10 @@ int run(int argc, char** argv) {
 
   std::vector<std::unique_ptr<Command>> commands;
   std::vector<CLI::App*> parsers;
-  for (const auto make :
-       {makeListCommand, makeCodeCommand, makeWatchCommand, makeAddCommand, makeImportCommand,
-        makeEnrolCommand, makeRenameCommand, makeMoveCommand, makeDeleteCommand,
-        makeResponseCommand, makeSettingsCommand, makeDoctorCommand}) {
+  for (const auto make : {makeListCommand, makeCodeCommand, makeWatchCommand, makeAddCommand,
+                          makeImportCommand, makeEnrolCommand, makeRenameCommand, makeMoveCommand,
+                          makeDeleteCommand, makeResponseCommand, makeSettingsCommand,
+                          makeDoctorCommand, makeKeychainCommand, makeReportCommand}) {
     commands.push_back(make());
     parsers.push_back(commands.back()->addTo(line));
   }

@@ -66,7 +66,7 @@ Session::~Session() {
 
 Ini& Session::settings() {
   if (!settings_) {
-    settings_.emplace(*defaults_);
+    settings_.emplace(*defaults_, options_.folders);
     readSettingsQuietly(*settings_, trace_path);
   }
   return *settings_;
@@ -78,6 +78,11 @@ UserKeychain& Session::keychain() {
     if (keychain_.service == nullptr) throw Failure(exit_keychain, keychain_.error);
   }
   return keychain_;
+}
+
+std::string Session::keychainKind() {
+  if (keychain_.service != nullptr) return keychain_.kind;
+  return openUserKeychain(*defaults_, "").kind;
 }
 
 vaneinterface& Session::gateway() {

@@ -9,6 +9,7 @@
 
 #include "cli/failure.h"
 #include "config/ini.h"
+#include "config/ta_settings.h"
 #include "platform/device_identifiers.h"
 #include "platform/keychains.h"
 #include "platform/user_defaults.h"
@@ -23,6 +24,7 @@ namespace talvane {
 struct SessionOptions {
   std::string keychain;  // a kind, or empty
   bool console_log = false;
+  SettingsFolders folders = SettingsFolders::ofThisSystem();
 };
 
 /// One run of the command line: the user's settings and, on first use, the keychain and the engine.
@@ -41,6 +43,8 @@ class Session {
 
   /// The user's keychain, opened on first use. Throws Failure when it cannot be opened.
   UserKeychain& keychain();
+  /// The kind of that keychain; empty if none can be opened.
+  std::string keychainKind();
   vaneinterface& gateway();
 
   /// Seconds since the epoch.

@@ -71,6 +71,8 @@ __softtoken_cli_offer_options() {
     list) __softtoken_cli_offer --help --json --names ;;
     doctor | response) __softtoken_cli_offer --help --json ;;
     settings) __softtoken_cli_offer --help --json --check ;;
+    keychain) __softtoken_cli_offer --help --json ;;
+    report) __softtoken_cli_offer --help --output ;;
     code) __softtoken_cli_offer --help --next --copy --json ;;
     add) __softtoken_cli_offer --help --period --replace ;;
     import | enrol) __softtoken_cli_offer --help --replace ;;
@@ -92,7 +94,7 @@ _softtoken_cli() {
     else
       case $each in
         --) only_arguments=1 ;;
-        --keychain | --period | --check) option=$each ;;
+        --keychain | --period | --check | --output) option=$each ;;
         --keychain=*) program+=("$each") ;;
       esac
     fi
@@ -103,7 +105,7 @@ _softtoken_cli() {
     __softtoken_cli_offer secret-service vault
   elif [[ $option == --period ]]; then
     __softtoken_cli_offer 30 60
-  elif [[ $option == --check ]]; then
+  elif [[ $option == --check || $option == --output ]]; then
     mapfile -t COMPREPLY < <(compgen -f -- "$word")
   elif [[ ! $only_arguments && $word == --keychain=* ]]; then
     __softtoken_cli_offer --keychain=secret-service --keychain=vault
@@ -114,10 +116,11 @@ _softtoken_cli() {
   else
     case $command:$arguments in
       :*) __softtoken_cli_offer list code watch add import enrol rename move delete response \
-        settings doctor ;;
+        settings doctor keychain report ;;
       code:0 | rename:0 | move:0 | response:0 | delete:*) __softtoken_cli_offer_tokens "${program[@]}" ;;
       import:0) __softtoken_cli_offer_images ;;
-      list:* | settings:* | doctor:*) __softtoken_cli_offer_options ;;
+      keychain:0) __softtoken_cli_offer secret-service vault ;;
+      list:* | settings:* | doctor:* | report:*) __softtoken_cli_offer_options ;;
     esac
   fi
 }

@@ -10,7 +10,7 @@ function __softtoken_cli_arguments
             set value_follows 0
         else if test $only_arguments = 0 -a "$word" = --
             set only_arguments 1
-        else if test $only_arguments = 0 && contains -- "$word" --keychain --period
+        else if test $only_arguments = 0 && contains -- "$word" --keychain --period --output
             set value_follows 1
         else if test $only_arguments = 1 || not string match -q -- '-?*' "$word"
             string join ' ' -- (string split \n -- "$word")
@@ -75,8 +75,12 @@ complete -c softtoken-cli -n __softtoken_cli_needs_command -a settings \
     -d 'List every setting and where it comes from'
 complete -c softtoken-cli -n __softtoken_cli_needs_command -a doctor \
     -d 'Check keychain, identifiers, settings, clock, server and file modes'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a keychain \
+    -d 'Show which keychain holds the tokens, or move them'
+complete -c softtoken-cli -n __softtoken_cli_needs_command -a report \
+    -d 'Write a text for the help desk'
 
-complete -c softtoken-cli -n '__softtoken_cli_uses list code response settings doctor' -l json \
+complete -c softtoken-cli -n '__softtoken_cli_uses list code response settings doctor keychain' -l json \
     -d 'Print JSON'
 complete -c softtoken-cli -n '__softtoken_cli_uses list' -l names -d 'Print only the names'
 complete -c softtoken-cli -n '__softtoken_cli_uses code' -l next \
@@ -91,9 +95,12 @@ complete -c softtoken-cli -n '__softtoken_cli_uses enrol' -l replace \
     -d 'Replace a token of the same name that does not come from this server'
 complete -c softtoken-cli -n '__softtoken_cli_uses settings' -l check -r -F \
     -d 'Check this settings file instead'
+complete -c softtoken-cli -n '__softtoken_cli_uses report' -l output -r -F \
+    -d 'Write it to this file'
 complete -c softtoken-cli -n '__softtoken_cli_uses delete' -l yes -d 'Do not ask'
 
 complete -c softtoken-cli -n '__softtoken_cli_starts code rename move response' \
     -a '(__softtoken_cli_tokens)'
 complete -c softtoken-cli -n '__softtoken_cli_uses delete' -a '(__softtoken_cli_tokens)'
+complete -c softtoken-cli -n '__softtoken_cli_starts keychain' -a 'secret-service vault'
 complete -c softtoken-cli -n '__softtoken_cli_starts import' -F

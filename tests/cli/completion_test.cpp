@@ -29,8 +29,8 @@ std::string completionFile(const std::string& name) {
   return std::string(CLI_COMPLETIONS) + '/' + name;
 }
 
-const Strings commands = {"add",  "code", "delete", "doctor",   "enrol",    "import",
-                          "list", "move", "rename", "response", "settings", "watch"};
+const Strings commands = {"add",  "code", "delete", "doctor", "enrol",    "import",   "keychain",
+                          "list", "move", "rename", "report", "response", "settings", "watch"};
 
 // The long options behind each command.
 const std::vector<std::pair<std::string, Strings>> options = {
@@ -46,7 +46,9 @@ const std::vector<std::pair<std::string, Strings>> options = {
     {"delete", {"--help", "--yes"}},
     {"response", {"--help", "--json"}},
     {"settings", {"--check", "--help", "--json"}},
-    {"doctor", {"--help", "--json"}}};
+    {"doctor", {"--help", "--json"}},
+    {"keychain", {"--help", "--json"}},
+    {"report", {"--help", "--output"}}};
 
 // A user with the program in the PATH and some tokens.
 class Completion : public testing::Test {
@@ -125,6 +127,7 @@ TEST_F(BashCompletionAtWork, Values) {
   EXPECT_EQ(complete("softtoken-cli --keychain "), (Strings{"secret-service", "vault"}));
   EXPECT_EQ(complete("softtoken-cli --keychain=v"), Strings{"vault"});
   EXPECT_EQ(complete("softtoken-cli add --period "), (Strings{"30", "60"}));
+  EXPECT_EQ(complete("softtoken-cli keychain "), (Strings{"secret-service", "vault"}));
   EXPECT_EQ(complete("softtoken-cli add --period=6"), Strings{"60"});
 }
 
@@ -244,6 +247,7 @@ TEST_F(FishCompletionAtWork, Options) {
 TEST_F(FishCompletionAtWork, Values) {
   EXPECT_EQ(complete("softtoken-cli --keychain "), (Strings{"secret-service", "vault"}));
   EXPECT_EQ(complete("softtoken-cli add --period "), (Strings{"30", "60"}));
+  EXPECT_EQ(complete("softtoken-cli keychain "), (Strings{"secret-service", "vault"}));
 }
 
 TEST_F(FishCompletionAtWork, TokenNames) {

@@ -169,6 +169,81 @@ TEST(Doctor, ContradictingChoiceIsAKeychainFault) {
   EXPECT_FALSE(examined.on("keychain").second);
 }
 
+TEST(Doctor, MistakesInTheSettingsAreFaults) {
+  const CliHome home;
+  home.setSettings("AllowManual=true\nRollupSteps=99999999999\nColour=blue\nallowmanual=true");
+  const Examined examined = examine(home);
+  EXPECT_EQ(examined.ended.exit_code, 1);
+  const auto [text, good] = examined.on("settings file");
+  EXPECT_FALSE(good);
+  const std::string& file = home.settingsFile();
+  EXPECT_TRUE(has(text, file + ":2: RollupSteps=99999999999 does not fit")) << text;
+  EXPECT_TRUE(has(text, file + ":3: Unknown key \"Colour\"")) << text;
+  EXPECT_TRUE(has(text, file + ":4: AllowManual is already in line 1")) << text;
+  EXPECT_TRUE(has(text, file + ":4: The file ends without a line end")) << text;
+}
+
+TEST(Doctor, AddressThatNobodyCanUseIsAFault) {
+  const CliHome home;
+  for (const auto& [settings, words] :
+       {std::pair("EnrolURL=srv.example\n", "does not begin with https://"),
+        {"EnrolURL=http://srv.example\n", "use https, or set AllowHTTP=true"}}) {
+    home.setSettings(settings);
+    const Examined examined = examine(home);
+    EXPECT_EQ(examined.ended.exit_code, 1);
+    for (const char* subject : {"settings file", "enrolment server"}) {
+      const auto [text, good] = examined.on(subject);
+      EXPECT_FALSE(good) << subject;
+      EXPECT_TRUE(has(text, words)) << subject << ": " << text;
+    }
+  }
+}
+
+TEST(Doctor, SettingsThatOthersCanChangeAreAFault) {
+  const CliHome home;
+  chmod(home.settingsFile().c_str(), 0666);
+  const auto [text, good] = examine(home).on("settings file");
+  EXPECT_FALSE(good);
+  EXPECT_TRUE(has(text, "Others can change " + home.settingsFile())) << text;
+}
+
+TEST(Doctor, FoldersThatOthersCanUseAreAFault) {
+  const CliHome home;
+  home.add("A");
+  const std::string settings = home.choiceFile().substr(0, home.choiceFile().rfind('/'));
+  chmod(settings.c_str(), 0755);
+  const auto [text, good] = examine(home).on("file mode");
+  EXPECT_FALSE(good);
+  EXPECT_TRUE(has(text, settings + " 0755; others can use it, so run `chmod 700 " + settings))
+      << text;
+}
+
+TEST(Doctor, VaultThatOthersCouldUseIsAFaultOnce) {
+  const CliHome home;
+  home.add("A");
+  chmod(home.vault().c_str(), 0644);
+  chmod(home.dataFolder().c_str(), 0777);
+  const Examined first = examine(home);
+  EXPECT_EQ(first.ended.exit_code, 1);
+  const auto [text, good] = first.on("file mode");
+  EXPECT_FALSE(good);
+  EXPECT_TRUE(has(text, home.vault() + " 0644; others could use it")) << text;
+  EXPECT_TRUE(has(text, home.dataFolder() + " 0777; others could use it")) << text;
+  expectSuccess(examine(home).ended);
+}
+
+TEST(Doctor, DebugIsAFaultWhileATraceLiesThere) {
+  const CliHome home;
+  home.add("A");
+  EXPECT_EQ(examine(home).on("trace").first, "");
+  home.setSettings("AllowManual=true\nDebug=true\n");
+  const auto [text, good] = examine(home).on("trace");
+  EXPECT_FALSE(good);
+  EXPECT_TRUE(has(text, home.traceFile())) << text;
+  home.setSettings("AllowManual=true\n");
+  expectSuccess(examine(home).ended);
+}
+
 TEST(Doctor, SettingsFileThatIsThereButCannotBeReadIsAFault) {
   const CliHome home;
   home.setSettings("AllowManual=true\nStrMenuAdd=\xFF\n");

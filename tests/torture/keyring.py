@@ -1,5 +1,6 @@
 """Commands on a keyring daemon, with trouble at every message to it, and killed at random."""
 
+import json
 import re
 import shutil
 import signal
@@ -61,8 +62,10 @@ class Session:
             stdin=subprocess.PIPE, stdout=subprocess.DEVNULL)
         self.daemon.stdin.write(b"open sesame")
         self.daemon.stdin.close()
+        # Whatever the home has chosen.
+        other = {"XDG_CONFIG_HOME": str(self.home.folder / "none")}
         for _ in range(400):
-            if self.home.run(["list"], keychain="secret-service").code == 0:
+            if self.home.run(["list"], keychain="secret-service", more=other).code == 0:
                 return
             time.sleep(0.02)
         raise RuntimeError("the keyring daemon does not come up")
@@ -208,6 +211,64 @@ def at_random(build, folder, short):
     return row
 
 
+def check_moved(home, source, target):
+    """All tokens are in the target, and none in the source."""
+    home.check_shown(homes.KNOWN)
+    said = json.loads(home.run(["keychain", "--json"]).out)
+    if (said["keychain"], said["tokens"], said["leftovers"]) != (target, len(homes.KNOWN), None):
+        raise homes.Trouble(f"after the move it says {said}")
+    choice = home.folder / homes.CHOICE_FOLDER / "defaults.conf"
+    kept = choice.read_bytes()
+    choice.unlink()
+    left = home.run(["list", "--json"], keychain=source)
+    choice.write_bytes(kept)
+    if left.code != 0 or json.loads(left.out):
+        raise homes.Trouble(f"left in the old keychain: {left}")
+
+
+def move_killed(build, folder, source, target, short):
+    """A move of the tokens is killed at each changing call; the same command again finishes it."""
+    row = Row(f"keychain {target}: killed at each changing call")
+    place = folder / f"move-to-{target}"
+    session, kept = keyring_home(build, place)
+    home = session.home
+    command = homes.Command("keychain", ["keychain", target])
+    killer = kills.Killer(build, True)
+    try:
+        if source == "vault":
+            moved = home.run(["keychain", "vault"])
+            if moved.code != 0:
+                raise RuntimeError(f"cannot move to the vault: {moved}")
+            session.keep(kept)
+        number = 0
+        killed = True
+        while killed:
+            number += 1
+            session.go_back_to(kept)
+            killed, ended, calls = killer.run(home, command, number)
+            row.runs += 1
+            row.hits += killed
+            # What is not on the disk yet does not count.
+            session.kill_daemon()
+            session.start_daemon()
+            try:
+                if not killed and ended.code != 3:
+                    raise homes.Trouble(f"not killed, but {ended}")
+                home.check_shown(homes.KNOWN)
+                again = home.run(command.arguments)
+                if again.code != 0:
+                    raise homes.Trouble(f"the same command again: {again}")
+                check_moved(home, source, target)
+            except homes.Trouble as trouble:
+                row.fail(trouble, f"killed at call {calls}")
+            if short:
+                number += 15
+    finally:
+        session.end()
+        shutil.rmtree(place, ignore_errors=True)
+    return row
+
+
 def jobs(build, folder, short):
     commands = [command for command in homes.commands()
                 if command.name not in ("import image", "add 13", "settings")]
@@ -217,4 +278,7 @@ def jobs(build, folder, short):
              for command in commands for mode in modes
              if not short or (command.name, mode) in SHORT_CASES]
     found.append(("at random", lambda: at_random(build, folder, short)))
+    for source, target in (("vault", "secret-service"), ("secret-service", "vault")):
+        found.append((f"keychain {target}: killed",
+                      lambda s=source, t=target: move_killed(build, folder, s, t, short)))
     return found, None
