@@ -12,9 +12,11 @@
 #include <variant>
 #include <vector>
 
+#include "config/settings_text.h"
 #include "config/ta_settings.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "platform/shortcut.h"
 #include "platform/user_defaults.h"
 
 namespace talvane {
@@ -82,7 +84,15 @@ constexpr auto settings_table = std::to_array<Setting>({
     // Added later. The lines of the trace stay as they were.
     {"ClipboardSeconds", &Ini::ClipboardSeconds, 60, false},
     {"LoginItems", &Ini::LoginItems, "ask"},
+    {"Shortcut", &Ini::Shortcut, no_shortcut, false},
+    {"AllowSearch", &Ini::bAllowSearch, true, false},
 });
+
+// As TaSettings::readbool, without a line in the trace.
+bool untracedFlag(const TaSettings& settings, std::string_view key, bool default_value) {
+  const std::string* value = settings.value(key);
+  return value == nullptr ? default_value : settingsFlag(*value).value_or(default_value);
+}
 
 // As TaSettings::readint, without a line in the trace.
 std::int32_t untracedInteger(const TaSettings& settings, std::string_view key,
@@ -122,7 +132,9 @@ void Ini::fillFrom(const TaSettings& settings) {
     if (const auto* text = std::get_if<std::string Ini::*>(&property)) {
       this->** text = settings.readstr(key, std::get<std::string_view>(default_value), true);
     } else if (const auto* flag = std::get_if<bool Ini::*>(&property)) {
-      this->** flag = settings.readbool(key, std::get<bool>(default_value));
+      const bool otherwise = std::get<bool>(default_value);
+      this->** flag =
+          is_traced ? settings.readbool(key, otherwise) : untracedFlag(settings, key, otherwise);
     } else {
       const auto number = std::get<std::int32_t>(default_value);
       this->*std::get<std::int64_t Ini::*>(property) =

@@ -65,6 +65,11 @@ class Ini {
   /// The most seconds that a copied passcode stays in the clipboard; 0 or less: it is not cleared.
   std::int64_t ClipboardSeconds = 60;
   std::string LoginItems;  // "ask", "on" or "off"; see `atLogin`
+  /// The key combination that opens and closes the panel, unless the user has chosen another one
+  /// (as shortcutIn takes it); "none": there is none.
+  std::string Shortcut;
+  /// Whether the desktop's search finds tokens by their names.
+  bool bAllowSearch = true;
 
   // Declared for compatibility. No file sets them, and they have no effect.
   bool bLostFocusClose = false;

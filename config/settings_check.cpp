@@ -18,6 +18,7 @@
 #include "config/ini.h"
 #include "config/settings_text.h"
 #include "engine/text.h"
+#include "platform/shortcut.h"
 
 namespace talvane {
 namespace {
@@ -43,6 +44,10 @@ std::string problemWithValue(const Ini::Key& key, std::string_view value) {
   if (key.name == "LoginItems" && !Ini::atLogin(value)) {
     return fmt::format("{}={} is none of ask, on and off; its default \"{}\" is used", key.name,
                        value, key.default_value);
+  }
+  if (key.name == "Shortcut" && lowerCase(value) != no_shortcut && !shortcutIn(value)) {
+    return fmt::format("{}={} is not a shortcut such as Ctrl+Alt+T; there is none", key.name,
+                       value);
   }
   if (key.kind != Ini::Key::Kind::integer) return {};
   if (!isInteger(value)) {

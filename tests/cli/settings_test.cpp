@@ -64,7 +64,9 @@ TEST(Settings, EveryKeyIsListedOnceInTheDocumentedOrder) {
                             "StrStartupAdd",
                             "StrStartupRemove",
                             "ClipboardSeconds",
-                            "LoginItems"};
+                            "LoginItems",
+                            "Shortcut",
+                            "AllowSearch"};
   Strings keys;
   const auto found = settings(home);
   for (const auto& each : found.at("settings")) keys.push_back(each.at("key"));

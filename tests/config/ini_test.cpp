@@ -103,6 +103,8 @@ class IniTest : public testing::Test {
     for (const auto& setting : texts)
       EXPECT_EQ(ini.*setting.property, setting.default_value) << setting.key;
     EXPECT_EQ(ini.EnrolURL, "");
+    EXPECT_EQ(ini.Shortcut, "none");
+    EXPECT_TRUE(ini.bAllowSearch);
     EXPECT_TRUE(ini.GettingStartedURL.starts_with("https://")) << ini.GettingStartedURL;
     utsname system{};
     ASSERT_EQ(uname(&system), 0);
@@ -130,7 +132,7 @@ TEST_F(IniTest, EveryPropertyHasItsDefaultWithAnEmptyFile) {
 }
 
 TEST_F(IniTest, EmptyValuesGiveTheDefaults) {
-  std::string content = "EnrolURL=\nGettingStartedURL=\n";
+  std::string content = "EnrolURL=\nGettingStartedURL=\nShortcut=\nAllowSearch=\n";
   for (const auto& setting : bools) content += std::string(setting.key) + "=\n";
   for (const auto& setting : ints) content += std::string(setting.key) + "=\n";
   for (const auto& setting : texts) content += std::string(setting.key) + "=\n";
@@ -237,6 +239,14 @@ TEST_F(IniTest, PropertiesThatNoFileSetsStayAsTheyAre) {
   EXPECT_EQ(ini.loginitems, nullptr);
 }
 
+TEST_F(IniTest, ShortcutAndSearch) {
+  readFrom("shortcut=Super+T\nALLOWSEARCH=No\n");
+  EXPECT_EQ(ini.Shortcut, "Super+T");
+  EXPECT_FALSE(ini.bAllowSearch);
+  readFrom("AllowSearch=never\n");
+  EXPECT_TRUE(ini.bAllowSearch);
+}
+
 TEST_F(IniTest, ReadingEmptiesTheLoginItems) {
   ini.loginitems = this;
   ini.read();
@@ -269,8 +279,7 @@ TEST_F(IniTest, ListingNamesEveryKeyOnceInTheOrderOfTheTables) {
   expected.insert(expected.end(), {"RollupSteps", "RollupInterval", "GettingStartedURL",
                                    "ButtonFontSize", "ProtocolVersion"});
   for (const auto& setting : texts) expected.emplace_back(setting.key);
-  expected.emplace_back("ClipboardSeconds");
-  expected.emplace_back("LoginItems");
+  expected.insert(expected.end(), {"ClipboardSeconds", "LoginItems", "Shortcut", "AllowSearch"});
   Texts keys;
   for (const auto& entry : ini.entries()) keys.emplace_back(entry.key);
   EXPECT_EQ(keys, expected);

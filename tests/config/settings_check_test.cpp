@@ -25,7 +25,7 @@ using Lines = std::vector<std::string>;
 TEST(SettingsCheck, NothingToSayOfAGoodFile) {
   EXPECT_EQ(findings("# comment\r\n[section]\r\n\r\nEnrolURL=https://srv/\r\ndebug=YES\r\n"
                      "RollupSteps=-3\nButtonFontSize=+12\nStrStartupAdd=Start at login\n"
-                     "ClipboardSeconds=0\n"),
+                     "ClipboardSeconds=0\nShortcut=super+F1\nAllowSearch=no\n"),
             Lines());
 }
 
@@ -77,6 +77,12 @@ TEST(SettingsCheck, ValuesThatReadAsSomethingElse) {
                    "2: ButtonFontSize=large is not a whole number; it is read as 0",
                    "3: StrPassword is empty; its default \"Microsoft Password\" is used",
                    "4: ClipboardSeconds=off is not a whole number; it is read as 0"}));
+}
+
+TEST(SettingsCheck, AShortcutThatIsNone) {
+  EXPECT_EQ(findings("Shortcut=None\n"), Lines());
+  EXPECT_EQ(findings("Shortcut=T\n"),
+            Lines{"1: Shortcut=T is not a shortcut such as Ctrl+Alt+T; there is none"});
 }
 
 TEST(SettingsCheck, RepeatedKeyInAnotherCase) {
