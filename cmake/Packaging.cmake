@@ -36,6 +36,17 @@ install(FILES cli/completions/softtoken-cli.fish
 
 install(FILES resources/desktop/softtoken.desktop
   DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/applications")
+# The desktops' search. The bus needs the program's whole path, which is known when it is installed.
+install(FILES resources/desktop/example.talvane.softtoken.search-provider.ini
+  DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/gnome-shell/search-providers")
+install(FILES resources/desktop/softtoken-krunner.desktop
+  DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/krunner/dbusplugins" RENAME softtoken.desktop)
+set(service example.talvane.softtoken.service)
+install(CODE "set(CMAKE_INSTALL_BINDIR \"${CMAKE_INSTALL_BINDIR}\")
+configure_file(\"${PROJECT_SOURCE_DIR}/resources/desktop/${service}.in\"
+  \"${CMAKE_CURRENT_BINARY_DIR}/${service}\" @ONLY)")
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/${service}"
+  DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/dbus-1/services")
 install(FILES resources/desktop/example.talvane.softtoken.metainfo.xml
   DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/metainfo")
 install(DIRECTORY resources/desktop/hicolor DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/icons")

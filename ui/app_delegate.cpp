@@ -8,18 +8,25 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "config/clipboard_time.h"
 #include "config/read_settings.h"
+#include "engine/log.h"
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "platform/qr_image.h"
+#include "store/name_search.h"
 #include "store/new_token.h"
+#include "store/stored_tokens.h"
 #include "ui/desktop/item_place.h"
 #include "ui/desktop/pasteboard.h"
+#include "ui/desktop/shortcut_choice.h"
 #include "ui/kit/alert.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
@@ -74,7 +81,14 @@ void SoftTokenOSXAppDelegate::applicationDidFinishLaunching() {
   vane::SetInterface(&gateway_);
   vane::InitColors();
   readSettingsWithTrace(ini, parts_.trace_path);
+  if (!parts_.in_background) comeForward();
+}
+
+void SoftTokenOSXAppDelegate::comeForward() {
+  parts_.in_background = false;
+  if (parts_.came_forward) parts_.came_forward();
   parts_.show_status_item();
+  if (parts_.shortcut != nullptr) parts_.shortcut->start(ini.Shortcut);
   switch (ini.atLogin()) {
     case Ini::AtLogin::ask:
       promptForLoginItem();
@@ -95,8 +109,9 @@ void SoftTokenOSXAppDelegate::loadInterface() {
   panel_.add(std::make_unique<ManagementView>(panel_, *this, ini, store_, *response_));
   panel_.add(std::make_unique<AddView>(panel_));
   panel_.add(std::make_unique<ManualView>(panel_, *this, ini, store_, *response_));
-  panel_.add(std::make_unique<HelpView>(panel_, *this, ini,
-                                        HelpView::Parts{parts_.make_login_item, parts_.open_url}));
+  panel_.add(std::make_unique<HelpView>(
+      panel_, *this, ini,
+      HelpView::Parts{parts_.make_login_item, parts_.open_url, parts_.shortcut}));
   auto& evgu = panel_.add(std::make_unique<AddressView>(panel_, ini, flow_));
   auto& eva = panel_.add(std::make_unique<AuthenticationView>(panel_, *this, ini, flow_, evgu));
   auto& evgi = panel_.add(std::make_unique<QuestionsView>(panel_, *this, ini, flow_));
@@ -277,13 +292,77 @@ void SoftTokenOSXAppDelegate::clearPasscode() {
 
 void SoftTokenOSXAppDelegate::perform(const QString& request) {
   const QLatin1String open(request::open);
+  if (request == QLatin1String(request::background)) return;
   if (request == QLatin1String(request::quit)) {
     menuExit();
-  } else if (request.startsWith(open)) {
+    return;
+  }
+  if (parts_.in_background) {
+    comeForward();
+    // As the first start, which opens nothing either.
+    if (request == QLatin1String(request::start)) return;
+  }
+  if (request.startsWith(open)) {
     importLink(request.mid(open.size()));
   } else {
     iconClicked();
   }
+}
+
+void SoftTokenOSXAppDelegate::withTokens(std::function<void(const StoredTokens* tokens)> work) {
+  token_readers_.push_back(std::move(work));
+  // One reading serves all that come meanwhile.
+  if (token_readers_.size() > 1) return;
+  const auto read = [this](bool readable) {
+    const auto readers = std::exchange(token_readers_, {});
+    const auto stored = [&]() -> std::optional<StoredTokens> {
+      const EngineLog::Pause quiet;
+      if (!readable) return std::nullopt;
+      if (auto found = store_.read()) return std::move(*found);
+      return std::nullopt;
+    }();
+    for (const auto& reader : readers) reader(stored ? &*stored : nullptr);
+  };
+  if (parts_.read_ahead) {
+    parts_.read_ahead(this, read);
+  } else {
+    read(true);
+  }
+}
+
+void SoftTokenOSXAppDelegate::findNames(
+    const std::string& query, std::function<void(const std::vector<std::string>& names)> found) {
+  withTokens([query, found = std::move(found)](const StoredTokens* tokens) {
+    std::vector<std::string> names;
+    if (tokens != nullptr) {
+      for (const auto& token : tokens->list) {
+        names.push_back(token->currentDescription().value_or(""));
+      }
+    }
+    found(matchingNames(names, query));
+  });
+}
+
+void SoftTokenOSXAppDelegate::copyByName(const std::string& name) {
+  withTokens([this, name](const StoredTokens* tokens) {
+    if (tokens != nullptr) {
+      for (const auto& token : tokens->list) {
+        if (token->currentDescription() != name) continue;
+        const EngineLog::Pause quiet;
+        const std::string_view seed = token->seed32 ? token->seed32->get() : std::string_view();
+        const auto code = vane::GeneratePasscode(seed, token->counterAt(gateway_.CurrentTime()));
+        copySecret(QString::fromStdString(code.value_or("")));
+        return;
+      }
+    }
+    // It says what is wrong.
+    Wait::later(this, [this] { showPanel(); });
+  });
+}
+
+void SoftTokenOSXAppDelegate::showPanel() {
+  if (parts_.in_background) comeForward();
+  if (!panel_.isOpen()) iconClicked();
 }
 
 void SoftTokenOSXAppDelegate::importLink(const QString& link) {

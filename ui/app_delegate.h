@@ -25,8 +25,10 @@
 #include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"
 #include "store/store_change.h"
+#include "store/stored_tokens.h"
 #include "store/token_store.h"
 #include "ui/desktop/item_place.h"
+#include "ui/desktop/shortcut_choice.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/soft_token_window.h"
 #include "ui/views/enrolment_views.h"
@@ -59,6 +61,16 @@ struct AppParts {
   bool console = true;
   /// Performs what may block; empty: as it is.
   Blocking blocking;
+  /// Null: the user cannot choose one.
+  ShortcutChoice* shortcut = nullptr;
+  /// Reads the stored tokens without making the program wait; then calls `work` from the event
+  /// loop, within which the keychain answers at once unless it is not `readable`. Empty: it always
+  /// answers at once.
+  std::function<void(QObject* context, std::function<void(bool readable)> work)> read_ahead;
+  /// Whether the program was started for the desktop's search. Until another start, nothing shows.
+  bool in_background = false;
+  /// Called when that other start has come.
+  std::function<void()> came_forward;
   /// How long to wait for other programs that change the tokens.
   std::chrono::milliseconds patience = std::chrono::seconds(2);
 };
@@ -86,6 +98,16 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   void simpleMessageBox(const QString& text) override;
   void copyPasscode(const PasscodeToCopy& passcode) override;
 
+  // The desktop's search.
+  /// Calls `found` with the names that match the query, the best first; with none while the tokens
+  /// cannot be read. It never waits, and the log says nothing of it.
+  void findNames(const std::string& query,
+                 std::function<void(const std::vector<std::string>& names)> found);
+  /// Copies the passcode of the token with this name; opens the panel if that is not possible.
+  void copyByName(const std::string& name);
+  /// Opens the panel, if none is open.
+  void showPanel();
+
   /// Performs the request of another start of the program (see start.h).
   void perform(const QString& request);
   /// Asks whether to store the token of an otpauth URL, and stores it. Tells the user if that
@@ -97,6 +119,9 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   [[nodiscard]] bool readsImage() const { return reads_image_; }
 
  private:
+  void comeForward();
+  /// Calls `work` with the stored tokens; with null if they cannot be read.
+  void withTokens(std::function<void(const StoredTokens* tokens)> work);
   void promptForLoginItem();
   void setLoginItem(bool launch);
   void iconClicked2(const ItemPlace& item);
@@ -125,6 +150,7 @@ class SoftTokenOSXAppDelegate : public QObject, public Shell {
   ResponseView* response_ = nullptr;
   std::vector<std::function<void()>> after_roll_;
   bool reads_image_ = false;
+  std::vector<std::function<void(const StoredTokens*)>> token_readers_;
   Workers image_readers_;
   QTimer passcode_goes_;  // from the pasteboard; runs while a passcode may be there
 };

@@ -6,7 +6,9 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -15,9 +17,11 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "config/ini.h"
 #include "config/read_settings.h"
+#include "engine/vane.h"
 #include "platform/core_dumps.h"
 #include "platform/device_identifiers.h"
 #include "platform/folders.h"
@@ -30,11 +34,14 @@
 #include "store/problem.h"
 #include "ui/app_delegate.h"
 #include "ui/desktop/animations.h"
+#include "ui/desktop/desktop_search.h"
 #include "ui/desktop/display.h"
 #include "ui/desktop/instance_channel.h"
 #include "ui/desktop/notification.h"
 #include "ui/desktop/session_bus.h"
+#include "ui/desktop/shortcut_choice.h"
 #include "ui/desktop/status_icon.h"
+#include "ui/desktop/system_shortcut.h"
 #include "ui/desktop/tray.h"
 #include "ui/kit/product.h"
 #include "ui/kit/style.h"
@@ -49,6 +56,10 @@ namespace {
 
 constexpr int exit_failed = 1;
 constexpr int exit_usage = 2;
+
+// Until the program that serves only the search ends, after the last question. A passcode that it
+// has copied has expired then.
+constexpr std::chrono::minutes patience_in_background{2};
 
 class Application final : public QApplication {
  public:
@@ -118,6 +129,30 @@ ProgramFacts factsOf(const Ini& ini, const Tray& tray) {
   return facts;
 }
 
+std::vector<std::string> recordNames() {
+  std::vector<std::string> names;
+  for (std::uint32_t slot = 0; slot < vane::max_tokens; ++slot) {
+    names.push_back(vane::recordName(slot));
+  }
+  return names;
+}
+
+/// `idle` runs only while the program serves nothing but the search.
+SearchSource searchSource(SoftTokenOSXAppDelegate& delegate, QTimer& idle) {
+  const auto used = [&idle] {
+    if (idle.isActive()) idle.start();
+  };
+  return {[&delegate, used](const std::string& query, auto found) {
+            used();
+            delegate.findNames(query, std::move(found));
+          },
+          [&delegate, used](const std::string& name) {
+            used();
+            delegate.copyByName(name);
+          },
+          [&delegate] { delegate.showPanel(); }};
+}
+
 /// Runs as the first program, until the user quits it.
 int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& channel) {
   std::optional<SilentBusGuard> bus(std::in_place);
@@ -164,7 +199,22 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   };
   parts.trace_path = trace_path;
   parts.console = options.console;
+  std::function<void()> pressed;
+  ShortcutChoice shortcut(*defaults, systemGlobalShortcut([&pressed] { pressed(); }));
+  parts.shortcut = &shortcut;
+  parts.read_ahead = [&keychain, &identifiers](QObject* context,
+                                               std::function<void(bool readable)> work) {
+    keychain.readAhead(context, recordNames(), identifiers->read().login_name, std::move(work));
+  };
+  parts.in_background = options.request == QLatin1String(request::background);
+  QTimer idle;
+  idle.setSingleShot(true);
+  idle.setInterval(patience_in_background);
+  QObject::connect(&idle, &QTimer::timeout, [] { QApplication::quit(); });
+  if (parts.in_background) idle.start();
+  parts.came_forward = [&idle] { idle.stop(); };
   SoftTokenOSXAppDelegate delegate(std::move(parts));
+  pressed = [&delegate] { delegate.iconClicked(); };
   Tray status_item(
       statusIcon(),
       {[&delegate] { delegate.iconClicked(); }, [&delegate] { delegate.iconDoubleClicked(); },
@@ -176,11 +226,17 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   application.ranOutOfMemory = [&delegate] {
     delegate.simpleMessageBox(QLatin1String(not_enough_memory));
   };
+  std::unique_ptr<DesktopSearch> search;
   channel.received = [&delegate](const QString& what) { delegate.perform(what); };
   channel.listen();
   // In the event loop, so that a request to quit also closes the first question.
-  QTimer::singleShot(0, &delegate, [&delegate, &options] {
+  QTimer::singleShot(0, &delegate, [&] {
     delegate.applicationDidFinishLaunching();
+    if (ini.bAllowSearch) search = serveDesktopSearch(searchSource(delegate, idle));
+    if (options.request == QLatin1String(request::background)) {
+      if (search == nullptr) QApplication::quit();
+      return;
+    }
     // Before the first click, so that it opens the panel at once.
     QTimer::singleShot(0, &delegate, [&delegate] { delegate.loadInterface(); });
     if (options.request != QLatin1String(request::start)) delegate.perform(options.request);

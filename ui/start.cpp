@@ -15,6 +15,9 @@ StartOptions readOptions(int argc, char** argv) {
       "running, a second\nstart opens or closes its panel."));
   const QCommandLineOption toggle(QStringLiteral("toggle"),
                                   QStringLiteral("Open or close the panel."));
+  const QCommandLineOption background(
+      QStringLiteral("background"),
+      QStringLiteral("Only serve the desktop's search, until another start."));
   const QCommandLineOption quit(QStringLiteral("quit"),
                                 QStringLiteral("Quit the running program."));
   const QCommandLineOption quiet(
@@ -24,20 +27,22 @@ StartOptions readOptions(int argc, char** argv) {
                                    QStringLiteral("Print the version and exit."));
   const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
                                 QStringLiteral("Print this help and exit."));
-  parser.addOptions({toggle, quit, quiet, version, help});
+  parser.addOptions({toggle, background, quit, quiet, version, help});
   parser.addPositionalArgument(
       QStringLiteral("link"), QStringLiteral("An otpauth:// link to add as a token, after asking."),
       QStringLiteral("[link]"));
   StartOptions options;
   const bool parsed = parser.parse(arguments);
   const QStringList links = parser.positionalArguments();
-  const int wishes = static_cast<int>(links.size()) + parser.isSet(toggle) + parser.isSet(quit);
+  const int wishes = static_cast<int>(links.size()) + parser.isSet(toggle) +
+                     parser.isSet(background) + parser.isSet(quit);
   if (!parsed || wishes > 1) {
     options.failed = true;
-    options.output = "softtoken: " +
-                     (parsed ? std::string("Give only one of --toggle, --quit and a link")
-                             : parser.errorText().toStdString()) +
-                     "; see `softtoken --help`\n";
+    options.output =
+        "softtoken: " +
+        (parsed ? std::string("Give only one of --toggle, --background, --quit and a link")
+                : parser.errorText().toStdString()) +
+        "; see `softtoken --help`\n";
     return options;
   }
   if (parser.isSet(help)) {
@@ -49,6 +54,7 @@ StartOptions readOptions(int argc, char** argv) {
   }
   options.console = !parser.isSet(quiet);
   if (parser.isSet(toggle)) options.request = QLatin1String(request::toggle);
+  if (parser.isSet(background)) options.request = QLatin1String(request::background);
   if (parser.isSet(quit)) options.request = QLatin1String(request::quit);
   if (!links.isEmpty()) options.request = QLatin1String(request::open) + links.front();
   return options;

@@ -11,7 +11,8 @@ namespace request {
 inline constexpr const char* start = "start";    // no option given: toggles the running program
 inline constexpr const char* toggle = "toggle";  // open the panel or close it
 inline constexpr const char* quit = "quit";
-inline constexpr const char* open = "open ";  // followed by a link
+inline constexpr const char* background = "background";  // serve the desktop's search
+inline constexpr const char* open = "open ";             // followed by a link
 }  // namespace request
 
 struct StartOptions {

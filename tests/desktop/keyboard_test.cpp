@@ -52,7 +52,7 @@ TEST_F(KeyboardTest, TabAndArrowsGoThroughTheHelpView) {
   clickButton("Help");
   ASSERT_TRUE(focusComesTo("Getting started"));
   expectOrder("Tab", {"Manage Your Token Type", "About", "Add to \"Login Items\"", "Exit", "Home",
-                      "Close", "Getting started"});
+                      "Shortcut: none", "Close", "Getting started"});
   expectOrder("Down",
               {"Manage Your Token Type", "About", "Add to \"Login Items\"", "Exit", "Exit"});
 }

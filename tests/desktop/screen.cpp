@@ -6,6 +6,8 @@
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <stdexcept>
 #include <utility>
 
@@ -73,6 +75,24 @@ void collect(Display* display, Window window, std::string_view wanted,
   for (const Window inner : list) collect(display, inner, wanted, found);
 }
 
+// The modifiers of the name, in their order, and then its key.
+std::vector<KeyCode> keysOf(Display* display, std::string_view name) {
+  static constexpr std::pair<std::string_view, const char*> modifiers[] = {
+      {"shift", "Shift_L"}, {"ctrl", "Control_L"}, {"alt", "Alt_L"}, {"super", "Super_L"}};
+  std::vector<KeyCode> codes;
+  for (;;) {
+    const std::size_t plus = name.find('+');
+    std::string keysym(name.substr(0, plus));
+    for (const auto& [prefix, modifier] : modifiers) {
+      if (plus != std::string_view::npos && keysym == prefix) keysym = modifier;
+    }
+    codes.push_back(XKeysymToKeycode(display, XStringToKeysym(keysym.c_str())));
+    if (codes.back() == 0) throw std::runtime_error("no key " + keysym);
+    if (plus == std::string_view::npos) return codes;
+    name.remove_prefix(plus + 1);
+  }
+}
+
 }  // namespace
 
 struct Screen::Connection {
@@ -115,7 +135,7 @@ const std::string& Screen::name() const {
 
 void Screen::calm() {
   release();
-  for (const char* name : {"Shift_L", "Control_L"}) {
+  for (const char* name : {"Shift_L", "Control_L", "Alt_L", "Super_L"}) {
     Display* display = connection_->display.get();
     XTestFakeKeyEvent(display, XKeysymToKeycode(display, XStringToKeysym(name)), False, 0);
   }
@@ -161,20 +181,40 @@ void Screen::wheel(int notches) {
 }
 
 void Screen::key(std::string_view name) {
+  keyDown(name);
+  keyUp(name);
+}
+
+void Screen::keyDown(std::string_view name) {
   Display* display = connection_->display.get();
-  const char* modifier = name.starts_with("shift+")  ? "Shift_L"
-                         : name.starts_with("ctrl+") ? "Control_L"
-                                                     : nullptr;
-  if (modifier != nullptr) name.remove_prefix(name.find('+') + 1);
-  const KeyCode held =
-      modifier == nullptr ? KeyCode{0} : XKeysymToKeycode(display, XStringToKeysym(modifier));
-  const KeyCode code = XKeysymToKeycode(display, XStringToKeysym(std::string(name).c_str()));
-  if (code == 0) throw std::runtime_error("no key " + std::string(name));
-  if (held != 0) XTestFakeKeyEvent(display, held, True, 0);
-  XTestFakeKeyEvent(display, code, True, 0);
-  XTestFakeKeyEvent(display, code, False, 0);
-  if (held != 0) XTestFakeKeyEvent(display, held, False, 0);
+  for (const KeyCode code : keysOf(display, name)) XTestFakeKeyEvent(display, code, True, 0);
   XSync(display, False);
+}
+
+void Screen::keyUp(std::string_view name) {
+  Display* display = connection_->display.get();
+  std::vector<KeyCode> codes = keysOf(display, name);
+  std::reverse(codes.begin(), codes.end());
+  for (const KeyCode code : codes) XTestFakeKeyEvent(display, code, False, 0);
+  XSync(display, False);
+}
+
+void Screen::swapKeys(const char* one, const char* other) {
+  Display* display = connection_->display.get();
+  const KeyCode codes[] = {keysOf(display, one).front(), keysOf(display, other).front()};
+  int size = 0;
+  KeySym* const first = XGetKeyboardMapping(display, codes[0], 1, &size);
+  KeySym* const second = XGetKeyboardMapping(display, codes[1], 1, &size);
+  XChangeKeyboardMapping(display, codes[0], size, second, 1);
+  XChangeKeyboardMapping(display, codes[1], size, first, 1);
+  XFree(first);
+  XFree(second);
+  XSync(display, False);
+  // This client's own idea of the keyboard follows the events.
+  for (XEvent event; XPending(display) > 0;) {
+    XNextEvent(display, &event);
+    if (event.type == MappingNotify) XRefreshKeyboardMapping(&event.xmapping);
+  }
 }
 
 void Screen::type(std::string_view text) {

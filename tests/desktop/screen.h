@@ -53,8 +53,13 @@ class Screen {
   void release();
   /// Turns the wheel where the mouse is; downwards when positive.
   void wheel(int notches);
-  /// A key by its keysym name, as "Tab", with "shift+" or "ctrl+" before it.
+  /// A key by its keysym name, as "Tab", with "shift+", "ctrl+", "alt+" and "super+" before it.
   void key(std::string_view name);
+  /// Presses such a key and holds it down; releases it.
+  void keyDown(std::string_view name);
+  void keyUp(std::string_view name);
+  /// Exchanges what two keys of the keyboard are for.
+  void swapKeys(const char* one, const char* other);
   /// Types the text; ASCII.
   void type(std::string_view text);
 

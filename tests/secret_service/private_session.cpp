@@ -39,7 +39,7 @@ PrivateSession::PrivateSession() {
   std::string name = (fs::temp_directory_path() / "softtoken-XXXXXX").string();
   if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
   folder_ = name;
-  for (const char* sub_folder : {"home", "data", "config", "cache", "run"}) {
+  for (const char* sub_folder : {"home", "data", "config", "cache", "run", "services"}) {
     fs::create_directory(folder_ / sub_folder);
     fs::permissions(folder_ / sub_folder, fs::perms::owner_all);
   }
@@ -66,16 +66,13 @@ PrivateSession::~PrivateSession() {
 }
 
 void PrivateSession::setActivation(const std::string& command) {
-  services_ = folder_ / "services";
-  fs::create_directory(services_);
-  writeFile(services_ / "org.freedesktop.secrets.service",
+  writeFile(services() / "org.freedesktop.secrets.service",
             "[D-BUS Service]\nName=org.freedesktop.secrets\nExec=" + command + "\n");
 }
 
 void PrivateSession::startBus() {
   const fs::path configuration = folder_ / "bus.conf";
-  const std::string folder_of_services =
-      services_.empty() ? "" : "<servicedir>" + services_.string() + "</servicedir>";
+  const std::string folder_of_services = "<servicedir>" + services().string() + "</servicedir>";
   writeFile(configuration, R"(<!DOCTYPE busconfig PUBLIC
  "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">

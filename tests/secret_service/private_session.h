@@ -20,6 +20,8 @@ class PrivateSession {
 
   /// The service's command when the bus is to start it on demand. Before startBus().
   void setActivation(const std::string& command);
+  /// The folder of the bus for the descriptions of services that it may start.
+  std::filesystem::path services() const { return folder_ / "services"; }
   void startBus();
   void stopBus() { bus_.kill(); }
   ChildProcess& bus() { return bus_; }
@@ -44,7 +46,6 @@ class PrivateSession {
   std::filesystem::path errors() const { return folder_ / "errors"; }
 
   std::filesystem::path folder_;
-  std::filesystem::path services_;
   ChildProcess bus_;
   ChildProcess daemon_;
 };

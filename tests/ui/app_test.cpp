@@ -190,10 +190,20 @@ void AppTest::launch() {
     opened_pages.push_back(address.toStdString());
   };
   parts.patience = patience;
+  parts.shortcut = shortcut;
+  parts.in_background = for_search;
   if (in_background_) {
     keychain_thread_ = std::make_unique<BackgroundThread>();
     keychain_in_background_ = std::make_unique<KeychainInBackground>(keychain, *keychain_thread_);
     parts.keychain = keychain_in_background_.get();
+    parts.read_ahead = [this](QObject* context, std::function<void(bool readable)> work) {
+      std::vector<std::string> records;
+      for (std::uint32_t slot = 0; slot < vane::max_tokens; ++slot) {
+        records.push_back(vane::recordName(slot));
+      }
+      keychain_in_background_->readAhead(context, records, identifiers.read().login_name,
+                                         std::move(work));
+    };
     parts.blocking = [this](std::function<void()> work) {
       return Wait::run(*keychain_thread_, std::move(work), Wait::For::change);
     };

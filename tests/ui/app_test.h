@@ -28,6 +28,7 @@
 #include "tests/support/private_home.h"
 #include "tests/ui/frames.h"
 #include "ui/app_delegate.h"
+#include "ui/desktop/shortcut_choice.h"
 #include "ui/wait/background_thread.h"
 #include "ui/wait/keychain_in_background.h"
 
@@ -198,6 +199,10 @@ class AppTest : public testing::Test {
   int status_items_shown = 0;
   /// What the status item was told of the panel.
   bool told_open = false;
+  /// The shortcut to choose; before `launch`.
+  ShortcutChoice* shortcut = nullptr;
+  /// Whether the program is started for the desktop's search; before `launch`.
+  bool for_search = false;
   /// Whether the log goes to standard error too; before `launch`.
   bool console = false;
   std::chrono::milliseconds patience{2000};

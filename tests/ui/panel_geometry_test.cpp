@@ -76,6 +76,7 @@ TEST(PanelFrames, ToolbarButtons) {
   EXPECT_EQ(toolbarButtonFrame(ToolbarSlot::left), (Frame{5, 0, 80, 32}));
   EXPECT_EQ(toolbarButtonFrame(ToolbarSlot::centre), (Frame{90, 0, 80, 32}));
   EXPECT_EQ(toolbarButtonFrame(ToolbarSlot::right), (Frame{175, 0, 80, 32}));
+  EXPECT_EQ(toolbarButtonFrame(ToolbarSlot::wide), (Frame{90, 0, 165, 32}));
 }
 
 TEST(PanelFrames, CloseButton) {

@@ -26,6 +26,7 @@ TEST(StartOptions, Table) {
   const Row rows[] = {
       {{}, "start", true},
       {{"--toggle"}, "toggle", true},
+      {{"--background", "--no-console-log"}, "background", false},
       {{"--quit"}, "quit", true},
       {{"--no-console-log"}, "start", false},
       {{"--no-console-log", "--toggle"}, "toggle", false},
@@ -53,6 +54,8 @@ TEST(StartOptions, LinkIsTakenAsUtf8) {
 
 TEST(StartOptions, WishesExcludeEachOther) {
   const std::vector<std::vector<std::string>> lines = {{"--toggle", "--quit"},
+                                                       {"--toggle", "--background"},
+                                                       {"--background", "--quit"},
                                                        {"--toggle", "otpauth://a"},
                                                        {"--quit", "otpauth://a"},
                                                        {"otpauth://a", "otpauth://b"},
@@ -60,8 +63,10 @@ TEST(StartOptions, WishesExcludeEachOther) {
   for (const auto& line : lines) {
     const StartOptions options = read(line);
     EXPECT_TRUE(options.failed) << line[0];
-    EXPECT_EQ(options.output,
-              "softtoken: Give only one of --toggle, --quit and a link; see `softtoken --help`\n");
+    EXPECT_EQ(
+        options.output,
+        "softtoken: Give only one of --toggle, --background, --quit and a link; see `softtoken "
+        "--help`\n");
   }
 }
 
@@ -88,7 +93,8 @@ TEST(StartOptions, HelpNamesEveryOption) {
     EXPECT_FALSE(options.failed);
     EXPECT_TRUE(options.output.starts_with("Usage: softtoken [options] [link]\n"))
         << options.output;
-    for (const char* word : {"--toggle", "--quit", "--no-console-log", "--version", "--help"}) {
+    for (const char* word :
+         {"--toggle", "--background", "--quit", "--no-console-log", "--version", "--help"}) {
       EXPECT_NE(options.output.find(word), std::string::npos) << word;
     }
   }

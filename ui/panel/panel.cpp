@@ -362,6 +362,10 @@ void Panel::positionToolbarRight(QWidget* button) {
   positionToolbarCommon(button, toolbarButtonFrame(ToolbarSlot::right));
 }
 
+void Panel::positionToolbarWide(QWidget* button) {
+  positionToolbarCommon(button, toolbarButtonFrame(ToolbarSlot::wide));
+}
+
 void Panel::positionToolbarCommon(QWidget* button, const Frame& frame) {
   // On the background, so that it stays where it is when the content scrolls.
   button->setParent(bg);

@@ -87,6 +87,8 @@ class Panel : public QObject, private Wait::Host {
   void positionToolbarLeft(QWidget* button);
   void positionToolbarCentre(QWidget* button);
   void positionToolbarRight(QWidget* button);
+  /// Centre and right.
+  void positionToolbarWide(QWidget* button);
 
   template <typename Widget>
   static void ClearViewArray(std::vector<Widget*>& array) {

@@ -156,6 +156,8 @@ Frame toolbarButtonFrame(ToolbarSlot slot) {
       return {5, 0, 80, 32};
     case ToolbarSlot::centre:
       return {90, 0, 80, 32};
+    case ToolbarSlot::wide:
+      return {90, 0, 165, 32};
     case ToolbarSlot::right:
       break;
   }

@@ -27,7 +27,7 @@ inline constexpr int menu_bar_height = 22;
 inline constexpr int screen_margin = 270;
 inline constexpr Frame close_button_frame{244, 7, 12, 12};
 
-enum class ToolbarSlot : std::uint8_t { left, centre, right };
+enum class ToolbarSlot : std::uint8_t { left, centre, right, wide /* centre and right */ };
 
 /// A toolbar button within the toolbar.
 Frame toolbarButtonFrame(ToolbarSlot slot);

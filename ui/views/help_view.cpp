@@ -1,6 +1,9 @@
 #include "ui/views/help_view.h"
 
+#include <QPointer>
+
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -11,6 +14,8 @@
 #include "engine/url.h"
 #include "engine/vane.h"
 #include "platform/login_items_list.h"
+#include "platform/shortcut.h"
+#include "ui/desktop/shortcut_choice.h"
 #include "ui/kit/buttons.h"
 #include "ui/kit/product.h"
 #include "ui/panel/panel.h"
@@ -37,6 +42,19 @@ HelpView::HelpView(Panel& panel, Shell& shell, const Ini& ini, Parts parts)
   onClick(form_.hvlaunch, [this] { hv_launchclicked(); });
   onClick(form_.hvexit, [this] { hv_exitclicked(); });
   onClick(form_.hvhome, [this] { hv_homeclicked(); });
+  form_.hvshortcut->hide();
+  form_.hvshortcut->turned = [this](bool recording) { parts_.shortcut->setPaused(recording); };
+  form_.hvshortcut->chosen = [this](const std::optional<Shortcut>& shortcut) {
+    // An alert may follow, which the key's event must not wait for.
+    QMetaObject::invokeMethod(
+        window(), [this, shortcut] { chooseShortcut(shortcut); }, Qt::QueuedConnection);
+  };
+}
+
+// The form goes after what it calls.
+HelpView::~HelpView() {
+  form_.hvshortcut->turned = nullptr;
+  form_.hvshortcut->chosen = nullptr;
 }
 
 std::vector<QWidget*> HelpView::rows() const {
@@ -52,11 +70,16 @@ void HelpView::hv_init() {
   form_.hvhome->setText(QString::fromStdString(ini_.StrButtonHome));
   showLoginItem();
   followLoginItems();
+  is_filled_ = true;
+  offerShortcut();
   (focus_ != nullptr ? focus_ : form_.hvgs)->setFocus();
   vane::log("HV : init: end");
 }
 
 void HelpView::closed() {
+  is_filled_ = false;
+  form_.hvshortcut->stop();
+  form_.hvshortcut->hide();
   login_items_notifier_.reset();
   watched_login_item_.reset();
 }
@@ -82,6 +105,40 @@ void HelpView::followLoginItems() {
   login_items_notifier_ = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
   QObject::connect(login_items_notifier_.get(), &QSocketNotifier::activated, window(),
                    [list] { list->readChanges(); });
+}
+
+// Only where the desktop has shortcuts for programs.
+void HelpView::offerShortcut() {
+  if (parts_.shortcut == nullptr) return;
+  parts_.shortcut->askWhetherPossible([this, alive = QPointer<QWidget>(window())](bool possible) {
+    if (alive.isNull() || !possible || !is_filled_) return;
+    panel_.positionToolbarWide(form_.hvshortcut);
+    showShortcut();
+  });
+}
+
+void HelpView::showShortcut() {
+  const ShortcutChoice& shortcut = *parts_.shortcut;
+  QString text = QStringLiteral("Shortcut: none");
+  if (!shortcut.problem().empty()) {
+    const std::string wished = shortcut.wished();
+    text = QString::fromStdString(wished.empty() ? "Shortcut" : wished) +
+           QStringLiteral(" does not work");
+  } else if (!shortcut.shown().empty()) {
+    text = QStringLiteral("Shortcut: ") + QString::fromStdString(shortcut.shown());
+  }
+  form_.hvshortcut->showText(text);
+  form_.hvshortcut->setAccessibleDescription(QString::fromStdString(shortcut.problem()));
+}
+
+void HelpView::chooseShortcut(const std::optional<Shortcut>& shortcut) {
+  parts_.shortcut->choose(shortcut,
+                          [this, alive = QPointer<QWidget>(window())](const std::string& problem) {
+                            if (alive.isNull()) return;
+                            showShortcut();
+                            if (!problem.empty())
+                              shell_.simpleMessageBox(QString::fromStdString(problem));
+                          });
 }
 
 void HelpView::hv_gsclicked() {

@@ -5,11 +5,14 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "config/ini.h"
 #include "platform/login_item.h"
+#include "platform/shortcut.h"
+#include "ui/desktop/shortcut_choice.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/view.h"
 #include "ui/views/shell.h"
@@ -17,16 +20,20 @@
 
 namespace talvane {
 
-/// Help, the program's version, launch at login, and Exit.
+/// Help, the program's version, launch at login, the shortcut, and Exit.
 class HelpView final : public View {
  public:
   struct Parts {
     std::function<std::unique_ptr<talibobjc_LoginItem>()> make_login_item;
     /// Opens a web page.
     std::function<void(const QString& address)> open_url;
+    /// Null: there is none to choose.
+    ShortcutChoice* shortcut = nullptr;
   };
-  /// Borrows everything but the parts.
+  /// Borrows everything but the parts, and the shortcut.
   HelpView(Panel& panel, Shell& shell, const Ini& ini, Parts parts);
+
+  ~HelpView() override;
 
   void hv_init();
   void hv_gsclicked();
@@ -45,6 +52,9 @@ class HelpView final : public View {
   void showLoginItem();
   void followLoginItems();
   void openPage(const std::string& address);
+  void offerShortcut();
+  void showShortcut();
+  void chooseShortcut(const std::optional<Shortcut>& shortcut);
 
   Panel& panel_;
   Shell& shell_;
@@ -52,6 +62,7 @@ class HelpView final : public View {
   Parts parts_;
   Ui::HelpView form_;
   QWidget* focus_ = nullptr;  // keeps the keyboard when the view is filled again
+  bool is_filled_ = false;
   std::unique_ptr<talibobjc_LoginItem> watched_login_item_;  // while the view shows its state
   std::unique_ptr<QSocketNotifier> login_items_notifier_;
 };

@@ -1,10 +1,16 @@
 #include "ui/wait/keychain_in_background.h"
 
+#include <QCoreApplication>
+#include <QObject>
+#include <QPointer>
+
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/keychain_service.h"
 #include "ui/wait/background_thread.h"
@@ -28,8 +34,55 @@ void KeychainInBackground::callSoon(std::function<void()> work) {
   }
 }
 
+void KeychainInBackground::readAhead(QObject* context, const std::vector<std::string>& services,
+                                     const std::string& account,
+                                     std::function<void(bool readable)> work) {
+  // Not within another operation, whose calls to the keychain belong together.
+  Wait::later(context, [this, context, services, account, work = std::move(work)] {
+    auto found = std::make_shared<Found>();
+    found->account = account;
+    const QPointer<QObject> guard(context);
+    static_cast<void>(thread_.start([this, guard, services, found, work] {
+      read(services, found.get());
+      Wait::later(QCoreApplication::instance(), [this, guard, found, work] {
+        if (guard.isNull()) return;
+        found_ = found->is_whole ? found.get() : nullptr;
+        work(found_ != nullptr);
+        found_ = nullptr;
+      });
+    }));
+  });
+}
+
+// On the thread.
+void KeychainInBackground::read(const std::vector<std::string>& services, Found* found) {
+  keychain_.beginReading(found->account);
+  found->is_whole = true;
+  try {
+    for (const std::string& service : services) {
+      SecretBytes secret;
+      const KeychainStatus status = keychain_.find(service, found->account, &secret);
+      found->is_whole = status == KeychainStatus::ok || status == KeychainStatus::item_not_found ||
+                        status == KeychainStatus::cannot_decode;
+      if (!found->is_whole) break;
+      found->items[service] = {status, std::move(secret)};
+    }
+  } catch (const std::bad_alloc&) {
+    found->is_whole = false;
+  }
+  keychain_.endReading();
+}
+
 KeychainStatus KeychainInBackground::find(const std::string& service, const std::string& account,
                                           SecretBytes* secret) {
+  if (found_ != nullptr && account == found_->account) {
+    if (const auto item = found_->items.find(service); item != found_->items.end()) {
+      if (item->second.status == KeychainStatus::ok && secret != nullptr) {
+        *secret = item->second.secret;
+      }
+      return item->second.status;
+    }
+  }
   const auto found = secret == nullptr ? nullptr : std::make_shared<SecretBytes>();
   const KeychainStatus status = call(
       changing_ ? Wait::For::change : Wait::For::answer,
@@ -85,6 +138,7 @@ KeychainStatus KeychainInBackground::unlock(const std::string& account,
 }
 
 void KeychainInBackground::beginReading(const std::string& account) {
+  if (found_ != nullptr) return;
   // Choosing a keychain may take a while. What fails here fails again in the first find.
   static_cast<void>(call(changing_ ? Wait::For::change : Wait::For::answer, [this, account] {
     keychain_.beginReading(account);
@@ -93,6 +147,7 @@ void KeychainInBackground::beginReading(const std::string& account) {
 }
 
 void KeychainInBackground::endReading() {
+  if (found_ != nullptr) return;
   callSoon([this] { keychain_.endReading(); });
 }
 
