@@ -350,8 +350,10 @@ void SoftTokenOSXAppDelegate::copyByName(const std::string& name) {
         if (token->currentDescription() != name) continue;
         const EngineLog::Pause quiet;
         const std::string_view seed = token->seed32 ? token->seed32->get() : std::string_view();
-        const auto code = vane::GeneratePasscode(seed, token->counterAt(gateway_.CurrentTime()));
-        copySecret(QString::fromStdString(code.value_or("")));
+        const std::int64_t counter = token->counterAt(gateway_.CurrentTime());
+        const auto code = vane::GeneratePasscode(seed, counter);
+        copyPasscode({QString::fromStdString(code.value_or("")), name,
+                      (counter + 1) * token->period, false});
         return;
       }
     }
