@@ -352,8 +352,8 @@ void SoftTokenOSXAppDelegate::copyByName(const std::string& name) {
         const std::string_view seed = token->seed32 ? token->seed32->get() : std::string_view();
         const std::int64_t counter = token->counterAt(gateway_.CurrentTime());
         const auto code = vane::GeneratePasscode(seed, counter);
-        copyPasscode({QString::fromStdString(code.value_or("")), name,
-                      (counter + 1) * token->period, false});
+        if (!code) break;
+        copyPasscode({QString::fromStdString(*code), name, (counter + 1) * token->period, false});
         return;
       }
     }
