@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +11,8 @@
 #include "cli/failure.h"
 #include "cli/json.h"
 #include "cli/session.h"
+#include "config/clipboard_time.h"
+#include "config/ini.h"
 #include "engine/soft_token_info.h"
 #include "engine/vane.h"
 #include "store/stored_tokens.h"
@@ -45,8 +46,9 @@ class CodeCommand final : public Command {
           exit_failed,
           "Cannot make a passcode from this token's seed; delete the token and add it again");
     if (copy_) {
-      copyToClipboard(*passcode, timeToHold(session.settings().ClipboardSeconds,
-                                            (counter + 1) * token.period - now));
+      copyToClipboard(*passcode,
+                      std::chrono::seconds(secondsInClipboard(session.settings().ClipboardSeconds,
+                                                              (counter + 1) * token.period - now)));
     }
     if (json_) {
       print({{"slot", slot},
@@ -61,11 +63,6 @@ class CodeCommand final : public Command {
   }
 
  private:
-  // 0: for as long as nothing else is copied.
-  static std::chrono::seconds timeToHold(std::int64_t setting, std::int64_t valid) {
-    return std::chrono::seconds(std::clamp<std::int64_t>(setting, 0, valid));
-  }
-
   std::string token_;
   bool next_ = false;
   bool copy_ = false;

@@ -61,7 +61,7 @@ TEST(Report, HoldsNoSecretOfItsHome) {
                    seed_16 + "\nStrPasscode=" + other_seed_16 + "\n" + seed_13 + "=1\n");
   home.add("Work mail", seed_16);
   home.add("Home", other_seed_16, 60);
-  home.add("Short", seed_13);
+  home.add("Thirteen", seed_13);
   const std::string pin = "9427";
   const Ended enrolled =
       home.run({"enrol", server.http()}, "lea\n" + pin + "\n1\nfidelio\n2\nazure\n");
@@ -73,7 +73,7 @@ TEST(Report, HoldsNoSecretOfItsHome) {
 
   // Passcodes of the steps around, before and after.
   Strings secrets = {seed_16, other_seed_16, seed_13, pin,       "fidelio",
-                     "azure", "Work mail",   "Short", "Demo lea"};
+                     "azure", "Work mail",   "Thirteen", "Demo lea"};
   const auto addPasscodes = [&] {
     for (const char* token : {"0", "1", "2", "3"}) {
       for (const Strings& line : {Strings{"code", token}, Strings{"code", "--next", token}}) {
