@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/session.h"
+#include "config/ini.h"
 
 namespace talvane {
 

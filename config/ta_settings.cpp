@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 #include <sys/stat.h>
+#include <sys/types.h>
 
 #include <cerrno>
 #include <cstdint>

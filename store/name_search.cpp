@@ -1,7 +1,6 @@
 #include "store/name_search.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>

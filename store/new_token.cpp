@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -56,7 +57,7 @@ const char* wordsFor(AuthUrlProblem problem) {
 
 bool isSha1(std::string_view algorithm) {
   std::string name = lowerCase(algorithm);
-  std::erase(name, '-');
+  name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
   return name == "sha1" || name == "hmacsha1";
 }
 

@@ -40,6 +40,7 @@
 #include "ui/views/manual_view.h"
 #include "ui/views/questions_view.h"
 #include "ui/views/response_view.h"
+#include "ui/views/shell.h"
 #include "ui/views/token_view.h"
 #include "ui/wait/wait.h"
 

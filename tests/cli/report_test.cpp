@@ -72,7 +72,7 @@ TEST(Report, HoldsNoSecretOfItsHome) {
   ASSERT_TRUE(has(trace, pin));
 
   // Passcodes of the steps around, before and after.
-  Strings secrets = {seed_16, other_seed_16, seed_13, pin,       "fidelio",
+  Strings secrets = {seed_16, other_seed_16, seed_13,    pin,       "fidelio",
                      "azure", "Work mail",   "Thirteen", "Demo lea"};
   const auto addPasscodes = [&] {
     for (const char* token : {"0", "1", "2", "3"}) {

@@ -7,12 +7,10 @@
 #include <QStringList>
 #include <QVariantMap>
 
-#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "ui/desktop/desktop_search.h"
 #include "ui/desktop/search_hit.h"

@@ -4,16 +4,17 @@
 #include <xcb/xcb.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/shortcut.h"
+#include "ui/desktop/global_shortcut.h"
 #include "ui/desktop/shortcut_keys.h"
 #include "ui/desktop/xcb_atom.h"
 
