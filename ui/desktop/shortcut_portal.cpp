@@ -11,7 +11,6 @@
 
 #include <functional>
 #include <optional>
-#include <string>
 #include <utility>
 
 #include "platform/shortcut.h"
