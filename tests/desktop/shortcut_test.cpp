@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <ctime>
+#include <string>
 #include <thread>
 
 #include "tests/desktop/desktop.h"
@@ -81,6 +83,25 @@ TEST_F(ShortcutTest, OfTheSettingsOpensAndClosesThePanel) {
   EXPECT_TRUE(works("ctrl+alt+t"));
   EXPECT_TRUE(doesNothing("ctrl+t"));
   EXPECT_TRUE(doesNothing("ctrl+alt+shift+t"));
+}
+
+// Nothing is waited for but the panel.
+TEST_F(ShortcutTest, AndALetterAndReturnCopyAPasscode) {
+  add("Bank", other_seed_16);
+  startWith("Ctrl+Alt+T");
+  ASSERT_TRUE(until(
+      [] {
+        const auto second = std::time(nullptr) % 30;
+        return second < 22;
+      },
+      std::chrono::seconds(10)));
+  const std::string wanted = passcodeOf(other_seed_16, 30, std::time(nullptr));
+  screen().key("ctrl+alt+t");
+  ASSERT_TRUE(opens());
+  screen().key("b");
+  screen().key("Return");
+  EXPECT_TRUE(closes());
+  EXPECT_EQ(clipboard(), wanted);
 }
 
 TEST_F(ShortcutTest, WorksWhateverLocksAreOn) {
