@@ -97,6 +97,7 @@ std::vector<ProgramFacts> runningPrograms() {
   }
   std::sort(displays.begin(), displays.end());
   std::vector<ProgramFacts> programs;
+  programs.reserve(displays.size());
   for (const std::string& display : displays) {
     programs.push_back(readProgramFacts(programFactsPath(display)));
   }

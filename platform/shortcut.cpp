@@ -18,13 +18,13 @@ constexpr std::array<std::string_view, 15> named_keys = {
 
 // The key as we write it; empty if it is unknown.
 std::string keyNamed(std::string_view text) {
-  const std::string upper = upperCase(text);
+  std::string upper = upperCase(text);
   if (upper.size() == 1 &&
       ((upper[0] >= 'A' && upper[0] <= 'Z') || (upper[0] >= '0' && upper[0] <= '9'))) {
     return upper;
   }
   for (int number = 1; number <= 24; ++number) {
-    const std::string name = 'F' + std::to_string(number);
+    std::string name = 'F' + std::to_string(number);
     if (upper == name) return name;
   }
   const auto found = std::find_if(named_keys.begin(), named_keys.end(),

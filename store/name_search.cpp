@@ -55,6 +55,7 @@ std::vector<std::string> matchingNames(const std::vector<std::string>& names,
   std::stable_sort(found.begin(), found.end(),
                    [](const auto& a, const auto& b) { return a.first > b.first; });
   std::vector<std::string> result;
+  result.reserve(found.size());
   for (auto& [match, name] : found) result.push_back(std::move(name));
   return result;
 }
