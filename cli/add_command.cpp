@@ -7,6 +7,7 @@
 #include "cli/session.h"
 #include "cli/terminal.h"
 #include "engine/soft_token_info.h"
+#include "platform/translation.h"
 #include "store/new_token.h"
 
 namespace talvane {
@@ -35,7 +36,7 @@ class AddCommand final : public Command {
       throw failureOf(*problem, InputFrom::command_line);
     }
     token.period = period_;
-    token.seed32 = readLine("Seed (13 or 16 characters, not shown): ", true);
+    token.seed32 = readLine(marked("Seed (13 or 16 characters, not shown): "), true);
     addToken(session, token, replace_);
   }
 

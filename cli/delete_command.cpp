@@ -13,6 +13,7 @@
 #include "cli/session.h"
 #include "cli/terminal.h"
 #include "engine/text.h"
+#include "platform/translation.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"
 #include "store/token_store.h"
@@ -45,9 +46,9 @@ class DeleteCommand final : public Command {
     }
     const StoredTokens tokens = session.readTokens();
     const Selection selection = select(tokens);
-    if (!confirm(
-            fmt::format("Delete {}? This cannot be undone.", fmt::join(selection.names, ", ")))) {
-      fmt::print("Nothing was deleted.\n");
+    if (!confirm(translatedWith("Delete {}? This cannot be undone.",
+                                fmt::join(selection.names, ", ")))) {
+      fmt::print("{}", translated("Nothing was deleted.\n"));
       return;
     }
     const auto removed = remove(session, tokens, selection);
@@ -70,12 +71,10 @@ class DeleteCommand final : public Command {
       if (selection.flags[slot] != 0) continue;
       selection.flags[slot] = 1;
       selection.names.push_back(
-          in_the_way
-              ? fmt::format(
-                    "the {} slot {}",
-                    tokens.obstacle->kind == Obstacle::Kind::gap ? "empty" : "unreadable record in",
-                    slot)
-              : '"' + printable(tokens.list[slot]->currentDescription().value_or("")) + '"');
+          in_the_way ? (tokens.obstacle->kind == Obstacle::Kind::gap
+                            ? translatedWith("the empty slot {}", slot)
+                            : translatedWith("the unreadable record in slot {}", slot))
+                     : '"' + printable(tokens.list[slot]->currentDescription().value_or("")) + '"');
     }
     return selection;
   }
@@ -83,7 +82,9 @@ class DeleteCommand final : public Command {
   static Result<void> remove(Session& session, const StoredTokens& seen,
                              const Selection& selection) {
     return session.store().remove(selection.flags, seen).map([&selection] {
-      for (const std::string& name : selection.names) fmt::print("Deleted {}.\n", name);
+      for (const std::string& name : selection.names) {
+        fmt::print("{}", translatedWith("Deleted {}.\n", name));
+      }
     });
   }
 

@@ -37,6 +37,7 @@
 #include "enrol/enrol_layout.h"
 #include "enrol/pin_rules.h"
 #include "enrol/ta_enrol_client.h"
+#include "platform/translation.h"
 #include "platform/url_loading.h"
 
 namespace talvane {
@@ -88,9 +89,9 @@ class TerminalViews final : public EnrolViews {
     if (replace_) return true;
     throw Failure(
         exit_failed,
-        fmt::format("Nothing was enrolled: the new token would replace \"{}\", which does "
-                    "not come from this server; add --replace to replace it",
-                    shownName(stored)));
+        translatedWith("Nothing was enrolled: the new token would replace \"{}\", which does "
+                       "not come from this server; add --replace to replace it",
+                       shownName(stored)));
   }
 
   void performOnMainThread(std::function<void()> work) {
@@ -119,7 +120,7 @@ class TerminalViews final : public EnrolViews {
 
   static void complain(const std::string& text) {
     if (isatty(STDIN_FILENO) == 0) throw Failure(exit_failed, text);
-    fmt::print(stderr, "{}\n", printable(text));
+    fmt::print(stderr, "{}\n", printable(translated(text)));
   }
 
   AuthenticationLayout layout() {
@@ -146,7 +147,7 @@ class TerminalViews final : public EnrolViews {
     }
     if (!shown.shows_userid && !shown.shows_password && !shown.shows_passcode) {
       // The user has to do something elsewhere, for example on a telephone.
-      static_cast<void>(readLine("Press Return to continue: ", false));
+      static_cast<void>(readLine(marked("Press Return to continue: "), false));
     }
     if (!flow_->eva_calcsubmitstate()) {
       complain("Fill in the empty field");
@@ -176,10 +177,10 @@ class TerminalViews final : public EnrolViews {
   static Cleared<std::string> newPin(const TaEnrolClient& client) {
     for (;;) {
       fmt::print(stderr, "{}\n", printable(pinPrompt(client)));
-      Cleared<std::string> pin = readLine("PIN: ", true);
+      Cleared<std::string> pin = readLine(marked("PIN: "), true);
       if (const auto reason = whyRefused(client, pin)) {
         complain(*reason);
-      } else if (isatty(STDIN_FILENO) == 0 || readLine("PIN again: ", true) == pin) {
+      } else if (isatty(STDIN_FILENO) == 0 || readLine(marked("PIN again: "), true) == pin) {
         return pin;
       } else {
         complain("The PINs do not match");
@@ -230,14 +231,14 @@ class TerminalViews final : public EnrolViews {
     }
     for (;;) {
       const std::string answer =
-          readLine(fmt::format("Question {} (1 to {}): ", which + 1, offered.size()), false);
+          readLine(translatedWith("Question {} (1 to {}): ", which + 1, offered.size()), false);
       std::size_t number = 0;
       const char* end = answer.data() + answer.size();
       const auto [rest, error] = std::from_chars(answer.data(), end, number);
       if (error == std::errc() && rest == end && number >= 1 && number <= offered.size()) {
         return offered[number - 1];
       }
-      complain(fmt::format("Enter a number from 1 to {}", offered.size()));
+      complain(translatedWith("Enter a number from 1 to {}", offered.size()));
     }
   }
 
@@ -321,7 +322,8 @@ class EnrolCommand final : public Command {
     }
     if (!url_.empty()) settings.EnrolURL = url_;
     if (settings.EnrolURL.empty()) {
-      throw Failure(exit_failed, settings.StrErrNoEnrolURL + "; give the server's address");
+      throw Failure(exit_failed,
+                    translatedWith("{}; give the server's address", settings.StrErrNoEnrolURL));
     }
     // Checked first: a token that the server issues must have a slot to go to.
     if (const auto room = session.store().checkRoom(); !room) throw failureOf(room.error());
@@ -339,7 +341,7 @@ class EnrolCommand final : public Command {
       throw Failure(exit_failed,
                     ending ? ending->problem : "The enrolment was not completed; try again");
     }
-    fmt::print("Stored \"{}\".\n", printable(ending->name));
+    fmt::print("{}", translatedWith("Stored \"{}\".\n", printable(ending->name)));
     if (ending->server_ahead) {
       if (const auto words = clockTrouble(*ending->server_ahead)) {
         fmt::print(stderr, "{}\n", *words);

@@ -1,23 +1,23 @@
 #include "cli/failure.h"
 
-#include <fmt/core.h>
-
 #include <cstdint>
 #include <string>
 
 #include "cli/exit_codes.h"
+#include "platform/translation.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {
 namespace {
 
-std::string deletion(std::int32_t slot) {
-  return fmt::format(" with `softtoken-cli delete {}`", slot);
+std::string withDeletion(const std::string& words, std::int32_t slot) {
+  return translatedWith("{} with `softtoken-cli delete {}`", words, slot);
 }
 
-std::string deletionOfRecord(std::int32_t slot) {
-  return ", or delete it" + deletion(slot) + " and add the token again";
+std::string withDeletionOfRecord(const std::string& words, std::int32_t slot) {
+  return translatedWith("{}, or delete it with `softtoken-cli delete {}` and add the token again",
+                        words, slot);
 }
 
 }  // namespace
@@ -27,15 +27,18 @@ Failure failureOf(const Problem& problem, InputFrom from) {
     case Problem::Next::other_input:
       return {from == InputFrom::command_line ? exit_usage : exit_failed, problem.words};
     case Problem::Next::confirm:
-      return {exit_failed, problem.words + "; choose another name, or add --replace to replace it"};
+      return {exit_failed, translatedWith("{}; choose another name, or add --replace to replace it",
+                                          problem.words)};
     case Problem::Next::make_room:
     case Problem::Next::look_again:
     case Problem::Next::try_again:
       return {exit_failed, problem.words};
     case Problem::Next::clear_slot:
-      return {exit_keychain, problem.words + (problem.slot ? deletionOfRecord(*problem.slot) : "")};
+      if (!problem.slot) break;
+      return {exit_keychain, withDeletionOfRecord(problem.words, *problem.slot)};
     case Problem::Next::close_gap:
-      return {exit_keychain, problem.words + (problem.slot ? deletion(*problem.slot) : "")};
+      if (!problem.slot) break;
+      return {exit_keychain, withDeletion(problem.words, *problem.slot)};
     case Problem::Next::check_keychain:
       break;
   }
@@ -44,8 +47,8 @@ Failure failureOf(const Problem& problem, InputFrom from) {
 
 std::string wordsFor(const Obstacle& obstacle) {
   return obstacle.kind == Obstacle::Kind::gap
-             ? obstacle.words + "; close the gap" + deletion(obstacle.slot)
-             : obstacle.words + "; " + obstacle.repair + deletionOfRecord(obstacle.slot);
+             ? withDeletion(translatedWith("{}; close the gap", obstacle.words), obstacle.slot)
+             : withDeletionOfRecord(obstacle.words + "; " + obstacle.repair, obstacle.slot);
 }
 
 }  // namespace talvane

@@ -8,6 +8,7 @@
 #include "cli/failure.h"
 #include "config/ini.h"
 #include "engine/text.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -50,9 +51,9 @@ std::string firstTokenHelp(const Ini& settings) {
 void requireManual(const Ini& settings) {
   if (settings.bAllowManual) return;
   throw Failure(exit_failed,
-                fmt::format("The setting AllowManual does not allow adding tokens by hand; put "
-                            "AllowManual=true into {} to allow it",
-                            settingsFile(settings)));
+                translatedWith("The setting AllowManual does not allow adding tokens by hand; put "
+                               "AllowManual=true into {} to allow it",
+                               settingsFile(settings)));
 }
 
 }  // namespace talvane

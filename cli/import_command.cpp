@@ -10,6 +10,7 @@
 #include "engine/cleared.h"
 #include "engine/text.h"
 #include "platform/qr_image.h"
+#include "platform/translation.h"
 #include "store/new_token.h"
 
 namespace talvane {
@@ -44,7 +45,7 @@ class ImportCommand final : public Command {
     if (source_.empty())
       throw Failure(exit_usage, "The argument is empty; give a URL or an image file");
     if (source_ == "-") {
-      const Cleared<std::string> line = readLine("otpauth URL (not shown): ", true);
+      const Cleared<std::string> line = readLine(marked("otpauth URL (not shown): "), true);
       return trimmed(line.get());  // copied from a page or a mail
     }
     if (source_.find("://") != std::string::npos) return source_;

@@ -18,14 +18,27 @@
 #include "platform/core_dumps.h"
 #include "platform/folders.h"
 #include "platform/keychains.h"
+#include "platform/translation.h"
 #include "store/problem.h"
 
 namespace talvane {
 namespace {
 
-constexpr const char* footer =
-    "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 no such token, 4 keychain unavailable or "
-    "locked.\nFor help on a command, add --help to it. The manual page is softtoken-cli(1).";
+constexpr const char* footer = marked(
+    "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 no such token, 4 keychain unavailable "
+    "or locked.\nFor help on a command, add --help to it. The manual page is "
+    "softtoken-cli(1).");
+
+// What a command says of itself and its options; the commands give it in English.
+void translateHelp(CLI::App& parser) {
+  parser.description(translated(parser.get_description()));
+  for (CLI::Option* option : parser.get_options()) {
+    option->description(translated(option->get_description()));
+  }
+  for (CLI::App* command : parser.get_subcommands([](CLI::App*) { return true; })) {
+    translateHelp(*command);
+  }
+}
 
 int fail(ExitCode code, std::string_view text) {
   const std::string line = "softtoken-cli: " + printable(withoutLineEnds(text)) + '\n';
@@ -45,7 +58,8 @@ int outputWritten() {
   std::cout.flush();
   if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     return fail(exit_failed,
-                "Cannot write to standard output; check the disk or the pipe that it goes to");
+                translated("Cannot write to standard output; check the disk or the pipe that it "
+                           "goes to"));
   }
   return exit_ok;
 }
@@ -54,11 +68,11 @@ int outputWritten() {
 int failUnexpectedly(const std::exception& error) {
   // Output that cannot be written is told by an exception too.
   if (const int code = outputWritten(); code != exit_ok) return code;
-  return fail(exit_failed, std::string("Unexpected error: ") + error.what());
+  return fail(exit_failed, translatedWith("Unexpected error: {}", error.what()));
 }
 
 int failWithoutMemory() {
-  std::fprintf(stderr, "softtoken-cli: %s\n", not_enough_memory);
+  std::fprintf(stderr, "softtoken-cli: %s\n", translated(not_enough_memory).c_str());
   return exit_failed;
 }
 
@@ -71,9 +85,10 @@ std::string helpFor(const CLI::App& line) {
 }
 
 int run(int argc, char** argv) {
-  CLI::App line("Talvane Soft Token on the command line: one-time passcodes from your keychain.",
-                "softtoken-cli");
-  line.footer(footer);
+  CLI::App line(
+      marked("Talvane Soft Token on the command line: one-time passcodes from your keychain."),
+      "softtoken-cli");
+  line.footer(translated(footer));
   line.set_version_flag("--version", "softtoken-cli " SOFTTOKEN_VERSION,
                         "Print the version and exit");
   line.require_subcommand(1);
@@ -96,14 +111,16 @@ int run(int argc, char** argv) {
     commands.push_back(make());
     parsers.push_back(commands.back()->addTo(line));
   }
+  if (!userLanguage().empty()) translateHelp(line);
   try {
     line.parse(argc, argv);
   } catch (const CLI::ExtrasError&) {
     // The message does not repeat the arguments: one may be a seed.
-    return fail(exit_usage, "Unknown option or too many arguments; see " + helpFor(line));
+    return fail(exit_usage,
+                translatedWith("Unknown option or too many arguments; see {}", helpFor(line)));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() != 0) {
-      return fail(exit_usage, std::string(error.what()) + "; see " + helpFor(line));
+      return fail(exit_usage, translatedWith("{}; see {}", error.what(), helpFor(line)));
     }
     line.exit(error);  // prints the help or the version
     return outputWritten();
@@ -125,7 +142,7 @@ int main(int argc, char** argv) {
   try {
     return talvane::run(argc, argv);
   } catch (const talvane::Failure& failure) {
-    return talvane::fail(failure.code(), failure.what());
+    return talvane::fail(failure.code(), talvane::translated(failure.what()));
   } catch (const std::bad_alloc&) {
     return talvane::failWithoutMemory();
   } catch (const std::exception& error) {

@@ -10,6 +10,7 @@
 #include "engine/log.h"
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
+#include "platform/translation.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"
 #include "store/token_store.h"
@@ -43,14 +44,14 @@ class RenameCommand final : public Command {
     const TokenStore::Rename wanted{static_cast<std::int32_t>(position), &token, name_};
     return session.store().rename({&wanted, 1}).map([&] {
       if (before == name_) {
-        fmt::print("\"{}\" already has that name.\n", printable(before));
+        fmt::print("{}", translatedWith("\"{}\" already has that name.\n", printable(before)));
         return;
       }
       const EngineLog::Pause quiet;
       SoftTokenInfo renamed = token;
       renamed.updateDescription(name_);
-      fmt::print("\"{}\" is now \"{}\".\n", printable(before),
-                 printable(renamed.currentDescription().value_or("")));
+      fmt::print("{}", translatedWith("\"{}\" is now \"{}\".\n", printable(before),
+                                      printable(renamed.currentDescription().value_or(""))));
     });
   }
 

@@ -21,6 +21,7 @@
 #include "engine/vane.h"
 #include "platform/device_identifiers.h"
 #include "platform/keychains.h"
+#include "platform/translation.h"
 #include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"
 #include "store/problem.h"
@@ -132,21 +133,22 @@ std::size_t Session::find(const StoredTokens& tokens, const std::string& wanted)
     if (!wanted.empty()) found = indexesWhere(list, prefix);
   }
   if (found.size() == 1) return found.front();
-  const std::string hint = "`softtoken-cli list` shows the names and slots";
   if (found.empty()) {
     throw Failure(exit_no_such_token,
                   tokens.obstacle
-                      ? fmt::format("No token \"{}\". {}", wanted, wordsFor(*tokens.obstacle))
-                      : fmt::format("No token \"{}\"; {}", wanted, hint));
+                      ? translatedWith("No token \"{}\". {}", wanted, wordsFor(*tokens.obstacle))
+                      : translatedWith("No token \"{}\"; `softtoken-cli list` shows the names and "
+                                       "slots",
+                                       wanted));
   }
   std::vector<std::string> names;
   for (const std::size_t slot : found) {
     names.push_back(list[slot]->currentDescription().value_or(""));
   }
   throw Failure(exit_no_such_token,
-                fmt::format("\"{}\" matches {} tokens: {}; give a whole name, or a slot "
-                            "number from `softtoken-cli list`",
-                            wanted, found.size(), fmt::join(names, ", ")));
+                translatedWith("\"{}\" matches {} tokens: {}; give a whole name, or a slot "
+                               "number from `softtoken-cli list`",
+                               wanted, found.size(), fmt::join(names, ", ")));
 }
 
 }  // namespace talvane

@@ -22,6 +22,7 @@
 #include "cli/failure.h"
 #include "engine/cleared.h"
 #include "engine/text.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -149,7 +150,7 @@ Cleared<std::string> readLine(std::string_view prompt, bool secret) {
   const bool on_terminal = isatty(STDIN_FILENO) == 1;
   std::optional<TerminalState> unseen;
   if (on_terminal && secret) unseen.emplace(TerminalState::Mode::unseen_line);
-  if (on_terminal) std::cerr << printable(prompt) << std::flush;
+  if (on_terminal) std::cerr << printable(translated(prompt)) << std::flush;
   Cleared<std::string> kept;
   std::string& line = kept.mutableValue();
   line.reserve(secret ? longest : 0);  // a growing string would leave copies behind

@@ -53,9 +53,6 @@ install(DIRECTORY resources/desktop/hicolor DESTINATION "${CMAKE_INSTALL_DATAROO
 install(FILES resources/art/icon.svg
   DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/icons/hicolor/scalable/apps" RENAME softtoken.svg)
 
-# Empty; because it exists, the programs look for a settings file in it.
-install(DIRECTORY DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/softtoken")
-
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME softtoken)
 set(CPACK_PACKAGE_VENDOR "Talvane developers")
@@ -72,7 +69,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS ca-certificates)
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS
-  "gnome-keyring | libkf5wallet-bin | keepassxc, wl-clipboard | xclip | xsel")
+  "gnome-keyring | libkf5wallet-bin | keepassxc, wl-clipboard | xclip | xsel, fonts-noto-cjk")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION

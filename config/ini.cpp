@@ -16,6 +16,7 @@
 #include "config/ta_settings.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "platform/regular_file.h"
 #include "platform/shortcut.h"
 #include "platform/user_defaults.h"
 
@@ -121,16 +122,37 @@ bool Ini::read() {
       settings_.read(file_name, TaSettings::home_location | TaSettings::system_location |
                                     TaSettings::bundle_location);
   file_ = location != 0 ? settings_.pathAt(location, file_name) : std::string();
+  readLanguage();
   policy_ = settings_.readpolicy();
   fillFrom(settings_);
   loginitems = nullptr;
   return true;
 }
 
+void Ini::readLanguage() {
+  language_texts_.clear();
+  std::string text;
+  if (folders_.language.empty() ||
+      readRegularFile(folders_.bundle + "/languages/" + folders_.language + ".ini", &text) != 0 ||
+      !isUtf8(text)) {
+    return;
+  }
+  for (const SettingsLine& line : settingsLines(text)) {
+    // Texts alone: a language has no say in what the program does.
+    if (line.key.starts_with("Str") && !line.value.empty())
+      language_texts_.emplace(line.key, line.value);
+  }
+}
+
 void Ini::fillFrom(const TaSettings& settings) {
   for (const auto& [key, property, default_value, is_traced] : settings_table) {
     if (const auto* text = std::get_if<std::string Ini::*>(&property)) {
-      this->** text = settings.readstr(key, std::get<std::string_view>(default_value), true);
+      const auto in_language = language_texts_.find(std::string(key));
+      this->** text = settings.readstr(key,
+                                       in_language != language_texts_.end()
+                                           ? std::string_view(in_language->second)
+                                           : std::get<std::string_view>(default_value),
+                                       true);
     } else if (const auto* flag = std::get_if<bool Ini::*>(&property)) {
       const bool otherwise = std::get<bool>(default_value);
       this->** flag =

@@ -2,14 +2,16 @@
 
 // Every setting and every text that an administrator may change, from "tasofttoken.ini": in the
 // home folder, else in /etc, else in the application bundle's folder. Only the first readable file
-// counts. The keys of the administrator's policy, "/etc/softtoken/policy.ini", win over it. Filled
-// once at start-up; after that only enrolment may change `EnrolURL`.
+// counts. The keys of the administrator's policy, "/etc/softtoken/policy.ini", win over it. Texts
+// that neither sets come from the user's language, "languages/LANGUAGE.ini" in the bundle's folder,
+// and else are English. Filled once at start-up; after that only enrolment may change `EnrolURL`.
 
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "config/ta_settings.h"
@@ -86,7 +88,8 @@ class Ini {
   explicit Ini(UserDefaults& defaults);
   Ini(UserDefaults& defaults, SettingsFolders folders);
 
-  /// Fills the properties. Always returns true: without a file every property has its default.
+  /// Fills the properties. Always returns true: without a file every property has its default. The
+  /// language's file leaves no trace.
   bool read();
 
   /// The file that `read` used; empty if none.
@@ -137,10 +140,12 @@ class Ini {
 
  private:
   void fillFrom(const TaSettings& settings);
+  void readLanguage();
 
   UserDefaults& defaults_;
   SettingsFolders folders_;
   TaSettings settings_;
+  std::unordered_map<std::string, std::string> language_texts_;  // by key
   std::string file_;
   TaSettings::Policy policy_;
 };

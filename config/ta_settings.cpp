@@ -16,6 +16,7 @@
 #include "platform/folders.h"
 #include "platform/regular_file.h"
 #include "platform/trace.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -35,7 +36,7 @@ bool onlyOwnerChanges(const struct stat& status, uid_t owner) {
 }  // namespace
 
 SettingsFolders SettingsFolders::ofThisSystem() {
-  return {"~", "/etc", bundleFolder(), "/etc/softtoken/policy.ini"};
+  return {"~", "/etc", bundleFolder(), "/etc/softtoken/policy.ini", 0, std::string(userLanguage())};
 }
 
 std::uint8_t TaSettings::readfile(const std::string& path) {

@@ -21,6 +21,7 @@ struct SettingsFolders {
   std::string bundle;
   std::string policy{};    // the path of the file; empty: there is none
   uid_t policy_owner = 0;  // who alone may be able to change it
+  std::string language = {};  // of the texts that no file sets; empty for English
   static SettingsFolders ofThisSystem();
 };
 

@@ -15,6 +15,7 @@
 #include "engine/vane.h"
 #include "enrol/pin_rules.h"
 #include "enrol/ta_http.h"
+#include "platform/translation.h"
 #include "store/problem.h"
 #include "store/token_store.h"
 
@@ -44,7 +45,7 @@ std::optional<std::string> firstRequest(TaHttp& http, const std::string& url, bo
     vane::log("EVA: threadstart: http error: {}", orNil(http.error()));
     return std::nullopt;
   } catch (const std::bad_alloc&) {
-    return not_enough_memory;
+    return translated(not_enough_memory);
   }
 }
 
@@ -52,9 +53,9 @@ std::optional<std::string> firstRequest(TaHttp& http, const std::string& url, bo
 
 std::optional<std::string> problemWithAddress(const std::string& url, bool allow_http) {
   if (!url.starts_with("http://") && !url.starts_with("https://")) {
-    return "Invalid URL (must begin with http:// or https://)";
+    return translated("Invalid URL (must begin with http:// or https://)");
   }
-  if (url.starts_with("http://") && !allow_http) return "Http not allowed";
+  if (url.starts_with("http://") && !allow_http) return translated("Http not allowed");
   return std::nullopt;
 }
 
@@ -66,11 +67,11 @@ std::string EnrolFlow::transferProblem() const {
   const TaHttp& http = *session_->http;
   if (http.status() == http_ok || !http.error()) return {};
   if (http.status() == 0) {
-    return fmt::format(
+    return translatedWith(
         "The server cannot be reached: {}; check its address and the network, and try again",
         *http.error());
   }
-  return fmt::format(
+  return translatedWith(
       "The server answered with HTTP status {}; try again later, or ask your administrator",
       http.status());
 }
@@ -140,13 +141,13 @@ void EnrolFlow::eva_threadfinished(const std::shared_ptr<Session>& session,
   } else if (*refused == "REDIRECTHTTPS") {
     redirectToHttps(*refused);
   } else {
-    views_.setAuthenticationMessage("Error: " + *refused);
+    views_.setAuthenticationMessage(translated("Error: ") + *refused);
   }
   views_.eva_layout();
 }
 
 void EnrolFlow::showAddressError(const std::string& text) {
-  views_.setAddressMessage("Error: " + text);
+  views_.setAddressMessage(translated("Error: ") + text);
   // The user may have left the view: do not switch it.
   if (views_.showsAuthentication()) views_.switchView(View::eva, View::evgu);
 }
@@ -159,7 +160,7 @@ void EnrolFlow::redirectToHttps(const std::string& error) {
   ini_.EnrolURL = secure;
   if (!views_.showsAuthentication()) return;
   if (changes) views_.refreshAuthentication();
-  views_.setAuthenticationMessage("Error: " + error);
+  views_.setAuthenticationMessage(translated("Error: ") + error);
 }
 
 bool EnrolFlow::eva_calcsubmitstate() {
@@ -264,7 +265,7 @@ void EnrolFlow::evgi_submitclicked() {
   const EnrolViews::GetInfoInput input = views_.getInfoInput();
   if (client.bUSERCREATEPIN) {
     if (!checkPIN(client, input.pin)) {
-      views_.simpleMessageBox("Pin did not meet requirements.");
+      views_.simpleMessageBox(translated("Pin did not meet requirements."));
       return;
     }
     if (const auto weakness = checkPINAdvanced(client, input.pin)) {
@@ -326,8 +327,8 @@ void EnrolFlow::EnrolSubmit() {
       same_name = TokenStore::SameName::replace;
     } else {
       refused = Problem{Problem::Next::other_input,
-                        "The enrolment was not completed, because its token would have replaced "
-                        "another one"};
+                        translated("The enrolment was not completed, because its token would have "
+                                   "replaced another one")};
     }
   }
   if (refused) {
@@ -349,7 +350,7 @@ void EnrolFlow::EnrolSubmit() {
     if (added) views_.stored(added->slot);
   } else {
     vane::log("EnrolSubmit: unexpected response: {}", body.value_or(nil_text));
-    ending_->problem = "The server did not complete the enrolment; try again";
+    ending_->problem = translated("The server did not complete the enrolment; try again");
   }
   EndSession();
   views_.goHome();

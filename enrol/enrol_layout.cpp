@@ -12,6 +12,7 @@
 #include "config/ini.h"
 #include "engine/vane.h"
 #include "enrol/ta_enrol_client.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -109,12 +110,13 @@ int getInfoHeight(const TaEnrolClient& client) {
 }
 
 std::string pinPrompt(const TaEnrolClient& client) {
-  std::string prompt = "Please choose $EN_INDEFINITE_ARTICLE$ $PINLENGTH$-character PIN. ";
+  std::string prompt =
+      translated("Please choose $EN_INDEFINITE_ARTICLE$ $PINLENGTH$-character PIN. ");
   // The rule covers no other number that begins with a vowel.
   fillIn(&prompt, "$EN_INDEFINITE_ARTICLE$", client.PINLENGTH == 8 ? "an" : "a");
   fillIn(&prompt, "$PINLENGTH$", std::to_string(client.PINLENGTH));
   if (!hasCaseRule(client)) return prompt;
-  prompt = fmt::format(
+  prompt = translatedWith(
       "{} (Must contain at least $UPPERCASE$ uppercase and at least $LOWERCASE$ lowercase "
       "characters).",
       prompt);

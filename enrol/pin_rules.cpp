@@ -15,6 +15,7 @@
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "enrol/ta_enrol_client.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -35,14 +36,16 @@ struct Weakness {
 constexpr std::array<Weakness, 3> weaknesses{
     {{[](int first, int second) { return second == first + 1; }, "raising sequence",
       "pin.raising sequence found", "pin.pin must not be raising sequence",
-      "Pin must not be a raising sequence, this is too weak", "Too weak: a rising sequence"},
+      marked("Pin must not be a raising sequence, this is too weak"),
+      marked("Too weak: a rising sequence")},
      {[](int first, int second) { return first == second + 1; }, "falling sequence",
       "pin.raising falling found", "pin.pin must not be falling sequence",
-      "Pin must not be a falling sequence, this is too weak", "Too weak: a falling sequence"},
+      marked("Pin must not be a falling sequence, this is too weak"),
+      marked("Too weak: a falling sequence")},
      {[](int first, int second) { return first == second; }, "being the same", "pin.same",
       "pin.pin must not use all the same characters",
-      "Pin must not use all the same characters, this is too weak",
-      "Too weak: all characters are the same"}}};
+      marked("Pin must not use all the same characters, this is too weak"),
+      marked("Too weak: all characters are the same")}}};
 
 enum class Traced : std::uint8_t { no, yes };
 
@@ -99,10 +102,6 @@ Counts countsOf(std::u16string_view pin) {
   return counts;
 }
 
-std::string counted(std::int64_t number, const char* one, const char* many) {
-  return fmt::format(fmt::runtime(number == 1 ? one : many), number);
-}
-
 }  // namespace
 
 bool checkPIN(const TaEnrolClient& client, const std::string& pin) {
@@ -119,7 +118,7 @@ std::optional<std::string> checkPINAdvanced(const TaEnrolClient& client, const s
   const Cleared<std::u16string> units(utf16(pin));
   const Weakness* weakness = weaknessOf(units.get(), client.PINLENGTH, Traced::yes);
   if (weakness == nullptr) return std::nullopt;
-  return weakness->message;
+  return translated(weakness->message);
 }
 
 std::optional<std::string> pinProblem(const TaEnrolClient& client, const std::string& pin) {
@@ -127,22 +126,23 @@ std::optional<std::string> pinProblem(const TaEnrolClient& client, const std::st
   const Cleared<std::u16string> units(utf16(pin));
   const Counts counts = countsOf(units.get());
   if (counts.all < client.PINLENGTH) {
-    return counted(client.PINLENGTH - counts.all, "{} more character", "{} more characters");
+    return translatedCount("{} more character", "{} more characters",
+                           static_cast<std::uint64_t>(client.PINLENGTH - counts.all));
   }
   if (counts.all > client.PINLENGTH) {
     // No subtraction: the server may have sent any length.
-    return "Too long";
+    return translated("Too long");
   }
   if (counts.upper < client.UPPERCASE) {
-    return counted(client.UPPERCASE, "At least {} uppercase letter",
-                   "At least {} uppercase letters");
+    return translatedCount("At least {} uppercase letter", "At least {} uppercase letters",
+                           static_cast<std::uint64_t>(client.UPPERCASE));
   }
   if (counts.lower < client.LOWERCASE) {
-    return counted(client.LOWERCASE, "At least {} lowercase letter",
-                   "At least {} lowercase letters");
+    return translatedCount("At least {} lowercase letter", "At least {} lowercase letters",
+                           static_cast<std::uint64_t>(client.LOWERCASE));
   }
   if (const Weakness* weakness = weaknessOf(units.get(), client.PINLENGTH, Traced::no)) {
-    return weakness->short_message;
+    return translated(weakness->short_message);
   }
   return std::nullopt;
 }
@@ -157,10 +157,10 @@ std::optional<std::string> checkAnswers(const TaEnrolClient& client,
     return utf16Length(answer.get()) > longest_answer;
   };
   if (std::any_of(answers.begin(), asked, too_short)) {
-    return "Answer to secret questions must be at least 3 characters long.";
+    return translated("Answer to secret questions must be at least 3 characters long.");
   }
   if (std::any_of(answers.begin(), asked, too_long)) {
-    return "Answer to secret questions must be no longer than 13 characters.";
+    return translated("Answer to secret questions must be no longer than 13 characters.");
   }
   return std::nullopt;
 }

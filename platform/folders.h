@@ -20,13 +20,15 @@ std::string executablePath();
 /// What a program says and ends with when `executablePath` is empty.
 inline constexpr const char* own_path_unknown =
     "The system does not tell where this program is, so it cannot find its modules and settings; "
-    "check that /proc is there";
+    "check that /proc is there";  // and so cannot be translated
 /// The running program's folder. It and the next two are empty if the system does not tell: a
 /// program must not take the current folder instead, where anybody may have put a module.
 std::string executableFolder();
 /// The application bundle: `../share/softtoken` beside the executable's folder when that exists,
 /// else the executable's folder; on macOS the .app folder.
 std::string bundleFolder();
+/// The catalogues of translated texts; empty if there are none on this system.
+std::string localeFolder();
 /// Loadable modules: code that only some commands need.
 std::string moduleFolder();
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/keychain_service.h"
+#include "platform/translation.h"
 
 namespace talvane {
 
@@ -11,6 +12,6 @@ namespace talvane {
 std::string keychainWords(const std::string& keychain, KeychainStatus status);
 
 /// The keychain's own message for the status, followed by the status's number in brackets.
-std::string messageWithCode(KeychainService& keychain, KeychainStatus status);
+Words messageWithCode(KeychainService& keychain, KeychainStatus status);
 
 }  // namespace talvane

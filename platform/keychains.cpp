@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/keychain_service.h"
+#include "platform/translation.h"
 #include "platform/user_defaults.h"
 
 namespace talvane {
@@ -17,8 +18,8 @@ namespace {
 
 constexpr const char* defaults_key = keychain_choice_key;
 
-constexpr const char* choice_unreadable =
-    "Cannot read the file that names the keychain of your tokens; make it readable or restore it";
+constexpr const char* choice_unreadable = marked(
+    "Cannot read the file that names the keychain of your tokens; make it readable or restore it");
 
 bool isKind(const std::string& kind) {
   const auto kinds = keychainKinds();
@@ -30,29 +31,29 @@ struct Choice {
   std::string kind;
   bool remembered = false;
   KeychainStatus first_look = KeychainStatus::ok;
-  std::string error;  // if not empty, nothing else counts
+  Words error;  // if not empty, nothing else counts
 };
 
 Choice chooseKeychain(UserDefaults& defaults, const std::string& wish) {
   Choice choice;
   if (!wish.empty() && !isKind(wish)) {
-    choice.error = fmt::format("Unknown keychain \"{}\"; choose one of: {}", wish,
-                               fmt::join(keychainKinds(), ", "));
+    choice.error = translatedWith("Unknown keychain \"{}\"; choose one of: {}", wish,
+                                  fmt::join(keychainKinds(), ", "));
     return choice;
   }
   switch (defaults.string(defaults_key, &choice.kind)) {
     case UserDefaults::Found::unreadable:
-      choice.error = choice_unreadable;
+      choice.error = translated(choice_unreadable);
       break;
     case UserDefaults::Found::yes:
       choice.remembered = true;
       if (!isKind(choice.kind)) {
-        choice.error = fmt::format(
+        choice.error = translatedWith(
             "Your tokens are in the keychain \"{}\", which this system does not have; restore the "
             "program's settings",
             choice.kind);
       } else if (!wish.empty() && wish != choice.kind) {
-        choice.error = fmt::format(
+        choice.error = translatedWith(
             "Your tokens are in the keychain \"{}\"; use it instead of \"{}\"", choice.kind, wish);
       }
       break;
@@ -108,10 +109,11 @@ class ChosenKeychain final : public KeychainService {
     return open() ? heard(keychain_->remove(service, account)) : KeychainStatus::not_available;
   }
   std::string message(KeychainStatus status) override {
-    if (keychain_ == nullptr) return choice_.error;
-    if (!doubt_.empty() && status == KeychainStatus::not_available) return doubt_;
+    if (keychain_ == nullptr) return choice_.error.spoken();
+    if (!doubt_.empty() && status == KeychainStatus::not_available) return doubt_.spoken();
     if (writing_down_failed_ && status == KeychainStatus::write_permission) {
-      return "Cannot record the choice of keychain; make the program's settings folder writable";
+      return translated(
+          "Cannot record the choice of keychain; make the program's settings folder writable");
     }
     return keychain_->message(status);
   }
@@ -190,11 +192,12 @@ class ChosenKeychain final : public KeychainService {
     std::string kind;
     switch (defaults_.string(defaults_key, &kind)) {
       case UserDefaults::Found::unreadable:
-        doubt_ = choice_unreadable;
+        doubt_ = translated(choice_unreadable);
         break;
       case UserDefaults::Found::yes:
-        doubt_ =
-            kind == choice_.kind ? "" : "Your tokens were moved to another keychain; try again";
+        doubt_ = kind == choice_.kind
+                     ? Words()
+                     : translated("Your tokens were moved to another keychain; try again");
         break;
       case UserDefaults::Found::no:
         doubt_.clear();
@@ -228,7 +231,7 @@ class ChosenKeychain final : public KeychainService {
   bool changing_ = false;
   bool is_reading_ = false;
   bool is_certain_ = false;  // what this reading does not find is not there
-  std::string doubt_;        // why an item may be elsewhere
+  Words doubt_;              // why an item may be elsewhere
   bool silent_ = false;
   bool written_down_ = false;
   bool writing_down_failed_ = false;

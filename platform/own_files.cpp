@@ -17,6 +17,7 @@
 #include "engine/gateway.h"
 #include "platform/file_descriptor.h"
 #include "platform/folders.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -81,10 +82,12 @@ std::string makeOwnFolder(const std::string& path) {
   }
   if (error == 0) return {};
   if (error == EPERM) {
-    return "The folder " + path + " does not belong to you alone; remove it, or ask its owner to";
+    return translatedWith(
+        "The folder {} does not belong to you alone; remove it, or ask its owner to", path);
   }
-  return "Cannot create the folder " + path + " (" + std::strerror(error) +
-         "); check what is in its place and who may write there";
+  return translatedWith(
+      "Cannot create the folder {} ({}); check what is in its place and who may write there", path,
+      std::strerror(error));
 }
 
 int readOwnFile(const std::string& path, std::size_t limit, Cleared<Bytes>* content) {

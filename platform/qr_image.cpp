@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/modules.h"
+#include "platform/translation.h"
 
 namespace talvane {
 
@@ -12,8 +13,10 @@ QrImage readQrImage(const std::string& path) {
   const auto reader =
       reinterpret_cast<Reader>(moduleFunction("qr-image", "softtoken_read_qr_image", &image.error));
   if (reader == nullptr) {
-    image.error = "Cannot load the module that reads images (" + image.error +
-                  "); reinstall the program, with libzbar, libpng and libturbojpeg";
+    image.error = translatedWith(
+        "Cannot load the module that reads images ({}); reinstall the "
+        "program, with libzbar, libpng and libturbojpeg",
+        image.error);
     return image;
   }
   reader(path, &image);

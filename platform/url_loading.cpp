@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/modules.h"
+#include "platform/translation.h"
 
 namespace talvane {
 
@@ -13,7 +14,8 @@ std::unique_ptr<UrlLoader> makeUrlLoader(std::string* error, const UrlLoaderLimi
   const auto factory =
       reinterpret_cast<Factory>(moduleFunction("url-loading", "softtoken_make_url_loader", &why));
   if (factory == nullptr) {
-    *error = "Cannot load the network module (" + why + "); reinstall the program, with libcurl";
+    *error = translatedWith(
+        "Cannot load the network module ({}); reinstall the program, with libcurl", why);
     return nullptr;
   }
   return std::unique_ptr<UrlLoader>(factory(&limits));

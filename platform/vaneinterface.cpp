@@ -1,7 +1,5 @@
 #include "platform/vaneinterface.h"
 
-#include <fmt/core.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -14,6 +12,7 @@
 #include "platform/keychain_words.h"
 #include "platform/ta_keychain.h"
 #include "platform/trace.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -66,8 +65,8 @@ vaneinterface::Answer vaneinterface::answer(KeychainStatus status) {
   if (status == KeychainStatus::ok) return {};
   if (const std::string& problem = identity().problem; !problem.empty()) {
     return {KeychainStatus::not_available,
-            fmt::format("This computer's identity cannot be read: {}; fix that and try again",
-                        problem)};
+            translatedWith("This computer's identity cannot be read: {}; fix that and try again",
+                           problem)};
   }
   return {status, messageWithCode(keychain_, status)};
 }

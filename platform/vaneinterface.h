@@ -11,6 +11,7 @@
 #include "engine/gateway.h"
 #include "platform/device_identifiers.h"
 #include "platform/keychain_service.h"
+#include "platform/translation.h"
 
 namespace talvane {
 
@@ -25,7 +26,7 @@ class vaneinterface final : public Gateway {
   /// The result of a keychain call, with words for the user if the keychain did not answer it.
   struct Answer {
     KeychainStatus status = KeychainStatus::ok;
-    std::string words;
+    Words words;
   };
 
   /// Records the results of the keychain calls in its scope, and stops them from overwriting

@@ -16,6 +16,7 @@
 #include "engine/text.h"
 #include "engine/url.h"
 #include "engine/vane.h"
+#include "platform/translation.h"
 #include "store/problem.h"
 
 namespace talvane {
@@ -25,34 +26,35 @@ using Next = Problem::Next;
 
 std::optional<Problem> problemWithText(std::string_view text) {
   if (!isUtf8(text)) {
-    return Problem{Next::other_input, "The name is not valid UTF-8; enter it again"};
+    return Problem{Next::other_input, translated("The name is not valid UTF-8; enter it again")};
   }
   if (printable(text) != text) {
     return Problem{Next::other_input,
-                   "The name has characters that are invisible or that change the direction of "
-                   "writing; leave them out"};
+                   translated("The name has characters that are invisible or that change the "
+                              "direction of writing; leave them out")};
   }
   return std::nullopt;
 }
 
 Problem noName() {
-  return {Next::other_input, "The name is empty; enter at least one character other than |"};
+  return {Next::other_input,
+          translated("The name is empty; enter at least one character other than |")};
 }
 
-const char* wordsFor(AuthUrlProblem problem) {
+Words wordsFor(AuthUrlProblem problem) {
   switch (problem) {
     case AuthUrlProblem::invalid_scheme:
-      return "This is not an otpauth:// URL; use the URL or QR code of a token";
+      return translated("This is not an otpauth:// URL; use the URL or QR code of a token");
     case AuthUrlProblem::invalid_type:
-      return "This URL is for another type of token; use an otpauth://totp/ URL";
+      return translated("This URL is for another type of token; use an otpauth://totp/ URL");
     case AuthUrlProblem::no_seed:
-      return "The URL has no secret; get a complete URL";
+      return translated("The URL has no secret; get a complete URL");
     case AuthUrlProblem::invalid_period:
-      return "The URL's period is neither 30 nor 60 seconds; ask for another URL";
+      return translated("The URL's period is neither 30 nor 60 seconds; ask for another URL");
     case AuthUrlProblem::none:
       break;
   }
-  return "Cannot import this URL; ask for another one";
+  return translated("Cannot import this URL; ask for another one");
 }
 
 bool isSha1(std::string_view algorithm) {
@@ -114,10 +116,10 @@ std::optional<Problem> problemWithNewName(const SoftTokenInfo& token) {
 std::string questionBefore(const SoftTokenInfo& token, const std::optional<std::string>& replaces) {
   const std::string name = shownName(token.currentDescription().value_or(""));
   if (!replaces) {
-    return fmt::format("Add the token \"{}\", with a new passcode every {} seconds?", name,
-                       token.period);
+    return translatedWith("Add the token \"{}\", with a new passcode every {} seconds?", name,
+                          token.period);
   }
-  return fmt::format(
+  return translatedWith(
       "Replace the stored token \"{}\"? It will be deleted.\n\n"
       "The new token is \"{}\", with a new passcode every {} seconds.",
       shownName(*replaces), name, token.period);

@@ -2,14 +2,15 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <tl/expected.hpp>
+
+#include "platform/translation.h"
 
 namespace talvane {
 
 /// The words for a failed allocation.
 inline constexpr const char* not_enough_memory =
-    "Not enough memory; close other programs and try again";
+    marked("Not enough memory; close other programs and try again");
 
 /// Why an operation on the user's tokens failed. Unless the words say otherwise, it changed
 /// nothing.
@@ -27,7 +28,7 @@ struct Problem {
   };
   Next next = Next::check_keychain;
   /// For the user: what happened and what to do, without a full stop at the end.
-  std::string words;
+  Words words;
   std::optional<std::int32_t> slot{};
   bool locked = false;  // the keychain is: the user may unlock it
 };

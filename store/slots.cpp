@@ -1,7 +1,5 @@
 #include "store/slots.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -18,6 +16,7 @@
 #include "engine/vane.h"
 #include "platform/device_identifiers.h"
 #include "platform/keychain_service.h"
+#include "platform/translation.h"
 #include "platform/vaneinterface.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"
@@ -29,38 +28,46 @@ using State = Slots::State;
 
 // Why a record that is whole does not load.
 struct Reason {
-  std::string words;
-  std::string repair;
+  Words words;
+  Words repair;
 };
 
-std::string shown(const std::string& identifier) {
-  return identifier.empty() ? "missing" : printable(identifier);
+Words shown(const std::string& identifier) {
+  return identifier.empty() ? translated("missing") : Words(printable(identifier));
 }
 
 Reason reasonOf(const Identity& then, const Identity& now) {
   if (then == Identity()) {
-    return {"it belongs to another computer or user, or was changed",
-            "restore the keychain from a backup"};
+    return {translated("it belongs to another computer or user, or was changed"),
+            translated("restore the keychain from a backup")};
   }
-  std::string changes;
-  const auto compare = [&](const char* what, const std::string& before, const std::string& today) {
-    if (before == today) return;
-    changes += fmt::format("{}when the {} was {}; it is {} now", changes.empty() ? "" : ", and ",
-                           what, shown(before), shown(today));
+  Words changes;
+  const auto add = [&changes](const Words& change) {
+    if (!changes.empty()) changes += translated(", and ");
+    changes += change;
   };
-  compare("machine ID", then.serial_number, now.serial_number);
-  compare("root file system", then.volume_uuid, now.volume_uuid);
-  compare("user", then.user, now.user);
-  if (changes.empty()) {
-    return {"it was changed after it was stored", "restore the keychain from a backup"};
+  if (then.serial_number != now.serial_number) {
+    add(translatedWith("when the machine ID was {}; it is {} now", shown(then.serial_number),
+                       shown(now.serial_number)));
   }
-  return {"it was stored " + changes, "undo that change"};
+  if (then.volume_uuid != now.volume_uuid) {
+    add(translatedWith("when the root file system was {}; it is {} now", shown(then.volume_uuid),
+                       shown(now.volume_uuid)));
+  }
+  if (then.user != now.user) {
+    add(translatedWith("when the user was {}; it is {} now", shown(then.user), shown(now.user)));
+  }
+  if (changes.empty()) {
+    return {translated("it was changed after it was stored"),
+            translated("restore the keychain from a backup")};
+  }
+  return {translatedWith("it was stored {}", changes), translated("undo that change")};
 }
 
-std::string hiddenWords(std::int32_t hidden) {
+Words hiddenWords(std::int32_t hidden) {
   if (hidden == 0) return "";
-  return hidden == 1 ? " and hides the token after it"
-                     : fmt::format(" and hides the {} tokens after it", hidden);
+  return translatedCount(" and hides the token after it", " and hides the {} tokens after it",
+                         static_cast<std::uint64_t>(hidden));
 }
 
 std::int32_t numberOf(std::size_t slot) {
@@ -85,25 +92,25 @@ Obstacle Slots::obstacleAt(std::size_t slot) const {
   Obstacle obstacle;
   obstacle.slot = numberOf(slot);
   obstacle.hidden = recordsBehind(slot);
-  const std::string hides = hiddenWords(obstacle.hidden);
+  const Words hides = hiddenWords(obstacle.hidden);
   switch (states[slot]) {
     case State::damaged:
       obstacle.kind = Obstacle::Kind::damaged;
-      obstacle.words = fmt::format("The record in slot {} is damaged{}", slot, hides);
-      obstacle.repair = "restore the keychain from a backup";
+      obstacle.words = translatedWith("The record in slot {} is damaged{}", slot, hides);
+      obstacle.repair = translated("restore the keychain from a backup");
       break;
     case State::foreign: {
       Reason reason = reasonOf(stored_under[slot], identity);
       obstacle.kind = Obstacle::Kind::foreign;
       obstacle.words =
-          fmt::format("The record in slot {} does not load{}: {}", slot, hides, reason.words);
+          translatedWith("The record in slot {} does not load{}: {}", slot, hides, reason.words);
       obstacle.repair = std::move(reason.repair);
       break;
     }
     case State::empty:
     case State::loads:
       obstacle.kind = Obstacle::Kind::gap;
-      obstacle.words = fmt::format("Slot {} is empty{}", slot, hides);
+      obstacle.words = translatedWith("Slot {} is empty{}", slot, hides);
       break;
   }
   return obstacle;

@@ -8,6 +8,7 @@
 #include "platform/folders.h"
 #include "platform/keychain_service.h"
 #include "platform/keychain_words.h"
+#include "platform/translation.h"
 #include "store/problem.h"
 #include "store/store_lock.h"
 
@@ -33,7 +34,7 @@ StoreChange::StoreChange(KeychainService& keychain, std::chrono::milliseconds pa
                          const Blocking& blocking)
     : lock_(lockOf(patience, blocking)), keychain_(keychain) {
   if (lock_ == nullptr) {
-    problem_ = Problem{Problem::Next::try_again, "The change was cancelled; try again"};
+    problem_ = Problem{Problem::Next::try_again, translated("The change was cancelled; try again")};
     return;
   }
   if (!lock_->held()) {

@@ -11,6 +11,7 @@
 #include "platform/file_descriptor.h"
 #include "platform/file_lock.h"
 #include "platform/own_files.h"
+#include "platform/translation.h"
 
 namespace talvane {
 
@@ -20,8 +21,8 @@ StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patien
   if (!error_.empty()) return;
   FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!file.isOpen()) {
-    error_ =
-        "Cannot open " + path + " (" + std::strerror(errno) + "); check who owns it and its folder";
+    error_ = translatedWith("Cannot open {} ({}); check who owns it and its folder", path,
+                            std::strerror(errno));
     return;
   }
   const int error = lockFile(file.get(), patience);
@@ -29,11 +30,13 @@ StoreLock::StoreLock(const std::string& folder, std::chrono::milliseconds patien
     file_ = std::move(file);
   } else if (error == EWOULDBLOCK) {
     busy_ = true;
-    error_ = "Another program is changing the tokens and holds the lock " + path +
-             "; try again when it has finished, or close it";
+    error_ = translatedWith(
+        "Another program is changing the tokens and holds the lock {}; try "
+        "again when it has finished, or close it",
+        path);
   } else {
-    error_ =
-        "Cannot lock " + path + " (" + std::strerror(error) + "); use a file system that has locks";
+    error_ = translatedWith("Cannot lock {} ({}); use a file system that has locks", path,
+                            std::strerror(error));
   }
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/file_descriptor.h"
+#include "platform/translation.h"
 
 namespace talvane {
 
@@ -19,12 +20,12 @@ class StoreLock {
   [[nodiscard]] bool held() const { return file_.isOpen(); }
   /// Whether another program holds the lock.
   [[nodiscard]] bool busy() const { return busy_; }
-  [[nodiscard]] const std::string& error() const { return error_; }
+  [[nodiscard]] const Words& error() const { return error_; }
 
  private:
   FileDescriptor file_;
   bool busy_ = false;
-  std::string error_;
+  Words error_;
 };
 
 }  // namespace talvane

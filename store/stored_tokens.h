@@ -3,10 +3,10 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "engine/soft_token_info.h"
+#include "platform/translation.h"
 
 namespace talvane {
 
@@ -21,8 +21,8 @@ struct Obstacle {
   /// After the last token that was read; directly after it unless empty slots lie between.
   std::int32_t slot = 0;
   std::int32_t hidden = 0;  // number of records after it
-  std::string words;        // for the user: what it is, what it hides, and why it does not load
-  std::string repair;       // for the user: what may make it load again; empty for a gap
+  Words words;              // for the user: what it is, what it hides, and why it does not load
+  Words repair;             // for the user: what may make it load again; empty for a gap
 };
 
 /// The stored tokens: those in slots 0, 1, ..., in order, none of them null.

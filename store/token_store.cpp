@@ -1,7 +1,5 @@
 #include "store/token_store.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -24,6 +22,7 @@
 #include "engine/vane.h"
 #include "platform/folders.h"
 #include "platform/keychain_service.h"
+#include "platform/translation.h"
 #include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"
 #include "store/new_token.h"
@@ -39,28 +38,75 @@ using Next = Problem::Next;
 using State = Slots::State;
 using Recording = vaneinterface::Recording;
 
-constexpr const char* cannot_be_sealed =
-    "Cannot seal this seed on this computer; ask for another one";
-
-Problem changedMeanwhile(std::string_view not_done) {
-  return {
-      Next::look_again,
-      fmt::format("The tokens changed in the meantime and nothing was {}; check them and try again",
-                  not_done)};
+Problem cannotBeSealed() {
+  return {Next::other_input,
+          translated("Cannot seal this seed on this computer; ask for another one")};
 }
 
-Problem cutShort(std::string_view not_done) {
-  return {Next::try_again,
-          fmt::format("The keychain gave contradictory answers and nothing was {}; try again",
-                      not_done)};
+// What the engine says of a refused token.
+[[maybe_unused]] constexpr const char* refusals[] = {
+    marked("Invalid seed length"), marked("Invalid character in seed"),
+    marked("Failed to find unique device id"), marked("Failed to generate passcode")};
+
+// What a change did not do.
+enum class Undone : std::uint8_t { stored, renamed, moved, deleted, changed };
+
+Words meanwhile(Undone undone) {
+  switch (undone) {
+    case Undone::renamed:
+      return translated(
+          "The tokens changed in the meantime and nothing was renamed; check them and try again");
+    case Undone::moved:
+      return translated(
+          "The tokens changed in the meantime and nothing was moved; check them and try again");
+    case Undone::deleted:
+      return translated(
+          "The tokens changed in the meantime and nothing was deleted; check them and try again");
+    case Undone::stored:
+    case Undone::changed:
+      break;
+  }
+  return translated(
+      "The tokens changed in the meantime and nothing was changed; check them and try again");
 }
 
-// `task` says what failed.
-Problem inTheWay(std::string_view task, const Obstacle& obstacle) {
+Problem changedMeanwhile(Undone undone) {
+  return {Next::look_again, meanwhile(undone)};
+}
+
+Words contradiction(Undone undone) {
+  switch (undone) {
+    case Undone::stored:
+      return translated(
+          "The keychain gave contradictory answers and nothing was stored; try again");
+    case Undone::renamed:
+      return translated(
+          "The keychain gave contradictory answers and nothing was renamed; try again");
+    case Undone::moved:
+      return translated(
+          "The keychain gave contradictory answers and nothing was moved; try again");
+    case Undone::deleted:
+      return translated(
+          "The keychain gave contradictory answers and nothing was deleted; try again");
+    case Undone::changed:
+      break;
+  }
+  return translated("The keychain gave contradictory answers and nothing was changed; try again");
+}
+
+Problem cutShort(Undone undone) {
+  return {Next::try_again, contradiction(undone)};
+}
+
+Problem inTheWay(Undone undone, const Obstacle& obstacle) {
   const bool gap = obstacle.kind == Obstacle::Kind::gap;
-  return {gap ? Next::close_gap : Next::clear_slot,
-          fmt::format("{}. {}; {}", task, obstacle.words, gap ? "close the gap" : obstacle.repair),
-          obstacle.slot};
+  const Words repair = gap ? translated("close the gap") : obstacle.repair;
+  return {
+      gap ? Next::close_gap : Next::clear_slot,
+      undone == Undone::moved
+          ? translatedWith("The token could not be moved. {}; {}", obstacle.words, repair)
+          : translatedWith("The token could not be stored. {}; {}", obstacle.words, repair),
+      obstacle.slot};
 }
 
 // Commits the change, unless it was made under an identity that did not last.
@@ -68,7 +114,8 @@ Result<void> finish(StoreChange& change, const Recording& recording) {
   if (!recording.hasSameIdentity()) {
     return tl::unexpected(Problem{
         Next::try_again,
-        "This computer's identity changed in the meantime; check the tokens and try again"});
+        translated(
+            "This computer's identity changed in the meantime; check the tokens and try again")});
   }
   return change.finish();
 }
@@ -79,15 +126,15 @@ auto withoutThrowing(Change change) -> decltype(change()) {
   try {
     return change();
   } catch (const std::bad_alloc&) {
-    return tl::unexpected(Problem{Next::try_again, not_enough_memory});
+    return tl::unexpected(Problem{Next::try_again, translated(not_enough_memory)});
   }
 }
 
 Problem sameNameTaken(const TokenStore::Plan& plan, const std::string& created_as) {
-  std::string words =
-      fmt::format("Slot {} already holds the token \"{}\"", plan.slot, shownName(*plan.replaces));
+  Words words = translatedWith("Slot {} already holds the token \"{}\"", plan.slot,
+                               shownName(*plan.replaces));
   if (*plan.replaces != created_as) {
-    words += fmt::format(", which was created as \"{}\"", shownName(created_as));
+    words += translatedWith(", which was created as \"{}\"", shownName(created_as));
   }
   return {Next::confirm, words, plan.slot};
 }
@@ -101,20 +148,20 @@ Result<TokenStore::Plan> placeFor(const SoftTokenInfo& token, const Slots& slots
     if (slots.tokens[slot]->originalDescription() != name) continue;
     plan = {static_cast<std::int32_t>(slot), slots.tokens[slot]->currentDescription().value_or("")};
   }
-  constexpr const char* task = "The token could not be stored";
   if (const auto unreadable = slots.firstUnreadable(count)) {
     const bool in_its_place = !plan.replaces && *unreadable == count;
     if (in_its_place || slots.recordsBehind(*unreadable) > 0) {
-      return tl::unexpected(inTheWay(task, *slots.obstacle()));
+      return tl::unexpected(inTheWay(Undone::stored, *slots.obstacle()));
     }
   }
   if (plan.replaces) return plan;
   if (count == slots.states.size()) {
-    return tl::unexpected(Problem{Next::make_room, "All 32 slots hold tokens; delete one first"});
+    return tl::unexpected(
+        Problem{Next::make_room, translated("All 32 slots hold tokens; delete one first")});
   }
   for (std::size_t slot = count; slot < slots.states.size(); ++slot) {
     if (slots.tokens[slot] != nullptr && slots.tokens[slot]->originalDescription() == name) {
-      return tl::unexpected(inTheWay(task, *slots.obstacle()));
+      return tl::unexpected(inTheWay(Undone::stored, *slots.obstacle()));
     }
   }
   return plan;
@@ -254,7 +301,7 @@ Result<Slots> clearRepeated(vaneinterface& gateway, const Recording& recording, 
   if (after && !isDeleted(second, before, *after)) {
     return tl::unexpected(recording.failedChange() && !recording.refused()
                               ? keychainProblem(*recording.failedChange())
-                              : cutShort("changed"));
+                              : cutShort(Undone::changed));
   }
   return after;
 }
@@ -412,29 +459,29 @@ Result<TokenStore::Added> TokenStore::store(const SoftTokenInfo& token, SameName
   if (!known && !enrolled_at_.forget(name) && !server) {
     return tl::unexpected(Problem{
         Next::check_keychain,
-        fmt::format("Cannot change the user defaults; check that {} can be read and written",
-                    configFolder())});
+        translatedWith("Cannot change the user defaults; check that {} can be read and written",
+                       configFolder())});
   }
   Added added{vane::slot_of_same_name, std::nullopt};
   if (server) {
     static_cast<void>(vane::WriteToken(&added.slot, token));
   } else if (auto refused = vane::NewToken(token, &added.response, &added.slot, false)) {
-    return tl::unexpected(Problem{Next::other_input, std::move(*refused)});
+    return tl::unexpected(Problem{Next::other_input, translated(*refused)});
   }
-  if (recording.refused()) return tl::unexpected(cutShort("stored"));
+  if (recording.refused()) return tl::unexpected(cutShort(Undone::stored));
   if (recording.failedChange()) return tl::unexpected(keychainProblem(*recording.failedChange()));
-  if (added.slot != plan->slot) return tl::unexpected(cutShort("stored"));
-  if (!recording.hasSaved()) return tl::unexpected(Problem{Next::other_input, cannot_be_sealed});
+  if (added.slot != plan->slot) return tl::unexpected(cutShort(Undone::stored));
+  if (!recording.hasSaved()) return tl::unexpected(cannotBeSealed());
   vane::clearIdentityCache();
   std::unique_ptr<SoftTokenInfo> stored;
   static_cast<void>(vane::ReadToken(static_cast<std::uint32_t>(added.slot), &stored));
   if (recording.lastLoad().status != KeychainStatus::ok) {
     return tl::unexpected(recording.lastLoad().words.empty()
-                              ? cutShort("stored")
+                              ? cutShort(Undone::stored)
                               : keychainProblem(recording.lastLoad()));
   }
   if (stored == nullptr || stored->description != token.description) {
-    return tl::unexpected(Problem{Next::other_input, cannot_be_sealed});
+    return tl::unexpected(cannotBeSealed());
   }
   return finish(change, recording).map([&] {
     if (server && !server->empty()) enrolled_at_.note(*server, name);
@@ -487,7 +534,7 @@ Result<void> TokenStore::rename(std::span<const Rename> renames) {
       const auto slot = static_cast<std::size_t>(wanted.slot);
       if (wanted.slot < 0 || slot >= slots->count() || wanted.seen == nullptr ||
           !isSameToken(*slots->tokens[slot], *wanted.seen)) {
-        return tl::unexpected(changedMeanwhile("renamed"));
+        return tl::unexpected(changedMeanwhile(Undone::renamed));
       }
       SoftTokenInfo& token = *slots->tokens[slot];
       if (token.currentDescription() == wanted.name) continue;
@@ -496,7 +543,8 @@ Result<void> TokenStore::rename(std::span<const Rename> renames) {
       if (token.description == before) {
         if (wanted.name.find_first_not_of('|') != std::string::npos) continue;
         return tl::unexpected(Problem{
-            Next::other_input, "The new name is empty; enter at least one character other than |"});
+            Next::other_input,
+            translated("The new name is empty; enter at least one character other than |")});
       }
       if (auto problem = problemWithNewName(token)) return tl::unexpected(std::move(*problem));
       changed.push_back(wanted.slot);
@@ -510,7 +558,7 @@ Result<void> TokenStore::rename(std::span<const Rename> renames) {
         return tl::unexpected(keychainProblem(*recording.failedChange()));
       }
       const auto& renamed = *slots->tokens[static_cast<std::size_t>(slot)];
-      if (!written || !isStored(renamed, slot)) return tl::unexpected(cutShort("renamed"));
+      if (!written || !isStored(renamed, slot)) return tl::unexpected(cutShort(Undone::renamed));
     }
     Selection renamed_slots{};
     for (const std::int32_t slot : changed) renamed_slots[static_cast<std::size_t>(slot)] = 1;
@@ -527,7 +575,7 @@ Result<void> TokenStore::move(std::int32_t from, std::int32_t to, const StoredTo
     Recording recording(gateway_);
     auto slots = lookAtSlots(gateway_, recording, LookLog::off);
     if (!slots) return tl::unexpected(slots.error());
-    if (!isOrderAsSeen(from, to, seen, *slots)) return tl::unexpected(changedMeanwhile("moved"));
+    if (!isOrderAsSeen(from, to, seen, *slots)) return tl::unexpected(changedMeanwhile(Undone::moved));
 
     slots = clearRepeated(gateway_, recording, std::move(*slots));
     if (!slots) return tl::unexpected(slots.error());
@@ -544,7 +592,7 @@ Result<void> TokenStore::move(std::int32_t from, std::int32_t to, const StoredTo
     if (!has_spare && !keychain_.keepsChangesTogether()) {
       return tl::unexpected(
           count < slots->states.size()
-              ? inTheWay("The token could not be moved", *slots->obstacle())
+              ? inTheWay(Undone::moved, *slots->obstacle())
               : Problem{Next::make_room,
                         "Moving a token needs an empty slot, and all 32 hold tokens; delete one "
                         "first"});
@@ -556,7 +604,7 @@ Result<void> TokenStore::move(std::int32_t from, std::int32_t to, const StoredTo
         return keychainProblem(*recording.failedChange());
       }
       return has_moved ? Problem{Next::try_again, "The keychain gave contradictory answers"}
-                       : cutShort("moved");
+                       : cutShort(Undone::moved);
     };
     const auto write = [&](std::int32_t slot, const SoftTokenInfo& token) -> Result<void> {
       const bool written = vane::WriteToken(&slot, token);
@@ -596,7 +644,8 @@ Result<void> TokenStore::remove(const Selection& selected, const StoredTokens& s
     const Recording recording(gateway_);
     const auto before = lookAtSlots(gateway_, recording, LookLog::off);
     if (!before) return tl::unexpected(before.error());
-    if (!isAsSeen(selected, seen, *before)) return tl::unexpected(changedMeanwhile("deleted"));
+    if (!isAsSeen(selected, seen, *before))
+      return tl::unexpected(changedMeanwhile(Undone::deleted));
     Selection leaving = selected;
     const Selection second = repeated(*before, selected);
     for (std::size_t slot = 0; slot < leaving.size(); ++slot) leaving[slot] |= second[slot];
@@ -606,7 +655,7 @@ Result<void> TokenStore::remove(const Selection& selected, const StoredTokens& s
     if (!isDeleted(leaving, *before, *after)) {
       return tl::unexpected(recording.failedChange() && !recording.refused()
                                 ? keychainProblem(*recording.failedChange())
-                                : cutShort("deleted"));
+                                : cutShort(Undone::deleted));
     }
     return finish(change, recording).map([&] {
       // What stays noted does no harm: a token that is added under the name forgets it.

@@ -22,6 +22,7 @@
 #include "engine/vane.h"
 #include "platform/qr_image.h"
 #include "store/name_search.h"
+#include "platform/translation.h"
 #include "store/new_token.h"
 #include "store/stored_tokens.h"
 #include "ui/desktop/item_place.h"
@@ -30,6 +31,7 @@
 #include "ui/kit/alert.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/soft_token_window.h"
 #include "ui/start.h"
 #include "ui/views/add_view.h"
@@ -143,7 +145,7 @@ void SoftTokenOSXAppDelegate::promptForLoginItem() {
       break;
   }
   switch (Alert::ask(panel_.alertSite(),
-                     QString::fromStdString(ini.StrStartupAdd) + QLatin1Char('?'))) {
+                     QString::fromStdString(translatedWith("{}?", ini.StrStartupAdd)))) {
     case Alert::Result::alternate_return:
       vane::log("APP: add to login items?  YES");
       parts_.make_login_item()->setLaunchAtLogin(true);
@@ -419,7 +421,7 @@ void SoftTokenOSXAppDelegate::takeDropped(const QMimeData& content) {
       importImage(file);
     } else {
       simpleMessageBox(
-          QStringLiteral("Drop an otpauth:// link here, or an image of its QR code (PNG or JPEG)"));
+          uiText("Drop an otpauth:// link here, or an image of its QR code (PNG or JPEG)"));
     }
   });
 }
@@ -427,8 +429,8 @@ void SoftTokenOSXAppDelegate::takeDropped(const QMimeData& content) {
 bool SoftTokenOSXAppDelegate::mayAddTokens() {
   if (ini.bAllowManual) return true;
   simpleMessageBox(
-      QStringLiteral("You cannot add tokens this way: the setting AllowManual is off. Ask your "
-                     "administrator how to get a token"));
+      uiText("You cannot add tokens this way: the setting AllowManual is off. Ask your "
+             "administrator how to get a token"));
   return false;
 }
 

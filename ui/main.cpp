@@ -3,7 +3,9 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QFileOpenEvent>
+#include <QLibraryInfo>
 #include <QTimer>
+#include <QTranslator>
 #include <QUrl>
 
 #include <chrono>
@@ -29,6 +31,7 @@
 #include "platform/keychains.h"
 #include "platform/login_item.h"
 #include "platform/running_program.h"
+#include "platform/translation.h"
 #include "platform/url_loading.h"
 #include "platform/user_defaults.h"
 #include "store/problem.h"
@@ -45,6 +48,7 @@
 #include "ui/desktop/tray.h"
 #include "ui/kit/product.h"
 #include "ui/kit/style.h"
+#include "ui/kit/ui_text.h"
 #include "ui/start.h"
 #include "ui/wait/background_thread.h"
 #include "ui/wait/keychain_in_background.h"
@@ -102,11 +106,12 @@ int fail(const std::string& error) {
 int handOver(const InstanceChannel& channel, const QString& request) {
   if (!channel.error().empty()) return fail(channel.error());
   if (channel.send(request)) return 0;
-  return fail("Already running, but not responding; end the program and start it again");
+  return fail(
+      translated("Already running, but not responding; end the program and start it again"));
 }
 
 Tray::Texts menuTexts(const Ini& ini) {
-  return {QString::fromStdString(ini.StrMenuOpen), QStringLiteral("Close"),
+  return {QString::fromStdString(ini.StrMenuOpen), uiText("Close"),
           QString::fromStdString(ini.StrMenuAdd), QString::fromStdString(ini.StrButtonHelp),
           QString::fromStdString(ini.StrMenuExit)};
 }
@@ -163,6 +168,14 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
   QGuiApplication::setDesktopFileName(QStringLiteral("softtoken"));
   QApplication::setQuitOnLastWindowClosed(false);
   applyLook();
+  // The toolkit's own texts, such as the menus of fields, where they are installed.
+  QTranslator toolkit;
+  if (const std::string language(userLanguage());
+      !language.empty() &&
+      toolkit.load(QStringLiteral("qtbase_") + QString::fromStdString(language),
+                   QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+    QApplication::installTranslator(&toolkit);
+  }
 
   const auto defaults = systemUserDefaults();
   const auto identifiers = systemDeviceIdentifiers();
@@ -224,7 +237,7 @@ int stay(int argc, char** argv, const StartOptions& options, InstanceChannel& ch
 
   application.opened = [&delegate](const QString& link) { delegate.importLink(link); };
   application.ranOutOfMemory = [&delegate] {
-    delegate.simpleMessageBox(QLatin1String(not_enough_memory));
+    delegate.simpleMessageBox(uiText(not_enough_memory));
   };
   std::unique_ptr<DesktopSearch> search;
   channel.received = [&delegate](const QString& what) { delegate.perform(what); };

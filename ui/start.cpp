@@ -3,34 +3,33 @@
 #include <QCommandLineParser>
 #include <QStringList>
 
+#include "platform/translation.h"
 #include "ui/kit/product.h"
+#include "ui/kit/ui_text.h"
 
 namespace talvane {
 StartOptions readOptions(int argc, char** argv) {
   QStringList arguments;
   for (int i = 0; i < argc; ++i) arguments.append(QString::fromLocal8Bit(argv[i]));
   QCommandLineParser parser;
-  parser.setApplicationDescription(QStringLiteral(
-      "Shows your one-time passcodes from the status area. If the program is already "
-      "running, a second\nstart opens or closes its panel."));
-  const QCommandLineOption toggle(QStringLiteral("toggle"),
-                                  QStringLiteral("Open or close the panel."));
+  parser.setApplicationDescription(
+      uiText("Shows your one-time passcodes from the status area. If the program is already "
+             "running, a second\nstart opens or closes its panel."));
+  const QCommandLineOption toggle(QStringLiteral("toggle"), uiText("Open or close the panel."));
   const QCommandLineOption background(
       QStringLiteral("background"),
-      QStringLiteral("Only serve the desktop's search, until another start."));
-  const QCommandLineOption quit(QStringLiteral("quit"),
-                                QStringLiteral("Quit the running program."));
-  const QCommandLineOption quiet(
-      QStringLiteral("no-console-log"),
-      QStringLiteral("Do not write the log to standard error; it holds seeds."));
+      uiText("Only serve the desktop's search, until another start."));
+  const QCommandLineOption quit(QStringLiteral("quit"), uiText("Quit the running program."));
+  const QCommandLineOption quiet(QStringLiteral("no-console-log"),
+                                 uiText("Do not write the log to standard error; it holds seeds."));
   const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
-                                   QStringLiteral("Print the version and exit."));
+                                   uiText("Print the version and exit."));
   const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                QStringLiteral("Print this help and exit."));
+                                uiText("Print this help and exit."));
   parser.addOptions({toggle, background, quit, quiet, version, help});
-  parser.addPositionalArgument(
-      QStringLiteral("link"), QStringLiteral("An otpauth:// link to add as a token, after asking."),
-      QStringLiteral("[link]"));
+  parser.addPositionalArgument(QStringLiteral("link"),
+                               uiText("An otpauth:// link to add as a token, after asking."),
+                               QStringLiteral("[link]"));
   StartOptions options;
   const bool parsed = parser.parse(arguments);
   const QStringList links = parser.positionalArguments();
@@ -40,14 +39,14 @@ StartOptions readOptions(int argc, char** argv) {
     options.failed = true;
     options.output =
         "softtoken: " +
-        (parsed ? std::string("Give only one of --toggle, --background, --quit and a link")
+        (parsed ? translated("Give only one of --toggle, --background, --quit and a link")
                 : parser.errorText().toStdString()) +
-        "; see `softtoken --help`\n";
+        translated("; see `softtoken --help`") + "\n";
     return options;
   }
   if (parser.isSet(help)) {
     const std::string text = parser.helpText().toStdString();
-    options.output = "Usage: softtoken [options] [link]" + text.substr(text.find('\n'));
+    options.output = translated("Usage: softtoken [options] [link]") + text.substr(text.find('\n'));
   }
   if (parser.isSet(version)) {
     options.output = std::string("softtoken ") + product::version + "\n";

@@ -60,6 +60,12 @@ std::string bundleFolder() {
   return isFolder(shared) ? shared : executable;
 }
 
+std::string localeFolder() {
+  const std::string executable = executableFolder();
+  if (executable.empty()) return {};
+  return executable.substr(0, executable.find_last_of('/')) + "/share/locale";
+}
+
 std::string moduleFolder() {
   const std::string executable = executableFolder();
   if (executable.empty()) return {};

@@ -11,6 +11,7 @@
 #include "platform/keychains.h"
 #include "platform/linux/vault/keychain.h"
 #include "platform/modules.h"
+#include "platform/translation.h"
 #include "platform/unavailable_keychain.h"
 
 namespace talvane {
@@ -26,8 +27,9 @@ std::unique_ptr<KeychainService> makeSecretService() {
       reinterpret_cast<Factory>(moduleFunction(secret_service, "softtoken_make_keychain", &error));
   if (factory == nullptr) {
     return std::make_unique<UnavailableKeychain>(
-        "Secret Service", "Cannot load the module for the Secret Service (" + error +
-                              "); reinstall the program, with libsecret");
+        "Secret Service", translatedWith("Cannot load the module for the Secret Service ({}); "
+                                         "reinstall the program, with libsecret",
+                                         error));
   }
   return std::unique_ptr<KeychainService>(factory());
 }

@@ -76,6 +76,10 @@ std::string bundleFolder() {
   return path.empty() ? executableFolder() : path;
 }
 
+std::string localeFolder() {
+  return {};
+}
+
 std::string moduleFolder() {
   if (const CFBundleRef bundle = CFBundleGetMainBundle()) {
     const Owned<CFURLRef> url(CFBundleCopyBuiltInPlugInsURL(bundle));

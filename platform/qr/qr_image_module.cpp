@@ -16,6 +16,7 @@
 #include "platform/qr/image_cost.h"
 #include "platform/qr_image.h"
 #include "platform/regular_file.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -55,17 +56,19 @@ std::vector<std::string> qrTexts(const GreyImage& grey) {
 void read(const std::string& path, QrImage* result) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {
-    result->error = "There is no file " + path + "; give an otpauth:// URL or an image file";
+    result->error =
+        translatedWith("There is no file {}; give an otpauth:// URL or an image file", path);
     return;
   }
-  const std::string too_large = path + " is too large an image; crop it to the QR code";
+  const std::string too_large =
+      translatedWith("{} is too large an image; crop it to the QR code", path);
   if (status.st_size > most_bytes) {
     result->error = too_large;
     return;
   }
   std::string bytes;
   if (readRegularFile(path, &bytes) != 0) {
-    result->error = "Cannot read " + path + " as an image; use a PNG or JPEG file";
+    result->error = translatedWith("Cannot read {} as an image; use a PNG or JPEG file", path);
     return;
   }
   const std::span file(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
@@ -76,18 +79,19 @@ void read(const std::string& path, QrImage* result) {
   }
   auto grey = decodeImage(file);
   if (!grey) {
-    result->error = path + " is not a readable PNG or JPEG image; use another file";
+    result->error =
+        translatedWith("{} is not a readable PNG or JPEG image; use another file", path);
     return;
   }
   std::string().swap(bytes);
   std::vector<std::string> texts = qrTexts(reduced(std::move(*grey), most_searched_pixels));
   if (texts.empty()) {
-    result->error = "No QR code found in " + path + "; use a sharper or larger image";
+    result->error = translatedWith("No QR code found in {}; use a sharper or larger image", path);
   } else if (texts.size() > 1) {
-    result->error = path + " has several QR codes; crop it to the one you want";
+    result->error = translatedWith("{} has several QR codes; crop it to the one you want", path);
   } else if (!isUtf8(texts.front())) {
-    result->error =
-        "The QR code in " + path + " holds no text; use one that holds an otpauth:// URL";
+    result->error = translatedWith(
+        "The QR code in {} holds no text; use one that holds an otpauth:// URL", path);
   } else {
     result->text = texts.front();
   }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -11,6 +12,7 @@ namespace talvane::test {
 /// Runs the tests. With the option --suite=NAME, those of the file NAME_test.cpp alone, and fails
 /// when there are none. After InitGoogleTest, which takes its own options out.
 inline int runTests(int argc, char** argv) {
+  setenv("LC_ALL", "C", 1);  // whatever language the developer speaks
   constexpr std::string_view option = "--suite=";
   std::string_view suite;
   for (int i = 1; i < argc; ++i) {

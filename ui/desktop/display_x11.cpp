@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "platform/translation.h"
 #include "ui/desktop/display.h"
 
 namespace talvane {
@@ -25,14 +26,15 @@ bool displayAnswers() {
 
 std::string prepareDisplay() {
   if (isSet("QT_QPA_PLATFORM")) return {};
-  const std::string advice = "; without a desktop, use softtoken-cli";
   if (!isSet("DISPLAY")) {
-    return isSet("WAYLAND_DISPLAY") ? std::string() : "No display found" + advice;
+    if (isSet("WAYLAND_DISPLAY")) return {};
+    return translated("No display found; without a desktop, use softtoken-cli");
   }
   // The panel must choose its position, which only X11 allows.
   setenv("QT_QPA_PLATFORM", "xcb", 1);
   if (!displayAnswers()) {
-    return "Cannot open the display " + std::string(std::getenv("DISPLAY")) + advice;
+    return translatedWith("Cannot open the display {}; without a desktop, use softtoken-cli",
+                          std::getenv("DISPLAY"));
   }
   return {};
 }

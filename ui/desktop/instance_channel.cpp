@@ -26,6 +26,7 @@
 #include "platform/own_files.h"
 #include "platform/peer.h"
 #include "platform/running_program.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -133,13 +134,14 @@ bool InstanceChannel::becomeFirst() {
   error_ = makeOwnFolder(runtimeFolder());
   if (!error_.empty()) return false;
   if (!addressOf(socket_path_, &address)) {
-    error_ = "The path " + socket_path_ + " is too long; set XDG_RUNTIME_DIR to a shorter one";
+    error_ = translatedWith("The path {} is too long; set XDG_RUNTIME_DIR to a shorter one",
+                            socket_path_);
     return false;
   }
   FileDescriptor lock(open(lock_path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (!lock.isOpen()) {
-    error_ = "Cannot open " + lock_path_ + " (" + std::strerror(errno) +
-             "); check what it is and who owns it";
+    error_ = translatedWith("Cannot open {} ({}); check what it is and who owns it", lock_path_,
+                            std::strerror(errno));
     return false;
   }
   if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) return false;

@@ -18,6 +18,7 @@
 #include "ui/kit/frame.h"
 #include "ui/kit/icns.h"
 #include "ui/kit/look.h"
+#include "ui/kit/ui_text.h"
 
 namespace talvane {
 namespace {
@@ -30,7 +31,7 @@ QPointer<QMessageBox>& openAlert() {
 class AlertBox final : public QMessageBox {
  public:
   AlertBox(const AlertSite& site, const QString& text);
-  QPushButton* add(const char* text, ButtonRole role);
+  QPushButton* add(const QString& text, ButtonRole role);
 
  protected:
   void showEvent(QShowEvent* event) override;
@@ -70,8 +71,8 @@ AlertBox::AlertBox(const AlertSite& site, const QString& text)
   setAttribute(Qt::WA_MacAlwaysShowToolWindow);
 }
 
-QPushButton* AlertBox::add(const char* text, ButtonRole role) {
-  auto* button = new AlertButton(QLatin1String(text));
+QPushButton* AlertBox::add(const QString& text, ButtonRole role) {
+  auto* button = new AlertButton(text);
   addButton(button, role);
   return button;
 }
@@ -109,8 +110,8 @@ void run(QMessageBox& box) {
 
 Alert::Result Alert::ask(const AlertSite& site, const QString& text) {
   AlertBox box(site, text);
-  QPushButton* yes = box.add("YES", AlertBox::AcceptRole);
-  QPushButton* no = box.add("NO", AlertBox::RejectRole);
+  QPushButton* yes = box.add(uiText("YES"), AlertBox::AcceptRole);
+  QPushButton* no = box.add(uiText("NO"), AlertBox::RejectRole);
   box.setDefaultButton(no);
   box.setEscapeButton(no);
   if (yes_delay > std::chrono::milliseconds::zero()) {
@@ -124,7 +125,7 @@ Alert::Result Alert::ask(const AlertSite& site, const QString& text) {
 
 void Alert::tell(const AlertSite& site, const QString& text) {
   AlertBox box(site, text);
-  QPushButton* ok = box.add("OK", AlertBox::AcceptRole);
+  QPushButton* ok = box.add(uiText("OK"), AlertBox::AcceptRole);
   box.setDefaultButton(ok);
   box.setEscapeButton(ok);
   run(box);

@@ -24,6 +24,7 @@
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/frame.h"
 #include "ui/kit/look.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/roll.h"
 #include "ui/panel/screens.h"
@@ -51,8 +52,8 @@ class While {
 CloseButton* makeCloseButton(QWidget* parent) {
   auto* button = new CloseButton(parent);
   button->setObjectName(QStringLiteral("close"));
-  button->setAccessibleName(QStringLiteral("Close"));
-  button->setToolTip(QStringLiteral("Close"));
+  button->setAccessibleName(uiText("Close"));
+  button->setToolTip(uiText("Close"));
   button->hide();
   return button;
 }

@@ -3,6 +3,7 @@
 #include <QPoint>
 #include <QScrollBar>
 
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel_geometry.h"
 
 namespace talvane {
@@ -15,7 +16,7 @@ constexpr int points_a_step = 24;  // the wheel turns three
 QScrollBar* makeBar(QWidget* parent) {
   auto* bar = new QScrollBar(Qt::Vertical, parent);
   bar->setObjectName(QStringLiteral("scrollbar"));
-  bar->setAccessibleName(QStringLiteral("Scroll"));
+  bar->setAccessibleName(uiText("Scroll"));
   bar->setSingleStep(points_a_step);
   bar->setStyleSheet(QStringLiteral(
       "QScrollBar { background: transparent; width: 6px; margin: 0; }"

@@ -7,6 +7,7 @@
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "platform/translation.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {
@@ -14,10 +15,10 @@ namespace talvane {
 namespace {
 
 std::string wordsFor(const Obstacle& obstacle) {
-  return obstacle.words + "; " +
-         (obstacle.kind == Obstacle::Kind::gap
-              ? "close the gap in Edit"
-              : obstacle.repair + ", or delete it in Edit and add the token again");
+  return obstacle.kind == Obstacle::Kind::gap
+             ? translatedWith("{}; close the gap in Edit", obstacle.words)
+             : translatedWith("{}; {}, or delete it in Edit and add the token again",
+                              obstacle.words, obstacle.repair);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ui/kit/frame.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/soft_token_window.h"
 #include "ui/wait/wait.h"
@@ -70,6 +71,7 @@ class View {
   template <typename Form>
   void load(Form& form) {
     form.setupUi(window_->contentView());
+    translateForm(*window_->contentView());
     window_->setContentView(window_->contentView());  // in the window's size, not the form's
   }
 

@@ -7,6 +7,7 @@
 #include "ui/kit/frame.h"
 #include "ui/kit/look.h"
 #include "ui/kit/text_label.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel_background.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/soft_token_window.h"
@@ -25,7 +26,7 @@ WaitSign::WaitSign(const std::function<void()>& leave)
   text_->setGeometry(rectangle(withoutBands({0, 0, panel_width, height()})));
   close_ = new CloseButton(background);
   close_->setObjectName(QStringLiteral("waitclose"));
-  close_->setAccessibleName(QStringLiteral("Close"));
+  close_->setAccessibleName(uiText("Close"));
   close_->setToolTip(close_->accessibleName());
   close_->setGeometry(rectangle(close_button_frame));
   QObject::connect(close_, &QAbstractButton::clicked, &window_, leave);

@@ -16,8 +16,10 @@
 #include "platform/login_items_list.h"
 #include "platform/shortcut.h"
 #include "ui/desktop/shortcut_choice.h"
+#include "platform/translation.h"
 #include "ui/kit/buttons.h"
 #include "ui/kit/product.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
@@ -151,7 +153,7 @@ void HelpView::hv_manageclicked() {
   vane::log("HV : manageclicked: begin");
   const std::string address = ini_.tidyEnrolURL();
   if (address.empty()) {
-    shell_.simpleMessageBox(QStringLiteral("No enrol URL configured"));
+    shell_.simpleMessageBox(uiText("No enrol URL configured"));
   } else {
     openPage(address);
   }
@@ -163,17 +165,18 @@ void HelpView::openPage(const std::string& address) {
   if (isWebAddress(address)) {
     parts_.open_url(QString::fromStdString(address));
   } else {
-    shell_.simpleMessageBox(QString::fromStdString(
-        "The address \"" + shownName(address) +
-        "\" is not opened, because it does not begin with http:// or https://; ask your "
-        "administrator to correct the settings"));
+    shell_.simpleMessageBox(QString::fromStdString(translatedWith(
+        "The address \"{}\" is not opened, because it does not begin with http:// or https://; ask "
+        "your administrator to correct the settings",
+        shownName(address))));
   }
 }
 
 void HelpView::hv_aboutclicked() {
   vane::log("HV : aboutclicked: begin");
-  shell_.simpleMessageBox(QStringLiteral("Version %1\n\n%2\n\n%3")
-                              .arg(QLatin1String(product::version), QLatin1String(product::maker),
+  const std::string version = translatedWith("Version {}", product::version);
+  shell_.simpleMessageBox(QStringLiteral("%1\n\n%2\n\n%3")
+                              .arg(QString::fromStdString(version), uiText(product::maker),
                                    QLatin1String(product::address)));
   vane::log("HV : aboutclicked: end");
 }

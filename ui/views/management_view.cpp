@@ -12,12 +12,14 @@
 #include "config/ini.h"
 #include "engine/soft_token_info.h"
 #include "engine/vane.h"
+#include "platform/translation.h"
 #include "store/stored_tokens.h"
 #include "store/token_store.h"
 #include "ui/kit/alert.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/look.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
@@ -94,7 +96,7 @@ void ManagementView::addRow(int index) {
   field->setText(name);
   field->setGeometry(rectangle(managementFieldFrame(index)));
   field->setAlignment(Qt::AlignCenter);
-  field->setAccessibleName(QStringLiteral("Description: ") + name);
+  field->setAccessibleName(uiText("Description: ") + name);
   field->setCursorPosition(0);
   QObject::connect(field, &QLineEdit::textEdited, window(), [this] { save_failed_ = false; });
   cvdesc.push_back(field);
@@ -120,11 +122,9 @@ void ManagementView::addResponseButton(int index, const QString& name) {
 
 // What hides tokens has no name, but can be deleted.
 void ManagementView::addObstacleRow(int index, const Obstacle& obstacle) {
-  const QString name =
-      QStringLiteral("Slot %1: %2")
-          .arg(obstacle.slot)
-          .arg(obstacle.kind == Obstacle::Kind::gap ? QStringLiteral("empty")
-                                                    : QStringLiteral("unreadable"));
+  const QString name = QString::fromStdString(
+      obstacle.kind == Obstacle::Kind::gap ? translatedWith("Slot {}: empty", obstacle.slot)
+                                           : translatedWith("Slot {}: unreadable", obstacle.slot));
   cvobstacle = new PanelField(cvview);
   cvobstacle->setObjectName(QStringLiteral("cvobstacle"));
   cvobstacle->setText(name);

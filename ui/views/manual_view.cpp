@@ -113,7 +113,7 @@ void ManualView::createToken() {
 }
 
 void ManualView::refuse(const Problem& problem) {
-  vane::log("MV : okclicked: NewToken returned error: {}", problem.words);
+  vane::log("MV : okclicked: NewToken returned error: {}", problem.words.english());
   shell_.simpleMessageBox(QString::fromStdString(problem.words));
 }
 

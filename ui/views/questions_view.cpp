@@ -17,6 +17,7 @@
 #include "enrol/enrol_layout.h"
 #include "enrol/pin_rules.h"
 #include "enrol/ta_enrol_client.h"
+#include "platform/translation.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
 #include "ui/panel/panel.h"
@@ -130,7 +131,7 @@ void QuestionsView::fillMenu(std::size_t index,
   QLineEdit* answer = answers()[index];
   menu->clear();
   forget(*answer);
-  answer->setAccessibleName(QStringLiteral("Answer %1").arg(index + 1));
+  answer->setAccessibleName(QString::fromStdString(translatedWith("Answer {}", index + 1)));
   menu->setAccessibleName(form_.evgi_questionlabel->text() + QStringLiteral(" %1").arg(index + 1));
   if (!titles) return;
   for (const std::string& title : *titles) {

@@ -25,6 +25,7 @@
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/frame.h"
 #include "ui/kit/look.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
@@ -254,7 +255,7 @@ void TokenView::addTokenRow(int index) {
 void TokenView::startCountdown() {
   tvcountdown =
       named(new Countdown(countdownFrame(panel_.tokens().count()), tvview), "tvcountdown");
-  tvcountdown->setAccessibleName(QStringLiteral("Time left"));
+  tvcountdown->setAccessibleName(uiText("Time left"));
   const bool all_60 = vane::bAllTokensArePeriod60(panel_.tokens().stored().list);
   vane::log("TV : init: bAllTokensArePeriod60:{}", all_60 ? 1 : 0);
   tvcountdown->setPeriod(all_60 ? 60 : 30);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/keychain_service.h"
+#include "platform/translation.h"
 #include "ui/wait/background_thread.h"
 #include "ui/wait/wait.h"
 
@@ -111,7 +112,7 @@ KeychainStatus KeychainInBackground::remove(const std::string& service,
 }
 
 std::string KeychainInBackground::message(KeychainStatus status) {
-  if (thread_.isBusy()) return "The keychain has not answered; try again";
+  if (thread_.isBusy()) return marked("The keychain has not answered; try again");
   return keychain_.message(status);
 }
 

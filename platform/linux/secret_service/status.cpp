@@ -1,11 +1,14 @@
 #include "platform/linux/secret_service/status.h"
 
+#include <fmt/core.h>
+
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "platform/keychain_service.h"
 #include "platform/linux/secret_service/handles.h"
+#include "platform/translation.h"
 
 namespace talvane::secret_service {
 namespace {
@@ -68,10 +71,6 @@ std::string wordsOf(const GError& error) {
   return words;
 }
 
-std::string inBrackets(const std::string& words) {
-  return words.empty() ? "" : " (" + words + ")";
-}
-
 }  // namespace
 
 Outcome outcomeOf(const GError& error) {
@@ -96,39 +95,54 @@ Outcome failure(std::string words) {
 std::string messageOf(KeychainStatus status, const std::string& words) {
   switch (status) {
     case KeychainStatus::ok:
-      return "The keychain works; there is nothing to do";
+      return marked("The keychain works; there is nothing to do");
     case KeychainStatus::item_not_found:
-      return "The keychain has no such item; add the token again if it should be there";
+      return marked("The keychain has no such item; add the token again if it should be there");
     case KeychainStatus::duplicate_item:
-      return "The keychain already has such an item; delete it first, or keep it";
+      return marked("The keychain already has such an item; delete it first, or keep it");
     case KeychainStatus::interaction_not_allowed:
-      return "The keychain is locked; unlock it, for example in the desktop's password manager, "
-             "and "
-             "try again";
+      return marked(
+          "The keychain is locked; unlock it, for example in the desktop's password "
+          "manager, and try again");
     case KeychainStatus::not_available:
-      return "No Secret Service on the session bus" + inBrackets(words) +
-             "; log in to the desktop, or start a keychain service such as GNOME Keyring, and try "
-             "again";
+      if (words.empty()) {
+        return marked(
+            "No Secret Service on the session bus; log in to the desktop, or start a keychain "
+            "service such as GNOME Keyring, and try again");
+      }
+      return fmt::format(
+          marked("No Secret Service on the session bus ({}); log in to the desktop, or start a "
+                 "keychain service such as GNOME Keyring, and try again"),
+          words);
     case KeychainStatus::no_default_keychain:
-      return "The Secret Service has no default keychain; create one in the desktop's password "
-             "manager and try again";
+      return marked(
+          "The Secret Service has no default keychain; create one in the desktop's password "
+          "manager and try again");
     case KeychainStatus::cannot_decode:
-      return "The item in the keychain is damaged; restore it from a backup, or delete it and add "
-             "the token again";
+      return marked(
+          "The item in the keychain is damaged; restore it from a backup, or delete it and add "
+          "the token again");
     case KeychainStatus::not_responding:
-      return "The keychain did not answer within two seconds; try again in a moment, and restart "
-             "the keychain service if that does not help";
+      return marked(
+          "The keychain did not answer within two seconds; try again in a moment, and restart "
+          "the keychain service if that does not help");
     case KeychainStatus::disk_full:
-      return "The disk is full and the item was not stored; free some space and try again";
+      return marked("The disk is full and the item was not stored; free some space and try again");
     case KeychainStatus::write_permission:
-      return "The keychain is read-only; choose another default keychain and try again";
+      return marked("The keychain is read-only; choose another default keychain and try again");
     case KeychainStatus::invalid_keychain:
-      return "The keychain is damaged; restore it from a backup and try again";
+      return marked("The keychain is damaged; restore it from a backup and try again");
     case KeychainStatus::io_error:
       break;
   }
-  return "The keychain reported an error" + inBrackets(words) +
-         "; try again, and restart the keychain service if that does not help";
+  if (words.empty()) {
+    return marked(
+        "The keychain reported an error; try again, and restart the keychain service if that does "
+        "not help");
+  }
+  return fmt::format(marked("The keychain reported an error ({}); try again, and restart the "
+                            "keychain service if that does not help"),
+                     words);
 }
 
 }  // namespace talvane::secret_service

@@ -22,6 +22,7 @@
 #include "platform/linux/vault/sealed_items.h"
 #include "platform/own_files.h"
 #include "platform/replace_file.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -29,21 +30,21 @@ namespace {
 // How a step ended. `words` is the sentence for the user; empty if the status says enough.
 struct [[nodiscard]] VaultOutcome {
   KeychainStatus status = KeychainStatus::ok;
-  std::string words = {};
+  Words words = {};
 
   [[nodiscard]] bool ok() const { return status == KeychainStatus::ok; }
 };
 
-VaultOutcome damaged(std::string words) {
+VaultOutcome damaged(Words words) {
   return {KeychainStatus::invalid_keychain, std::move(words)};
 }
 
 // What an errno means. `denied` is the status for missing permissions.
 VaultOutcome failed(const std::string& path, int error, KeychainStatus denied) {
   if (error == 0) return {};
-  std::string text = std::generic_category().message(error);
-  if (error == ELOOP) text = "it is a symbolic link, which is not followed";
-  if (error == EPERM) text = "it belongs to another user";
+  Words text = std::generic_category().message(error);
+  if (error == ELOOP) text = translated("it is a symbolic link, which is not followed");
+  if (error == EPERM) text = translated("it belongs to another user");
   switch (error) {
     case ENOSPC:
     case EDQUOT:
@@ -59,16 +60,19 @@ VaultOutcome failed(const std::string& path, int error, KeychainStatus denied) {
     case ENAMETOOLONG:
     case ENOTDIR:
       return {KeychainStatus::not_available,
-              "Cannot use " + path + " (" + text + "); check what it is and who owns it"};
+              translatedWith("Cannot use {} ({}); check what it is and who owns it", path, text)};
     default:
-      return {KeychainStatus::io_error,
-              "Cannot read or write " + path + " (" + text + "); check the disk and try again"};
+      return {
+          KeychainStatus::io_error,
+          translatedWith("Cannot read or write {} ({}); check the disk and try again", path, text)};
   }
 }
 
 VaultOutcome readingFailed(const std::string& path, int error) {
   if (error == ENOENT) return {KeychainStatus::item_not_found};
-  if (error == EINVAL) return damaged(path + " is not a keychain file; restore it from a backup");
+  if (error == EINVAL) {
+    return damaged(translatedWith("{} is not a keychain file; restore it from a backup", path));
+  }
   return failed(path, error, KeychainStatus::not_available);
 }
 
@@ -129,8 +133,10 @@ class VaultKeychain final : public KeychainService {
   }
 
   std::string message(KeychainStatus status) override {
-    if (status == last_.status && !last_.words.empty()) return last_.words;
-    return keychainWords("The keychain " + vault_, status);
+    if (status == last_.status && !last_.words.empty()) {
+      return last_.words.spoken();
+    }
+    return keychainWords(translatedWith("The keychain {}", vault_), status);
   }
 
   KeychainDescription describe() override {
@@ -150,8 +156,9 @@ class VaultKeychain final : public KeychainService {
   KeychainStatus beginChange() override {
     if (!change_) return finished(openChange(Missing::create));
     return finished({KeychainStatus::io_error,
-                     "The keychain " + vault_ +
-                         " is in the middle of another change; try again when it is done"});
+                     translatedWith("The keychain {} is in the middle of another change; try again "
+                                    "when it is done",
+                                    vault_)});
   }
 
   KeychainStatus endChange() override { return finished(closeChange()); }
@@ -188,9 +195,10 @@ class VaultKeychain final : public KeychainService {
                      : outcome.status != KeychainStatus::invalid_keychain) {
       return outcome;
     }
-    return damaged(key_ +
-                   " is damaged, and the keychain cannot be opened without it; restore the file "
-                   "from a backup");
+    return damaged(
+        translatedWith("{} is damaged, and the keychain cannot be opened without it; restore the "
+                       "file from a backup",
+                       key_));
   }
 
   // A vault that does not exist yet is empty.
@@ -201,21 +209,24 @@ class VaultKeychain final : public KeychainService {
     if (outcome.status == KeychainStatus::item_not_found) return {};
     if (!outcome.ok()) return outcome;
     if (!hasVaultHeader(file)) {
-      return damaged(vault_ +
-                     " is damaged, not a keychain, or from another version of this program, and "
-                     "nothing was changed; restore the file from a backup or move it away");
+      return damaged(
+          translatedWith("{} is damaged, not a keychain, or from another version of this program, "
+                         "and nothing was changed; restore the file from a backup or move it away",
+                         vault_));
     }
     outcome = readKey(&look->key);
     if (outcome.status == KeychainStatus::item_not_found) {
-      return damaged(key_ +
-                     " is missing, and the keychain cannot be opened without it; restore the file "
-                     "from a backup");
+      return damaged(
+          translatedWith("{} is missing, and the keychain cannot be opened without it; restore the "
+                         "file from a backup",
+                         key_));
     }
     if (!outcome.ok()) return outcome;
     if (!unseal(file, look->key, &look->packed)) {
-      return damaged("Cannot open " + vault_ + " with " + key_ +
-                     ": one of them is damaged, or they do not belong together; restore both from "
-                     "the same backup");
+      return damaged(
+          translatedWith("Cannot open {} with {}: one of them is damaged, or they do not belong "
+                         "together; restore both from the same backup",
+                         vault_, key_));
     }
     return unpackItems(look->packed, &look->items) ? VaultOutcome{} : damaged({});
   }
@@ -286,7 +297,8 @@ class VaultKeychain final : public KeychainService {
     const Bytes file = seal(packed, key);
     if (file.size() > largest_vault) {
       return {KeychainStatus::io_error,
-              "The secret is too large for the keychain " + vault_ + "; store a smaller one"};
+              translatedWith("The secret is too large for the keychain {}; store a smaller one",
+                             vault_)};
     }
     return writingFailed(vault_, putBytes(replaceFile, vault_, file));
   }
