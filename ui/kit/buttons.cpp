@@ -51,6 +51,17 @@ ButtonColours coloursOf(const QAbstractButton& button, PanelButton::Dress dress)
   return toolbarColours(button);
 }
 
+// A text that is too long for its button gets smaller letters before it is cut.
+QFont fittingFont(const QAbstractButton& button) {
+  constexpr int smallest = 10;
+  QFont font = button.font();
+  while (font.pixelSize() > smallest &&
+         QFontMetrics(font).horizontalAdvance(button.text()) > button.width() - 4) {
+    font.setPixelSize(font.pixelSize() - 1);
+  }
+  return font;
+}
+
 void drawButton(QAbstractButton& button, PanelButton::Dress dress) {
   const ButtonColours colours = coloursOf(button, dress);
   const qreal radius = dress == PanelButton::Dress::light ? 3 : 5;
@@ -65,10 +76,11 @@ void drawButton(QAbstractButton& button, PanelButton::Dress dress) {
                   dress == PanelButton::Dress::light ? paint::focus_on_light : paint::focus);
   }
   painter.setPen(colours.text);
-  painter.setFont(button.font());
+  const QFont font = fittingFont(button);
+  painter.setFont(font);
   painter.drawText(
       area, Qt::AlignCenter,
-      button.fontMetrics().elidedText(button.text(), Qt::ElideRight, button.width() - 4));
+      QFontMetrics(font).elidedText(button.text(), Qt::ElideRight, button.width() - 4));
 }
 
 }  // namespace
