@@ -96,7 +96,7 @@ Strings DesktopTest::environment() const {
                     // Newer toolkits remark that the reader asks for what has just gone.
                     "QT_LOGGING_RULES=qt.accessibility.atspi.warning=false",
                     "QT_SCALE_FACTOR=" + std::to_string(scale_), "GSETTINGS_BACKEND=memory",
-                    "LC_ALL=C.UTF-8", "PATH=" + path("bin") + ":/usr/bin:/bin"};
+                    "LC_ALL=" + locale_, "PATH=" + path("bin") + ":/usr/bin:/bin"};
   result.insert(result.end(), more_environment_.begin(), more_environment_.end());
   passOn("ASAN_OPTIONS", &result);
   passOn("UBSAN_OPTIONS", &result);

@@ -124,6 +124,7 @@ class DesktopTest : public ::testing::Test {
   Strings more_environment_;  // of all programs
   mutable std::chrono::steady_clock::time_point last_click_;
   int scale_ = 1;  // device pixels a point
+  std::string locale_ = "C.UTF-8";
   talvane::testing::PrivateSession session_;
   Program accessibility_;
   Program tray_;
