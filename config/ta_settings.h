@@ -19,8 +19,8 @@ struct SettingsFolders {
   std::string home;
   std::string system;
   std::string bundle;
-  std::string policy{};    // the path of the file; empty: there is none
-  uid_t policy_owner = 0;  // who alone may be able to change it
+  std::string policy{};       // the path of the file; empty: there is none
+  uid_t policy_owner = 0;     // who alone may be able to change it
   std::string language = {};  // of the texts that no file sets; empty for English
   static SettingsFolders ofThisSystem();
 };

@@ -1,5 +1,7 @@
 #include "store/token_store.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -83,11 +85,12 @@ Words contradiction(Undone undone) {
       return translated(
           "The keychain gave contradictory answers and nothing was renamed; try again");
     case Undone::moved:
-      return translated(
-          "The keychain gave contradictory answers and nothing was moved; try again");
+      return translated("The keychain gave contradictory answers and nothing was moved; try again");
     case Undone::deleted:
       return translated(
           "The keychain gave contradictory answers and nothing was deleted; try again");
+    case Undone::moved:
+      return "The keychain gave contradictory answers and nothing was moved; try again";
     case Undone::changed:
       break;
   }
@@ -101,12 +104,11 @@ Problem cutShort(Undone undone) {
 Problem inTheWay(Undone undone, const Obstacle& obstacle) {
   const bool gap = obstacle.kind == Obstacle::Kind::gap;
   const Words repair = gap ? translated("close the gap") : obstacle.repair;
-  return {
-      gap ? Next::close_gap : Next::clear_slot,
-      undone == Undone::moved
-          ? translatedWith("The token could not be moved. {}; {}", obstacle.words, repair)
-          : translatedWith("The token could not be stored. {}; {}", obstacle.words, repair),
-      obstacle.slot};
+  return {gap ? Next::close_gap : Next::clear_slot,
+          undone == Undone::moved
+              ? translatedWith("The token could not be moved. {}; {}", obstacle.words, repair)
+              : translatedWith("The token could not be stored. {}; {}", obstacle.words, repair),
+          obstacle.slot};
 }
 
 // Commits the change, unless it was made under an identity that did not last.
@@ -173,7 +175,7 @@ std::optional<Problem> problemWithSeed(const SoftTokenInfo& token) {
   std::optional<std::string> response;
   auto refused = vane::NewToken(token, &response, nullptr, true);
   if (!refused) return std::nullopt;
-  return Problem{Next::other_input, std::move(*refused)};
+  return Problem{Next::other_input, translated(*refused)};
 }
 
 // Whether the slot loads under the current device identity and holds the token.
@@ -575,7 +577,8 @@ Result<void> TokenStore::move(std::int32_t from, std::int32_t to, const StoredTo
     Recording recording(gateway_);
     auto slots = lookAtSlots(gateway_, recording, LookLog::off);
     if (!slots) return tl::unexpected(slots.error());
-    if (!isOrderAsSeen(from, to, seen, *slots)) return tl::unexpected(changedMeanwhile(Undone::moved));
+    if (!isOrderAsSeen(from, to, seen, *slots))
+      return tl::unexpected(changedMeanwhile(Undone::moved));
 
     slots = clearRepeated(gateway_, recording, std::move(*slots));
     if (!slots) return tl::unexpected(slots.error());
