@@ -89,8 +89,6 @@ Words contradiction(Undone undone) {
     case Undone::deleted:
       return translated(
           "The keychain gave contradictory answers and nothing was deleted; try again");
-    case Undone::moved:
-      return "The keychain gave contradictory answers and nothing was moved; try again";
     case Undone::changed:
       break;
   }
