@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -29,14 +30,38 @@ constexpr const char* footer = marked(
     "or locked.\nFor help on a command, add --help to it. The manual page is "
     "softtoken-cli(1).");
 
+// The parser's own names.
+constexpr const char* options_group = marked("Options");
+constexpr const char* commands_group = marked("Subcommands");
+
 // What a command says of itself and its options; the commands give it in English.
 void translateHelp(CLI::App& parser) {
   parser.description(translated(parser.get_description()));
   for (CLI::Option* option : parser.get_options()) {
     option->description(translated(option->get_description()));
+    if (option->get_group() == options_group) option->group(translated(options_group));
   }
   for (CLI::App* command : parser.get_subcommands([](CLI::App*) { return true; })) {
     translateHelp(*command);
+    command->group(translated(commands_group));
+  }
+}
+
+// The parser speaks English.
+constexpr std::array parser_errors{
+    marked("A subcommand is required"),
+    marked("{} is required"),
+    marked("{}: {} not in {}"),
+    marked("{}: Value {} not in range {} to {}"),
+    marked("{} excludes {}"),
+    marked("{}: {} required {} missing"),
+    marked("Could not convert: {} = {}"),
+};
+
+void translateHeadings(CLI::App& line) {
+  for (const char* label : {marked("Usage"), marked("OPTIONS"), marked("SUBCOMMAND"),
+                            marked("Positionals"), marked("REQUIRED"), marked("Excludes")}) {
+    line.get_formatter()->label(label, translated(label));
   }
 }
 
@@ -111,7 +136,10 @@ int run(int argc, char** argv) {
     commands.push_back(make());
     parsers.push_back(commands.back()->addTo(line));
   }
-  if (!userLanguage().empty()) translateHelp(line);
+  if (!userLanguage().empty()) {
+    translateHelp(line);
+    translateHeadings(line);
+  }
   try {
     line.parse(argc, argv);
   } catch (const CLI::ExtrasError&) {
@@ -120,7 +148,9 @@ int run(int argc, char** argv) {
                 translatedWith("Unknown option or too many arguments; see {}", helpFor(line)));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() != 0) {
-      return fail(exit_usage, translatedWith("{}; see {}", error.what(), helpFor(line)));
+      return fail(
+          exit_usage,
+          translatedWith("{}; see {}", translatedAs(parser_errors, error.what()), helpFor(line)));
     }
     line.exit(error);  // prints the help or the version
     return outputWritten();

@@ -61,10 +61,18 @@ std::string keychainWords(const std::string& keychain, KeychainStatus status) {
   return translatedWith("{} failed; try again", keychain);
 }
 
+Words nameAndPlace(const KeychainDescription& keychain) {
+  if (keychain.location.empty()) return translated(keychain.name);
+  return translatedWith("{} at {}", translated(keychain.name), keychain.location);
+}
+
+Words messageFor(KeychainService& keychain, KeychainStatus status) {
+  return inBothLanguages([&] { return inUsersLanguage(keychain.message(status)); });
+}
+
 Words messageWithCode(KeychainService& keychain, KeychainStatus status) {
   return inBothLanguages([&] {
-    return fmt::format("{} [{}]", inUsersLanguage(keychain.message(status)),
-                       static_cast<int>(status));
+    return fmt::format("{} [{}]", messageFor(keychain, status).spoken(), static_cast<int>(status));
   });
 }
 

@@ -1,5 +1,6 @@
 #include "platform/translation.h"
 
+#include <fmt/args.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -7,9 +8,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "platform/folders.h"
 #include "platform/regular_file.h"
@@ -79,6 +83,29 @@ std::string formatted(std::string_view text, std::string_view otherwise,
   } catch (const fmt::format_error&) {
     return fmt::vformat(fmt::string_view(otherwise.data(), otherwise.size()), arguments);
   }
+}
+
+// What stands in the text for each "{}" of the form.
+std::optional<std::vector<std::string_view>> valuesIn(std::string_view text,
+                                                      std::string_view form) {
+  constexpr std::string_view value = "{}";
+  std::vector<std::string_view> values;
+  std::size_t place = form.find(value);
+  if (!text.starts_with(form.substr(0, place))) return std::nullopt;
+  while (place != std::string_view::npos) {
+    text.remove_prefix(place);
+    form.remove_prefix(place + value.size());
+    place = form.find(value);
+    const std::string_view literal = form.substr(0, place);
+    const bool is_last = place == std::string_view::npos;
+    if (is_last && !text.ends_with(literal)) return std::nullopt;
+    const std::size_t end = is_last ? text.size() - literal.size() : text.find(literal);
+    if (end == std::string_view::npos) return std::nullopt;
+    values.push_back(text.substr(0, end));
+    text.remove_prefix(end);
+    if (is_last) return values;
+  }
+  return text == form ? std::optional(values) : std::nullopt;
 }
 
 }  // namespace
@@ -186,6 +213,18 @@ std::size_t pluralForm(std::string_view language, std::uint64_t number) {
 Words translated(std::string_view english) {
   if (speaksEnglish()) return std::string(english);
   return {std::string(userCatalogue().find(english)), std::string(english)};
+}
+
+Words translatedAs(std::span<const char* const> forms, std::string_view english) {
+  if (speaksEnglish()) return std::string(english);
+  for (const char* form : forms) {
+    const auto values = valuesIn(english, form);
+    if (!values) continue;
+    fmt::dynamic_format_arg_store<fmt::format_context> arguments;
+    for (const std::string_view value : *values) arguments.push_back(value);
+    return {formatted(userCatalogue().find(form), form, arguments), std::string(english)};
+  }
+  return std::string(english);
 }
 
 Words translatedCount(std::string_view one, std::string_view many, std::uint64_t number) {

@@ -15,6 +15,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -138,6 +139,10 @@ Words translatedWith(fmt::format_string<Arguments...> english, Arguments&&... ar
   return translation::formatted({format.data(), format.size()}, fmt::make_format_args(arguments...),
                                 fmt::make_format_args(translation::asEnglish(arguments)...));
 }
+
+/// A text of a library that speaks English: in the user's language if it has one of the forms,
+/// which hold values as "{}", and else as it is.
+Words translatedAs(std::span<const char* const> forms, std::string_view english);
 
 /// What `make` returns, in both languages; it is called for each.
 template <typename Make>

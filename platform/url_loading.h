@@ -63,6 +63,9 @@ struct UrlLoaderLimits {
   int redirects = 16;
 };
 
+/// The words of an error in the user's language, as far as they are ours.
+std::string urlErrorWords(const std::string& description);
+
 /// The loader, from a module that is loaded on first use. On failure returns null and sets
 /// `*error`, for the user.
 std::unique_ptr<UrlLoader> makeUrlLoader(std::string* error, const UrlLoaderLimits& limits = {});

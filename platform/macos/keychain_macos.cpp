@@ -12,6 +12,7 @@
 
 #include "engine/text.h"
 #include "platform/macos/core_foundation.h"
+#include "platform/translation.h"
 
 // These calls use the file-based keychain. Their only successor stores another kind of item.
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
@@ -190,7 +191,8 @@ class MacKeychain final : public KeychainService {
     const Owned<CFStringRef> sentence(
         SecCopyErrorMessageString(static_cast<OSStatus>(status), nullptr));
     const std::string result = macos::text(sentence.get());
-    return result.empty() ? "Unknown error in the keychain; try again" : result;
+    return result.empty() ? translated("Unknown error in the keychain; try again").spoken()
+                          : result;
   }
 
   KeychainDescription describe() override {
