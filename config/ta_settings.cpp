@@ -93,24 +93,26 @@ TaSettings::Policy TaSettings::readpolicy() {
   struct stat folder {};
   if (const int error = readRegularFile(path, &text, &file); error != 0) {
     if (error == ENOENT || error == ENOTDIR) return {};
-    return {"", fmt::format("The policy {} is ignored, because it cannot be read ({}); make it a "
-                            "file that everybody can read",
-                            path, std::strerror(error))};
+    return {"",
+            translatedWith("The policy {} is ignored, because it cannot be read ({}); make it a "
+                           "file that everybody can read",
+                           path, std::strerror(error))};
   }
   // Whoever can change the folder can put another file in its place.
   if (!onlyOwnerChanges(file, folders_.policy_owner) ||
       stat(path.substr(0, path.find_last_of('/')).c_str(), &folder) != 0 ||
       !onlyOwnerChanges(folder, folders_.policy_owner)) {
-    return {"", fmt::format("The policy {} is ignored, because others than root can change it or "
-                            "its folder; give both to root, and take the right to write from "
-                            "all others",
-                            path)};
+    return {"",
+            translatedWith("The policy {} is ignored, because others than root can change it or "
+                           "its folder; give both to root, and take the right to write from "
+                           "all others",
+                           path)};
   }
   talibobjc_Trace::traceWithFormat("TaSettings:readfile: begin: {}", path);
   if (readtext(text, path) == unreadable) {
-    return {"", fmt::format("The policy {} is ignored, because it is not UTF-8 text; save it as "
-                            "UTF-8",
-                            path)};
+    return {"", translatedWith("The policy {} is ignored, because it is not UTF-8 text; save it as "
+                               "UTF-8",
+                               path)};
   }
   return {path, ""};
 }

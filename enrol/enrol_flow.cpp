@@ -16,6 +16,7 @@
 #include "enrol/pin_rules.h"
 #include "enrol/ta_http.h"
 #include "platform/translation.h"
+#include "platform/url_loading.h"
 #include "store/problem.h"
 #include "store/token_store.h"
 
@@ -69,7 +70,7 @@ std::string EnrolFlow::transferProblem() const {
   if (http.status() == 0) {
     return translatedWith(
         "The server cannot be reached: {}; check its address and the network, and try again",
-        *http.error());
+        urlErrorWords(*http.error()));
   }
   return translatedWith(
       "The server answered with HTTP status {}; try again later, or ask your administrator",
@@ -273,7 +274,7 @@ void EnrolFlow::evgi_submitclicked() {
       return;
     }
     if (input.pin_again && input.pin_again->get() != input.pin.get()) {
-      views_.simpleMessageBox("The two PINs are not the same. Type the PIN again");
+      views_.simpleMessageBox(translated("The two PINs are not the same. Type the PIN again"));
       return;
     }
   }

@@ -21,9 +21,10 @@ constexpr std::int64_t version_with_choices = 7200;
 constexpr int one_line = 20;
 constexpr int three_lines = 60;
 
-// Each placeholder is there once.
+// Each placeholder is there once; languages other than English leave its article out.
 void fillIn(std::string* text, std::string_view placeholder, const std::string& value) {
-  text->replace(text->find(placeholder), placeholder.size(), value);
+  const std::size_t place = text->find(placeholder);
+  if (place != std::string::npos) text->replace(place, placeholder.size(), value);
 }
 
 bool hasCaseRule(const TaEnrolClient& client) {

@@ -17,6 +17,7 @@
 #include "platform/keychain_service.h"
 #include "platform/keychain_words.h"
 #include "platform/keychains.h"
+#include "platform/translation.h"
 #include "platform/user_defaults.h"
 #include "store/problem.h"
 #include "store/store_lock.h"
@@ -41,8 +42,8 @@ Problem problemOf(KeychainService& keychain, KeychainStatus status) {
 
 Problem cannotNote() {
   return {Next::check_keychain,
-          fmt::format("Cannot change the user defaults; check that {} can be read and written",
-                      configFolder())};
+          translatedWith("Cannot change the user defaults; check that {} can be read and written",
+                         configFolder())};
 }
 
 enum class Damaged : std::uint8_t { refuse, without_content };
@@ -59,11 +60,12 @@ Result<Records> readRecords(KeychainService& keychain, const std::string& accoun
         (status == KeychainStatus::cannot_decode && damaged == Damaged::without_content)) {
       records.emplace(slot, std::move(record));
     } else if (status == KeychainStatus::cannot_decode) {
-      problem = Problem{Next::clear_slot,
-                        fmt::format("The record in slot {} of the keychain is damaged and cannot "
-                                    "be moved, and nothing was moved; delete it first",
-                                    slot),
-                        static_cast<std::int32_t>(slot)};
+      problem =
+          Problem{Next::clear_slot,
+                  translatedWith("The record in slot {} of the keychain is damaged and cannot "
+                                 "be moved, and nothing was moved; delete it first",
+                                 slot),
+                  static_cast<std::int32_t>(slot)};
     } else if (status != KeychainStatus::item_not_found) {
       problem = problemOf(keychain, status);
     }
@@ -183,9 +185,10 @@ Result<KeychainMove::Done> KeychainMove::move(const std::string& from, const std
     const bool is_ours = cut_short && cut_short->kind == to;
     const bool only_chooses = records->empty() && !is_ours;
     if (!only_chooses && !is_ours && !isPartOf(*there, *records)) {
-      return tl::unexpected(Problem{
-          Next::check_keychain,
-          fmt::format("The keychain \"{}\" holds other tokens already, and nothing was moved; to "
+      return tl::unexpected(
+          Problem{Next::check_keychain,
+                  translatedWith(
+                      "The keychain \"{}\" holds other tokens already, and nothing was moved; to "
                       "use those, set {}={} in {}/defaults.conf, and delete them there if you do "
                       "not need them",
                       to, keychain_choice_key, to, configFolder())});
@@ -202,9 +205,9 @@ Result<KeychainMove::Done> KeychainMove::move(const std::string& from, const std
       if (!areSame(*stored, *records)) {
         return tl::unexpected(
             Problem{Next::try_again,
-                    fmt::format("The keychain \"{}\" does not hold what was copied to it, and "
-                                "nothing was moved; try again",
-                                to)});
+                    translatedWith("The keychain \"{}\" does not hold what was copied to it, and "
+                                   "nothing was moved; try again",
+                                   to)});
       }
     }
     std::optional<std::string> note;

@@ -65,7 +65,7 @@ bool isSha1(std::string_view algorithm) {
 
 // Why the engine's passcodes would not be those that the URL asks for; empty if they are. The
 // engine leaves out what it does not know, and what is not written in lower case.
-std::string problemWithQuery(std::string_view url, std::int32_t period) {
+Words problemWithQuery(std::string_view url, std::int32_t period) {
   const UrlParts parts = urlParts(url);
   if (!parts.query) return {};
   for (const std::string_view part : split(parts.query->get(), '&')) {
@@ -76,19 +76,19 @@ std::string problemWithQuery(std::string_view url, std::int32_t period) {
     const std::string value = percentDecoded(part.substr(equals + 1));
     if (value.empty()) continue;
     if (key == "digits" && leadingInteger(value) != 6) {
-      return fmt::format(
+      return translatedWith(
           "This URL asks for passcodes of {} digits, and this program makes 6 only; ask for "
           "another URL",
           shownName(value));
     }
     if (key == "algorithm" && !isSha1(value)) {
-      return fmt::format(
+      return translatedWith(
           "This URL asks for the algorithm {}, and this program knows SHA1 only; ask for another "
           "URL",
           shownName(value));
     }
     if (key == "period" && leadingInteger(value) != period) {
-      return fmt::format(
+      return translatedWith(
           "This URL asks for a period of {} seconds in a way that this program cannot read; ask "
           "for another URL",
           shownName(value));
@@ -131,7 +131,7 @@ Result<std::unique_ptr<SoftTokenInfo>> tokenFromUrl(std::string_view url) {
   if (!vane::ParseAuthUrl(url, &token, &problem)) {
     return tl::unexpected(Problem{Next::other_input, wordsFor(problem)});
   }
-  if (std::string words = problemWithQuery(url, token->period); !words.empty()) {
+  if (Words words = problemWithQuery(url, token->period); !words.empty()) {
     return tl::unexpected(Problem{Next::other_input, std::move(words)});
   }
   return token;

@@ -497,25 +497,25 @@ bool TokenStore::hasResponse(const SoftTokenInfo& token) {
 Result<std::string> TokenStore::response(const SoftTokenInfo& token) {
   const Recording recording(gateway_);
   if (const std::string& problem = recording.identity().problem; !problem.empty()) {
-    return tl::unexpected(
-        Problem{Next::check_keychain,
-                fmt::format("This computer's identity cannot be read: {}; fix that and try again",
-                            problem)});
+    return tl::unexpected(Problem{
+        Next::check_keychain,
+        translatedWith("This computer's identity cannot be read: {}; fix that and try again",
+                       problem)});
   }
   const auto root = rootOf(token);
   if (!root) {
-    return tl::unexpected(
-        Problem{Next::other_input,
-                "This token has no response code: its seed was complete, with 16 characters"});
+    return tl::unexpected(Problem{
+        Next::other_input,
+        translated("This token has no response code: its seed was complete, with 16 characters")});
   }
   const EngineLog::Pause quiet;
   std::optional<std::string> response;
   const bool refused = vane::NewToken(*root, &response, nullptr, true).has_value();
   vane::clearIdentityCache();
   if (refused || !response) {
-    return tl::unexpected(Problem{
-        Next::try_again,
-        "No response code can be made from the present passcode; try again with the next one"});
+    return tl::unexpected(
+        Problem{Next::try_again, translated("No response code can be made from the present "
+                                            "passcode; try again with the next one")});
   }
   return *response;
 }
@@ -594,9 +594,11 @@ Result<void> TokenStore::move(std::int32_t from, std::int32_t to, const StoredTo
       return tl::unexpected(
           count < slots->states.size()
               ? inTheWay(Undone::moved, *slots->obstacle())
-              : Problem{Next::make_room,
+              : Problem{
+                    Next::make_room,
+                    translated(
                         "Moving a token needs an empty slot, and all 32 hold tokens; delete one "
-                        "first"});
+                        "first")});
     }
     const Order order = movedOrder(*slots, from, to);
     bool has_moved = false;  // so that it cannot be undone
@@ -604,8 +606,9 @@ Result<void> TokenStore::move(std::int32_t from, std::int32_t to, const StoredTo
       if (recording.failedChange() && !recording.refused()) {
         return keychainProblem(*recording.failedChange());
       }
-      return has_moved ? Problem{Next::try_again, "The keychain gave contradictory answers"}
-                       : cutShort(Undone::moved);
+      return has_moved
+                 ? Problem{Next::try_again, translated("The keychain gave contradictory answers")}
+                 : cutShort(Undone::moved);
     };
     const auto write = [&](std::int32_t slot, const SoftTokenInfo& token) -> Result<void> {
       const bool written = vane::WriteToken(&slot, token);
@@ -632,7 +635,9 @@ Result<void> TokenStore::move(std::int32_t from, std::int32_t to, const StoredTo
       return finish(change, recording);
     };
     return moveAll().map_error([&](Problem problem) {
-      if (has_moved) problem.words += ". Some tokens have moved, and one may show twice";
+      if (has_moved)
+        problem.words =
+            translatedWith("{}. Some tokens have moved, and one may show twice", problem.words);
       return problem;
     });
   });
