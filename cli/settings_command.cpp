@@ -18,13 +18,15 @@
 #include "config/settings_check.h"
 #include "engine/text.h"
 #include "platform/regular_file.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
 
 const char* sourceOf(const Ini::Entry& entry, const Ini& settings) {
-  if (!entry.from_file) return "default";
-  return entry.file == settings.policyFile() ? "policy" : "file";
+  if (entry.file.empty()) return marked("default");
+  if (!entry.from_file) return marked("language");
+  return entry.file == settings.policyFile() ? marked("policy") : marked("file");
 }
 
 // Whether both paths are of one file.
@@ -67,7 +69,7 @@ class SettingsCommand final : public Command {
       for (const Ini::Entry& entry : entries) {
         list.push_back({{"key", entry.key},
                         {"value", entry.value},
-                        {"file", entry.from_file ? Json(entry.file) : Json(nullptr)}});
+                        {"file", entry.file.empty() ? Json(nullptr) : Json(entry.file)}});
       }
       Json all = {{"file", settings.file().empty() ? Json(nullptr) : Json(settings.file())}};
       if (!settings.policyFile().empty()) all["policy"] = settings.policyFile();
@@ -75,23 +77,39 @@ class SettingsCommand final : public Command {
       print(all);
       return;
     }
-    fmt::print("Settings file: {}\n",
-               settings.file().empty() ? "none" : printable(settings.file()));
-    if (!settings.policyFile().empty())
-      fmt::print("Policy: {}\n", printable(settings.policyFile()));
+    fmt::print("{}", translatedWith("Settings file: {}\n", settings.file().empty()
+                                                               ? std::string(translated("none"))
+                                                               : printable(settings.file())));
+    if (!settings.policyFile().empty()) {
+      fmt::print("{}", translatedWith("Policy: {}\n", printable(settings.policyFile())));
+    }
     fmt::print("\n");
-    fmt::print("{}  {}  VALUE\n", inColumns("KEY", 22), inColumns("FROM", 7));
+    printTable(entries, settings);
+  }
+
+ private:
+  static void printTable(const std::vector<Ini::Entry>& entries, const Ini& settings) {
+    const std::string key = translated("KEY");
+    const std::string from = translated("FROM");
+    const std::size_t key_columns = std::max<std::size_t>(22, columnsOf(key));
+    std::size_t from_columns = std::max<std::size_t>(7, columnsOf(from));
     for (const Ini::Entry& entry : entries) {
-      fmt::print("{}  {}  {}\n", inColumns(entry.key, 22), inColumns(sourceOf(entry, settings), 7),
+      from_columns = std::max(from_columns, columnsOf(translated(sourceOf(entry, settings))));
+    }
+    fmt::print("{}  {}  {}\n", inColumns(key, key_columns), inColumns(from, from_columns),
+               translated("VALUE"));
+    for (const Ini::Entry& entry : entries) {
+      fmt::print("{}  {}  {}\n", inColumns(entry.key, key_columns),
+                 inColumns(translated(sourceOf(entry, settings)), from_columns),
                  printable(entry.value));
     }
   }
 
- private:
   void check(Session& session) const {
     std::string text;
     if (const int error = readRegularFile(checked_, &text); error != 0) {
-      throw Failure(exit_failed, fmt::format("Cannot read {}: {}", checked_, std::strerror(error)));
+      throw Failure(exit_failed,
+                    translatedWith("Cannot read {}: {}", checked_, std::strerror(error)));
     }
     const auto findings = checkSettings(text);
     for (const SettingsFinding& finding : findings) {
@@ -103,11 +121,10 @@ class SettingsCommand final : public Command {
       ++count;
     }
     if (count > 0) {
-      throw Failure(exit_failed,
-                    count == 1 ? "Found 1 problem; fix the line above"
-                               : fmt::format("Found {} problems; fix the lines above", count));
+      throw Failure(exit_failed, translatedCount("Found {} problem; fix the line above",
+                                                 "Found {} problems; fix the lines above", count));
     }
-    fmt::print("No problems found.\n");
+    fmt::print("{}", translated("No problems found.\n"));
     // Only of a file that is in use: another is for another computer, or for later.
     const Ini& settings = session.settings();
     if (!areSame(checked_, settings.file()) && !areSame(checked_, settings.policyFile())) return;

@@ -132,9 +132,8 @@ bool Ini::read() {
 void Ini::readLanguage() {
   language_texts_.clear();
   std::string text;
-  if (folders_.language.empty() ||
-      readRegularFile(folders_.bundle + "/languages/" + folders_.language + ".ini", &text) != 0 ||
-      !isUtf8(text)) {
+  language_file_ = folders_.bundle + "/languages/" + folders_.language + ".ini";
+  if (folders_.language.empty() || readRegularFile(language_file_, &text) != 0 || !isUtf8(text)) {
     return;
   }
   for (const SettingsLine& line : settingsLines(text)) {
@@ -213,7 +212,11 @@ std::vector<Ini::Entry> Ini::entries() const {
     }
     const std::string* written = settings_.value(setting.key);
     entry.from_file = written != nullptr && !written->empty();
-    if (entry.from_file) entry.file = *settings_.fileOf(setting.key);
+    if (entry.from_file) {
+      entry.file = *settings_.fileOf(setting.key);
+    } else if (language_texts_.contains(std::string(setting.key))) {
+      entry.file = language_file_;
+    }
     list.push_back(std::move(entry));
   }
   return list;

@@ -126,7 +126,7 @@ class Ini {
     std::string_view key;
     std::string value;
     bool from_file = false;  // a file has a value for it, even if it equals the default
-    std::string file{};      // that file
+    std::string file{};      // that file, or the language's that the text is from
   };
   /// All keys with their values, in the same order.
   [[nodiscard]] std::vector<Entry> entries() const;
@@ -146,6 +146,7 @@ class Ini {
   SettingsFolders folders_;
   TaSettings settings_;
   std::unordered_map<std::string, std::string> language_texts_;  // by key
+  std::string language_file_;
   std::string file_;
   TaSettings::Policy policy_;
 };
