@@ -21,8 +21,8 @@
 #include "engine/text.h"
 #include "engine/vane.h"
 #include "platform/qr_image.h"
-#include "store/name_search.h"
 #include "platform/translation.h"
+#include "store/name_search.h"
 #include "store/new_token.h"
 #include "store/stored_tokens.h"
 #include "ui/desktop/item_place.h"
@@ -278,12 +278,13 @@ void SoftTokenOSXAppDelegate::copyPasscode(const PasscodeToCopy& passcode) {
   passcode_goes_.stop();
   if (seconds > 0) passcode_goes_.start(std::chrono::seconds(seconds));
   if (!parts_.notify) return;
-  const QString name = QString::fromStdString(shownName(passcode.token));
-  const QString text = passcode.is_next ? QStringLiteral("Next passcode for %1 copied")
-                                        : QStringLiteral("Passcode for %1 copied");
+  const std::string name = shownName(passcode.token);
+  const std::string text = passcode.is_next ? translatedWith("Next passcode for {} copied", name)
+                                            : translatedWith("Passcode for {} copied", name);
   // After the panel has closed.
   QMetaObject::invokeMethod(
-      this, [this, words = text.arg(name)] { parts_.notify(words); }, Qt::QueuedConnection);
+      this, [this, words = QString::fromStdString(text)] { parts_.notify(words); },
+      Qt::QueuedConnection);
 }
 
 // The program ends: whoever asks for the passcode later would not get it cleared.

@@ -12,6 +12,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/translation.h"
 #include "ui/desktop/desktop_search.h"
 #include "ui/desktop/search_hit.h"
 
@@ -57,7 +58,7 @@ constexpr const char* gnome = "org.gnome.Shell.SearchProvider2";
 constexpr const char* krunner = "org.kde.krunner1";
 
 constexpr const char* icon_name = "softtoken";
-constexpr const char* what_it_does = "Copy the passcode";
+constexpr const char* what_it_does = marked("Copy the passcode");
 
 // Plasma::QueryMatch::PossibleMatch, and a relevance above that of files.
 constexpr int possible_match = 30;
@@ -103,10 +104,11 @@ QStringList listOf(const Names& names) {
 QList<QVariantMap> metasOf(const QStringList& names) {
   QList<QVariantMap> metas;
   for (const QString& name : names) {
-    metas.append({{QStringLiteral("id"), name},
-                  {QStringLiteral("name"), name},
-                  {QStringLiteral("gicon"), QLatin1String(icon_name)},
-                  {QStringLiteral("description"), QLatin1String(what_it_does)}});
+    metas.append(
+        {{QStringLiteral("id"), name},
+         {QStringLiteral("name"), name},
+         {QStringLiteral("gicon"), QLatin1String(icon_name)},
+         {QStringLiteral("description"), QString::fromStdString(translated(what_it_does))}});
   }
   return metas;
 }
@@ -122,7 +124,7 @@ QList<SearchHit> hitsOf(const Names& names) {
                  QLatin1String(icon_name),
                  possible_match,
                  relevance,
-                 {{QStringLiteral("subtext"), QLatin1String(what_it_does)}}});
+                 {{QStringLiteral("subtext"), QString::fromStdString(translated(what_it_does))}}});
     relevance *= 0.99;  // the order stays
   }
   return hits;

@@ -1,6 +1,5 @@
 #include "ui/desktop/grabbed_key.h"
 
-#include <fmt/core.h>
 #include <xcb/xcb.h>
 
 #include <algorithm>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "platform/shortcut.h"
+#include "platform/translation.h"
 #include "ui/desktop/global_shortcut.h"
 #include "ui/desktop/shortcut_keys.h"
 #include "ui/desktop/xcb_atom.h"
@@ -177,12 +177,13 @@ void GrabbedKey::close() {
 
 GlobalShortcut::Result GrabbedKey::grab() {
   const std::string name = textOf(*wish_);
-  if (display_ == nullptr) return {"The display cannot be reached for the shortcut " + name, ""};
+  if (display_ == nullptr)
+    return {translatedWith("The display cannot be reached for the shortcut {}", name), ""};
   const Keyboard keyboard(display_);
   const auto modifiers = modifiersOf(*wish_, keyboard);
   const std::vector<xcb_keycode_t> keys = keyboard.keysWith(keysymOf(wish_->key));
   if (!modifiers || keys.empty()) {
-    return {fmt::format("This keyboard cannot type {}; choose another shortcut", name), ""};
+    return {translatedWith("This keyboard cannot type {}; choose another shortcut", name), ""};
   }
   std::vector<xcb_void_cookie_t> cookies;
   for (auto roots = xcb_setup_roots_iterator(xcb_get_setup(display_)); roots.rem > 0;
@@ -203,7 +204,8 @@ GlobalShortcut::Result GrabbedKey::grab() {
   }
   if (!is_taken) return {"", name};
   ungrab();
-  return {fmt::format("Another program has the shortcut {} already; choose another one", name), ""};
+  return {translatedWith("Another program has the shortcut {} already; choose another one", name),
+          ""};
 }
 
 void GrabbedKey::ungrab() {

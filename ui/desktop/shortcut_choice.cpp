@@ -1,7 +1,5 @@
 #include "ui/desktop/shortcut_choice.h"
 
-#include <fmt/core.h>
-
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,6 +9,7 @@
 
 #include "engine/text.h"
 #include "platform/shortcut.h"
+#include "platform/translation.h"
 #include "platform/user_defaults.h"
 #include "ui/desktop/global_shortcut.h"
 
@@ -36,7 +35,7 @@ void ShortcutChoice::start(const std::string& setting) {
   if (wish_) {
     take();
   } else {
-    problem_ = fmt::format("\"{}\" is not a shortcut; choose another one", shownName(text));
+    problem_ = translatedWith("\"{}\" is not a shortcut; choose another one", shownName(text));
   }
 }
 
@@ -65,8 +64,9 @@ void ShortcutChoice::choose(const std::optional<Shortcut>& wish,
     const bool kept =
         defaults_.setString(defaults_key, wish ? textOf(*wish) : std::string(no_shortcut));
     told(kept ? std::string()
-              : "The shortcut works until the program ends, but it cannot be stored; make the "
-                "program's settings folder writable");
+              : translated(
+                    "The shortcut works until the program ends, but it cannot be stored; make "
+                    "the program's settings folder writable"));
   });
 }
 

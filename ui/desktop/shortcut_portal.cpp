@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "platform/shortcut.h"
+#include "platform/translation.h"
 #include "ui/desktop/shortcut_keys.h"
 
 namespace talvane {
@@ -103,7 +104,7 @@ void ShortcutPortal::set(const std::optional<Shortcut>& wish,
     return;
   }
   if (!QDBusConnection::sessionBus().isConnected()) {
-    tell({"The session bus does not answer, so there is no shortcut now", ""});
+    tell({translated("The session bus does not answer, so there is no shortcut now"), ""});
     return;
   }
   introduceOnce();
@@ -137,7 +138,9 @@ void ShortcutPortal::request(const char* method, QList<QVariant> arguments, QVar
   connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, number] {
     watcher->deleteLater();
     if (!watcher->isError() || number != requests_) return;
-    tell({"The desktop gives no shortcut: " + watcher->error().message().toStdString(), ""});
+    tell({translatedWith("The desktop gives no shortcut: {}",
+                         watcher->error().message().toStdString()),
+          ""});
   });
 }
 
@@ -145,7 +148,7 @@ void ShortcutPortal::sessionMade(uint response, const QVariantMap& results) {
   const QString session = results.value(QStringLiteral("session_handle")).toString();
   if (response != 0 || session.isEmpty() || !wish_) {
     session_.clear();
-    tell({"The desktop gives no shortcut; choose one in its own settings", ""});
+    tell({translated("The desktop gives no shortcut; choose one in its own settings"), ""});
     return;
   }
   session_ = session;
@@ -155,7 +158,8 @@ void ShortcutPortal::sessionMade(uint response, const QVariantMap& results) {
       SLOT(activated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
   const PortalShortcut shortcut{
       QLatin1String(shortcut_id),
-      {{QStringLiteral("description"), QStringLiteral("Open or close the panel")},
+      {{QStringLiteral("description"),
+        QString::fromStdString(translated("Open or close the panel"))},
        {QStringLiteral("preferred_trigger"), QString::fromStdString(portalTrigger(*wish_))}}};
   request("BindShortcuts",
           {QVariant::fromValue(QDBusObjectPath(session_)),
@@ -167,10 +171,10 @@ void ShortcutPortal::bound(uint response, const QVariantMap& results) {
   const auto shortcuts = qdbus_cast<QList<PortalShortcut>>(
       results.value(QStringLiteral("shortcuts")).value<QDBusArgument>());
   if (response != 0 || shortcuts.isEmpty()) {
-    tell(
-        {"The desktop did not take the shortcut; choose another one, or one in the desktop's own "
-         "settings",
-         ""});
+    tell({translated("The desktop did not take the shortcut; choose another one, or one in the "
+                     "desktop's own "
+                     "settings"),
+          ""});
     return;
   }
   const QString shown =

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "platform/shortcut.h"
+#include "platform/translation.h"
 #include "ui/desktop/global_shortcut.h"
 
 namespace talvane {
@@ -16,8 +17,9 @@ class NoShortcut final : public GlobalShortcut {
   void askWhetherPossible(std::function<void(bool possible)> told) override { told(false); }
   void set(const std::optional<Shortcut>& wish,
            std::function<void(const Result& result)> told) override {
-    told(wish ? Result{"A shortcut for all programs is not possible on this desktop", ""}
-              : Result{});
+    told(wish
+             ? Result{translated("A shortcut for all programs is not possible on this desktop"), ""}
+             : Result{});
   }
   void setPaused(bool /*paused*/) override {}
 };

@@ -15,8 +15,8 @@
 #include "engine/vane.h"
 #include "platform/login_items_list.h"
 #include "platform/shortcut.h"
-#include "ui/desktop/shortcut_choice.h"
 #include "platform/translation.h"
+#include "ui/desktop/shortcut_choice.h"
 #include "ui/kit/buttons.h"
 #include "ui/kit/product.h"
 #include "ui/kit/ui_text.h"
@@ -121,13 +121,13 @@ void HelpView::offerShortcut() {
 
 void HelpView::showShortcut() {
   const ShortcutChoice& shortcut = *parts_.shortcut;
-  QString text = QStringLiteral("Shortcut: none");
+  QString text = uiText("Shortcut: none");
   if (!shortcut.problem().empty()) {
     const std::string wished = shortcut.wished();
-    text = QString::fromStdString(wished.empty() ? "Shortcut" : wished) +
-           QStringLiteral(" does not work");
+    text = QString::fromStdString(wished.empty() ? translated("Shortcut does not work")
+                                                 : translatedWith("{} does not work", wished));
   } else if (!shortcut.shown().empty()) {
-    text = QStringLiteral("Shortcut: ") + QString::fromStdString(shortcut.shown());
+    text = QString::fromStdString(translatedWith("Shortcut: {}", shortcut.shown()));
   }
   form_.hvshortcut->showText(text);
   form_.hvshortcut->setAccessibleDescription(QString::fromStdString(shortcut.problem()));

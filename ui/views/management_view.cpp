@@ -114,8 +114,9 @@ void ManagementView::addResponseButton(int index, const QString& name) {
   shows->setDress(PanelButton::Dress::tile);
   shows->setGeometry(rectangle(managementResponseFrame(index)));
   shows->setText(QStringLiteral("R"));
-  shows->setToolTip(QStringLiteral("Response code"));
-  shows->setAccessibleName(QStringLiteral("Response code: ") + name);
+  shows->setToolTip(uiText("Response code"));
+  shows->setAccessibleName(
+      QString::fromStdString(translatedWith("Response code: {}", name.toStdString())));
   onClick(shows, [this, row] { showResponse(row); });
   response_buttons_[row] = shows;
 }
@@ -194,10 +195,12 @@ QString ManagementView::deletionQuestion(const TokenStore::Selection& selected) 
   QString question = QString::fromStdString(ini_.StrDeleteAreYouSure);
   const auto& obstacle = panel_.tokens().stored().obstacle;
   if (!obstacle || selected[static_cast<std::size_t>(obstacle->slot)] == 0) return question;
-  return question + QStringLiteral("\n\n") + QString::fromStdString(obstacle->words) +
-         (obstacle->kind == Obstacle::Kind::gap
-              ? QStringLiteral(". Deleting it closes the gap and loses no token.")
-              : QStringLiteral(". Deleting it cannot be undone."));
+  return question + QStringLiteral("\n\n") +
+         QString::fromStdString(
+             obstacle->kind == Obstacle::Kind::gap
+                 ? translatedWith("{}. Deleting it closes the gap and loses no token.",
+                                  obstacle->words)
+                 : translatedWith("{}. Deleting it cannot be undone.", obstacle->words));
 }
 
 void ManagementView::cv_trashclicked() {

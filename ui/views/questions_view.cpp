@@ -20,6 +20,7 @@
 #include "platform/translation.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
@@ -115,7 +116,7 @@ void QuestionsView::fill(const TaEnrolClient& client) {
   forget(*form_.evgi_pin);
   form_.evgi_pin->setAccessibleName(prompt.trimmed());
   forget(*form_.evgi_pinagain);
-  form_.evgi_pinagain->setAccessibleName(QStringLiteral("Type the PIN again"));
+  form_.evgi_pinagain->setAccessibleName(uiText("Type the PIN again"));
   showPinProblem();
   form_.evgi_questionlabel->showText(QString::fromStdString(ini_.StrSecretQuestions));
   form_.evgi_pinlabel->setTextColour(Qt::white);
@@ -189,7 +190,7 @@ void QuestionsView::showPinProblem() {
   if (problem) palette.setColor(QPalette::PlaceholderText, paint::error_on_light);
   form_.evgi_pinagain->setPalette(palette);
   form_.evgi_pinagain->setPlaceholderText(problem ? QString::fromStdString(*problem)
-                                                  : QStringLiteral("Type the PIN again"));
+                                                  : uiText("Type the PIN again"));
 }
 
 void QuestionsView::showEarlierAnswers(const TaEnrolClient& client) {

@@ -8,6 +8,7 @@
 #include "platform/shortcut.h"
 #include "ui/desktop/shortcut_keys.h"
 #include "ui/kit/buttons.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/soft_token_window.h"
 
 namespace talvane {
@@ -30,7 +31,7 @@ void ShortcutButton::showText(const QString& text) {
 // With the keyboard grabbed, the desktop's own shortcuts do nothing meanwhile.
 void ShortcutButton::record() {
   recording_ = true;
-  setText(QStringLiteral("Press a key combination"));
+  setText(uiText("Press a key combination"));
   if (turned) turned(true);
   setFocus();
   grabKeyboard();
@@ -81,7 +82,7 @@ void ShortcutButton::pressed(const QKeyEvent& event) {
     pressed_ = shortcut;
     setText(QString::fromStdString(textOf(shortcut)));
   } else if (!shortcut.key.empty()) {
-    setText(QStringLiteral("Add Ctrl, Alt or Super"));
+    setText(uiText("Add Ctrl, Alt or Super"));
   }
 }
 

@@ -20,6 +20,7 @@
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "platform/translation.h"
 #include "ui/desktop/digit_key.h"
 #include "ui/kit/countdown.h"
 #include "ui/kit/flipped_view.h"
@@ -93,23 +94,22 @@ int TokenView::noticeHeight() const {
 
 // How to get the first token, as far as the settings allow.
 QString TokenView::hint() const {
-  const QString add = QString::fromStdString(ini_.StrButtonAdd);
   if (ini_.bAllowManual && ini_.bAllowTaEnrol) {
-    return QStringLiteral(
-               "No tokens yet. Press %1 to enrol at a server or type a key, or drop a link or QR "
-               "code image here.")
-        .arg(add);
+    return QString::fromStdString(translatedWith(
+        "No tokens yet. Press {} to enrol at a server or type a key, or drop a link or QR code "
+        "image here.",
+        ini_.StrButtonAdd));
   }
   if (ini_.bAllowManual) {
-    return QStringLiteral(
-               "No tokens yet. Press %1 to type a key, or drop a link or QR code image here.")
-        .arg(add);
+    return QString::fromStdString(translatedWith(
+        "No tokens yet. Press {} to type a key, or drop a link or QR code image here.",
+        ini_.StrButtonAdd));
   }
   if (ini_.bAllowTaEnrol) {
-    return QStringLiteral("No tokens yet. Press %1 to enrol at a server.").arg(add);
+    return QString::fromStdString(
+        translatedWith("No tokens yet. Press {} to enrol at a server.", ini_.StrButtonAdd));
   }
-  return QStringLiteral(
-      "No tokens yet. You cannot add any here; ask your administrator how to get one.");
+  return uiText("No tokens yet. You cannot add any here; ask your administrator how to get one.");
 }
 
 void TokenView::closed() {
@@ -355,9 +355,8 @@ void TokenView::find(const QString& typed) {
     none_found_->setAlignment(Qt::AlignCenter);
   }
   none_found_->setVisible(found_.empty());
-  none_found_->showText(
-      QStringLiteral("No token has \u201c%1\u201d in its name. Escape shows all tokens")
-          .arg(QString::fromStdString(shownName(typed_.toStdString()))));
+  none_found_->showText(QString::fromStdString(translatedWith(
+      "No token has “{}” in its name. Escape shows all tokens", shownName(typed_.toStdString()))));
 }
 
 void TokenView::tv_timer() {
@@ -400,8 +399,8 @@ void TokenView::showNext(std::size_t row) {
           : std::nullopt;
   next_[row]->setVisible(passcode.has_value());
   if (!passcode) return;
-  next_[row]->showText(QStringLiteral("Next\n") + QString::fromStdString(*passcode));
-  next_[row]->setToolTip(QStringLiteral("Copied by Shift with Copy, Return or the row's digit"));
+  next_[row]->showText(uiText("Next") + QChar::LineFeed + QString::fromStdString(*passcode));
+  next_[row]->setToolTip(uiText("Copied by Shift with Copy, Return or the row's digit"));
 }
 
 void TokenView::tv_copyclicked(const QAbstractButton* sender, bool next) {
