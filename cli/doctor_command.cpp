@@ -1,6 +1,9 @@
 #include <fmt/core.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
+#include <optional>
 
 #include "cli/command.h"
 #include "cli/examination.h"
@@ -10,6 +13,7 @@
 #include "cli/session.h"
 #include "cli/terminal.h"
 #include "engine/text.h"
+#include "platform/translation.h"
 
 namespace talvane {
 namespace {
@@ -24,7 +28,7 @@ class DoctorCommand final : public Command {
   }
 
   void run(Session& session) override {
-    const Examination found = examine(session, Reader::user);
+    const Examination found = examination(session);
     json_ ? printJson(found) : printText(found);
     if (found.good()) return;
     throw Failure(found.keychain_good ? exit_failed : exit_keychain,
@@ -32,9 +36,19 @@ class DoctorCommand final : public Command {
   }
 
  private:
+  [[nodiscard]] Examination examination(Session& session) const {
+    std::optional<translation::English> english;
+    if (json_) english.emplace();
+    return examine(session, Reader::user);
+  }
+
   static void printText(const Examination& found) {
+    std::size_t columns = 18;
     for (const Finding& finding : found.findings) {
-      fmt::print("{} {}  {}\n", finding.good ? "ok" : "!!", inColumns(finding.subject, 18),
+      columns = std::max(columns, columnsOf(finding.subject));
+    }
+    for (const Finding& finding : found.findings) {
+      fmt::print("{} {}  {}\n", finding.good ? "ok" : "!!", inColumns(finding.subject, columns),
                  printable(finding.text));
     }
   }

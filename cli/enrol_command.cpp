@@ -166,8 +166,9 @@ class TerminalViews final : public EnrolViews {
   void giveInfo() {
     TaEnrolClient* client = flow_->taenrol();
     if (client == nullptr) {
-      throw Failure(exit_failed, flow_->ending() ? flow_->ending()->problem
-                                                 : "The enrolment has ended; try again");
+      throw Failure(exit_failed, flow_->ending()
+                                     ? flow_->ending()->problem
+                                     : translated("The enrolment has ended; try again"));
     }
     if (client->bUSERCREATEPIN) info_.pin = newPin(*client);
     if (client->bENROL) askQuestions(*client);
@@ -193,11 +194,13 @@ class TerminalViews final : public EnrolViews {
     const EngineLog::Pause quiet;  // the flow checks it again
     const auto length = static_cast<std::int64_t>(utf16Length(pin));
     if (length != client.PINLENGTH) {
-      return fmt::format("The PIN has {} character{}; it must have {}", length,
-                         length == 1 ? "" : "s", client.PINLENGTH);
+      return translatedWith("{}; it must have {}",
+                            translatedCount("The PIN has {} character", "The PIN has {} characters",
+                                            static_cast<std::uint64_t>(length)),
+                            client.PINLENGTH);
     }
     if (!checkPIN(client, pin)) {
-      return fmt::format(
+      return translatedWith(
           "The PIN must have at least {} uppercase and at least {} lowercase letters",
           client.UPPERCASE, client.LOWERCASE);
     }
@@ -262,6 +265,11 @@ class InterruptionWords {
  public:
   explicit InterruptionWords(const EnrolFlow& flow) {
     flow_ = &flow;
+    // A signal handler cannot look up texts.
+    nothing_stored_ = lineOf(translated("Interrupted; nothing was stored"));
+    perhaps_issued_ = lineOf(
+        translated("Interrupted; nothing was stored, though the server may have issued the token; "
+                   "enrol again"));
     struct sigaction ending {};
     ending.sa_handler = say;
     ending.sa_flags = SA_RESTART;
@@ -277,18 +285,20 @@ class InterruptionWords {
  private:
   static constexpr std::array signals{SIGINT, SIGTERM, SIGHUP};
 
+  static std::string lineOf(const std::string& words) {
+    return fmt::format("\nsofttoken-cli: {}\n", words);
+  }
+
   static void say(int signal) {
     const int error = errno;
-    std::string_view words = "\nsofttoken-cli: Interrupted; nothing was stored\n";
+    std::string_view words = nothing_stored_;
     switch (flow_->step()) {
       case EnrolFlow::Step::storing:
       case EnrolFlow::Step::ended:
         errno = error;
         return;
       case EnrolFlow::Step::completing:
-        words =
-            "\nsofttoken-cli: Interrupted; nothing was stored, though the server may have issued "
-            "the token; enrol again\n";
+        words = perhaps_issued_;
         break;
       case EnrolFlow::Step::signing_in:
         break;
@@ -299,6 +309,8 @@ class InterruptionWords {
   }
 
   static inline const EnrolFlow* flow_ = nullptr;
+  static inline std::string nothing_stored_;
+  static inline std::string perhaps_issued_;
   std::array<struct sigaction, 3> before_{};
 };
 
@@ -338,8 +350,8 @@ class EnrolCommand final : public Command {
     }
     const auto& ending = flow.ending();
     if (!ending || !ending->stored) {
-      throw Failure(exit_failed,
-                    ending ? ending->problem : "The enrolment was not completed; try again");
+      throw Failure(exit_failed, ending ? ending->problem
+                                        : translated("The enrolment was not completed; try again"));
     }
     fmt::print("{}", translatedWith("Stored \"{}\".\n", printable(ending->name)));
     if (ending->server_ahead) {

@@ -28,9 +28,11 @@
 #include "platform/device_identifiers.h"
 #include "platform/folders.h"
 #include "platform/keychain_service.h"
+#include "platform/keychain_words.h"
 #include "platform/keychains.h"
 #include "platform/regular_file.h"
 #include "platform/running_program.h"
+#include "platform/translation.h"
 #include "platform/url_loading.h"
 #include "store/keychain_move.h"
 #include "store/stored_tokens.h"
@@ -88,7 +90,8 @@ class Examiner {
     examineIdentifiers();
     const Ini& settings = session_.settings();
     examineSettings(settings);
-    for (const std::string& words : olderSettings(settings)) add("running program", false, words);
+    for (const std::string& words : olderSettings(settings))
+      add(translated("running program"), false, words);
     examineClock();
     examineServer(settings);
     for (const OwnFile& file : files) examineMode(file);
@@ -106,20 +109,21 @@ class Examiner {
       UserKeychain& keychain = session_.keychain();
       const KeychainDescription description = keychain.service->describe();
       const bool good = description.status == KeychainStatus::ok;
-      add("keychain", good,
-          fmt::format("{}{}{}{}", description.name, description.location.empty() ? "" : " at ",
-                      description.location,
-                      good ? ", unlocked" : ": " + keychain.service->message(description.status)));
-      add("keychain choice", true,
-          keychain.remembered ? "remembered" : "not made yet: the first token makes it");
+      add(translated("keychain"), good,
+          good ? translatedWith("{}, unlocked", nameAndPlace(description))
+               : fmt::format("{}: {}", nameAndPlace(description),
+                             messageFor(*keychain.service, description.status)));
+      add(translated("keychain choice"), true,
+          keychain.remembered ? translated("remembered")
+                              : translated("not made yet: the first token makes it"));
       if (!good) return false;
       const StoredTokens tokens = session_.readTokens();
-      std::string text = fmt::format("{} readable", tokens.list.size());
+      std::string text = translatedCount("{} readable", "{} readable", tokens.list.size());
       if (tokens.obstacle) text += ". " + wordsOf(*tokens.obstacle);
-      add("tokens", !tokens.obstacle, text);
+      add(translated("tokens"), !tokens.obstacle, text);
       return true;
     } catch (const Failure& failure) {
-      add("keychain", false, failure.what());
+      add(translated("keychain"), false, translated(failure.what()));
       return false;
     }
   }
@@ -137,39 +141,43 @@ class Examiner {
     const auto unfinished = move.unfinished();
     if (!unfinished) return;
     const bool copying = unfinished->step == KeychainMove::Unfinished::Step::copying;
-    add("keychain move", false,
-        copying ? fmt::format("a move to {0} was cut short; the tokens are where they were. Run "
-                              "`softtoken-cli keychain {0}` to finish it",
-                              unfinished->kind)
-                : fmt::format("the tokens were moved, but copies are left in {}; run "
-                              "`softtoken-cli keychain {}` to delete them",
-                              unfinished->kind, session_.keychainKind()));
+    add(translated("keychain move"), false,
+        copying ? translatedWith("a move to {} was cut short; the tokens are where they were. Run "
+                                 "`softtoken-cli keychain {}` to finish it",
+                                 unfinished->kind, unfinished->kind)
+                : translatedWith("the tokens were moved, but copies are left in {}; run "
+                                 "`softtoken-cli keychain {}` to delete them",
+                                 unfinished->kind, session_.keychainKind()));
   }
 
   void examineIdentifiers() {
-    const auto found = [](const std::string& text) { return text.empty() ? "missing" : "found"; };
+    const auto found = [](const std::string& text) {
+      return text.empty() ? translated("missing") : translated("found");
+    };
     const Identity identity = session_.identifiers().read();
     if (!identity.problem.empty()) {
-      add("device identifiers", false, identity.problem);
+      add(translated("device identifiers"), false, identity.problem);
       return;
     }
     const bool any = !(identity.serial_number.empty() && identity.volume_uuid.empty());
-    add("device identifiers", any,
-        fmt::format("serial number {}, volume {}, user {}", found(identity.serial_number),
-                    found(identity.volume_uuid), found(identity.user)));
+    add(translated("device identifiers"), any,
+        translatedWith("serial number {}, volume {}, user {}", found(identity.serial_number),
+                       found(identity.volume_uuid), found(identity.user)));
   }
 
   void examineSettings(const Ini& settings) {
     for (const std::string& path : settings.unreadableFiles()) {
-      add("settings file", false, unreadableFile(path));
+      add(translated("settings file"), false, unreadableFile(path));
     }
-    add("settings file", true,
-        settings.file().empty() ? "none; every setting has its default" : settings.file());
-    examineSettingsFile("settings file", settings.file(), settings.bAllowHTTP);
-    if (!settings.policyProblem().empty()) add("policy", false, settings.policyProblem());
+    add(translated("settings file"), true,
+        settings.file().empty() ? std::string(translated("none; every setting has its default"))
+                                : settings.file());
+    examineSettingsFile(translated("settings file"), settings.file(), settings.bAllowHTTP);
+    if (!settings.policyProblem().empty())
+      add(translated("policy"), false, settings.policyProblem());
     if (settings.policyFile().empty()) return;
-    add("policy", true, settings.policyFile());
-    examineSettingsFile("policy", settings.policyFile(), settings.bAllowHTTP);
+    add(translated("policy"), true, settings.policyFile());
+    examineSettingsFile(translated("policy"), settings.policyFile(), settings.bAllowHTTP);
   }
 
   void examineSettingsFile(const std::string& subject, const std::string& path, bool allow_http) {
@@ -187,9 +195,11 @@ class Examiner {
     const std::time_t now = std::time(nullptr);
     const std::string text = fmt::format("{:%Y-%m-%d %H:%M:%S} UTC", fmt::gmtime(now));
     const bool good = now >= earliest_time;
-    add("clock", good,
-        good ? text + "; passcodes depend on it, so compare it with a clock you trust"
-             : text + " is in the past; set the clock, or every passcode will be wrong");
+    add(translated("clock"), good,
+        good ? translatedWith("{}; passcodes depend on it, so compare it with a clock you trust",
+                              text)
+             : translatedWith("{} is in the past; set the clock, or every passcode will be wrong",
+                              text));
   }
 
   // Asks the server, if there is one, for its time. The request has no user name.
@@ -197,7 +207,7 @@ class Examiner {
     if (!settings.bAllowTaEnrol || settings.EnrolURL.empty()) return;
     const std::string url = settings.tidyEnrolURL();
     if (std::string words = problemWithEnrolURL(url, settings.bAllowHTTP); !words.empty()) {
-      add("enrolment server", false, std::move(words));
+      add(translated("enrolment server"), false, std::move(words));
       return;
     }
     std::string error;
@@ -209,23 +219,25 @@ class Examiner {
     const std::int64_t now = std::time(nullptr);
     if (response.error) error = response.error->description;
     if (!error.empty()) {
-      add("enrolment server", false, url + " cannot be reached: " + error);
+      add(translated("enrolment server"), false,
+          translatedWith("{} cannot be reached: {}", url, urlErrorWords(error)));
       return;
     }
-    add("enrolment server", response.status == http_ok,
-        fmt::format("{} answered with status {}", url, response.status));
+    add(translated("enrolment server"), response.status == http_ok,
+        translatedWith("{} answered with status {}", url, response.status));
     if (!response.date) return;
     const auto trouble = clockTrouble(*response.date - now);
-    add("server's clock", !trouble, trouble ? *trouble : "agrees with this computer's");
+    add(translated("server's clock"), !trouble,
+        trouble ? *trouble : std::string(translated("agrees with this computer's")));
   }
 
   void examineMode(const OwnFile& file) {
     const std::string& path = file.path;
     const bool link = S_ISLNK(file.status.st_mode);
     if (link || file.status.st_uid != geteuid()) {
-      add("file mode", false,
-          fmt::format("{} {}, so it is not used; remove it", path,
-                      link ? "is a link" : "belongs to another user"));
+      add(translated("file mode"), false,
+          link ? translatedWith("{} is a link, so it is not used; remove it", path)
+               : translatedWith("{} belongs to another user, so it is not used; remove it", path));
       return;
     }
     const unsigned mode = modeOf(file.status);
@@ -233,22 +245,23 @@ class Examiner {
     const bool good = (mode & rights_of_others) == 0;
     struct stat now {};
     if (!good && lstat(path.c_str(), &now) == 0 && (modeOf(now) & rights_of_others) == 0) {
-      words += fmt::format("; others could use it, but no longer: it is {:04o} now", modeOf(now));
+      words = translatedWith("{}; others could use it, but no longer: it is {} now", words,
+                             fmt::format("{:04o}", modeOf(now)));
     } else if (!good) {
-      words += fmt::format("; others can use it, so run `chmod {} {}`",
-                           S_ISDIR(file.status.st_mode) ? "700" : "600", path);
+      words = translatedWith("{}; others can use it, so run `chmod {} {}`", words,
+                             S_ISDIR(file.status.st_mode) ? "700" : "600", path);
     }
-    add("file mode", good, std::move(words));
+    add(translated("file mode"), good, std::move(words));
   }
 
   void examineTrace(const Ini& settings) {
     const std::string path = withTildeExpanded(trace_path);
     struct stat status {};
     if (!settings.bDebug || lstat(path.c_str(), &status) != 0) return;
-    add("trace", false,
-        fmt::format("Debug is on, and {} holds what can make your passcodes; when you are done, "
-                    "switch Debug off, restart the program and delete that file",
-                    path));
+    add(translated("trace"), false,
+        translatedWith("Debug is on, and {} holds what can make your passcodes; when you are done, "
+                       "switch Debug off, restart the program and delete that file",
+                       path));
   }
 
   Session& session_;
@@ -281,8 +294,8 @@ std::vector<std::string> olderSettings(const Ini& settings) {
     }
     if (keys.empty()) continue;
     words.push_back(
-        fmt::format("The running program (process {}) has an older value of {}; restart it",
-                    process->second, fmt::join(keys, ", ")));
+        translatedWith("The running program (process {}) has an older value of {}; restart it",
+                       process->second, fmt::join(keys, ", ")));
   }
   return words;
 }

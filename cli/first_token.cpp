@@ -3,9 +3,11 @@
 #include <fmt/core.h>
 
 #include <string>
+#include <string_view>
 
 #include "cli/exit_codes.h"
 #include "cli/failure.h"
+#include "cli/terminal.h"
 #include "config/ini.h"
 #include "engine/text.h"
 #include "platform/translation.h"
@@ -23,24 +25,25 @@ std::string settingsFile(const Ini& settings) {
 std::string firstTokenHelp(const Ini& settings) {
   const bool knows_server = settings.bAllowTaEnrol && !settings.EnrolURL.empty();
   std::string ways;
+  const auto add = [&ways](std::string_view command, const std::string& what) {
+    ways += fmt::format("  {}{}\n", inColumns(command, 41), what);
+  };
   if (knows_server) {
-    ways += "  softtoken-cli enrol                      asks your enrolment server for one\n";
+    add("softtoken-cli enrol", translated("asks your enrolment server for one"));
   }
   if (settings.bAllowManual) {
-    ways +=
-        "  softtoken-cli add \"Work mail\"            asks for the 13- or 16-character seed\n"
-        "  softtoken-cli import                     reads an otpauth:// URL that you type or pipe "
-        "in\n"
-        "  softtoken-cli import image.png           reads the QR code in an image\n";
+    add("softtoken-cli add \"Work mail\"", translated("asks for the 13- or 16-character seed"));
+    add("softtoken-cli import", translated("reads an otpauth:// URL that you type or pipe in"));
+    add("softtoken-cli import image.png", translated("reads the QR code in an image"));
   }
   if (settings.bAllowTaEnrol && !knows_server) {
-    ways +=
-        "  softtoken-cli enrol https://server       asks the enrolment server at that address\n";
+    add("softtoken-cli enrol https://server",
+        translated("asks the enrolment server at that address"));
   }
-  std::string text = "There are no tokens yet.\n";
-  if (!ways.empty()) text += "To add one, use one of these commands:\n" + ways;
+  std::string text = translated("There are no tokens yet.\n");
+  if (!ways.empty()) text += translated("To add one, use one of these commands:\n") + ways;
   if (!settings.bAllowManual && !knows_server) {
-    text += fmt::format(
+    text += translatedWith(
         "Adding tokens by hand is switched off. To allow it, put this line into {}:\n"
         "  AllowManual=true\n",
         settingsFile(settings));

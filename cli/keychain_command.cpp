@@ -13,14 +13,16 @@
 #include "engine/text.h"
 #include "platform/device_identifiers.h"
 #include "platform/keychain_service.h"
+#include "platform/keychain_words.h"
 #include "platform/keychains.h"
+#include "platform/translation.h"
 #include "store/keychain_move.h"
 
 namespace talvane {
 namespace {
 
 std::string tokens(std::size_t count) {
-  return count == 1 ? "1 token" : fmt::format("{} tokens", count);
+  return translatedCount("{} token", "{} tokens", count);
 }
 
 class KeychainCommand final : public Command {
@@ -63,20 +65,23 @@ class KeychainCommand final : public Command {
              {"tokens", count ? Json(*count) : Json(nullptr)},
              {"leftovers", unfinished ? Json(unfinished->kind) : Json(nullptr)}});
     } else {
-      fmt::print("{}: {}{}{}{}\n", keychain.kind, description.name,
-                 description.location.empty() ? "" : " at ", printable(description.location),
+      fmt::print("{}: {}{}\n", keychain.kind, printable(nameAndPlace(description)),
                  count ? ", " + tokens(*count) : "");
-      if (!keychain.remembered) fmt::print("Not chosen for good: the first token does that.\n");
+      if (!keychain.remembered) {
+        fmt::print("{}", translated("Not chosen for good: the first token does that.\n"));
+      }
       if (unfinished) {
         const bool copying = unfinished->step == KeychainMove::Unfinished::Step::copying;
-        fmt::print(
-            "A move was cut short, and copies are in {0} too; run `softtoken-cli keychain "
-            "{1}` to {2}.\n",
-            unfinished->kind, copying ? unfinished->kind : keychain.kind,
-            copying ? "finish it" : "delete them");
+        fmt::print("{}", copying
+                             ? translatedWith("A move was cut short, and copies are in {} too; run "
+                                              "`softtoken-cli keychain {}` to finish it.\n",
+                                              unfinished->kind, unfinished->kind)
+                             : translatedWith("A move was cut short, and copies are in {} too; run "
+                                              "`softtoken-cli keychain {}` to delete them.\n",
+                                              unfinished->kind, keychain.kind));
       }
     }
-    if (!good) throw Failure(exit_keychain, keychain.service->message(description.status));
+    if (!good) throw Failure(exit_keychain, messageFor(*keychain.service, description.status));
   }
 
   void moveTo(const std::string& from, KeychainMove& move) const {
@@ -84,15 +89,17 @@ class KeychainCommand final : public Command {
     const auto done = move.move(from, kind_);
     if (!done) throw failureOf(done.error());
     if (done->moved > 0) {
-      fmt::print("Moved {} from {} to {}.\n", tokens(done->moved), from, kind_);
+      fmt::print("{}",
+                 translatedWith("Moved {} from {} to {}.\n", tokens(done->moved), from, kind_));
     } else {
-      fmt::print("{} {}.\n", was_there ? "The tokens are in" : "The keychain is now", kind_);
+      fmt::print("{}", was_there ? translatedWith("The tokens are in {}.\n", kind_)
+                                 : translatedWith("The keychain is now {}.\n", kind_));
     }
     if (!done->leftovers.empty()) {
       throw Failure(exit_keychain,
-                    fmt::format("The tokens are in {0}, but copies are left behind: {1}. Run "
-                                "`softtoken-cli keychain {0}` again to delete them",
-                                kind_, done->leftovers));
+                    translatedWith("The tokens are in {}, but copies are left behind: {}. Run "
+                                   "`softtoken-cli keychain {}` again to delete them",
+                                   kind_, done->leftovers, kind_));
     }
   }
 

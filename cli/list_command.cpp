@@ -15,6 +15,7 @@
 #include "cli/terminal.h"
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
+#include "platform/translation.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {
@@ -26,9 +27,8 @@ struct NameColumns {
   std::size_t created_as = std::string::npos;
 };
 
-NameColumns nameColumns() {
-  constexpr std::size_t others = 16;
-  constexpr std::size_t title = 10;  // of the second
+// `others`: the columns of the rest. `title`: that of the second name.
+NameColumns nameColumns(std::size_t others, std::size_t title) {
   const auto columns = outputColumns();
   if (!columns) return {};
   const std::size_t room = std::max<std::size_t>(*columns, others + 8) - others;
@@ -68,14 +68,21 @@ class ListCommand final : public Command {
       if (!tokens.obstacle) std::cerr << firstTokenHelp(session.settings());
       return;
     }
-    const NameColumns widths = nameColumns();
-    fmt::print("SLOT  {}  PERIOD  {}\n", inColumns("NAME", widths.name),
-               cutTo("CREATED AS", widths.created_as));
+    const std::string slot = translated("SLOT");
+    const std::string period = translated("PERIOD");
+    const std::string created_as = translated("CREATED AS");
+    const std::size_t slot_columns = std::max<std::size_t>(4, columnsOf(slot));
+    const std::size_t period_columns = std::max<std::size_t>(6, columnsOf(period));
+    const NameColumns widths =
+        nameColumns(slot_columns + period_columns + 6, columnsOf(created_as));
+    fmt::print("{}  {}  {}  {}\n", inColumns(slot, slot_columns),
+               inColumns(translated("NAME"), widths.name), inColumns(period, period_columns),
+               cutTo(created_as, widths.created_as));
     for (std::size_t i = 0; i < tokens.list.size(); ++i) {
       const SoftTokenInfo& token = *tokens.list[i];
-      fmt::print("{:4}  {}  {:4} s  {}\n", i,
+      fmt::print("{:{}}  {}  {:{}} s  {}\n", i, slot_columns,
                  inColumns(printable(token.currentDescription().value_or("")), widths.name),
-                 token.period,
+                 token.period, period_columns - 2,
                  cutTo(printable(token.originalDescription().value_or("")), widths.created_as));
     }
   }

@@ -14,6 +14,7 @@
 #include "engine/soft_token_info.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "platform/translation.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {
@@ -27,7 +28,7 @@ constexpr std::int64_t last_seconds = 5;  // in which the next passcode shows
 
 // Columns of a row without the name, with one that stays empty, and of the next passcode.
 constexpr std::size_t row_columns = 24;
-constexpr std::size_t next_columns = 15;
+constexpr std::size_t next_columns = 11;  // and its word
 
 std::size_t nameColumns(std::size_t columns, std::size_t others) {
   return std::clamp(columns, others + narrowest_name, others + widest_name) - others;
@@ -96,13 +97,23 @@ ColourDepth colourDepth() {
 
 std::string plainTable(const StoredTokens& tokens, std::int64_t now,
                        std::optional<std::size_t> columns) {
-  const std::size_t name_columns = columns ? nameColumns(*columns, row_columns) : widest_name;
-  std::string text = fmt::format("SLOT  {}  PASSCODE  VALID\n", inColumns("NAME", name_columns));
+  const std::string slot = translated("SLOT");
+  const std::string passcode = translated("PASSCODE");
+  const std::string valid = translated("VALID");
+  const std::size_t slot_columns = std::max<std::size_t>(4, columnsOf(slot));
+  const std::size_t passcode_columns = std::max<std::size_t>(8, columnsOf(passcode));
+  const std::size_t others =
+      slot_columns + passcode_columns + std::max<std::size_t>(4, columnsOf(valid)) + 7;
+  const std::size_t name_columns = columns ? nameColumns(*columns, others) : widest_name;
+  std::string text = fmt::format("{}  {}  {}  {}\n", inColumns(slot, slot_columns),
+                                 inColumns(translated("NAME"), name_columns),
+                                 inColumns(passcode, passcode_columns), valid);
   for (std::size_t i = 0; i < tokens.list.size(); ++i) {
     const SoftTokenInfo& token = *tokens.list[i];
-    text += fmt::format("{:4}  {}  {}    {:2} s\n", i,
-                        inColumns(printable(token.currentDescription().value_or("")), name_columns),
-                        passcodeOf(token, now), secondsLeft(token, now));
+    text +=
+        fmt::format("{:{}}  {}  {}  {:2} s\n", i, slot_columns,
+                    inColumns(printable(token.currentDescription().value_or("")), name_columns),
+                    inColumns(passcodeOf(token, now), passcode_columns), secondsLeft(token, now));
   }
   return text;
 }
@@ -111,9 +122,11 @@ std::string colouredTable(const StoredTokens& tokens, std::int64_t now, std::siz
                           ColourDepth depth) {
   const bool countdown_60 = vane::bAllTokensArePeriod60(tokens.list);
   // The names keep their width, whether the next passcodes show or not.
-  const bool has_room = columns >= row_columns + next_columns + 2 * narrowest_name;
+  const std::string next = translated("next");
+  const std::size_t room_of_next = next_columns + columnsOf(next);
+  const bool has_room = columns >= row_columns + room_of_next + 2 * narrowest_name;
   const std::size_t name_columns =
-      nameColumns(columns, row_columns + (has_room ? next_columns : 0));
+      nameColumns(columns, row_columns + (has_room ? room_of_next : 0));
   std::string text;
   for (std::size_t i = 0; i < tokens.list.size(); ++i) {
     const SoftTokenInfo& token = *tokens.list[i];
@@ -125,7 +138,7 @@ std::string colouredTable(const StoredTokens& tokens, std::int64_t now, std::siz
                         secondsLeft(token, now));
     if (has_room && secondsLeft(token, now) <= last_seconds) {
       text +=
-          fmt::format("   {}next {}{}", colour.empty() ? "" : faint,
+          fmt::format("   {}{} {}{}", colour.empty() ? "" : faint, next,
                       spaced(passcodeOf(token, now + token.period)), colour.empty() ? "" : plain);
     }
     text += '\n';

@@ -11,6 +11,7 @@
 #include "cli/session.h"
 #include "engine/text.h"
 #include "engine/vane.h"
+#include "platform/translation.h"
 #include "store/problem.h"
 #include "store/stored_tokens.h"
 #include "store/token_store.h"
@@ -42,14 +43,16 @@ class MoveCommand final : public Command {
     const std::size_t from = Session::find(tokens, token_);
     const std::size_t last = tokens.list.size() - 1;
     if (static_cast<std::size_t>(slot_) > last) {
-      throw Failure(
-          exit_usage,
-          fmt::format("Slot {} is behind the last token; give a slot from 0 to {}", slot_, last));
+      throw Failure(exit_usage,
+                    translatedWith("Slot {} is behind the last token; give a slot from 0 to {}",
+                                   slot_, last));
     }
     const std::string name = tokens.list[from]->currentDescription().value_or("");
     return session.store().move(static_cast<std::int32_t>(from), slot_, tokens).map([&] {
-      fmt::print("\"{}\" {} in slot {}.\n", printable(name),
-                 from == static_cast<std::size_t>(slot_) ? "already is" : "is now", slot_);
+      fmt::print("{}",
+                 from == static_cast<std::size_t>(slot_)
+                     ? translatedWith("\"{}\" already is in slot {}.\n", printable(name), slot_)
+                     : translatedWith("\"{}\" is now in slot {}.\n", printable(name), slot_));
     });
   }
 

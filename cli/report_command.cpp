@@ -28,6 +28,7 @@
 #include "platform/regular_file.h"
 #include "platform/replace_file.h"
 #include "platform/running_program.h"
+#include "platform/translation.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {
@@ -131,6 +132,18 @@ class ReportCommand final : public Command {
   }
 
   void run(Session& session) override {
+    write(session);
+    if (output_.empty()) {
+      fmt::print("{}", text_);
+    } else if (const int error = replaceFile(output_, text_, 0600); error != 0) {
+      throw Failure(exit_failed,
+                    translatedWith("Cannot write {}: {}", output_, std::strerror(error)));
+    }
+  }
+
+ private:
+  void write(Session& session) {
+    const translation::English english;  // the help desk reads it
     text_ = head;
     const Examination found = examine(session, Reader::help_desk);
     addVersions();
@@ -141,14 +154,8 @@ class ReportCommand final : public Command {
     StoredTokens tokens;
     if (found.keychain_good) tokens = session.readTokens();
     text_ = withoutSecrets(std::move(text_), tokens, std::time(nullptr));
-    if (output_.empty()) {
-      fmt::print("{}", text_);
-    } else if (const int error = replaceFile(output_, text_, 0600); error != 0) {
-      throw Failure(exit_failed, fmt::format("Cannot write {}: {}", output_, std::strerror(error)));
-    }
   }
 
- private:
   void section(std::string_view name) { text_ += fmt::format("\n{}\n", name); }
   void line(std::string_view name, std::string_view value) {
     text_ += fmt::format("  {}  {}\n", inColumns(name, 22), printable(value));
@@ -174,10 +181,11 @@ class ReportCommand final : public Command {
     line("file", settings.file().empty() ? "none" : settings.file());
     line("policy", settings.policyFile().empty() ? "none" : settings.policyFile());
     for (const Ini::Entry& entry : settings.entries()) {
-      const char* from = !entry.from_file                      ? "default"
+      const char* from = entry.file.empty()                    ? "default"
+                         : !entry.from_file                    ? "language"
                          : entry.file == settings.policyFile() ? "policy"
                                                                : "file";
-      line(entry.key, fmt::format("{}  {}", inColumns(from, 7), entry.value));
+      line(entry.key, fmt::format("{:7}  {}", from, entry.value));
     }
   }
 

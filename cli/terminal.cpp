@@ -170,8 +170,10 @@ Cleared<std::string> readLine(std::string_view prompt, bool secret) {
 }
 
 bool confirm(std::string_view question) {
-  const std::string answer = lowerCase(readLine(std::string(question) + " [y/N] ", false).get());
-  return answer == "y" || answer == "yes";
+  const std::string prompt = translatedWith("{} [y/N] ", question);
+  const std::string answer = lowerCase(readLine(prompt, false).get());
+  return answer == "y" || answer == "yes" || answer == translated("y").spoken() ||
+         answer == translated("yes").spoken();
 }
 
 }  // namespace talvane

@@ -18,6 +18,7 @@
 #include "cli/session.h"
 #include "cli/terminal.h"
 #include "engine/text.h"
+#include "platform/translation.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {
@@ -85,7 +86,8 @@ class WatchCommand final : public Command {
       }
       const winsize size = screenSize();
       std::string text = "\n  Talvane Soft Token\n\n" +
-                         colouredTable(tokens, now, size.ws_col, depth) + "\n  Press q to quit\n";
+                         colouredTable(tokens, now, size.ws_col, depth) + "\n  " +
+                         translated("Press q to quit") + '\n';
       if (!trouble.empty()) text += "  " + printable(trouble) + '\n';
       showScreen(fitted(text, size.ws_row));
       if (quitPressed()) return;
@@ -97,7 +99,7 @@ class WatchCommand final : public Command {
       tokens = session.readTokens();
       trouble = tokens.obstacle ? wordsFor(*tokens.obstacle) : std::string();
     } catch (const Failure& failure) {
-      trouble = failure.what();
+      trouble = translated(failure.what());
     }
   }
 
@@ -109,8 +111,9 @@ class WatchCommand final : public Command {
       if (next == std::string::npos) return text;
       end = next + 1;
     }
-    return end == text.size() ? text.substr(0, end - 1)
-                              : text.substr(0, end) + "  … enlarge the window to see the rest";
+    return end == text.size()
+               ? text.substr(0, end - 1)
+               : text.substr(0, end) + "  … " + translated("enlarge the window to see the rest");
   }
 
   // Waits for the next second or a key.
