@@ -17,7 +17,7 @@ class LanguageTest : public DesktopTest, public ::testing::WithParamInterface<st
   LanguageTest()
       : catalogue_(GetParam(),
                    std::string(CATALOGUES) + '/' + language() + "/LC_MESSAGES/softtoken.mo"),
-        ini_(defaults_, {"/none", "/none", BUNDLE, language()}) {
+        ini_(defaults_, {"/none", "/none", BUNDLE, "", 0, language()}) {
     locale_ = language() + ".UTF-8";
     ini_.read();
   }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <set>
@@ -72,6 +73,19 @@ std::optional<std::multiset<std::size_t>> placeholders(const std::string& text) 
   return values;
 }
 
+// Those of the PIN's rules, "$NAME$". The English article is left out.
+std::multiset<std::string> named(const std::string& text) {
+  std::multiset<std::string> names;
+  for (std::size_t begin = text.find('$'); begin != std::string::npos;) {
+    const std::size_t end = text.find('$', begin + 1);
+    if (end == std::string::npos) return {"a $ alone"};
+    const std::string name = text.substr(begin, end + 1 - begin);
+    if (name != "$EN_INDEFINITE_ARTICLE$") names.insert(name);
+    begin = text.find('$', end + 1);
+  }
+  return names;
+}
+
 class CataloguesTest : public testing::TestWithParam<std::string_view> {
  protected:
   void SetUp() override {
@@ -107,10 +121,31 @@ TEST_P(CataloguesTest, HasTheFormsThatItsLanguageNeeds) {
 
 TEST_P(CataloguesTest, KeepsThePlaceholders) {
   for (const Message& message : messages_) {
-    const auto expected = placeholders(message.one);
+    const auto expected = placeholders(message.many.empty() ? message.one : message.many);
     ASSERT_TRUE(expected) << message.one;
-    for (const std::string& form : message.forms) EXPECT_EQ(placeholders(form), expected) << form;
+    EXPECT_EQ(placeholders(message.forms.back()), expected) << message.one;
+    for (const std::string& form : message.forms) {
+      // Some say "the token" instead of "1 token".
+      if (placeholders(form) != placeholders(message.one)) {
+        EXPECT_EQ(placeholders(form), expected) << form;
+      }
+      EXPECT_EQ(named(form), named(message.one)) << form;
+      EXPECT_EQ(form.find("$EN_"), std::string::npos) << form;
+    }
   }
+}
+
+// The letter that the question shows is the one that it takes.
+TEST_P(CataloguesTest, TakesTheAnswerThatTheQuestionShows) {
+  const auto of = [this](const std::string& english) {
+    const auto found = std::find_if(messages_.begin(), messages_.end(),
+                                    [&](const Message& message) { return message.one == english; });
+    return found == messages_.end() ? std::string() : found->forms.at(0);
+  };
+  const std::string letter = of("y");
+  ASSERT_NE(letter, "");
+  EXPECT_NE(of("{} [y/N] ").find('[' + letter + '/'), std::string::npos);
+  EXPECT_TRUE(of("yes").starts_with(letter)) << of("yes");
 }
 
 // What is put together, and what stands alone.

@@ -22,7 +22,7 @@ class LanguagesTest : public testing::TestWithParam<std::string_view> {
   LanguagesTest()
       : catalogue_(GetParam(), std::string(CATALOGUES) + '/' + std::string(GetParam()) +
                                    "/LC_MESSAGES/softtoken.mo"),
-        ini_(defaults_, {"/none", "/none", BUNDLE, std::string(GetParam())}) {
+        ini_(defaults_, {"/none", "/none", BUNDLE, "", 0, std::string(GetParam())}) {
     ini_.read();
   }
 
