@@ -1,5 +1,6 @@
 // The command line in each language.
 
+#include <fmt/args.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -160,11 +161,22 @@ TEST_P(CliLanguagesTest, HelpAndWrongUsageSpeak) {
     EXPECT_NE(help.find(own(text) + ':'), std::string::npos) << text << '\n' << help;
   }
   EXPECT_NE(help.find(own("List the tokens, without passcodes")), std::string::npos) << help;
-  std::string required = own("{} is required");
-  required.replace(required.find("{}"), 2, "token");
-  const Ended ended = home_.run({"code"});
-  EXPECT_EQ(ended.exit_code, 2);
-  EXPECT_NE(ended.err.find(required), std::string::npos) << ended.err;
+  // The parser's words, which hold values.
+  const struct {
+    Strings arguments;
+    const char* words;
+    std::vector<std::string> values;
+  } wrong[] = {
+      {{"code"}, "{} is required", {"token"}},
+      {{"move", "Mail", "x"}, "{}: Value {} not in range {} to {}", {"slot", "x", "0", "31"}}};
+  for (const auto& [arguments, words, values] : wrong) {
+    fmt::dynamic_format_arg_store<fmt::format_context> store;
+    for (const std::string& value : values) store.push_back(value);
+    const std::string expected = fmt::vformat(own(words), store);
+    const Ended ended = home_.run(arguments);
+    EXPECT_EQ(ended.exit_code, 2);
+    EXPECT_NE(ended.err.find(expected), std::string::npos) << ended.err;
+  }
 }
 
 TEST_P(CliLanguagesTest, EmptyListSaysHowToBegin) {

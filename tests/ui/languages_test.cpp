@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QFontMetrics>
+#include <QRegularExpression>
 
 #include <filesystem>
 
@@ -30,6 +31,16 @@ class LanguagesTest : public testing::TestWithParam<std::string_view> {
     const std::string_view text = catalogue_.find(english);
     EXPECT_TRUE(text != english || text == "OK" || text == "NO") << english;
     return std::string(text);
+  }
+
+  // The text with this value for each "{}" and "$NAME$" of it.
+  static std::string with(const std::string& text, const std::string& value) {
+    QString filled = QString::fromStdString(text);
+    static const QRegularExpression placeholder(QStringLiteral("\\{\\d?\\}"));
+    static const QRegularExpression name(QStringLiteral("\\$[A-Z_]+\\$"));
+    filled.replace(text.find('$') == std::string::npos ? placeholder : name,
+                   QString::fromStdString(value));
+    return filled.toStdString();
   }
 
   static int width(const std::string& text, int size = 12) {
@@ -83,13 +94,56 @@ TEST_P(LanguagesTest, ParagraphsFit) {
   EXPECT_LE(height(ini_.StrGetURL, 240), 54) << ini_.StrGetURL;
   EXPECT_LE(height(ini_.StrEnrolPrompt, 240), 56) << ini_.StrEnrolPrompt;
   const std::string prompt =
-      fmt::format(fmt::runtime(own("Please choose a {}-character PIN. ")), 16);
+      with(own("Please choose $EN_INDEFINITE_ARTICLE$ $PINLENGTH$-character PIN. "), "16");
   EXPECT_LE(height(prompt, 240), 20) << prompt;
-  const std::string rule = fmt::format(
-      fmt::runtime(own("{} (Must contain at least {} uppercase and at least {} lowercase "
-                       "characters).")),
-      prompt, 2, 2);
-  EXPECT_LE(height(rule, 240), 60) << rule;
+  const std::string rule =
+      with(own("{} (Must contain at least $UPPERCASE$ uppercase and at least $LOWERCASE$ lowercase "
+               "characters)."),
+           "2");
+  EXPECT_LE(height(with(rule, prompt), 240), 60) << rule;
+}
+
+TEST_P(LanguagesTest, ShortcutsFit) {
+  // Their letters may be smaller.
+  for (const std::string& text :
+       {own("Shortcut: none"), with(own("Shortcut: {}"), "Ctrl+Alt+T"),
+        own("Shortcut does not work"), with(own("{} does not work"), "Ctrl+Alt+T"),
+        own("Press a key combination"), own("Add Ctrl, Alt or Super")}) {
+    EXPECT_LE(width(text, 10), toolbarButtonFrame(ToolbarSlot::wide).width - 4) << text;
+  }
+}
+
+TEST_P(LanguagesTest, NextAndUnlockFit) {
+  EXPECT_LE(width(own("Next"), 11), 58) << own("Next");
+  EXPECT_LE(width(own("Unlock")), 100 - 4) << own("Unlock");
+}
+
+// Why a PIN is refused stands in a field.
+TEST_P(LanguagesTest, RefusalsOfPinsFit) {
+  for (const char* one :
+       {"{} more character", "At least {} uppercase letter", "At least {} lowercase letter"}) {
+    for (const std::uint64_t number : {1U, 2U, 16U}) {
+      const std::string text = with(std::string(catalogue_.find(one, one, number)), "16");
+      EXPECT_LE(width(text), 240 - 12) << text;
+    }
+  }
+  for (const char* text :
+       {"Too long", "Too weak: a rising sequence", "Too weak: a falling sequence",
+        "Too weak: all characters are the same", "Type the PIN again"}) {
+    EXPECT_LE(width(own(text)), 240 - 12) << own(text);
+  }
+}
+
+TEST_P(LanguagesTest, HintsFit) {
+  for (const char* hint :
+       {"No tokens yet. Press {} to enrol at a server or type a key, or drop a link or QR code "
+        "image here.",
+        "No tokens yet. Press {} to type a key, or drop a link or QR code image here.",
+        "No tokens yet. Press {} to enrol at a server.",
+        "No tokens yet. You cannot add any here; ask your administrator how to get one."}) {
+    const std::string text = with(own(hint), ini_.StrButtonAdd);
+    EXPECT_LE(height(text, 236), 120) << text;
+  }
 }
 
 class RightToLeftTest : public AppTest {
