@@ -171,9 +171,10 @@ Cleared<std::string> readLine(std::string_view prompt, bool secret) {
 
 bool confirm(std::string_view question) {
   const std::string prompt = translatedWith("{} [y/N] ", question);
-  const std::string answer = lowerCase(readLine(prompt, false).get());
-  return answer == "y" || answer == "yes" || answer == translated("y").spoken() ||
-         answer == translated("yes").spoken();
+  // "si" is "sí" too.
+  const std::string answer = searchForm(readLine(prompt, false).get());
+  return answer == "y" || answer == "yes" || answer == searchForm(translated("y")) ||
+         answer == searchForm(translated("yes"));
 }
 
 }  // namespace talvane

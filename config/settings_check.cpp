@@ -1,6 +1,5 @@
 #include "config/settings_check.h"
 
-#include <fmt/core.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

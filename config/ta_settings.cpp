@@ -1,6 +1,5 @@
 #include "config/ta_settings.h"
 
-#include <fmt/core.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 

@@ -1,7 +1,5 @@
 #include "enrol/enrol_flow.h"
 
-#include <fmt/core.h>
-
 #include <memory>
 #include <new>
 #include <optional>

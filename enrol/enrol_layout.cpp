@@ -1,7 +1,5 @@
 #include "enrol/enrol_layout.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,5 @@
 #include "store/keychain_move.h"
 
-#include <fmt/core.h>
-
 #include <chrono>
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,5 @@
 #include "store/new_token.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

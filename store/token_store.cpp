@@ -1,7 +1,5 @@
 #include "store/token_store.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <array>
 #include <chrono>
