@@ -87,7 +87,7 @@ Program& Program::operator=(Program&& other) noexcept {
 }
 
 bool Program::runs() {
-  return !end(std::chrono::milliseconds(0));
+  return id_ > 0 && !end(std::chrono::milliseconds(0));
 }
 
 std::optional<int> Program::end(std::chrono::milliseconds patience) {

@@ -119,14 +119,18 @@ class ApplicationTorture : public DesktopTest {
     return true;
   }
 
-  // With the panel open: copies, and says whether the right passcode is on the clipboard.
-  bool copies(std::string* why) {
-    const std::int64_t before = std::time(nullptr);
-    // A panel that has just come may not have the keyboard yet.
-    for (int i = 0; i < 4 && isOpen() && program_.runs(); ++i) {
+  // A panel that has just come may not have the keyboard yet.
+  void pressCopyKey() {
+    for (int i = 0; i < 4 && isOpen() && alertParts().empty() && program_.runs(); ++i) {
       screen().key("1");
       until([&] { return !isOpen(); }, patience / 4);
     }
+  }
+
+  // With the panel open: copies, and says whether the right passcode is on the clipboard.
+  bool copies(std::string* why) {
+    const std::int64_t before = std::time(nullptr);
+    pressCopyKey();
     if (!comesClosed()) return *why = "copying does not close the panel", false;
     if (!program_.runs()) return *why = "the program ended", false;
     return isOnClipboard(before, why);
@@ -161,7 +165,7 @@ class ApplicationTorture : public DesktopTest {
     const std::int64_t before = std::time(nullptr);
     control_.arm(kind, number);
     if (action == Action::copy) {
-      screen().key("1");
+      pressCopyKey();
     } else {
       clickIcon();
     }
