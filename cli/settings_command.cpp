@@ -1,11 +1,13 @@
 #include <fmt/core.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "cli/command.h"
 #include "cli/examination.h"
