@@ -47,12 +47,12 @@ void translateHelp(CLI::App& parser) {
   }
 }
 
-// The parser speaks English.
+// The parser speaks English. The first form that fits counts.
 constexpr std::array parser_errors{
     marked("A subcommand is required"),
     marked("{} is required"),
-    marked("{}: {} not in {}"),
     marked("{}: Value {} not in range {} to {}"),
+    marked("{}: {} not in {}"),
     marked("{} excludes {}"),
     marked("{}: {} required {} missing"),
     marked("Could not convert: {} = {}"),
