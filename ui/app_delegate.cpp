@@ -28,6 +28,7 @@
 #include "ui/desktop/item_place.h"
 #include "ui/desktop/pasteboard.h"
 #include "ui/desktop/shortcut_choice.h"
+#include "ui/kit/accessible.h"
 #include "ui/kit/alert.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
@@ -277,14 +278,15 @@ void SoftTokenOSXAppDelegate::copyPasscode(const PasscodeToCopy& passcode) {
       secondsInClipboard(ini.ClipboardSeconds, passcode.expires - gateway_.CurrentTime());
   passcode_goes_.stop();
   if (seconds > 0) passcode_goes_.start(std::chrono::seconds(seconds));
-  if (!parts_.notify) return;
   const std::string name = shownName(passcode.token);
-  const std::string text = passcode.is_next ? translatedWith("Next passcode for {} copied", name)
-                                            : translatedWith("Passcode for {} copied", name);
+  const QString words =
+      QString::fromStdString(passcode.is_next ? translatedWith("Next passcode for {} copied", name)
+                                              : translatedWith("Passcode for {} copied", name));
+  if (panel_.openPanel() != nullptr) announce(*panel_.openPanel(), words);
+  if (!parts_.notify) return;
   // After the panel has closed.
   QMetaObject::invokeMethod(
-      this, [this, words = QString::fromStdString(text)] { parts_.notify(words); },
-      Qt::QueuedConnection);
+      this, [this, words] { parts_.notify(words); }, Qt::QueuedConnection);
 }
 
 // The program ends: whoever asks for the passcode later would not get it cleared.

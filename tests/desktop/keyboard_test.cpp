@@ -43,7 +43,7 @@ TEST_F(KeyboardTest, TabGoesThroughTheManualView) {
   clickButton("Add");
   ASSERT_TRUE(focusComesTo("Enter a description"));
   expectOrder(
-      "Tab", {"Enter your 13 or 16 character key", "OK", "Cancel", "Close", "Enter a description"});
+      "Tab", {"Enter your 13 or 16 character key", "Cancel", "OK", "Close", "Enter a description"});
 }
 
 TEST_F(KeyboardTest, TabAndArrowsGoThroughTheHelpView) {

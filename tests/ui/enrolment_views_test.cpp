@@ -7,6 +7,7 @@
 
 #include "enrol/enrol_layout.h"
 #include "tests/ui/app_test.h"
+#include "ui/kit/hover_text.h"
 
 namespace talvane {
 namespace {
@@ -430,7 +431,7 @@ TEST_F(EnrolmentTest, LongWordsOfTheServerAreShownInPart) {
   while (words.size() < 1000000) words += "No access. ";
   submit("RESULT:OK,DENIED\r\nMESSAGE:" + words);
   EXPECT_EQ(message(), words.substr(0, 2000) + "\u2026");
-  EXPECT_FALSE(find<QLabel>("eva_message")->toolTip().isEmpty());
+  EXPECT_FALSE(hoverText(*find<QLabel>("eva_message")).isEmpty());
 }
 
 TEST_F(EnrolmentTest, QuestionsWithoutEndAreOfferedInPart) {

@@ -5,6 +5,7 @@
 #include <QLabel>
 
 #include "tests/ui/app_test.h"
+#include "ui/kit/hover_text.h"
 #include "ui/panel/panel_geometry.h"
 
 namespace talvane {
@@ -177,7 +178,7 @@ TEST_F(FindingTest, NameThatNoTokenHasIsTold) {
   EXPECT_EQ(names(), Lines());
   EXPECT_EQ(textOf("tvnone"), "No token has “xyz” in its name. Escape shows all tokens");
   EXPECT_TRUE(find<QLabel>("tvnone")->isVisible());
-  EXPECT_EQ(find<QLabel>("tvnone")->toolTip(), QString()) << "it is cut";
+  EXPECT_EQ(hoverText(*find<QLabel>("tvnone")), QString()) << "it is cut";
   EXPECT_EQ(QApplication::focusWidget(), panel());
   press(Qt::Key_Return);
   press(Qt::Key_Space);

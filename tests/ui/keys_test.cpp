@@ -271,6 +271,24 @@ class EveryControlTest : public KeysTest {
     EXPECT_EQ(reached, wanted) << openView();
     EXPECT_TRUE(wanted.contains(button("close"))) << openView();
   }
+  /// From what has the focus at first: from the top, and left to right in a line.
+  void expectTabFollowsTheEye() {
+    const QWidget* before = QApplication::focusWidget();
+    const QWidget* first = before;
+    for (int i = 0; i < 20; ++i) {
+      press(Qt::Key_Tab);
+      const QWidget* now = QApplication::focusWidget();
+      if (now == button("close")) continue;
+      if (now == first) return;
+      const QPoint from = before->mapTo(panel(), before->rect().center());
+      const QPoint to = now->mapTo(panel(), now->rect().center());
+      const bool is_in_line = std::abs(from.y() - to.y()) < 10;
+      EXPECT_TRUE(is_in_line ? to.x() > from.x() : to.y() > from.y())
+          << before->objectName().toStdString() << ", then " << now->objectName().toStdString();
+      before = now;
+    }
+    FAIL() << openView();
+  }
   static void expectNamed() {
     for (const QWidget* widget : panel()->findChildren<QWidget*>()) {
       if (!widget->isVisible() || (widget->focusPolicy() & Qt::TabFocus) == 0) continue;
@@ -294,12 +312,21 @@ TEST_F(EveryControlTest, IsReachedByTabAndHasAnAccessibleName) {
   expectReachedByTab();
 }
 
+TEST_F(EveryControlTest, IsReachedInTheOrderOfTheEye) {
+  storeMany(2);
+  for (const char* name : {"tv", "cv", "av", "mv", "hv", "evgu"}) {
+    show(name);
+    expectTabFollowsTheEye();
+  }
+}
+
 TEST_F(EveryControlTest, IsReachedByTabInTheSignInToo) {
   setSettings("AllowManual=1\nEnrolURL=https://srv\n");
   network.answer("RESULT:OK\r\nVERSION:7100\r\nPASSWORD:True\r\n");
   show("eva");
   ASSERT_TRUE(QTest::qWaitFor([] { return find<QLineEdit>("eva_password")->isVisible(); }));
   expectNamed();
+  expectTabFollowsTheEye();
   expectReachedByTab();
 }
 

@@ -6,6 +6,7 @@
 #include <QPainter>
 
 #include "tests/ui/drawn.h"
+#include "ui/kit/hover_text.h"
 
 namespace talvane {
 namespace {
@@ -37,7 +38,7 @@ class TextLabelTest : public testing::Test {
 TEST_F(TextLabelTest, ShortTextHasNoToolTip) {
   label.showText(QStringLiteral("Mail"));
   EXPECT_EQ(label.text(), QStringLiteral("Mail"));
-  EXPECT_EQ(label.toolTip(), QString());
+  EXPECT_EQ(hoverText(label), QString());
   EXPECT_GT(rightmostInk(), 5);
   EXPECT_LT(rightmostInk(), 100);
 }
@@ -46,7 +47,7 @@ TEST_F(TextLabelTest, LongTextIsCutAndShownWholeInATip) {
   const QString text = QString(200, QLatin1Char('W'));
   label.showText(text);
   EXPECT_EQ(label.text(), text);
-  EXPECT_EQ(label.toolTip(), text);
+  EXPECT_EQ(hoverText(label), text);
   EXPECT_LT(rightmostInk(), 100);
 }
 
@@ -61,7 +62,7 @@ TEST_F(TextLabelTest, CutTextEndsInAnEllipsis) {
 
 TEST_F(TextLabelTest, TipOfMarkupIsPlainText) {
   label.showText(QStringLiteral("<b>&") + QString(200, QLatin1Char('W')));
-  EXPECT_TRUE(label.toolTip().startsWith(QStringLiteral("&lt;b&gt;&amp;W")));
+  EXPECT_TRUE(hoverText(label).startsWith(QStringLiteral("<b>&W")));
 }
 
 TEST_F(TextLabelTest, HiddenCharactersAreShownAsSuch) {
@@ -72,25 +73,25 @@ TEST_F(TextLabelTest, HiddenCharactersAreShownAsSuch) {
 TEST_F(TextLabelTest, TipGoesWithTheLongText) {
   label.showText(QString(200, QLatin1Char('W')));
   label.showText(QStringLiteral("Mail"));
-  EXPECT_EQ(label.toolTip(), QString());
+  EXPECT_EQ(hoverText(label), QString());
 }
 
 TEST_F(TextLabelTest, MarginsCountForTheCut) {
   const QString text = QStringLiteral("123456");
   label.setFixedWidth(label.fontMetrics().horizontalAdvance(text));
   label.showText(text);
-  EXPECT_EQ(label.toolTip(), QString());
+  EXPECT_EQ(hoverText(label), QString());
   label.showText(QString());
   label.setContentsMargins(6, 0, 6, 0);
   label.showText(text);
-  EXPECT_EQ(label.toolTip(), text);
+  EXPECT_EQ(hoverText(label), text);
 }
 
 TEST_F(TextLabelTest, SeveralLinesAreNotCut) {
   label.setWordWrap(true);
   label.resize(100, 200);
   label.showText(QStringLiteral("several words that need several lines to be seen"));
-  EXPECT_EQ(label.toolTip(), QString());
+  EXPECT_EQ(hoverText(label), QString());
   const QImage image = drawn(label);
   int inked_rows = 0;
   for (int y = 0; y < image.height(); ++y) {

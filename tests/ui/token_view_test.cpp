@@ -6,6 +6,7 @@
 
 #include "tests/ui/app_test.h"
 #include "ui/kit/countdown.h"
+#include "ui/kit/hover_text.h"
 #include "ui/kit/look.h"
 #include "ui/kit/text_label.h"
 
@@ -123,7 +124,7 @@ TEST_F(TokenViewTest, NoTokensAndHowToGetOne) {
     show("tv");
     EXPECT_EQ(textOf("tvhint"), words);
     EXPECT_TRUE(find<QLabel>("tvhint")->isVisible());
-    EXPECT_EQ(find<QLabel>("tvhint")->toolTip(), QString()) << "it is cut";
+    EXPECT_EQ(hoverText(*find<QLabel>("tvhint")), QString()) << "it is cut";
     EXPECT_EQ(panel()->height(), 128) << words;
     EXPECT_FALSE(button("tvconfig")->isEnabled());
   }
@@ -449,7 +450,7 @@ TEST_F(UnlockTest, ButtonStandsUnderTheWordsAndHasTheKeyboard) {
   const Frame below = frameInPanel(button("tvunlock"));
   EXPECT_LT(above.y + above.height, below.y);
   EXPECT_LT(below.y + below.height, panel()->height() - band_height);
-  EXPECT_EQ(words()->toolTip(), QString()) << "it is cut";
+  EXPECT_EQ(hoverText(*words()), QString()) << "it is cut";
   EXPECT_EQ(asked_, 0);
 }
 
@@ -524,7 +525,7 @@ TEST_F(TroubleTest, RecordThatIsDamagedIsToldAboveTheRows) {
   EXPECT_EQ(textOf("tvtrouble"),
             "The record in slot 1 is damaged and hides the 2 tokens after it; restore the keychain "
             "from a backup, or delete it in Edit and add the token again");
-  EXPECT_EQ(words()->toolTip(), QString()) << "it is cut";
+  EXPECT_EQ(hoverText(*words()), QString()) << "it is cut";
   const Frame place = frameInPanel(words());
   const Frame row = frameInPanel(rows().front());
   EXPECT_GE(place.y, band_height);

@@ -1,5 +1,6 @@
 #include "ui/kit/alert.h"
 
+#include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QLabel>
 #include <QMessageBox>
@@ -58,6 +59,8 @@ AlertBox::AlertBox(const AlertSite& site, const QString& text)
   }
   if (auto* body = findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel"))) {
     body->setTextFormat(Qt::PlainText);
+    // Screen readers read in this order.
+    if (auto* buttons = findChild<QDialogButtonBox*>()) body->stackUnder(buttons);
   }
   // A comfortable line length.
   if (auto* grid = qobject_cast<QGridLayout*>(layout())) {

@@ -4,6 +4,7 @@
 #include <QPainter>
 
 #include "ui/kit/focus_ring.h"
+#include "ui/kit/hover_text.h"
 #include "ui/kit/look.h"
 
 namespace talvane {
@@ -135,8 +136,9 @@ void PanelButton::paintEvent(QPaintEvent* /*event*/) {
 
 bool PanelButton::event(QEvent* event) {
   if (event->type() == QEvent::ToolTip) {
-    setToolTip(fontMetrics().horizontalAdvance(text()) > width() - 4 ? text().toHtmlEscaped()
-                                                                     : QString());
+    const bool cut = fontMetrics().horizontalAdvance(text()) > width() - 4;
+    showHoverText(*this, *event, cut ? text() : QString());
+    return true;
   }
   return KeyedButton::event(event);
 }

@@ -1,5 +1,6 @@
 #include "ui/kit/countdown.h"
 
+#include <QAccessibleWidget>
 #include <QPainter>
 
 #include <algorithm>
@@ -12,8 +13,44 @@
 #include "ui/kit/look.h"
 
 namespace talvane {
+namespace {
+
+// A progress bar of the seconds that are left. It tells no changes: nobody wants to hear them each
+// second, and those who ask get the present value.
+class CountdownInterface final : public QAccessibleWidget, public QAccessibleValueInterface {
+ public:
+  explicit CountdownInterface(Countdown& countdown)
+      : QAccessibleWidget(&countdown, QAccessible::ProgressBar), countdown_(countdown) {}
+
+  void* interface_cast(QAccessible::InterfaceType type) override {
+    if (type == QAccessible::ValueInterface) return static_cast<QAccessibleValueInterface*>(this);
+    return QAccessibleWidget::interface_cast(type);
+  }
+  QAccessible::State state() const override {
+    QAccessible::State state = QAccessibleWidget::state();
+    state.readOnly = true;
+    return state;
+  }
+  QVariant currentValue() const override { return countdown_.period() - countdown_.value(); }
+  void setCurrentValue(const QVariant& /*value*/) override {}
+  QVariant maximumValue() const override { return countdown_.period(); }
+  QVariant minimumValue() const override { return 0; }
+  QVariant minimumStepSize() const override { return 1; }
+
+ private:
+  Countdown& countdown_;
+};
+
+QAccessibleInterface* accessibleCountdown(const QString& /*class_name*/, QObject* object) {
+  auto* countdown = dynamic_cast<Countdown*>(object);
+  return countdown == nullptr ? nullptr : new CountdownInterface(*countdown);
+}
+
+}  // namespace
 
 Countdown::Countdown(const Frame& frame, QWidget* parent) : QWidget(parent) {
+  static const bool installed = (QAccessible::installFactory(accessibleCountdown), true);
+  static_cast<void>(installed);
   setGeometry(rectangle(frame));
 }
 

@@ -4,6 +4,8 @@
 #include <QTextOption>
 
 #include "engine/text.h"
+#include "ui/kit/accessible.h"
+#include "ui/kit/hover_text.h"
 #include "ui/kit/look.h"
 
 namespace talvane {
@@ -39,7 +41,15 @@ void TextLabel::showText(const QString& whole) {
   const bool cut =
       wordWrap() ? fontMetrics().boundingRect(room, Qt::TextWordWrap, text).height() > room.height()
                  : fontMetrics().horizontalAdvance(text) > room.width();
-  setToolTip(cut ? text.toHtmlEscaped() : QString());
+  setHoverText(*this, cut ? text : QString());
+  if (!announced_) return;
+  setAccessibleName(text);
+  announceText(*this);
+}
+
+void TextLabel::setAnnounced() {
+  announced_ = true;
+  setAccessibleRole(*this, QAccessible::Notification);
 }
 
 void TextLabel::paintEvent(QPaintEvent* /*event*/) {

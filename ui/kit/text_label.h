@@ -19,12 +19,15 @@ class TextLabel : public QLabel {
   void setFontSize(int size, bool bold = false);
   /// Shows the beginning of a very long text. A tool tip shows the rest if there is no room.
   void showText(const QString& whole);
+  /// Has screen readers say the text whenever it comes to show: for errors, and what is to be done.
+  void setAnnounced();
 
  protected:
   void paintEvent(QPaintEvent* event) override;
 
  private:
   QColor colour_ = paint::text;
+  bool announced_ = false;
 };
 
 }  // namespace talvane

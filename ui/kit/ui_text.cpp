@@ -29,9 +29,6 @@ void translateForm(QWidget& form) {
     if (const QString name = widget->accessibleName(); !name.isEmpty()) {
       widget->setAccessibleName(inUsersLanguage(name));
     }
-    if (const QString tip = widget->toolTip(); !tip.isEmpty()) {
-      widget->setToolTip(inUsersLanguage(tip));
-    }
   }
 }
 

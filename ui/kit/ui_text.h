@@ -9,7 +9,7 @@ namespace talvane {
 QString uiText(const char* english);
 
 /// Translates what a form from the interface compiler shows: the texts of its buttons and labels,
-/// and the names and tool tips of all its widgets.
+/// and the names of all its widgets.
 void translateForm(QWidget& form);
 
 }  // namespace talvane

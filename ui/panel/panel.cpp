@@ -23,6 +23,7 @@
 #include "ui/kit/buttons.h"
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/frame.h"
+#include "ui/kit/hover_text.h"
 #include "ui/kit/look.h"
 #include "ui/kit/ui_text.h"
 #include "ui/panel/panel_geometry.h"
@@ -53,7 +54,7 @@ CloseButton* makeCloseButton(QWidget* parent) {
   auto* button = new CloseButton(parent);
   button->setObjectName(QStringLiteral("close"));
   button->setAccessibleName(uiText("Close"));
-  button->setToolTip(uiText("Close"));
+  setHoverText(*button, uiText("Close"));
   button->hide();
   return button;
 }

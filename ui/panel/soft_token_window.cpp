@@ -1,6 +1,5 @@
 #include "ui/panel/soft_token_window.h"
 
-#include <QAccessibleWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QKeyEvent>
@@ -13,6 +12,7 @@
 #include <utility>
 
 #include "ui/desktop/window_hints.h"
+#include "ui/kit/accessible.h"
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/frame.h"
 #include "ui/kit/look.h"
@@ -28,12 +28,6 @@ constexpr int units_a_notch = 120;
 // A window manager that insists has its way.
 constexpr int most_corrections = 3;
 
-// How assistive technologies see the panel.
-QAccessibleInterface* accessibleWindow(const QString& /*class_name*/, QObject* object) {
-  auto* window = dynamic_cast<SoftTokenWindow*>(object);
-  return window == nullptr ? nullptr : new QAccessibleWidget(window, QAccessible::Dialog);
-}
-
 }  // namespace
 
 SoftTokenWindow::SoftTokenWindow(const Frame& content_rectangle)
@@ -44,8 +38,7 @@ SoftTokenWindow::SoftTokenWindow(const Frame& content_rectangle)
       bypasses_(windowFlags().testFlag(Qt::BypassWindowManagerHint)) {
   // Such a display does not cut windows to shape either.
   if (bypasses_) setAttribute(Qt::WA_TranslucentBackground);
-  static const bool factory_installed = (QAccessible::installFactory(accessibleWindow), true);
-  static_cast<void>(factory_installed);
+  setAccessibleRole(*this, QAccessible::Dialog);
   setGeometry(rectangle(content_rectangle));
   // Showing or closing the panel never ends the program.
   setAttribute(Qt::WA_QuitOnClose, false);
@@ -148,6 +141,7 @@ void SoftTokenWindow::giveKeys() {
 
 void SoftTokenWindow::hideEvent(QHideEvent* /*event*/) {
   giveKeys();
+  endAnnouncement(*this);
 }
 
 bool SoftTokenWindow::event(QEvent* event) {

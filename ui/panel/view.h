@@ -81,6 +81,9 @@ class View {
     part->setParent(window());
   }
 
+  /// What screen readers call the view when it opens.
+  void setTitle(const QString& title) { window_->setAccessibleName(title); }
+
   /// Calls `action` on a click, unless the view has closed meanwhile: a click may wait while the
   /// program works. While it waits for an answer, only the cancelling button works.
   template <typename Action>

@@ -5,6 +5,7 @@
 #include "ui/desktop/window_hints.h"
 #include "ui/kit/buttons.h"
 #include "ui/kit/frame.h"
+#include "ui/kit/hover_text.h"
 #include "ui/kit/look.h"
 #include "ui/kit/text_label.h"
 #include "ui/kit/ui_text.h"
@@ -27,7 +28,7 @@ WaitSign::WaitSign(const std::function<void()>& leave)
   close_ = new CloseButton(background);
   close_->setObjectName(QStringLiteral("waitclose"));
   close_->setAccessibleName(uiText("Close"));
-  close_->setToolTip(close_->accessibleName());
+  setHoverText(*close_, close_->accessibleName());
   close_->setGeometry(rectangle(close_button_frame));
   QObject::connect(close_, &QAbstractButton::clicked, &window_, leave);
   window_.closed_by_user = leave;
@@ -40,6 +41,7 @@ int WaitSign::height() {
 void WaitSign::show(const QString& text, const Frame& place) {
   if (window_.isVisible()) return;
   text_->showText(text);
+  window_.setAccessibleName(text);
   window_.place(place);
   keepOutOfTaskBars(window_);
   window_.show();

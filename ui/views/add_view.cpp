@@ -1,6 +1,7 @@
 #include "ui/views/add_view.h"
 
 #include "engine/vane.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
@@ -9,6 +10,7 @@ namespace talvane {
 
 AddView::AddView(Panel& panel) : View("av", add_view_height), panel_(panel) {
   load(form_);
+  setTitle(uiText("Add a token"));
   form_.avenrol->setDress(PanelButton::Dress::tile);
   form_.avmanual->setDress(PanelButton::Dress::tile);
   onClick(form_.avenrol, [this] { av_enrolclicked(); });

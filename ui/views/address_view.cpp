@@ -7,6 +7,7 @@
 #include "enrol/enrol_flow.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
@@ -16,6 +17,9 @@ namespace talvane {
 AddressView::AddressView(Panel& panel, const Ini& ini, EnrolFlow& flow)
     : View("evgu", address_view_height), panel_(panel), ini_(ini), flow_(flow) {
   load(form_);
+  setTitle(uiText("Enrolment server"));
+  form_.evgu_message->setAnnounced();
+  form_.evgu_label->setBuddy(form_.evgu_url);
   form_.evgu_url->setAccessibleName(QString::fromStdString(ini_.StrGetURL));
   onClick(form_.evgu_submit, [this] { evgu_submitclicked(); });
   onClick(form_.evgu_cancel, [this] { evgu_cancelclicked(); });
@@ -23,6 +27,7 @@ AddressView::AddressView(Panel& panel, const Ini& ini, EnrolFlow& flow)
 
 void AddressView::setMessage(const std::string& text) {
   form_.evgu_message->showText(QString::fromStdString(text));
+  form_.evgu_message->setVisible(!text.empty());
 }
 
 std::string AddressView::input() const {
@@ -36,6 +41,7 @@ void AddressView::closed() {
 void AddressView::evgu_init() {
   vane::log("EVGU: init: begin");
   form_.evgu_message->setTextColour(paint::error);
+  form_.evgu_message->setVisible(!form_.evgu_message->text().isEmpty());
   form_.evgu_label->showText(QString::fromStdString(ini_.StrGetURL));
   form_.evgu_label->setTextColour(Qt::white);
   form_.evgu_url->setText(QString::fromStdString(ini_.EnrolURL));

@@ -15,6 +15,7 @@
 #include "enrol/enrol_layout.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
@@ -51,6 +52,11 @@ AuthenticationView::AuthenticationView(Panel& panel, Shell& shell, const Ini& in
       flow_(flow),
       address_(address) {
   load(form_);
+  setTitle(uiText("Sign in"));
+  form_.eva_message->setAnnounced();
+  form_.eva_useridlabel->setBuddy(form_.eva_userid);
+  form_.eva_passwordlabel->setBuddy(form_.eva_password);
+  form_.eva_passcodelabel->setBuddy(form_.eva_passcode);
   form_.eva_userid->setAccessibleName(QString::fromStdString(ini_.StrUsername));
   form_.eva_password->setAccessibleName(QString::fromStdString(ini_.StrPassword));
   form_.eva_passcode->setAccessibleName(QString::fromStdString(ini_.StrPasscode));
@@ -134,6 +140,7 @@ void AuthenticationView::eva_layout() {
       ini_, flow_.taenrol(), flow_.pleasewait(), message_, form_.eva_userid->text().isEmpty());
   form_.eva_message->setTextColour(layout.message_is_error ? paint::error : paint::text);
   form_.eva_message->showText(QString::fromStdString(layout.message));
+  form_.eva_message->setVisible(!layout.message.empty());
   showRows(layout);
   if (layout.mode == AuthenticationLayout::Mode::busy) {
     // The next call may block, so show the wait first.

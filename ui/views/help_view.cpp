@@ -34,6 +34,7 @@ HelpView::HelpView(Panel& panel, Shell& shell, const Ini& ini, Parts parts)
       ini_(ini),
       parts_(std::move(parts)) {
   load(form_);
+  setTitle(uiText("Help"));
   for (PanelButton* button :
        {form_.hvgs, form_.hvmanage, form_.hvabout, form_.hvlaunch, form_.hvexit}) {
     button->setDress(PanelButton::Dress::tile);

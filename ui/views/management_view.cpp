@@ -15,9 +15,11 @@
 #include "platform/translation.h"
 #include "store/stored_tokens.h"
 #include "store/token_store.h"
+#include "ui/kit/accessible.h"
 #include "ui/kit/alert.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/flipped_view.h"
+#include "ui/kit/hover_text.h"
 #include "ui/kit/look.h"
 #include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
@@ -37,6 +39,7 @@ ManagementView::ManagementView(Panel& panel, Shell& shell, const Ini& ini, Token
       store_(store),
       response_(response) {
   load(form_);
+  setTitle(uiText("Edit tokens"));
   onClick(form_.cvtrash, [this] { cv_trashclicked(); });
   onClick(form_.cvhome, [this] { cv_homeclicked(); });
   onClick(form_.cvadd, [this] { cv_addclicked(); });
@@ -114,7 +117,7 @@ void ManagementView::addResponseButton(int index, const QString& name) {
   shows->setDress(PanelButton::Dress::tile);
   shows->setGeometry(rectangle(managementResponseFrame(index)));
   shows->setText(QStringLiteral("R"));
-  shows->setToolTip(uiText("Response code"));
+  setHoverText(*shows, uiText("Response code"));
   shows->setAccessibleName(
       QString::fromStdString(translatedWith("Response code: {}", name.toStdString())));
   onClick(shows, [this, row] { showResponse(row); });
@@ -133,7 +136,9 @@ void ManagementView::addObstacleRow(int index, const Obstacle& obstacle) {
   cvobstacle->setGeometry(rectangle(managementFieldFrame(index)));
   cvobstacle->setAlignment(Qt::AlignCenter);
   cvobstacle->setAccessibleName(name);
-  cvobstacle->setToolTip(QString::fromStdString(obstacle.words).toHtmlEscaped());
+  const QString words = QString::fromStdString(obstacle.words);
+  cvobstacle->setAccessibleDescription(words);
+  setHoverText(*cvobstacle, words);
   addCheckbox(index, name);
 }
 
@@ -143,7 +148,7 @@ void ManagementView::addCheckbox(int index, const QString& name) {
   checkbox->setGeometry(rectangle(managementCheckboxFrame(index)));
   checkbox->setAccessibleName(QString::fromStdString(ini_.StrButtonDelete) + QStringLiteral(": ") +
                               name);
-  checkbox->setToolTip(checkbox->accessibleName().toHtmlEscaped());
+  setHoverText(*checkbox, checkbox->accessibleName());
   cvdelete.push_back(checkbox);
 }
 
@@ -316,6 +321,8 @@ void ManagementView::moveRow(int step) {
   restore(kept);
   const auto row = static_cast<std::size_t>(to);
   (in_box ? static_cast<QWidget*>(cvdelete[row]) : cvdesc[row])->setFocus();
+  announce(*window(), QString::fromStdString(translatedWith(
+                          "{}: place {} of {}", cvdesc[row]->text().toStdString(), to + 1, count)));
 }
 
 std::vector<ManagementView::Draft> ManagementView::drafts(Keep keep) const {

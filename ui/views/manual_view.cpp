@@ -14,6 +14,7 @@
 #include "store/token_store.h"
 #include "ui/kit/alert.h"
 #include "ui/kit/fields.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
@@ -48,6 +49,9 @@ ManualView::ManualView(Panel& panel, Shell& shell, const Ini& ini, TokenStore& s
       store_(store),
       response_(response) {
   load(form_);
+  setTitle(uiText("Add a token by hand"));
+  form_.mvdesclabel->setBuddy(form_.mvdesc);
+  form_.mvseedlabel->setBuddy(form_.mvseed);
   form_.mvdesc->setAccessibleName(QString::fromStdString(ini_.StrManualDesc));
   form_.mvseed->setAccessibleName(QString::fromStdString(ini_.StrManualSeed));
   onClick(form_.mvok, [this] { mv_okclicked(); });

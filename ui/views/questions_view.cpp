@@ -1,5 +1,7 @@
 #include "ui/views/questions_view.h"
 
+#include <QAbstractItemView>
+#include <QLabel>
 #include <QPalette>
 
 #include <algorithm>
@@ -18,6 +20,7 @@
 #include "enrol/pin_rules.h"
 #include "enrol/ta_enrol_client.h"
 #include "platform/translation.h"
+#include "ui/kit/accessible.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
 #include "ui/kit/ui_text.h"
@@ -42,11 +45,26 @@ void place(QWidget* control, const std::optional<int>& y, int height, int view_h
   control->setGeometry(rectangle(flipped({control_x, *y, control_width, height}, view_height)));
 }
 
+QString titleOf(GetInfoState state) {
+  switch (state) {
+    case GetInfoState::pin_only:
+      return uiText("New PIN");
+    case GetInfoState::questions_only:
+      return uiText("Secret questions");
+    case GetInfoState::pin_and_questions:
+    case GetInfoState::nothing:
+      break;
+  }
+  return uiText("New PIN and secret questions");
+}
+
 }  // namespace
 
 QuestionsView::QuestionsView(Panel& panel, Shell& shell, const Ini& ini, EnrolFlow& flow)
     : View("evgi", other_view_height), panel_(panel), shell_(shell), ini_(ini), flow_(flow) {
   load(form_);
+  form_.evgi_pinlabel->setBuddy(form_.evgi_pin);
+  labelMenus();
   // Only typing by the user counts as a change.
   QObject::connect(form_.evgi_pin, &QLineEdit::textEdited, window(), [this] {
     flow_.controlTextDidChange(EnrolFlow::Changed::pin);
@@ -59,6 +77,20 @@ QuestionsView::QuestionsView(Panel& panel, Shell& shell, const Ini& ini, EnrolFl
   }
   onClick(form_.evgi_submit, [this] { evgi_submitclicked(); });
   onClick(form_.evgi_cancel, [this] { evgi_cancelclicked(); });
+}
+
+// To screen readers, the toolkit calls a menu by its choice. What it is for, they take from its
+// label, which need not be seen.
+void QuestionsView::labelMenus() {
+  for (std::size_t i = 0; i < menus().size(); ++i) {
+    QComboBox* menu = menus()[i];
+    const QString name = QString::fromStdString(translatedWith("Question {}", i + 1));
+    auto* label = new QLabel(name, menu->parentWidget());
+    label->hide();
+    label->setBuddy(menu);
+    menu->setAccessibleName(name);
+    menu->view()->setAccessibleName(name);
+  }
 }
 
 std::array<QComboBox*, 3> QuestionsView::menus() const {
@@ -133,7 +165,6 @@ void QuestionsView::fillMenu(std::size_t index,
   menu->clear();
   forget(*answer);
   answer->setAccessibleName(QString::fromStdString(translatedWith("Answer {}", index + 1)));
-  menu->setAccessibleName(form_.evgi_questionlabel->text() + QStringLiteral(" %1").arg(index + 1));
   if (!titles) return;
   for (const std::string& title : *titles) {
     if (menu->count() == most_questions) break;
@@ -159,6 +190,7 @@ void QuestionsView::layOut(const TaEnrolClient& client, int height) {
   }
   vane::log("EVGI: init: {}", nameOf(state));
   const GetInfoPlaces places = getInfoPlaces(client, height);
+  setTitle(titleOf(state));
   if (places.questions[2]) vane::log("EVGI: init: 3 questions");
   place(form_.evgi_pinlabel, places.pin_label, pinPromptHeight(client), height);
   place(form_.evgi_pin, places.pin, control_height, height);
@@ -191,6 +223,10 @@ void QuestionsView::showPinProblem() {
   form_.evgi_pinagain->setPalette(palette);
   form_.evgi_pinagain->setPlaceholderText(problem ? QString::fromStdString(*problem)
                                                   : uiText("Type the PIN again"));
+  form_.evgi_pin->setAccessibleDescription(QString::fromStdString(problem.value_or("")));
+  // Without one, the toolkit takes the words in the field, which are the name already.
+  form_.evgi_pinagain->setAccessibleDescription(problem ? QString::fromStdString(*problem)
+                                                        : uiText("The same as above"));
 }
 
 void QuestionsView::showEarlierAnswers(const TaEnrolClient& client) {
@@ -242,6 +278,7 @@ void QuestionsView::waits(bool waiting) {
   if (waiting) {
     prompt_ = topLabel()->text();
     topLabel()->showText(QString::fromStdString(ini_.StrPleaseWait));
+    announce(*window(), topLabel()->text());
   } else if (topLabel()->text() == QString::fromStdString(ini_.StrPleaseWait)) {
     topLabel()->showText(prompt_);
   }

@@ -44,6 +44,7 @@ class QuestionsView final : public View {
   [[nodiscard]] QAbstractButton* cancelling() const override { return form_.evgi_cancel; }
 
  private:
+  void labelMenus();
   void fill(const TaEnrolClient& client);
   void fillMenu(std::size_t index, const std::optional<TaEnrolClient::Questions>& titles);
   void layOut(const TaEnrolClient& client, int height);

@@ -3,6 +3,7 @@
 #include "engine/vane.h"
 #include "ui/kit/fields.h"
 #include "ui/kit/look.h"
+#include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
@@ -16,9 +17,11 @@ constexpr int code_font_size = 22;
 
 ResponseView::ResponseView(Panel& panel) : View("rv", response_view_height), panel_(panel) {
   load(form_);
+  setTitle(uiText("Response code"));
   QFont digits = panelFont(code_font_size);
   digits.setLetterSpacing(QFont::AbsoluteSpacing, 1);
   form_.rvcode->setFont(digits);
+  form_.rvprompt->setBuddy(form_.rvcode);
   form_.rvcode->setAccessibleName(form_.rvprompt->text());
   onClick(form_.rvok, [this] { rv_okclicked(); });
 }

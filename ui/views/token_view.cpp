@@ -1,5 +1,6 @@
 #include "ui/views/token_view.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDateTime>
 #include <QGuiApplication>
@@ -22,6 +23,7 @@
 #include "engine/vane.h"
 #include "platform/translation.h"
 #include "ui/desktop/digit_key.h"
+#include "ui/kit/accessible.h"
 #include "ui/kit/countdown.h"
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/frame.h"
@@ -69,6 +71,9 @@ Widget* named(Widget* widget, const char* name) {
 TokenView::TokenView(Panel& panel, Shell& shell, const Ini& ini, Gateway& gateway)
     : View("tv", tokenViewHeight(0)), panel_(panel), shell_(shell), ini_(ini), gateway_(gateway) {
   load(form_);
+  setTitle(uiText("Passcodes"));
+  form_.tvtrouble->setAnnounced();
+  form_.tvhint->setAnnounced();
   form_.tvunlock->setDress(PanelButton::Dress::tile);
   onClick(form_.tvunlock, [this] { unlock(); });
   onClick(form_.tvconfig, [this] { tv_editclicked(); });
@@ -147,6 +152,8 @@ void TokenView::tv_init() {
   list.y += offset;
   list.height -= offset;
   tvview = named(new FlippedView(list, panel_.form()), "tvview");
+  setAccessibleRole(*tvview, QAccessible::List);
+  tvview->setAccessibleName(uiText("Tokens"));
   showTrouble();
   showHint();
   for (int i = 0; i < count; ++i) addTokenRow(i);
@@ -167,10 +174,10 @@ void TokenView::showTrouble() {
   const QString words = QString::fromStdString(panel_.tokens().trouble());
   const int height = troubleHeight();
   const bool can_unlock = panel_.tokens().canUnlock();
-  form_.tvtrouble->setVisible(!words.isEmpty());
   form_.tvtrouble->setGeometry(
       rectangle(can_unlock ? lockedFrame(height) : noticeFrame(panel_.tokens().count(), height)));
   form_.tvtrouble->showText(words);
+  form_.tvtrouble->setVisible(!words.isEmpty());
   form_.tvunlock->setVisible(can_unlock);
   form_.tvunlock->setGeometry(rectangle(unlockFrame(height)));
   if (can_unlock) awaitUnlocking();
@@ -198,9 +205,9 @@ void TokenView::unlock() {
 void TokenView::showHint() {
   const bool is_empty = panel_.tokens().isEmpty();
   const QString words = is_empty ? hint() : QString();
-  form_.tvhint->setVisible(is_empty);
   form_.tvhint->setGeometry(rectangle(hintFrame(wordsHeight(*form_.tvhint, words))));
   form_.tvhint->showText(words);
+  form_.tvhint->setVisible(is_empty);
 }
 
 void TokenView::addTokenRow(int index) {
@@ -210,6 +217,8 @@ void TokenView::addTokenRow(int index) {
   auto* row = named(new FlippedImageView(tokenRowFrame(index),
                                          artwork(QStringLiteral("blue.png"), *window()), tvview),
                     "tvtoken");
+  setAccessibleRole(*row, QAccessible::ListItem);
+  row->setAccessibleName(name);
   tvtoken.push_back(row);
   row_places_.push_back(row->pos());
   found_.push_back(static_cast<std::size_t>(index));
@@ -353,10 +362,19 @@ void TokenView::find(const QString& typed) {
     none_found_->setGeometry(QRect(row_places_.front(), tvtoken.front()->size()));
     none_found_->setWordWrap(true);
     none_found_->setAlignment(Qt::AlignCenter);
+    none_found_->setAnnounced();
   }
-  none_found_->setVisible(found_.empty());
   none_found_->showText(QString::fromStdString(translatedWith(
       "No token has “{}” in its name. Escape shows all tokens", shownName(typed_.toStdString()))));
+  none_found_->setVisible(found_.empty());
+  if (!found_.empty()) announceFound();
+}
+
+void TokenView::announceFound() {
+  if (!QAccessible::isActive()) return;
+  const QString numbers =
+      QString::fromStdString(translatedWith("{} of {} tokens", found_.size(), tvtoken.size()));
+  announce(*window(), typed_.isEmpty() ? numbers : typed_ + QStringLiteral(": ") + numbers);
 }
 
 void TokenView::tv_timer() {
@@ -385,6 +403,7 @@ void TokenView::tv_update() {
     vane::log("timer: token [{:02}] period:{} , using color index:{}", i, token.period, index);
     tvpasscode[i]->setTextColour(colour(vane::ColorForValue2(index)));
     showNext(i);
+    if (QAccessible::isActive()) spellPasscode(i);
   }
 }
 
@@ -401,6 +420,14 @@ void TokenView::showNext(std::size_t row) {
   if (!passcode) return;
   next_[row]->showText(uiText("Next") + QChar::LineFeed + QString::fromStdString(*passcode));
   next_[row]->setToolTip(uiText("Copied by Shift with Copy, Return or the row's digit"));
+}
+
+// Only where somebody listens.
+void TokenView::spellPasscode(std::size_t row) {
+  const QString digits = spelled(tvpasscode[row]->text());
+  if (tvcopy[row]->accessibleDescription() != digits) {
+    tvcopy[row]->setAccessibleDescription(digits);
+  }
 }
 
 void TokenView::tv_copyclicked(const QAbstractButton* sender, bool next) {

@@ -64,7 +64,9 @@ class TokenView final : public View {
   bool copyByKey(const QKeyEvent& event);
   void find(const QString& typed);
   [[nodiscard]] bool isWanted(std::size_t row) const;
+  void announceFound();
   void showNext(std::size_t row);
+  void spellPasscode(std::size_t row);
 
   Panel& panel_;
   Shell& shell_;
