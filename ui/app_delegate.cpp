@@ -179,7 +179,7 @@ void SoftTokenOSXAppDelegate::iconClicked2(const ItemPlace& item) {
     openPanel(item, "tv");
   } else if (panel_.openPanel() == nullptr) {
     vane::log("APP: Icon clicked: Unexpected ow Nil");
-  } else {
+  } else if (panel_.mayLeave()) {
     panel_.closeWindow(panel_.openPanel(), true);
   }
 }
@@ -242,7 +242,7 @@ void SoftTokenOSXAppDelegate::showFromMenu(const ItemPlace& item, const char* vi
   }
   if (!isReady([this, item, view] { showFromMenu(item, view); })) return;
   if (panel_.isOpen()) {
-    panel_.switchViewfrom(panel_.openPanel(), panel_.window(view));
+    if (panel_.mayLeave()) panel_.switchViewfrom(panel_.openPanel(), panel_.window(view));
   } else {
     openPanel(item, view);
   }
@@ -462,7 +462,7 @@ void SoftTokenOSXAppDelegate::showAdded(const TokenStore::Added& added) {
   if (added.response) response_->setCode(*added.response);
   const char* next = added.response ? "rv" : "tv";
   if (panel_.isOpen()) {
-    panel_.switchViewfrom(panel_.openPanel(), panel_.window(next));
+    if (panel_.mayLeave()) panel_.switchViewfrom(panel_.openPanel(), panel_.window(next));
   } else {
     openPanel(itemPlace(), next);
   }

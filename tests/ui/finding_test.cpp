@@ -2,10 +2,13 @@
 
 #include <QApplication>
 #include <QClipboard>
+#include <QInputMethodEvent>
 #include <QLabel>
+#include <QLineEdit>
 
 #include "tests/ui/app_test.h"
 #include "ui/kit/hover_text.h"
+#include "ui/kit/look.h"
 #include "ui/panel/panel_geometry.h"
 
 namespace talvane {
@@ -81,6 +84,69 @@ TEST_F(FindingTest, LettersLeaveTheRowsWhoseNamesHoldThem) {
   typeText("il");
   EXPECT_EQ(names(), (Lines{"Work mail", "Éclair mail"}));
   EXPECT_EQ(logoText(), "mail");
+}
+
+class InputMethodTest : public FindingTest {
+ protected:
+  static QWidget* focus() {
+    QWidget* focus = QApplication::focusWidget();
+    return focus != nullptr ? focus : panel();
+  }
+  static void compose(const QString& preedit, const QString& commit, int start = 0,
+                      int length = 0) {
+    auto* event = new QInputMethodEvent(preedit, {});
+    event->setCommitString(commit, start, length);
+    QApplication::postEvent(focus(), event);
+    turnEventLoop();
+  }
+  static QVariant ask(Qt::InputMethodQuery what) {
+    QInputMethodQueryEvent query(what);
+    QApplication::sendEvent(focus(), &query);
+    return query.value(what);
+  }
+};
+
+TEST_F(InputMethodTest, ComposedTextFindsTokens) {
+  EXPECT_TRUE(ask(Qt::ImEnabled).toBool());
+  compose(QStringLiteral("´"), QString());
+  EXPECT_EQ(logoText(), "´");
+  EXPECT_EQ(names(), all_names);
+  compose(QString(), QStringLiteral("É"));
+  EXPECT_EQ(names(), Lines{"Éclair mail"});
+  EXPECT_EQ(logoText(), "É");
+  compose(QString(), QStringLiteral("日本"));
+  EXPECT_EQ(names(), Lines());
+  EXPECT_EQ(logoText(), "É日本");
+  EXPECT_TRUE(ask(Qt::ImEnabled).toBool());
+  EXPECT_EQ(ask(Qt::ImSurroundingText).toString(), QStringLiteral("É日本"));
+  EXPECT_EQ(ask(Qt::ImCursorPosition).toInt(), 3);
+  compose(QString(), QStringLiteral("c"), -2, 2);
+  EXPECT_EQ(logoText(), "Éc");
+  compose(QStringLiteral("x"), QString());
+  compose(QString(), QString());
+  EXPECT_EQ(logoText(), "Éc");
+}
+
+TEST_F(InputMethodTest, OpensItsWindowBelowTheLogoBandsText) {
+  const QRect cursor = ask(Qt::ImCursorRectangle).toRect();
+  const QRect in_panel(focus()->mapTo(panel(), cursor.topLeft()), cursor.size());
+  EXPECT_TRUE(rectangle(logoFrame()).contains(in_panel)) << frameOf(in_panel);
+}
+
+TEST_F(InputMethodTest, DigitThatComesAsTextCopies) {
+  compose(QString(), QStringLiteral("2"));
+  EXPECT_EQ(copied(), code_of_seed2);
+  EXPECT_EQ(openView(), "");
+}
+
+TEST_F(InputMethodTest, OtherViewsTakeNoTextFromIt) {
+  show("hv");
+  EXPECT_FALSE(ask(Qt::ImEnabled).toBool());
+  show("cv");
+  ASSERT_TRUE(ask(Qt::ImEnabled).toBool()) << "in a field";
+  compose(QString(), QStringLiteral("é"));
+  EXPECT_TRUE(all<QLineEdit>("cvdesc").front()->text().contains(QStringLiteral("é")));
+  EXPECT_EQ(logoText(), "");
 }
 
 TEST_F(FindingTest, CaseAndAccentsAreLeftAside) {

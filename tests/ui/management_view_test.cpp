@@ -497,6 +497,73 @@ TEST_F(ManagementTest, EscapeSavesTypedNamesAsHomeDoes) {
   EXPECT_EQ(storedNames(), (Lines{"Token 0", "Token 1|Bank"}));
 }
 
+TEST_F(ManagementTest, EveryWayOutOfThePanelSavesTypedNames) {
+  const std::pair<const char*, std::function<void()>> ways[] = {
+      {"Close", [this] { click("close"); }}, {"Icon", [this] { clickIcon(); }}, {"Window", [] {
+                                                                                   panel()->close();
+                                                                                 }}};
+  store("Mail");
+  for (const auto& [name, leave] : ways) {
+    show("cv");
+    rename(0, name);
+    leave();
+    turnEventLoop();
+    EXPECT_EQ(openView(), "") << name;
+    EXPECT_EQ(storedNames(), Lines{std::string("Mail|") + name});
+  }
+  show("cv");
+  rename(0, "Menu");
+  app().menuHelp();
+  turnEventLoop();
+  EXPECT_EQ(openView(), "hv");
+  EXPECT_EQ(storedNames(), Lines{"Mail|Menu"});
+  EXPECT_EQ(alerts.texts(), Lines());
+}
+
+TEST_F(ManagementTest, NameThatCannotBeSavedKeepsThePanelOpenOnce) {
+  store("Mail");
+  const std::function<void()> ways[] = {[this] { click("close"); }, [this] { clickIcon(); },
+                                        [] { panel()->close(); }};
+  for (const auto& leave : ways) {
+    show("cv");
+    rename(0, "");
+    alerts.seen.clear();
+    leave();
+    turnEventLoop();
+    EXPECT_EQ(alerts.seen.size(), 1U);
+    EXPECT_EQ(openView(), "cv");
+    EXPECT_EQ(shownNames(), Lines{""});
+    leave();
+    turnEventLoop();
+    EXPECT_EQ(alerts.seen.size(), 1U);
+    EXPECT_EQ(openView(), "");
+  }
+  EXPECT_EQ(storedNames(), Lines{"Mail"});
+}
+
+TEST_F(ManagementTest, TokenFromALinkComesAfterTheTypedNames) {
+  setSettings("AllowManual=1\n");
+  store("Mail");
+  show("cv");
+  rename(0, "Bank");
+  alerts.answers.push_back(AlertUser::press("YES"));
+  app().perform(QStringLiteral("open otpauth://totp/VPN?secret=JBSWY3DPEHPK3PXP"));
+  turnEventLoop();
+  EXPECT_EQ(openView(), "tv");
+  EXPECT_EQ(storedNames(), (Lines{"Mail|Bank", "VPN"}));
+}
+
+TEST_F(ManagementTest, NameThatCannotBeSavedDoesNotHoldUpTheEnd) {
+  store("Mail");
+  show("cv");
+  rename(0, "");
+  QTimer::singleShot(0, panel(), [this] { app().perform(QStringLiteral("quit")); });
+  QTimer::singleShot(5000, panel(), [] { FAIL(); });
+  QApplication::exec();
+  EXPECT_EQ(openView(), "");
+  EXPECT_EQ(alerts.texts(), Lines());
+}
+
 TEST_F(ManagementTest, AddSavesTypedNamesFirst) {
   store("Mail");
   show("cv");

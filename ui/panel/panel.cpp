@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QGuiApplication>
+#include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
 
@@ -26,6 +27,7 @@
 #include "ui/kit/hover_text.h"
 #include "ui/kit/look.h"
 #include "ui/kit/ui_text.h"
+#include "ui/panel/logo_text.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/roll.h"
 #include "ui/panel/screens.h"
@@ -100,6 +102,7 @@ bool focusRow(const std::vector<QWidget*>& rows, int step) {
 Panel::Panel(const Ini& ini, TokenStore& store) : ini_(ini), tokens_(store) {
   connect(qApp, &QApplication::focusChanged, this,
           [this](QWidget* /*before*/, QWidget* now) { bringIntoView(now); });
+  qApp->installEventFilter(this);
   Wait::setHost(this);
 }
 
@@ -112,9 +115,7 @@ Panel::~Panel() {
 void Panel::take(std::unique_ptr<View> view) {
   SoftTokenWindow* window = view->window();
   window->key_pressed = [this, window](QKeyEvent& event) { return keyPressed(window, event); };
-  window->closed_by_user = [this, window] {
-    if (window == ow) closedByUser(false);
-  };
+  window->closed_by_user = [this, window] { return window != ow || closedByUser(false); };
   window->wheel_turned = [this](int points) { scroll(-points); };
   window->dropped = [this](const QMimeData& what) {
     if (dropped) dropped(what);
@@ -272,12 +273,63 @@ bool Panel::readTokens() {
   return false;
 }
 
-void Panel::closedByUser(bool roll_up) {
+bool Panel::closedByUser(bool roll_up) {
   if (Wait::isOn()) {
     Wait::leave([this, roll_up] { closeWindow(ow, roll_up); });
-  } else {
-    closeWindow(ow, roll_up);
+    return true;
   }
+  // Nothing may hold up the end of the program.
+  if (!quits_ && !mayLeave()) return false;
+  closeWindow(ow, roll_up);
+  return true;
+}
+
+bool Panel::mayLeave() {
+  View* view = viewOf(ow);
+  return view == nullptr || view->mayLeave();
+}
+
+// Of the whole program: any widget of the panel may have the keyboard, and the request to quit
+// closes all windows first.
+bool Panel::eventFilter(QObject* watched, QEvent* event) {
+  switch (event->type()) {
+    case QEvent::Quit:
+      quits_ = quits_ || watched == qApp;
+      return false;
+    case QEvent::InputMethod:
+    case QEvent::InputMethodQuery:
+      break;
+    default:
+      return false;
+  }
+  View* view = viewOf(ow);
+  const auto* focus = qobject_cast<const QWidget*>(watched);
+  if (view == nullptr || focus == nullptr || focus->window() != ow || !view->takesText() ||
+      qobject_cast<const QLineEdit*>(focus) != nullptr) {
+    return false;
+  }
+  if (event->type() == QEvent::InputMethod) {
+    view->takeText(static_cast<QInputMethodEvent&>(*event));
+  } else {
+    answerInputMethod(*view, *focus, static_cast<QInputMethodQueryEvent&>(*event));
+  }
+  event->accept();
+  return true;
+}
+
+void Panel::answerInputMethod(const View& view, const QWidget& focus,
+                              QInputMethodQueryEvent& query) const {
+  const QString text = view.takenText();
+  const auto answer = [&query](Qt::InputMethodQuery what, const QVariant& value) {
+    if (query.queries().testFlag(what)) query.setValue(what, value);
+  };
+  answer(Qt::ImEnabled, true);
+  answer(Qt::ImHints, static_cast<int>(Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText));
+  answer(Qt::ImSurroundingText, text);
+  answer(Qt::ImCursorPosition, static_cast<int>(text.size()));
+  answer(Qt::ImAnchorPosition, static_cast<int>(text.size()));
+  answer(Qt::ImCursorRectangle,
+         rectangle(logo_cursor_frame).translated(focus.mapFrom(focus.window(), QPoint(0, 0))));
 }
 
 void Panel::waitBegins() {

@@ -2,6 +2,7 @@
 
 // The panel: one view at a time on a common background, under the menu bar. Main thread only.
 
+#include <QInputMethodQueryEvent>
 #include <QMimeData>
 #include <QObject>
 #include <QString>
@@ -80,6 +81,9 @@ class Panel : public QObject, private Wait::Host {
   /// Switches from the management view to the token view.
   void cvtv();
   void closeclicked();
+  /// Before the open view is left otherwise than by its own controls. Returns false if it must
+  /// stay.
+  [[nodiscard]] bool mayLeave();
   void makeBackground(int height);
   /// Shows what the user types to find a token in the logo band, in place of the program's name; no
   /// text: the name again. Until the open view closes.
@@ -124,7 +128,11 @@ class Panel : public QObject, private Wait::Host {
   void bringIntoView(const QWidget* widget);
   void scrollTo(const QWidget& widget);
   bool readTokens();
-  void closedByUser(bool roll_up);
+  /// False: the panel stays open.
+  bool closedByUser(bool roll_up);
+  bool eventFilter(QObject* watched, QEvent* event) override;
+  void answerInputMethod(const View& view, const QWidget& focus,
+                         QInputMethodQueryEvent& query) const;
   void waitBegins() override;
   void waitEnds() override;
   [[nodiscard]] bool isWayOut(const QWidget* widget) const override;
@@ -139,6 +147,7 @@ class Panel : public QObject, private Wait::Host {
   bool refreshing_ = false;
   bool rolling_ = false;
   bool switching_ = false;
+  bool quits_ = false;
   ItemPlace item_;
   std::vector<ScreenArea> screens_;  // when the panel opened
   std::optional<Anchor> anchor_;

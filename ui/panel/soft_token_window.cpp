@@ -101,8 +101,8 @@ void SoftTokenWindow::wheelEvent(QWheelEvent* event) {
 }
 
 void SoftTokenWindow::closeEvent(QCloseEvent* event) {
-  event->accept();  // otherwise the program could not quit
-  if (closed_by_user) closed_by_user();
+  // The program could not quit if it were always refused.
+  event->setAccepted(!closed_by_user || closed_by_user());
 }
 
 void SoftTokenWindow::dragEnterEvent(QDragEnterEvent* event) {

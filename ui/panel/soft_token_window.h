@@ -47,8 +47,8 @@ class SoftTokenWindow : public QWidget {
   std::function<bool(QKeyEvent&)> key_pressed;
   std::function<void(int points)> wheel_turned;
   std::function<void(const QMimeData&)> dropped;
-  /// Called when the window manager asks to close it.
-  std::function<void()> closed_by_user;
+  /// Called when the window manager asks to close it. Returns false if it stays open.
+  std::function<bool()> closed_by_user;
 
  protected:
   void mousePressEvent(QMouseEvent* event) override;

@@ -14,6 +14,7 @@
 #include "ui/panel/soft_token_window.h"
 #include "ui/wait/wait.h"
 
+class QInputMethodEvent;
 class QKeyEvent;
 
 namespace talvane {
@@ -44,6 +45,10 @@ class View {
   /// The panel is closed and no click is running. Free what a closed panel does not need.
   virtual void released() {}
 
+  /// The user closes the panel, or something else opens in it. Returns false if the view stays
+  /// open, and has said why.
+  virtual bool mayLeave() { return true; }
+
   /// While it is open: the program waits for an answer, or no longer does (see Wait).
   virtual void waits(bool /*waiting*/) {}
 
@@ -59,6 +64,14 @@ class View {
   [[nodiscard]] virtual std::vector<QWidget*> rows() const { return {}; }
   /// A key that the panel does not handle. Returns true if the view handles it.
   virtual bool keyPressed(const QKeyEvent& /*event*/) { return false; }
+
+  // Text from an input method, when the keyboard is in no field.
+
+  /// Whether the view takes any.
+  [[nodiscard]] virtual bool takesText() const { return false; }
+  /// What the view has taken so far.
+  [[nodiscard]] virtual QString takenText() const { return {}; }
+  virtual void takeText(const QInputMethodEvent& /*event*/) {}
 
  protected:
   View(const char* name, int height)

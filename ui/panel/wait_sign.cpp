@@ -31,7 +31,10 @@ WaitSign::WaitSign(const std::function<void()>& leave)
   setHoverText(*close_, close_->accessibleName());
   close_->setGeometry(rectangle(close_button_frame));
   QObject::connect(close_, &QAbstractButton::clicked, &window_, leave);
-  window_.closed_by_user = leave;
+  window_.closed_by_user = [leave] {
+    leave();
+    return true;
+  };
 }
 
 int WaitSign::height() {

@@ -38,6 +38,8 @@ class ManagementView final : public View {
   [[nodiscard]] bool showsTokens() const override { return true; }
   [[nodiscard]] int height() override;
   void init() override { cv_init(); }
+  /// Saves the typed names. After that has failed once, they are lost.
+  bool mayLeave() override { return save_failed_ || saveTypedNames(); }
   void closed() override { takeOff(cvview); }
   void released() override { clearRows(); }
   [[nodiscard]] QAbstractButton* accepting() const override { return form_.cvhome; }

@@ -312,6 +312,23 @@ bool TokenView::keyPressed(const QKeyEvent& event) {
   return true;
 }
 
+void TokenView::takeText(const QInputMethodEvent& event) {
+  const QString text = event.commitString();
+  if (event.replacementLength() > 0) {
+    QString kept = typed_;
+    kept.remove(std::max<qsizetype>(0, typed_.size() + event.replacementStart()),
+                event.replacementLength());
+    find((kept + text).left(most_typed));
+  } else if (text.size() == 1 && text >= QLatin1String("1") && text <= QLatin1String("9")) {
+    // Some send every key as text.
+    copyRow(text.front().digitValue(), false);
+    return;
+  } else if (!text.isEmpty() && !(typed_.isEmpty() && text.trimmed().isEmpty())) {
+    find((typed_ + text).left(most_typed));
+  }
+  panel_.showInLogo(typed_ + event.preeditString());
+}
+
 bool TokenView::copyByKey(const QKeyEvent& event) {
   const bool shift = event.modifiers().testFlag(Qt::ShiftModifier);
   int number = event.key() - Qt::Key_0;
@@ -321,6 +338,11 @@ bool TokenView::copyByKey(const QKeyEvent& event) {
     number = digitOnKey(event);
     next = true;
   }
+  return copyRow(number, next);
+}
+
+// Of those that show, counted from 1.
+bool TokenView::copyRow(int number, bool next) {
   if (number < 1 || number > 9 || static_cast<std::size_t>(number) > found_.size()) return false;
   tv_copyclicked(tvcopy[found_[static_cast<std::size_t>(number) - 1]], next);
   return true;

@@ -48,6 +48,9 @@ class TokenView final : public View {
   bool keyPressed(const QKeyEvent& event) override;
   /// Shows all rows again.
   bool takesEscape() override;
+  [[nodiscard]] bool takesText() const override { return !tvtoken.empty(); }
+  [[nodiscard]] QString takenText() const override { return typed_; }
+  void takeText(const QInputMethodEvent& event) override;
 
  private:
   [[nodiscard]] int troubleHeight() const;
@@ -62,6 +65,7 @@ class TokenView final : public View {
   void startCountdown();
   void setTabOrder();
   bool copyByKey(const QKeyEvent& event);
+  bool copyRow(int number, bool next);
   void find(const QString& typed);
   [[nodiscard]] bool isWanted(std::size_t row) const;
   void announceFound();
