@@ -161,7 +161,7 @@ TEST(PanelFrames, ManagementRows) {
   EXPECT_EQ(managementFieldFrame(2), (Frame{20, 72, 180, 20}));
   EXPECT_EQ(managementCheckboxFrame(0), (Frame{212, 12, 180, 20}));
   EXPECT_EQ(managementCheckboxFrame(31), (Frame{212, 942, 180, 20}));
-  EXPECT_EQ(managementResponseFrame(2), (Frame{232, 72, 20, 20}));
+  EXPECT_EQ(managementResponseFrame(2), (Frame{235, 72, 20, 20}));
 }
 
 TEST(PanelFrames, TurnedIsItsOwnInverse) {

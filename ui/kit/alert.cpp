@@ -65,6 +65,11 @@ AlertBox::AlertBox(const AlertSite& site, const QString& text)
   // A comfortable line length.
   if (auto* grid = qobject_cast<QGridLayout*>(layout())) {
     grid->setColumnMinimumWidth(grid->columnCount() - 1, 260);
+    // The icon beside the buttons too: it must not stretch the rows of a short text.
+    if (auto* icon = findChild<QLabel*>(QStringLiteral("qt_msgboxex_icon_label"))) {
+      grid->removeWidget(icon);
+      grid->addWidget(icon, 0, 0, grid->rowCount(), 1, Qt::AlignTop);
+    }
   }
   setWindowModality(Qt::ApplicationModal);  // first: it resets the kind of window
   // Some window managers choose the place of every dialog themselves, but not of a tool window.

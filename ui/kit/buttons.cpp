@@ -17,7 +17,7 @@ struct ButtonColours {
 };
 
 ButtonColours toolbarColours(const QAbstractButton& button) {
-  if (!button.isEnabled()) return {Qt::transparent, Qt::transparent, paint::quiet_text};
+  if (!button.isEnabled()) return {QColor(0, 0, 0, 60), Qt::transparent, paint::disabled_text};
   if (button.isDown()) return {QColor(0, 0, 0, 70), Qt::transparent, paint::text};
   if (button.underMouse()) return {QColor(0, 0, 0, 38), QColor(255, 255, 255, 70), paint::text};
   return {Qt::transparent, Qt::transparent, paint::text};
@@ -34,7 +34,7 @@ ButtonColours lightColours(const QAbstractButton& button) {
 
 ButtonColours tileColours(const QAbstractButton& button) {
   const QColor edge(255, 255, 255, 60);
-  if (!button.isEnabled()) return {Qt::transparent, edge, paint::quiet_text};
+  if (!button.isEnabled()) return {Qt::transparent, edge, paint::disabled_text};
   if (button.isDown()) return {QColor(0x22, 0x3c, 0x66), edge, paint::text};
   if (button.underMouse()) return {QColor(0x2f, 0x55, 0x92), edge, paint::text};
   return {QColor(0x27, 0x46, 0x79), edge, paint::text};
@@ -52,12 +52,19 @@ ButtonColours coloursOf(const QAbstractButton& button, PanelButton::Dress dress)
   return toolbarColours(button);
 }
 
+int textRoom(const QAbstractButton& button) {
+  return button.width() - 4;
+}
+
+bool fits(const QAbstractButton& button, const QString& text, const QFont& font) {
+  return QFontMetrics(font).horizontalAdvance(text) <= textRoom(button);
+}
+
 // A text that is too long for its button gets smaller letters before it is cut.
 QFont fittingFont(const QAbstractButton& button) {
   constexpr int smallest = 10;
   QFont font = button.font();
-  while (font.pixelSize() > smallest &&
-         QFontMetrics(font).horizontalAdvance(button.text()) > button.width() - 4) {
+  while (font.pixelSize() > smallest && !fits(button, button.text(), font)) {
     font.setPixelSize(font.pixelSize() - 1);
   }
   return font;
@@ -79,10 +86,11 @@ void drawButton(QAbstractButton& button, PanelButton::Dress dress) {
   painter.setPen(colours.text);
   const QFont font = fittingFont(button);
   painter.setFont(font);
-  painter.drawText(
-      area, Qt::AlignCenter,
-      QFontMetrics(font).elidedText(button.text(), Qt::ElideRight, button.width() - 4));
+  drawLine(painter, area, Qt::AlignHCenter,
+           QFontMetrics(font).elidedText(button.text(), Qt::ElideRight, textRoom(button)));
 }
+
+constexpr int ring_room = 3;  // around the close button
 
 }  // namespace
 
@@ -134,9 +142,13 @@ void PanelButton::paintEvent(QPaintEvent* /*event*/) {
   drawButton(*this, dress_);
 }
 
+bool PanelButton::hasRoomFor(const QString& text) const {
+  return fits(*this, text, font());
+}
+
 bool PanelButton::event(QEvent* event) {
   if (event->type() == QEvent::ToolTip) {
-    const bool cut = fontMetrics().horizontalAdvance(text()) > width() - 4;
+    const bool cut = !fits(*this, text(), fittingFont(*this));
     showHoverText(*this, *event, cut ? text() : QString());
     return true;
   }
@@ -151,6 +163,23 @@ void AlertButton::paintEvent(QPaintEvent* /*event*/) {
   drawButton(*this, PanelButton::Dress::tile);
 }
 
+// Around the button, which has no room for it.
+class CloseButton::Ring final : public QWidget {
+ public:
+  explicit Ring(QWidget* parent) : QWidget(parent) {
+    setObjectName(QStringLiteral("closering"));
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+  }
+
+ protected:
+  void paintEvent(QPaintEvent* /*event*/) override {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(paint::focus, 2));
+    painter.drawEllipse(QRectF(rect()).adjusted(1, 1, -1, -1));
+  }
+};
+
 CloseButton::CloseButton(QWidget* parent) : KeyedButton(parent) {
   setFocusPolicy(Qt::TabFocus);
 }
@@ -161,10 +190,20 @@ void CloseButton::paintEvent(QPaintEvent* /*event*/) {
   painter.drawPixmap(
       rect(),
       artwork(lit ? QStringLiteral("close-hover.png") : QStringLiteral("close.png"), *this));
-  if (!hasFocus()) return;
-  painter.setRenderHint(QPainter::Antialiasing);
-  painter.setPen(QPen(paint::focus, 1.5));
-  painter.drawEllipse(QRectF(rect()).adjusted(1, 1, -1, -1));
+}
+
+void CloseButton::focusInEvent(QFocusEvent* event) {
+  KeyedButton::focusInEvent(event);
+  delete ring_;
+  ring_ = new Ring(parentWidget());
+  ring_->setGeometry(geometry().adjusted(-ring_room, -ring_room, ring_room, ring_room));
+  ring_->stackUnder(this);
+  ring_->show();
+}
+
+void CloseButton::focusOutEvent(QFocusEvent* event) {
+  KeyedButton::focusOutEvent(event);
+  delete ring_;
 }
 
 }  // namespace talvane

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QFont>
+#include <QPointer>
 #include <QPushButton>
+#include <QString>
 
 #include <cstdint>
 
@@ -32,6 +35,8 @@ class PanelButton : public KeyedButton {
  protected:
   void paintEvent(QPaintEvent* event) override;
   bool event(QEvent* event) override;
+  /// Without drawing it smaller.
+  [[nodiscard]] bool hasRoomFor(const QString& text) const;
 
  private:
   Dress dress_ = Dress::toolbar;
@@ -53,6 +58,12 @@ class CloseButton : public KeyedButton {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
+
+ private:
+  class Ring;
+  QPointer<QWidget> ring_;
 };
 
 }  // namespace talvane

@@ -116,15 +116,19 @@ void PanelCheckbox::keyPressEvent(QKeyEvent* event) {
   }
 }
 
-void PanelCheckbox::paintEvent(QPaintEvent* event) {
-  QCheckBox::paintEvent(event);
-  if (!hasFocus()) return;
+void PanelCheckbox::paintEvent(QPaintEvent* /*event*/) {
+  constexpr int ring = 3;
   QStyleOptionButton option;
   initStyleOption(&option);
+  option.state &= ~QStyle::State_HasFocus;
   const QRect box = style()->subElementRect(QStyle::SE_CheckBoxIndicator, &option, this);
+  // With room for the ring at its left.
+  option.rect.translate(ring, 0);
   QPainter painter(this);
+  style()->drawControl(QStyle::CE_CheckBox, &option, &painter, this);
+  if (!hasFocus()) return;
   painter.setRenderHint(QPainter::Antialiasing);
-  drawFocusRing(painter, box.adjusted(-3, -3, 3, 3).intersected(rect()), 3);
+  drawFocusRing(painter, box.adjusted(0, -ring, 2 * ring, ring), 3);
 }
 
 }  // namespace talvane

@@ -1,6 +1,9 @@
 #include "ui/kit/look.h"
 
 #include <QFontDatabase>
+#include <QFontMetricsF>
+
+#include <cmath>
 
 #include "engine/vane.h"
 #include "ui/kit/frame.h"
@@ -31,6 +34,18 @@ QPixmap artwork(const QString& name, const QWidget& shown_on) {
     }
   }
   return QPixmap(path);
+}
+
+void drawLine(QPainter& painter, const QRectF& band, Qt::Alignment side, const QString& text) {
+  const QFontMetricsF metrics(painter.font(), painter.device());
+  const qreal scale = painter.device()->devicePixelRatioF();
+  const auto onPixel = [scale](qreal place) { return std::round(place * scale) / scale; };
+  const qreal baseline = onPixel(band.center().y() + metrics.capHeight() / 2);
+  const qreal rest = band.width() - metrics.horizontalAdvance(text);
+  const qreal before = side.testFlag(Qt::AlignHCenter) ? onPixel(rest / 2)
+                       : side.testFlag(Qt::AlignRight) ? rest
+                                                       : 0;
+  painter.drawText(QPointF(band.left() + before, baseline), text);
 }
 
 QFont panelFont(int size, bool bold) {

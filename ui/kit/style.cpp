@@ -59,8 +59,8 @@ QPalette panelPalette() {
   palette.setColor(QPalette::Highlight, QColor(0x27, 0x5a, 0xa8));
   palette.setColor(QPalette::HighlightedText, Qt::white);
   palette.setColor(QPalette::Link, paint::focus);
-  palette.setColor(QPalette::Disabled, QPalette::WindowText, paint::quiet_text);
-  palette.setColor(QPalette::Disabled, QPalette::ButtonText, paint::quiet_text);
+  palette.setColor(QPalette::Disabled, QPalette::WindowText, paint::disabled_text);
+  palette.setColor(QPalette::Disabled, QPalette::ButtonText, paint::disabled_text);
   palette.setColor(QPalette::Disabled, QPalette::Text, quiet_on_white);
   return palette;
 }

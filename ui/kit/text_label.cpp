@@ -1,7 +1,10 @@
 #include "ui/kit/text_label.h"
 
 #include <QPainter>
+#include <QStringList>
 #include <QTextOption>
+
+#include <cmath>
 
 #include "engine/text.h"
 #include "ui/kit/accessible.h"
@@ -12,6 +15,7 @@ namespace talvane {
 namespace {
 
 constexpr int longest_text = 2000;  // UTF-16 units
+constexpr double line_pitch = 1.2;  // for a font of height 1
 
 }  // namespace
 
@@ -62,8 +66,21 @@ void TextLabel::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(QRectF(contentsRect()), text(), option);
     return;
   }
-  painter.drawText(contentsRect(), static_cast<int>(alignment()) | Qt::TextSingleLine,
-                   fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width()));
+  // Closer than the font's own lines, some of which lie far apart.
+  const qreal pitch = std::round(font().pixelSize() * line_pitch);
+  QStringList lines = text().split(QLatin1Char('\n'));
+  QRectF band = contentsRect();
+  if (pitch * static_cast<qreal>(lines.size()) > band.height()) {
+    lines = QStringList(lines.join(QLatin1Char(' ')));
+  } else if (lines.size() > 1) {
+    band.setTop(band.center().y() - pitch * static_cast<qreal>(lines.size()) / 2);
+    band.setHeight(pitch);
+  }
+  for (const QString& line : lines) {
+    drawLine(painter, band, alignment(),
+             fontMetrics().elidedText(line, Qt::ElideRight, contentsRect().width()));
+    band.translate(0, pitch);
+  }
 }
 
 }  // namespace talvane

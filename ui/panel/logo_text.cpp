@@ -44,8 +44,8 @@ void LogoText::paintEvent(QPaintEvent* /*event*/) {
   painter.setFont(font());
   const QRect room = rect().adjusted(text_left, 0, -text_right, 0);
   // The end, where the user types.
-  painter.drawText(room, Qt::AlignVCenter | Qt::AlignLeft | Qt::TextSingleLine,
-                   fontMetrics().elidedText(text(), Qt::ElideLeft, room.width()));
+  drawLine(painter, room, Qt::AlignLeft,
+           fontMetrics().elidedText(text(), Qt::ElideLeft, room.width()));
 }
 
 }  // namespace talvane

@@ -243,7 +243,7 @@ Frame managementCheckboxFrame(int index) {
 }
 
 Frame managementResponseFrame(int index) {
-  return {232, first_row_y + management_row_distance * index, 20, 20};
+  return {235, first_row_y + management_row_distance * index, 20, 20};
 }
 
 Frame flipped(const Frame& frame, int height) {

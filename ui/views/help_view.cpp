@@ -123,14 +123,17 @@ void HelpView::offerShortcut() {
 void HelpView::showShortcut() {
   const ShortcutChoice& shortcut = *parts_.shortcut;
   QString text = uiText("Shortcut: none");
+  QString brief;
   if (!shortcut.problem().empty()) {
     const std::string wished = shortcut.wished();
-    text = QString::fromStdString(wished.empty() ? translated("Shortcut does not work")
-                                                 : translatedWith("{} does not work", wished));
+    brief = uiText("Shortcut does not work");
+    text = wished.empty() ? brief
+                          : QString::fromStdString(translatedWith("{} does not work", wished));
   } else if (!shortcut.shown().empty()) {
     text = QString::fromStdString(translatedWith("Shortcut: {}", shortcut.shown()));
+    brief = QString::fromStdString(shortcut.shown());
   }
-  form_.hvshortcut->showText(text);
+  form_.hvshortcut->showText(text, brief);
   form_.hvshortcut->setAccessibleDescription(QString::fromStdString(shortcut.problem()));
 }
 

@@ -8,6 +8,7 @@
 #include "platform/shortcut.h"
 #include "ui/desktop/shortcut_keys.h"
 #include "ui/kit/buttons.h"
+#include "ui/kit/hover_text.h"
 #include "ui/kit/ui_text.h"
 #include "ui/panel/soft_token_window.h"
 
@@ -23,15 +24,22 @@ ShortcutButton::ShortcutButton(QWidget* parent) : PanelButton(parent) {
   });
 }
 
-void ShortcutButton::showText(const QString& text) {
+void ShortcutButton::showText(const QString& text, const QString& brief) {
   text_ = text;
-  if (!recording_) setText(text);
+  brief_ = brief.isEmpty() || hasRoomFor(text) ? text : brief;
+  if (!recording_) showTexts();
+}
+
+void ShortcutButton::showTexts() {
+  setText(brief_);
+  setAccessibleName(brief_ == text_ ? QString() : text_);
 }
 
 // With the keyboard grabbed, the desktop's own shortcuts do nothing meanwhile.
 void ShortcutButton::record() {
   recording_ = true;
   setText(uiText("Press a key combination"));
+  setAccessibleName(QString());
   if (turned) turned(true);
   setFocus();
   grabKeyboard();
@@ -43,12 +51,16 @@ void ShortcutButton::stop() {
   releaseKeyboard();
   // A panel that bypasses the window manager had grabbed it too.
   if (auto* panel = dynamic_cast<SoftTokenWindow*>(window())) panel->takeKeys();
-  setText(text_);
+  showTexts();
   if (turned) turned(false);
 }
 
 // Before the toolkit takes the Tab key for itself.
 bool ShortcutButton::event(QEvent* event) {
+  if (event->type() == QEvent::ToolTip && text() == brief_ && brief_ != text_) {
+    showHoverText(*this, *event, text_);
+    return true;
+  }
   if (recording_ && event->type() == QEvent::ShortcutOverride) {
     event->accept();
     return true;

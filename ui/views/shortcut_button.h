@@ -16,8 +16,9 @@ class ShortcutButton final : public PanelButton {
  public:
   explicit ShortcutButton(QWidget* parent = nullptr);
 
-  /// What it shows while it does not record.
-  void showText(const QString& text);
+  /// What it shows while it does not record; `brief` where there is no room for `text`, which is
+  /// its tool tip then.
+  void showText(const QString& text, const QString& brief = {});
   [[nodiscard]] bool isRecording() const { return recording_; }
   /// Ends a recording without a result.
   void stop();
@@ -34,10 +35,12 @@ class ShortcutButton final : public PanelButton {
 
  private:
   void record();
+  void showTexts();
   void pressed(const QKeyEvent& event);
   void released(const QKeyEvent& event);
 
   QString text_;
+  QString brief_;
   bool recording_ = false;
   std::optional<Shortcut> pressed_;  // counts when it is released: it may be taken at once
 };

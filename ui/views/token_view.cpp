@@ -43,8 +43,8 @@ constexpr int row_font_size = 13;
 constexpr int highest_notice = 500;
 constexpr int milliseconds_a_second = 1000;
 constexpr int next_font_size = 11;
-constexpr int seconds_of_next = 5;  // how long before its time the next passcode is shown
-constexpr Frame next_frame{4, 27, 58, 31};
+constexpr int seconds_of_next = 5;          // how long before its time the next passcode is shown
+constexpr Frame next_frame{5, 30, 48, 30};  // as far from its edge as the copy button
 constexpr int most_typed = 60;
 constexpr int lock_interval = 1000;
 
@@ -242,7 +242,6 @@ void TokenView::addTokenRow(int index) {
 
   auto* next = named(new TextLabel(row), "tvnext");
   next->setGeometry(rectangle(next_frame));
-  next->setWordWrap(true);
   next->setAlignment(Qt::AlignCenter);
   next->setFontSize(next_font_size);
   next->setTextColour(paint::dark_text);
