@@ -54,6 +54,17 @@ class PictureTest : public DesktopTest, public ::testing::WithParamInterface<int
     EXPECT_GT(std::filesystem::file_size(file), 0U);
   }
 
+  // Its windows are the alert and the icon, and the panel if that is open.
+  void takeAlert(const std::string& name) {
+    ASSERT_NE(alert(), "");
+    const auto panel_now = panel();
+    for (const ShownWindow& window : screen().windowsOf("softtoken")) {
+      const bool is_icon = window.place.height < 60 * scale_;
+      if (is_icon || (panel_now && window.id == panel_now->id)) continue;
+      takeOf(name, window.place);
+    }
+  }
+
   // The keyboard is in the field of the user's name.
   void signIn(const std::string& user) {
     screen().key("ctrl+a");
@@ -127,6 +138,49 @@ TEST_P(PictureTest, Management) {
   take("management", 176);
 }
 
+TEST_P(PictureTest, ResponseCodesAndOrder) {
+  add("Mail");
+  add("Bank", seed_13);
+  add("Post", other_seed_16);
+  start();
+  openPanel();
+  press("Edit");
+  ASSERT_TRUE(comesToShow(Role::push_button, "Response code: Bank"));
+  take("management-response", 176);
+  screen().key("alt+Down");
+  ASSERT_TRUE(until([&] {
+    const auto listed = commandLine({"list"});
+    return listed.out.find("Bank") < listed.out.find("Mail");
+  }));
+  take("management-moved", 176);
+}
+
+TEST_P(PictureTest, NameThatCannotBeSaved) {
+  add("Mail");
+  start();
+  openPanel();
+  press("Edit");
+  ASSERT_TRUE(focusComesTo("Description: Mail"));
+  screen().key("ctrl+a");
+  screen().key("Delete");
+  press("Close");
+  takeAlert("name-not-saved");
+}
+
+TEST_P(PictureTest, QuestionBeforeATokenIsReplaced) {
+  add("Mail");
+  start();
+  openPanel();
+  press("Add");
+  press("Enter manually");
+  ASSERT_TRUE(focusComesTo("Enter a description"));
+  screen().type("Mail");
+  screen().key("Tab");
+  screen().type(other_seed_16);
+  press("OK");
+  takeAlert("clash");
+}
+
 TEST_P(PictureTest, Adding) {
   start();
   openPanel();
@@ -194,10 +248,11 @@ TEST_P(PictureTest, Enrolment) {
 }
 
 TEST_P(PictureTest, Help) {
+  setSettings("AllowManual=true\nShortcut=Ctrl+Alt+Shift+Super+Print\n");
   start();
   openPanel();
   press("Help");
-  ASSERT_TRUE(comesToShow(Role::push_button, "About"));
+  ASSERT_TRUE(comesToShow(Role::push_button, "Shortcut: Ctrl+Alt+Shift+Super+Print"));
   take("help", 246);
 }
 
@@ -244,13 +299,7 @@ TEST_P(PictureTest, ListThatIsCutShortOrLocked) {
 TEST_P(PictureTest, Question) {
   forgetAnswers();
   start();
-  ASSERT_NE(alert(), "");
-  std::vector<ShownWindow> windows = screen().windowsOf("softtoken");
-  ASSERT_EQ(windows.size(), 2U);
-  takeOf("question",
-         std::max_element(windows.begin(), windows.end(), [](const auto& a, const auto& b) {
-           return a.place.height < b.place.height;
-         })->place);
+  takeAlert("question");
 }
 
 INSTANTIATE_TEST_SUITE_P(Scales, PictureTest, ::testing::Values(1, 2));
