@@ -148,10 +148,8 @@ TEST_P(PictureTest, ResponseCodesAndOrder) {
   ASSERT_TRUE(comesToShow(Role::push_button, "Response code: Bank"));
   take("management-response", 176);
   screen().key("alt+Down");
-  ASSERT_TRUE(until([&] {
-    const auto listed = commandLine({"list"});
-    return listed.out.find("Bank") < listed.out.find("Mail");
-  }));
+  const auto line = [&](const char* name) { return thing(Role::text, name).place.y; };
+  ASSERT_TRUE(until([&] { return line("Description: Bank") < line("Description: Mail"); }));
   take("management-moved", 176);
 }
 
