@@ -127,8 +127,8 @@ void HelpView::showShortcut() {
   if (!shortcut.problem().empty()) {
     const std::string wished = shortcut.wished();
     brief = uiText("Shortcut does not work");
-    text = wished.empty() ? brief
-                          : QString::fromStdString(translatedWith("{} does not work", wished));
+    text =
+        wished.empty() ? brief : QString::fromStdString(translatedWith("{} does not work", wished));
   } else if (!shortcut.shown().empty()) {
     text = QString::fromStdString(translatedWith("Shortcut: {}", shortcut.shown()));
     brief = QString::fromStdString(shortcut.shown());
