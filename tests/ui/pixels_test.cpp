@@ -8,6 +8,8 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTest>
+#include <QToolTip>
 #include <cmath>
 #include <set>
 
@@ -351,9 +353,11 @@ class ShortcutTextTest : public testing::Test {
     button.setFont(panelFont(12));
   }
   QString tip() {
+    QToolTip::hideText();
+    EXPECT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }));
     QHelpEvent asks(QEvent::ToolTip, QPoint(1, 1), QPoint(1, 1));
     QApplication::sendEvent(&button, &asks);
-    return button.toolTip();
+    return QToolTip::text();
   }
   QRect ink() {
     const QImage image = drawnAt(button, 1);
