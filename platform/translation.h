@@ -14,6 +14,7 @@
 #include <fmt/core.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>

@@ -299,6 +299,10 @@ TEST_F(SpokenTest, EditNamesEachControlAndSaysWhereATokenWentTo) {
              "  push button 'Add'\n");
   screen().key("alt+Down");
   expectHeard("R&D \"east\": place 2 of 2");
+  EXPECT_TRUE(focusComesTo("Delete: R&D \"east\""));
+  screen().key("alt+Up");
+  expectHeard("R&D \"east\": place 1 of 2");
+  EXPECT_TRUE(focusComesTo("Delete: R&D \"east\""));
 }
 
 TEST_F(SpokenTest, ResponseIsLabelled) {

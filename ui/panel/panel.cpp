@@ -336,7 +336,8 @@ void Panel::waitBegins() {
   if (!std::exchange(waits_, true)) QGuiApplication::setOverrideCursor(Qt::BusyCursor);
   if (reading_) {
     if (sign_ == nullptr) sign_ = std::make_unique<WaitSign>([this] { closedByUser(false); });
-    sign_->show(QString::fromStdString(ini_.StrPleaseWait), placeFor(WaitSign::height()).window);
+    sign_->show(QString::fromStdString(ini_.StrPleaseWait), placeFor(WaitSign::height()).window,
+                refreshing_ ? WaitSign::Keys::leaves : WaitSign::Keys::takes);
     return;
   }
   if (View* view = viewOf(ow); view != nullptr && waiting_view_ == nullptr) {

@@ -41,15 +41,16 @@ int WaitSign::height() {
   return tokenViewHeight(0);
 }
 
-void WaitSign::show(const QString& text, const Frame& place) {
+void WaitSign::show(const QString& text, const Frame& place, Keys keys) {
   if (window_.isVisible()) return;
   text_->showText(text);
   window_.setAccessibleName(text);
   window_.place(place);
   keepOutOfTaskBars(window_);
+  window_.setAttribute(Qt::WA_ShowWithoutActivating, keys == Keys::leaves);
   window_.show();
   window_.raise();
-  window_.activateWindow();
+  if (keys == Keys::takes) window_.activateWindow();
 }
 
 }  // namespace talvane

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QWidget>
+#include <cstdint>
 #include <functional>
 
 #include "ui/kit/buttons.h"
@@ -17,8 +18,11 @@ class WaitSign {
   /// `leave` is called when the user closes it.
   explicit WaitSign(const std::function<void()>& leave);
 
+  /// Whether it takes the keyboard. Over a panel that has it, it does not: a window manager may
+  /// hand it over only once the sign is gone, and the panel would not get it back.
+  enum class Keys : std::uint8_t { leaves, takes };
   /// At this place on the desktop, `height()` high.
-  void show(const QString& text, const Frame& place);
+  void show(const QString& text, const Frame& place, Keys keys);
   [[nodiscard]] static int height();
   void hide() { window_.hide(); }
   [[nodiscard]] const QWidget* closeButton() const { return close_; }

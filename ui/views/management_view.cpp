@@ -25,6 +25,7 @@
 #include "ui/panel/panel.h"
 #include "ui/panel/panel_geometry.h"
 #include "ui/panel/view.h"
+#include "ui/views/response_view.h"
 #include "ui/views/shell.h"
 #include "ui/wait/wait.h"
 
