@@ -68,7 +68,7 @@ class KeychainCommand final : public Command {
       fmt::print("{}: {}{}\n", keychain.kind, printable(nameAndPlace(description)),
                  count ? ", " + tokens(*count) : "");
       if (!keychain.remembered) {
-        fmt::print("{}", translated("Not chosen for good: the first token does that.\n"));
+        fmt::print("{}", translated("Not decided yet; adding the first token decides it.\n"));
       }
       if (unfinished) {
         const bool copying = unfinished->step == KeychainMove::Unfinished::Step::copying;

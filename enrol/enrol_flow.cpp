@@ -272,7 +272,7 @@ void EnrolFlow::evgi_submitclicked() {
       return;
     }
     if (input.pin_again && input.pin_again->get() != input.pin.get()) {
-      views_.simpleMessageBox(translated("The two PINs are not the same. Type the PIN again"));
+      views_.simpleMessageBox(translated("The PINs do not match; type the PIN again"));
       return;
     }
   }

@@ -98,7 +98,7 @@ TEST_F(FlowFinalTest, PinThatWasTypedTwiceHasToBeTheSame) {
   views.get_info.pin = "1357";
   views.get_info.pin_again = Cleared<std::string>("1358");
   flow->evgi_submitclicked();
-  EXPECT_EQ(views.boxes, Lines{"The two PINs are not the same. Type the PIN again"});
+  EXPECT_EQ(views.boxes, Lines{"The PINs do not match; type the PIN again"});
   EXPECT_EQ(script.requests().size(), before);
   EXPECT_EQ(flow->taenrol()->PIN, "");
   views.get_info.pin_again = Cleared<std::string>("1357");

@@ -331,7 +331,7 @@ TEST_F(EnrolmentTest, PinIsSentOnlyWhenItWasTypedTwiceAlike) {
     EXPECT_TRUE(find<QLineEdit>("evgi_pinagain")->hasFocus()) << again;
     EXPECT_EQ(find<QLineEdit>("evgi_pin")->text(), QStringLiteral("1357")) << again;
   }
-  EXPECT_EQ(alerts.texts(), Lines(2, "The two PINs are not the same. Type the PIN again"));
+  EXPECT_EQ(alerts.texts(), Lines(2, "The PINs do not match; type the PIN again"));
   EXPECT_EQ(network.requests().size(), before);
 }
 
