@@ -39,8 +39,8 @@ class KeychainMoves : public ::testing::Test {
 
 TEST_F(KeychainMoves, ShowsWhereTheTokensLie) {
   EXPECT_EQ(home.run({"keychain"}).out, "vault: vault at " + home.vault() +
-                                            ", 0 tokens\nNot chosen for good: the first token does "
-                                            "that.\n");
+                                            ", 0 tokens\nNot decided yet; adding the first token "
+                                            "decides it.\n");
   addToVault({"A"});
   EXPECT_EQ(home.run({"keychain"}).out, "vault: vault at " + home.vault() + ", 1 token\n");
   addToVault({"B"});

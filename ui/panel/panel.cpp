@@ -176,7 +176,11 @@ void Panel::openWindow(SoftTokenWindow* window, int x, int y, bool roll_down) {
     bringToFront(window);
   }
   window->takeKeys();
-  if (sign_ != nullptr) sign_->hide();
+  if (sign_ != nullptr && sign_->isVisible()) {
+    sign_->hide();
+    // A window manager that gave the keyboard to the sign may give it to nobody now.
+    window->activateWindow();
+  }
   bOpen = true;
   ow = window;
   if (turned && !switching_) turned(true);

@@ -25,6 +25,7 @@ class WaitSign {
   void show(const QString& text, const Frame& place, Keys keys);
   [[nodiscard]] static int height();
   void hide() { window_.hide(); }
+  [[nodiscard]] bool isVisible() const { return window_.isVisible(); }
   [[nodiscard]] const QWidget* closeButton() const { return close_; }
 
  private:
