@@ -214,6 +214,11 @@ class SpokenTroubleTest : public SpokenTest {
       ASSERT_EQ(ended.exit_code, 0) << ended.err;
     }
   }
+  // The first text that the panel shows and announces; empty if there is none.
+  [[nodiscard]] std::string shownWords() {
+    const Strings shown = names(Role::notification);
+    return shown.empty() ? "" : shown[0];
+  }
 };
 
 TEST_F(SpokenTroubleTest, LockedKeychainOffersToUnlock) {
@@ -222,7 +227,7 @@ TEST_F(SpokenTroubleTest, LockedKeychainOffersToUnlock) {
   client.lock(client.defaultCollection());
   start();
   openPanel();
-  const std::string words = names(Role::notification).empty() ? "" : names(Role::notification)[0];
+  const std::string words = shownWords();
   EXPECT_NE(words.find("The keychain is locked"), std::string::npos) << words;
   expectHeard(words);
   expectTree("locked",
@@ -248,7 +253,7 @@ TEST_F(SpokenTroubleTest, DamagedRecordIsSaidAndHasItsWordsInEdit) {
   client.addItem(client.defaultCollection(), "TalvaneSoftToken5020", account, "AAAA");
   start();
   openPanel();
-  const std::string words = names(Role::notification).empty() ? "" : names(Role::notification)[0];
+  const std::string words = shownWords();
   EXPECT_NE(words.find("slot 0 is damaged"), std::string::npos) << words;
   expectHeard(words);
   expectTree("damaged",

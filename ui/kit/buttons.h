@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QAbstractButton>
-#include <QFont>
 #include <QPointer>
 #include <QPushButton>
 #include <QString>
