@@ -1,19 +1,16 @@
 #include "tests/desktop/notifier_host.h"
 
-#include <gio/gio.h>
-
 #include <algorithm>
 #include <mutex>
-#include <stdexcept>
-#include <thread>
-#include <vector>
+#include <utility>
+
+#include "tests/desktop/bus_service.h"
 
 namespace talvane::test {
 namespace {
 
 constexpr const char* watcher_name = "org.kde.StatusNotifierWatcher";
 constexpr const char* item_interface = "org.kde.StatusNotifierItem";
-constexpr int patience_milliseconds = 5000;
 
 constexpr const char* description = R"(<node><interface name="org.kde.StatusNotifierWatcher">
 <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
@@ -26,67 +23,30 @@ constexpr const char* description = R"(<node><interface name="org.kde.StatusNoti
 <signal name="StatusNotifierHostRegistered"/>
 </interface></node>)";
 
-struct Unref {
-  void operator()(void* object) const { g_object_unref(object); }
-  void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-using Variant = std::unique_ptr<GVariant, Unref>;
-
 }  // namespace
 
 struct NotifierHost::Service {
-  std::unique_ptr<GDBusConnection, Unref> bus;
-  GMainContext* context = g_main_context_new();
-  GMainLoop* loop = g_main_loop_new(context, FALSE);
-  GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(description, nullptr);
-  std::thread thread;
-  mutable std::mutex mutex;
-  std::string item;
-
-  ~Service() {
-    g_main_loop_quit(loop);
-    if (thread.joinable()) thread.join();
-    g_main_loop_unref(loop);
-    g_main_context_unref(context);
-    g_dbus_node_info_unref(node);
-    if (bus != nullptr) g_dbus_connection_close_sync(bus.get(), nullptr, nullptr);
+  explicit Service(const std::string& session_bus)
+      : bus(session_bus, description,
+            {[this](const char* sender, const std::string& method, GVariant* /*parameters*/,
+                    GDBusMethodInvocation* invocation) {
+               if (method == "RegisterStatusNotifierItem") {
+                 const std::lock_guard lock(mutex);
+                 item = sender;
+               }
+               g_dbus_method_invocation_return_value(invocation, nullptr);
+             },
+             [this](const std::string& name) { return property(name); }}) {
+    bus.offer("/StatusNotifierWatcher");
+    bus.serve(watcher_name);
   }
 
-  static void called(GDBusConnection* /*bus*/, const gchar* sender, const gchar* /*path*/,
-                     const gchar* /*interface*/, const gchar* method, GVariant* /*parameters*/,
-                     GDBusMethodInvocation* invocation, gpointer self) {
-    if (std::string(method) == "RegisterStatusNotifierItem") {
-      auto* service = static_cast<Service*>(self);
-      const std::lock_guard lock(service->mutex);
-      service->item = sender;
-    }
-    g_dbus_method_invocation_return_value(invocation, nullptr);
-  }
-
-  static GVariant* property(GDBusConnection* /*bus*/, const gchar* /*sender*/,
-                            const gchar* /*path*/, const gchar* /*interface*/, const gchar* name,
-                            GError** /*error*/, gpointer self) {
-    const std::string wanted = name;
-    if (wanted == "IsStatusNotifierHostRegistered") return g_variant_new_boolean(TRUE);
-    if (wanted == "ProtocolVersion") return g_variant_new_int32(0);
-    const auto* service = static_cast<const Service*>(self);
-    const std::lock_guard lock(service->mutex);
-    const char* items[] = {service->item.c_str()};
-    return g_variant_new_strv(items, service->item.empty() ? 0 : 1);
-  }
-
-  // Whether the name has become ours.
-  bool serve() {
-    static const GDBusInterfaceVTable functions = {called, property, nullptr, {}};
-    g_main_context_push_thread_default(context);
-    g_dbus_connection_register_object(bus.get(), "/StatusNotifierWatcher", node->interfaces[0],
-                                      &functions, this, nullptr, nullptr);
-    g_main_context_pop_thread_default(context);
-    const Variant taken(g_dbus_connection_call_sync(
-        bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-        "RequestName", g_variant_new("(su)", watcher_name, 4U), nullptr, G_DBUS_CALL_FLAGS_NONE,
-        patience_milliseconds, nullptr, nullptr));
-    return taken != nullptr;
+  GVariant* property(const std::string& name) const {
+    if (name == "IsStatusNotifierHostRegistered") return g_variant_new_boolean(TRUE);
+    if (name == "ProtocolVersion") return g_variant_new_int32(0);
+    const std::lock_guard lock(mutex);
+    const char* items[] = {item.c_str()};
+    return g_variant_new_strv(items, item.empty() ? 0 : 1);
   }
 
   [[nodiscard]] Variant call(const char* interface, const char* method, GVariant* parameters,
@@ -96,9 +56,7 @@ struct NotifierHost::Service {
       const std::lock_guard lock(mutex);
       name = item;
     }
-    return Variant(g_dbus_connection_call_sync(bus.get(), name.c_str(), path, interface, method,
-                                               parameters, nullptr, G_DBUS_CALL_FLAGS_NONE,
-                                               patience_milliseconds, nullptr, nullptr));
+    return bus.call(name.c_str(), path, interface, method, parameters);
   }
 
   [[nodiscard]] Variant get(const char* property) const {
@@ -109,17 +67,14 @@ struct NotifierHost::Service {
     g_variant_get(answer.get(), "(v)", &value);
     return Variant(value);
   }
+
+  mutable std::mutex mutex;
+  std::string item;
+  BusService bus;  // last, as its thread uses the others
 };
 
-NotifierHost::NotifierHost(const std::string& session_bus) : service_(std::make_unique<Service>()) {
-  service_->bus.reset(g_dbus_connection_new_for_address_sync(
-      session_bus.c_str(),
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, nullptr, nullptr));
-  if (service_->bus == nullptr || !service_->serve()) throw std::runtime_error("no notifier host");
-  service_->thread = std::thread([this] { g_main_loop_run(service_->loop); });
-}
+NotifierHost::NotifierHost(const std::string& session_bus)
+    : service_(std::make_unique<Service>(session_bus)) {}
 
 NotifierHost::~NotifierHost() = default;
 

@@ -1,11 +1,9 @@
 #include "tests/desktop/shortcuts_portal.h"
 
-#include <gio/gio.h>
-
 #include <algorithm>
 #include <mutex>
-#include <stdexcept>
-#include <thread>
+
+#include "tests/desktop/bus_service.h"
 
 namespace talvane::test {
 namespace {
@@ -24,12 +22,6 @@ constexpr const char* description = R"xml(<node>
 <interface name="org.freedesktop.portal.Session"><method name="Close"/></interface>
 </node>)xml";
 
-struct Unref {
-  void operator()(void* object) const { g_object_unref(object); }
-  void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-using Variant = std::unique_ptr<GVariant, Unref>;
-
 std::string textIn(GVariant* dictionary, const char* key) {
   const char* text = "";
   g_variant_lookup(dictionary, key, "&s", &text);
@@ -39,25 +31,15 @@ std::string textIn(GVariant* dictionary, const char* key) {
 }  // namespace
 
 struct ShortcutsPortal::Service {
-  std::unique_ptr<GDBusConnection, Unref> bus;
-  GMainContext* context = g_main_context_new();
-  GMainLoop* loop = g_main_loop_new(context, FALSE);
-  GDBusNodeInfo* node = g_dbus_node_info_new_for_xml(description, nullptr);
-  std::thread thread;
-  mutable std::mutex mutex;
-  bool refuses = false;
-  std::string trigger;
-  std::string session;
-  std::string client;
-  int sessions = 0;
-
-  ~Service() {
-    g_main_loop_quit(loop);
-    if (thread.joinable()) thread.join();
-    g_main_loop_unref(loop);
-    g_main_context_unref(context);
-    g_dbus_node_info_unref(node);
-    if (bus != nullptr) g_dbus_connection_close_sync(bus.get(), nullptr, nullptr);
+  explicit Service(const std::string& session_bus)
+      : bus(session_bus, description,
+            {[this](const char* sender, const std::string& method, GVariant* parameters,
+                    GDBusMethodInvocation* invocation) {
+               called(sender, method, parameters, invocation);
+             },
+             [](const std::string& /*version*/) { return g_variant_new_uint32(1); }}) {
+    bus.offer(portal_path);
+    bus.serve(portal_name);
   }
 
   // The path of the object that answers, or of a session: after the caller and its word.
@@ -68,20 +50,15 @@ struct ShortcutsPortal::Service {
   }
 
   void respond(const std::string& request, guint response, GVariant* results) const {
-    g_dbus_connection_emit_signal(bus.get(), client.c_str(), request.c_str(),
-                                  "org.freedesktop.portal.Request", "Response",
-                                  g_variant_new("(u@a{sv})", response, results), nullptr);
+    bus.signal(client.c_str(), request.c_str(), "org.freedesktop.portal.Request", "Response",
+               g_variant_new("(u@a{sv})", response, results));
   }
 
   std::string makeSession(const char* sender, GVariant* options) {
     client = sender;
     session = pathFor("session", sender, textIn(options, "session_handle_token"));
     ++sessions;
-    static const GDBusInterfaceVTable functions = {called, nullptr, nullptr, {}};
-    g_main_context_push_thread_default(context);
-    g_dbus_connection_register_object(bus.get(), session.c_str(), node->interfaces[1], &functions,
-                                      this, nullptr, nullptr);
-    g_main_context_pop_thread_default(context);
+    bus.offer(session.c_str(), 1);
     const std::string request = pathFor("request", sender, textIn(options, "handle_token"));
     GVariantBuilder results;
     g_variant_builder_init(&results, G_VARIANT_TYPE_VARDICT);
@@ -114,60 +91,38 @@ struct ShortcutsPortal::Service {
     return request;
   }
 
-  static void called(GDBusConnection* /*bus*/, const gchar* sender, const gchar* /*path*/,
-                     const gchar* /*interface*/, const gchar* method, GVariant* parameters,
-                     GDBusMethodInvocation* invocation, gpointer self) {
-    auto* service = static_cast<Service*>(self);
-    const std::lock_guard lock(service->mutex);
-    const std::string name = method;
-    const gsize last = g_variant_n_children(parameters);
-    const Variant options(last == 0 ? nullptr : g_variant_get_child_value(parameters, last - 1));
-    if (name == "Close") {
-      --service->sessions;
+  void called(const char* sender, const std::string& method, GVariant* parameters,
+              GDBusMethodInvocation* invocation) {
+    const std::lock_guard lock(mutex);
+    if (method == "Close") {
+      --sessions;
       g_dbus_method_invocation_return_value(invocation, nullptr);
       return;
     }
+    const Variant options(
+        g_variant_get_child_value(parameters, g_variant_n_children(parameters) - 1));
     std::string request;
-    if (name == "CreateSession") {
-      request = service->makeSession(sender, options.get());
+    if (method == "CreateSession") {
+      request = makeSession(sender, options.get());
     } else {
       const Variant wishes(g_variant_get_child_value(parameters, 1));
-      request = service->bind(sender, wishes.get(), options.get());
+      request = bind(sender, wishes.get(), options.get());
     }
     // A portal may answer before it returns.
     g_dbus_method_invocation_return_value(invocation, g_variant_new("(o)", request.c_str()));
   }
 
-  static GVariant* property(GDBusConnection* /*bus*/, const gchar* /*sender*/,
-                            const gchar* /*path*/, const gchar* /*interface*/,
-                            const gchar* /*name*/, GError** /*error*/, gpointer /*self*/) {
-    return g_variant_new_uint32(1);
-  }
-
-  bool serve() {
-    static const GDBusInterfaceVTable functions = {called, property, nullptr, {}};
-    g_main_context_push_thread_default(context);
-    g_dbus_connection_register_object(bus.get(), portal_path, node->interfaces[0], &functions, this,
-                                      nullptr, nullptr);
-    g_main_context_pop_thread_default(context);
-    const Variant taken(g_dbus_connection_call_sync(
-        bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-        "RequestName", g_variant_new("(su)", portal_name, 4U), nullptr, G_DBUS_CALL_FLAGS_NONE,
-        5000, nullptr, nullptr));
-    return taken != nullptr;
-  }
+  mutable std::mutex mutex;
+  bool refuses = false;
+  std::string trigger;
+  std::string session;
+  std::string client;
+  int sessions = 0;
+  BusService bus;  // last, as its thread uses the others
 };
 
 ShortcutsPortal::ShortcutsPortal(const std::string& session_bus)
-    : service_(std::make_unique<Service>()) {
-  service_->bus.reset(g_dbus_connection_new_for_address_sync(
-      session_bus.c_str(),
-      static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-      nullptr, nullptr, nullptr));
-  if (service_->bus == nullptr || !service_->serve()) throw std::runtime_error("no portal");
-  service_->thread = std::thread([this] { g_main_loop_run(service_->loop); });
-}
+    : service_(std::make_unique<Service>(session_bus)) {}
 
 ShortcutsPortal::~ShortcutsPortal() = default;
 
@@ -190,11 +145,9 @@ void ShortcutsPortal::press() const {
   const std::lock_guard lock(service_->mutex);
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
-  g_dbus_connection_emit_signal(service_->bus.get(), service_->client.c_str(), portal_path,
-                                shortcuts, "Activated",
-                                g_variant_new("(ost@a{sv})", service_->session.c_str(), "toggle",
-                                              guint64{1}, g_variant_builder_end(&options)),
-                                nullptr);
+  service_->bus.signal(service_->client.c_str(), portal_path, shortcuts, "Activated",
+                       g_variant_new("(ost@a{sv})", service_->session.c_str(), "toggle", guint64{1},
+                                     g_variant_builder_end(&options)));
 }
 
 }  // namespace talvane::test
