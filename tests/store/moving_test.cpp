@@ -160,28 +160,14 @@ TEST_F(MovingTest, ChangeThatCannotBeBegunOrIsNotKept) {
 }
 
 TEST_F(MovingTest, KeychainThatFailsAnywhereAndUndoes) {
-  keychain.undoes = true;
   keychain.together = true;
-  const auto before = keychain.memory.items;
-  keychain.calls = 0;
-  ASSERT_TRUE(store.move(0, 3, seen).has_value());
-  const std::size_t calls = keychain.calls;
-  for (std::size_t failing = 0; failing < calls; ++failing) {
-    keychain.memory.items = before;
-    const Items kept = items();
-    keychain.calls = 0;
-    keychain.fault = [failing](FaultyKeychain::Call, std::size_t call) {
-      return call == failing ? KeychainStatus::io_error : KeychainStatus::ok;
-    };
-    const auto moved = store.move(0, 3, seen);
-    keychain.fault = nullptr;
+  failEachCall(moving(0, 3), [&](const Result<void>& moved, const Items& kept) {
     if (moved) {
-      EXPECT_EQ(names(), afterMove(five, 0, 3)) << failing;
+      EXPECT_EQ(names(), afterMove(five, 0, 3));
     } else {
-      EXPECT_EQ(items(), kept) << failing;
+      EXPECT_EQ(items(), kept);
     }
-    read();  // as the gateway writes nothing over what it could not read
-  }
+  });
 }
 
 // From some call on the keychain takes no more, as when the program is killed. It is one that keeps
@@ -271,20 +257,10 @@ TEST_F(MovingTest, TokenThatAnInterruptionLeftTwiceIsMovedOnce) {
 }
 
 TEST_F(MovingTest, IdentityThatCannotBeReadForAMomentKeepsTheTokens) {
-  const auto before = keychain.memory.items;
-  identifiers.questions = 0;
-  ASSERT_TRUE(store.move(0, 3, seen).has_value());
-  const std::size_t questions = identifiers.questions;
-  for (std::size_t fault = 0; fault < questions; ++fault) {
-    keychain.memory.items = before;
-    identifiers.questions = 0;
-    identifiers.first_fault = fault;
-    identifiers.end_of_faults = fault + 1;
-    static_cast<void>(store.move(0, 3, seen));
-    identifiers.end_of_faults = 0;
+  failEachQuestion(moving(0, 3), [&](const Result<void>& /*moved*/) {
     const Names left = once(names());
     EXPECT_TRUE(left == five || left == afterMove(five, 0, 3)) << testing::PrintToString(left);
-  }
+  });
 }
 
 }  // namespace

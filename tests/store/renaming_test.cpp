@@ -142,42 +142,20 @@ TEST_F(RenamingTest, RecordThatIsMissingAfterItWasReplaced) {
 }
 
 TEST_F(RenamingTest, KeychainThatFailsAnywhereKeepsTheOldNames) {
-  keychain.undoes = true;
   const Rename wanted[] = {{0, seen.list[0].get(), "Ay"}, {1, seen.list[1].get(), "Bea"}};
-  const auto before = keychain.memory.items;
-  keychain.calls = 0;
-  ASSERT_TRUE(store.rename(wanted).has_value());
-  const std::size_t calls = keychain.calls;
-  for (std::size_t failing = 0; failing < calls; ++failing) {
-    keychain.memory.items = before;
-    const Items kept = items();
-    keychain.calls = 0;
-    keychain.fault = [failing](FaultyKeychain::Call, std::size_t call) {
-      return call == failing ? KeychainStatus::io_error : KeychainStatus::ok;
-    };
-    const auto renamed = store.rename(wanted);
-    keychain.fault = nullptr;
-    ASSERT_FALSE(renamed.has_value()) << failing;
-    EXPECT_EQ(items(), kept) << failing;
-    read();  // as the gateway writes nothing over what it could not read
-  }
+  failEachCall([&] { return store.rename(wanted); },
+               [&](const Result<void>& renamed, const Items& kept) {
+                 EXPECT_FALSE(renamed.has_value());
+                 EXPECT_EQ(items(), kept);
+               });
 }
 
 TEST_F(RenamingTest, IdentityThatCannotBeReadForAMomentKeepsTheToken) {
   keychain.undoes = true;
-  const auto before = keychain.memory.items;
-  identifiers.questions = 0;
-  ASSERT_TRUE(rename(0, "new").has_value());
-  const std::size_t questions = identifiers.questions;
-  for (std::size_t fault = 0; fault < questions; ++fault) {
-    keychain.memory.items = before;
-    identifiers.questions = 0;
-    identifiers.first_fault = fault;
-    identifiers.end_of_faults = fault + 1;
-    const auto renamed = rename(0, "new");
-    identifiers.end_of_faults = 0;
-    EXPECT_EQ(names(), (Names{renamed ? "A|new" : "A", "B|Bee", "C"})) << fault;
-  }
+  failEachQuestion([&] { return rename(0, "new"); },
+                   [&](const Result<void>& renamed) {
+                     EXPECT_EQ(names(), (Names{renamed ? "A|new" : "A", "B|Bee", "C"}));
+                   });
 }
 
 TEST_F(RenamingTest, TokenThatAnInterruptionLeftTwiceKeepsItsNewName) {
@@ -218,5 +196,6 @@ TEST_F(RenamingTest, IdentityThatCannotBeRead) {
   EXPECT_EQ(rename(0, "new").error().next, Next::check_keychain);
   EXPECT_EQ(items(), before);
 }
+
 }  // namespace
 }  // namespace talvane::test

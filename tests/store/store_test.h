@@ -134,6 +134,52 @@ class StoreTest : public testing::Test {
     EXPECT_EQ(items(), before);
   }
 
+  /// Repeats the change as often as it calls the keychain, and each time fails another of the
+  /// calls. `check` gets the change's result and what was stored before it.
+  template <typename Change, typename Check>
+  void failEachCall(Change change, Check check) {
+    keychain.undoes = true;
+    const auto before = keychain.memory.items;
+    keychain.calls = 0;
+    ASSERT_TRUE(change().has_value());
+    const std::size_t calls = keychain.calls;
+    ASSERT_GT(calls, 0U);
+    for (std::size_t failing = 0; failing < calls; ++failing) {
+      SCOPED_TRACE("call " + std::to_string(failing));
+      keychain.memory.items = before;
+      const Items kept = items();
+      keychain.calls = 0;
+      keychain.fault = [failing](FaultyKeychain::Call, std::size_t call) {
+        return call == failing ? KeychainStatus::io_error : KeychainStatus::ok;
+      };
+      const auto result = change();
+      keychain.fault = nullptr;
+      check(result, kept);
+      read();  // as the gateway writes nothing over what it could not read
+    }
+  }
+
+  /// Repeats the change as often as it asks for the identity, and each time leaves another of the
+  /// questions without an answer. `check` gets the change's result.
+  template <typename Change, typename Check>
+  void failEachQuestion(Change change, Check check) {
+    const auto before = keychain.memory.items;
+    identifiers.questions = 0;
+    ASSERT_TRUE(change().has_value());
+    const std::size_t questions = identifiers.questions;
+    ASSERT_GT(questions, 0U);
+    for (std::size_t fault = 0; fault < questions; ++fault) {
+      SCOPED_TRACE("question " + std::to_string(fault));
+      keychain.memory.items = before;
+      identifiers.questions = 0;
+      identifiers.first_fault = fault;
+      identifiers.end_of_faults = fault + 1;
+      const auto result = change();
+      identifiers.end_of_faults = 0;
+      check(result);
+    }
+  }
+
   PrivateHome home;
   FaultyKeychain keychain;
   FlakyIdentifiers identifiers;
