@@ -25,6 +25,10 @@ struct Obstacle {
   Words repair;             // for the user: what may make it load again; empty for a gap
 };
 
+/// Whether both are one token: created under the same name, with the same seed. A later name makes
+/// no difference.
+bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b);
+
 /// The stored tokens: those in slots 0, 1, ..., in order, none of them null.
 struct StoredTokens {
   std::vector<std::unique_ptr<SoftTokenInfo>> list;

@@ -27,9 +27,11 @@
 #include "platform/vaneinterface.h"
 #include "store/new_token.h"
 #include "store/problem.h"
+#include "store/slot_deletion.h"
 #include "store/slots.h"
 #include "store/store_change.h"
 #include "store/stored_tokens.h"
+#include "store/undone.h"
 
 namespace talvane {
 namespace {
@@ -47,65 +49,6 @@ Problem cannotBeSealed() {
 [[maybe_unused]] constexpr const char* refusals[] = {
     marked("Invalid seed length"), marked("Invalid character in seed"),
     marked("Failed to find unique device id"), marked("Failed to generate passcode")};
-
-// What a change did not do.
-enum class Undone : std::uint8_t { stored, renamed, moved, deleted, changed };
-
-Words meanwhile(Undone undone) {
-  switch (undone) {
-    case Undone::renamed:
-      return translated(
-          "The tokens changed in the meantime and nothing was renamed; check them and try again");
-    case Undone::moved:
-      return translated(
-          "The tokens changed in the meantime and nothing was moved; check them and try again");
-    case Undone::deleted:
-      return translated(
-          "The tokens changed in the meantime and nothing was deleted; check them and try again");
-    case Undone::stored:
-    case Undone::changed:
-      break;
-  }
-  return translated(
-      "The tokens changed in the meantime and nothing was changed; check them and try again");
-}
-
-Problem changedMeanwhile(Undone undone) {
-  return {Next::look_again, meanwhile(undone)};
-}
-
-Words contradiction(Undone undone) {
-  switch (undone) {
-    case Undone::stored:
-      return translated(
-          "The keychain gave contradictory answers and nothing was stored; try again");
-    case Undone::renamed:
-      return translated(
-          "The keychain gave contradictory answers and nothing was renamed; try again");
-    case Undone::moved:
-      return translated("The keychain gave contradictory answers and nothing was moved; try again");
-    case Undone::deleted:
-      return translated(
-          "The keychain gave contradictory answers and nothing was deleted; try again");
-    case Undone::changed:
-      break;
-  }
-  return translated("The keychain gave contradictory answers and nothing was changed; try again");
-}
-
-Problem cutShort(Undone undone) {
-  return {Next::try_again, contradiction(undone)};
-}
-
-Problem inTheWay(Undone undone, const Obstacle& obstacle) {
-  const bool gap = obstacle.kind == Obstacle::Kind::gap;
-  const Words repair = gap ? translated("close the gap") : obstacle.repair;
-  return {gap ? Next::close_gap : Next::clear_slot,
-          undone == Undone::moved
-              ? translatedWith("The token could not be moved. {}; {}", obstacle.words, repair)
-              : translatedWith("The token could not be stored. {}; {}", obstacle.words, repair),
-          obstacle.slot};
-}
 
 // Commits the change, unless it was made under an identity that did not last.
 Result<void> finish(StoreChange& change, const Recording& recording) {
@@ -209,101 +152,6 @@ bool isOrderAsSeen(std::int32_t from, std::int32_t to, const StoredTokens& seen,
   return true;
 }
 
-// A gap is deleted as a whole; otherwise it would still hide the tokens behind it.
-TokenStore::Selection withWholeGap(TokenStore::Selection selected, const Slots& slots) {
-  for (std::size_t slot = 1; slot < selected.size() && slots.recordsBehind(slot) > 0; ++slot) {
-    if (slots.states[slot] == State::empty && slots.states[slot - 1] == State::empty &&
-        selected[slot - 1] != 0) {
-      selected[slot] = 1;
-    }
-  }
-  return selected;
-}
-
-void deleteSlots(const TokenStore::Selection& selected, const Slots& slots) {
-  if (!slots.firstUnreadable(0)) {
-    vane::DeleteTokens(selected);
-    return;
-  }
-  // The engine moves later tokens down as far as a record that must not be overwritten, so the last
-  // slot goes first.
-  for (std::size_t slot = selected.size(); slot-- > 0;) {
-    if (selected[slot] == 0) continue;
-    TokenStore::Selection one{};
-    one[slot] = 1;
-    vane::DeleteTokens(one);
-  }
-}
-
-// The tokens that stand in a second slot, as an interrupted change of a keychain leaves them. Of
-// two slots the later one counts as the second, unless only that one is `preferred`; a pair of
-// which one is in `leaving` counts as none.
-TokenStore::Selection repeated(const Slots& slots, const TokenStore::Selection& leaving = {},
-                               const TokenStore::Selection& preferred = {}) {
-  TokenStore::Selection second{};
-  for (std::size_t i = 0; i < second.size(); ++i) {
-    for (std::size_t j = i + 1; j < second.size() && second[i] == 0; ++j) {
-      if (slots.tokens[i] == nullptr || slots.tokens[j] == nullptr || second[j] != 0 ||
-          leaving[i] != 0 || leaving[j] != 0 || !isSameToken(*slots.tokens[i], *slots.tokens[j])) {
-        continue;
-      }
-      second[preferred[j] != 0 && preferred[i] == 0 ? i : j] = 1;
-    }
-  }
-  return second;
-}
-
-// Whether the selected slots are gone, all others are there in the same order, and no token became
-// hidden.
-bool isDeleted(const TokenStore::Selection& selected, const Slots& before, const Slots& after) {
-  std::size_t kept = 0;
-  std::size_t left = 0;  // records, whatever their state
-  bool closes_gap = false;
-  std::size_t next = 0;  // where the next token may be now
-  for (std::size_t slot = 0; slot < selected.size(); ++slot) {
-    const State state = before.states[slot];
-    if (selected[slot] == 0 && state != State::empty) ++left;
-    if (selected[slot] != 0) {
-      closes_gap = closes_gap || state == State::empty;
-      continue;
-    }
-    if (state == State::damaged || state == State::foreign) {
-      if (after.states[slot] != state) return false;
-      continue;
-    }
-    if (state != State::loads) continue;
-    while (next < selected.size() && after.states[next] != State::loads) ++next;
-    if (next == selected.size()) return false;
-    const SoftTokenInfo& found = *after.tokens[next++];
-    if (!isSameToken(found, *before.tokens[slot]) ||
-        found.description != before.tokens[slot]->description) {
-      return false;
-    }
-    if (slot < before.count()) ++kept;
-  }
-  while (next < selected.size() && after.states[next] != State::loads) ++next;
-  const auto records = std::count_if(after.states.begin(), after.states.end(),
-                                     [](State s) { return s != State::empty; });
-  return next == selected.size() && static_cast<std::size_t>(records) == left &&
-         after.count() >= kept + (closes_gap ? 1 : 0);
-}
-
-// Deletes what stands in a second slot, and looks again.
-Result<Slots> clearRepeated(vaneinterface& gateway, const Recording& recording, Slots&& before,
-                            const TokenStore::Selection& preferred = {}) {
-  const TokenStore::Selection second = repeated(before, {}, preferred);
-  if (second == TokenStore::Selection{}) return std::move(before);
-  const EngineLog::Pause quiet;
-  deleteSlots(second, before);
-  auto after = lookAtSlots(gateway, recording, LookLog::off);
-  if (after && !isDeleted(second, before, *after)) {
-    return tl::unexpected(recording.failedChange() && !recording.refused()
-                              ? keychainProblem(*recording.failedChange())
-                              : cutShort(Undone::changed));
-  }
-  return after;
-}
-
 // The token with the 13 characters that its seed was completed from; nullopt if it was complete.
 // The last of them is not known, and does not count.
 std::optional<SoftTokenInfo> rootOf(const SoftTokenInfo& token) {
@@ -367,11 +215,6 @@ std::vector<std::string> namesGone(const Slots& before, const Slots& after) {
 }
 
 }  // namespace
-
-bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b) {
-  return a.originalDescription() == b.originalDescription() && a.seed32 && b.seed32 &&
-         a.seed32->get() == b.seed32->get();
-}
 
 TokenStore::TokenStore(vaneinterface& gateway, KeychainService& keychain, UserDefaults* defaults,
                        std::chrono::milliseconds patience, Blocking blocking)

@@ -24,14 +24,11 @@
 #include "platform/vaneinterface.h"
 #include "store/enrolled_at.h"
 #include "store/problem.h"
+#include "store/slot_deletion.h"
 #include "store/store_change.h"
 #include "store/stored_tokens.h"
 
 namespace talvane {
-
-/// Whether both are one token: created under the same name, with the same seed. A later name makes
-/// no difference.
-bool isSameToken(const SoftTokenInfo& a, const SoftTokenInfo& b);
 
 class TokenStore {
  public:
@@ -101,7 +98,7 @@ class TokenStore {
   /// empty slot after the last token, unless the keychain keeps changes together.
   [[nodiscard]] Result<void> move(std::int32_t from, std::int32_t to, const StoredTokens& seen);
 
-  using Selection = std::array<std::uint8_t, vane::max_tokens>;
+  using Selection = SelectedSlots;
   /// Deletes the slots whose flag is set, the obstacle's included, and moves later tokens down.
   /// `seen` is what the user saw: if a selected slot now holds something else, the Problem is
   /// Next::look_again and nothing is deleted.
