@@ -5,6 +5,7 @@
 #include <QLabel>
 
 #include "tests/ui/app_test.h"
+#include "ui/kit/hover_text.h"
 
 namespace talvane {
 namespace {
@@ -144,7 +145,9 @@ TEST_F(NextPasscodeTest, SaysHowItIsTaken) {
   store("Mail");
   clock = 25;
   show("tv");
-  EXPECT_NE(find<QLabel>("tvnext")->toolTip().indexOf(QStringLiteral("Shift")), -1);
+  const auto* next = find<QLabel>("tvnext");
+  EXPECT_TRUE(hoverText(*next).contains(QStringLiteral("Shift")));
+  EXPECT_EQ(next->accessibleDescription(), hoverText(*next));
 }
 
 }  // namespace

@@ -27,6 +27,7 @@
 #include "ui/kit/countdown.h"
 #include "ui/kit/flipped_view.h"
 #include "ui/kit/frame.h"
+#include "ui/kit/hover_text.h"
 #include "ui/kit/look.h"
 #include "ui/kit/ui_text.h"
 #include "ui/panel/panel.h"
@@ -440,7 +441,9 @@ void TokenView::showNext(std::size_t row) {
   next_[row]->setVisible(passcode.has_value());
   if (!passcode) return;
   next_[row]->showText(uiText("Next") + QChar::LineFeed + QString::fromStdString(*passcode));
-  next_[row]->setToolTip(uiText("Copied by Shift with Copy, Return or the row's digit"));
+  const QString how = uiText("Copied by Shift with Copy, Return or the row's digit");
+  setHoverText(*next_[row], how);
+  next_[row]->setAccessibleDescription(how);
 }
 
 // Only where somebody listens.
