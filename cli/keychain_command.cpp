@@ -56,7 +56,8 @@ class KeychainCommand final : public Command {
   void show(UserKeychain& keychain, const std::string& account, KeychainMove& move) const {
     const KeychainDescription description = keychain.service->describe();
     const bool good = description.status == KeychainStatus::ok;
-    const auto count = good ? countRecords(*keychain.service, account) : std::nullopt;
+    std::optional<std::size_t> count;
+    if (good) count = countRecords(*keychain.service, account);
     const auto unfinished = move.unfinished();
     if (json_) {
       print({{"keychain", keychain.kind},
