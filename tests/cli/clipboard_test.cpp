@@ -74,11 +74,17 @@ class Clipboard : public testing::Test {
     }
     return std::nullopt;
   }
+  [[nodiscard]] bool holderEnds() const {
+    return isSoon([&] { return !secondsOfHolder(); });
+  }
   // Waits until the tool has been called so often.
-  [[nodiscard]] bool isCalled(const std::string& name, std::size_t times,
-                              std::chrono::seconds patience = std::chrono::seconds(10)) const {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    while (calls(name).size() < times) {
+  [[nodiscard]] bool isCalled(const std::string& name, std::size_t times) const {
+    return isSoon([&] { return calls(name).size() >= times; });
+  }
+  template <typename Condition>
+  static bool isSoon(Condition condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition()) {
       if (std::chrono::steady_clock::now() > end) return false;
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
@@ -210,6 +216,7 @@ TEST_F(Clipboard, StaysWhenAnotherProgramHasTakenItOrTheSettingSaysSo) {
   home.setSettings("ClipboardSeconds=1\n");
   writeFile(home.path("taken"), "");
   expectSuccess(home.run({"code", "Mail", "--copy"}));
+  ASSERT_TRUE(holderEnds());
   std::filesystem::remove(home.path("taken"));
   for (const char* settings : {"ClipboardSeconds=0\n", "ClipboardSeconds=-5\n"}) {
     home.setSettings(settings);
