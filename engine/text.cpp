@@ -25,17 +25,22 @@ void append(std::string& text, char32_t code_point) {
   text.append(reinterpret_cast<const char*>(bytes.data()), static_cast<std::size_t>(length));
 }
 
-template <typename Mapping>
-std::string mapped(std::string_view text, Mapping mapping) {
+// ASCII letters from `first` to `last` change by `change`, which does without the tables of all of
+// Unicode: they take memory once they are used. Others change as `mapping` has it.
+std::string mapped(std::string_view text, char first, char last, int change,
+                   utf8proc_int32_t (*mapping)(utf8proc_int32_t)) {
   std::string result;
   result.reserve(text.size());
   while (!text.empty()) {
     const Character character = firstCharacter(text);
-    if (character.valid) {
+    if (!character.valid) {
+      result += text.front();
+    } else if (character.code_point < 0x80) {
+      const char c = text.front();
+      result += static_cast<char>(c >= first && c <= last ? c + change : c);
+    } else {
       append(result,
              static_cast<char32_t>(mapping(static_cast<utf8proc_int32_t>(character.code_point))));
-    } else {
-      result += text.front();
     }
     text.remove_prefix(character.length);
   }
@@ -141,6 +146,7 @@ std::u16string utf16(std::string_view text) {
 }
 
 bool isHidden(char32_t character) {
+  if (character < 0x80) return character < 0x20 || character == 0x7F;
   if (character == 0xFE0E || character == 0xFE0F) return false;
   const utf8proc_property_t* property =
       utf8proc_get_property(static_cast<utf8proc_int32_t>(character));
@@ -188,18 +194,19 @@ bool isAscii(std::string_view text) {
 }
 
 bool isWhiteSpace(char32_t character) {
-  if ((character >= 0x09 && character <= 0x0D) || character == 0x85) return true;
+  if (character < 0x80) return character == ' ' || (character >= 0x09 && character <= 0x0D);
+  if (character == 0x85) return true;
   const auto category = utf8proc_category(static_cast<utf8proc_int32_t>(character));
   return category == UTF8PROC_CATEGORY_ZS || category == UTF8PROC_CATEGORY_ZL ||
          category == UTF8PROC_CATEGORY_ZP;
 }
 
 std::string lowerCase(std::string_view text) {
-  return mapped(text, utf8proc_tolower);
+  return mapped(text, 'A', 'Z', 'a' - 'A', utf8proc_tolower);
 }
 
 std::string upperCase(std::string_view text) {
-  return mapped(text, utf8proc_toupper);
+  return mapped(text, 'a', 'z', 'A' - 'a', utf8proc_toupper);
 }
 
 std::string searchForm(std::string_view text) {

@@ -1,7 +1,7 @@
 #include "ui/kit/icns.h"
 
-#include <QFile>
 #include <QPixmap>
+#include <QResource>
 #include <QtEndian>
 
 namespace talvane {
@@ -15,10 +15,8 @@ constexpr qsizetype png_width_position = 16;
 
 // The bytes that follow are the program's own and live as long as it.
 const QByteArray& iconFile() {
-  static const QByteArray bytes = [] {
-    QFile file(QStringLiteral(":/softtoken/Icon.icns"));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-  }();
+  static const QByteArray bytes =
+      QResource(QStringLiteral(":/softtoken/Icon.icns")).uncompressedData();
   return bytes;
 }
 
