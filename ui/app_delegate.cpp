@@ -36,12 +36,9 @@
 #include "ui/panel/soft_token_window.h"
 #include "ui/start.h"
 #include "ui/views/add_view.h"
-#include "ui/views/address_view.h"
-#include "ui/views/authentication_view.h"
 #include "ui/views/help_view.h"
 #include "ui/views/management_view.h"
 #include "ui/views/manual_view.h"
-#include "ui/views/questions_view.h"
 #include "ui/views/response_view.h"
 #include "ui/views/shell.h"
 #include "ui/views/token_view.h"
@@ -116,10 +113,7 @@ void SoftTokenOSXAppDelegate::loadInterface() {
   panel_.add(std::make_unique<HelpView>(
       panel_, *this, ini,
       HelpView::Parts{parts_.make_login_item, parts_.open_url, parts_.shortcut}));
-  auto& evgu = panel_.add(std::make_unique<AddressView>(panel_, ini, flow_));
-  auto& eva = panel_.add(std::make_unique<AuthenticationView>(panel_, *this, ini, flow_, evgu));
-  auto& evgi = panel_.add(std::make_unique<QuestionsView>(panel_, *this, ini, flow_));
-  enrolment_views_.join(eva, evgi, evgu);
+  panel_.addLater([this] { enrolment_views_.add(ini, flow_); });
   // Loads the fonts, so that the first opening does not wait for them.
   for (const int size : {12, 13, 24}) QFontMetrics(panelFont(size)).horizontalAdvance('0');
 }

@@ -218,14 +218,14 @@ TEST_F(EnrolmentTest, RefusalStandsInRedInPlaceOfThePrompt) {
 }
 
 TEST_F(EnrolmentTest, SignInFormMakesRoomForItsWidestLabel) {
-  const std::pair<const char*, std::string> rows[] = {
+  const std::pair<std::string, std::string> rows[] = {
       {"", "Microsoft Password"},
       {"StrUsername=The name of your account\n", "The name of your account"},
       {"StrPassword=p\nStrPasscode=code\nStrUsername=u\n", "code"}};
   for (const auto& [settings, widest] : rows) {
-    setSettings(settings);
+    setSettings("AllowManual=1\nEnrolURL=https://srv\n" + settings);
     launch();
-    app();
+    show("eva");
     const QFontMetrics metrics(find<QLabel>("eva_useridlabel")->font());
     const int width = metrics.horizontalAdvance(QString::fromStdString(widest));
     const int y[] = {102, 134, 166};

@@ -175,6 +175,22 @@ TEST_F(PanelTest, WindowsAreFoundByTheirNames) {
   EXPECT_EQ(panel.window("third"), nullptr);
 }
 
+TEST_F(PanelTest, ViewsThatAreAddedLaterAreMadeOnceAndOnlyWhenAskedFor) {
+  int made = 0;
+  panel.addLater([&] {
+    ++made;
+    panel.add(std::make_unique<TestView>(panel, "third"));
+  });
+  EXPECT_EQ(panel.window("first"), first.window());
+  EXPECT_EQ(made, 0);
+  SoftTokenWindow* third = panel.window("third");
+  ASSERT_NE(third, nullptr);
+  EXPECT_EQ(third->objectName(), QStringLiteral("third"));
+  EXPECT_EQ(panel.window("third"), third);
+  EXPECT_EQ(panel.window("fourth"), nullptr);
+  EXPECT_EQ(made, 1);
+}
+
 TEST_F(PanelTest, NothingIsOpenAtFirst) {
   EXPECT_FALSE(panel.isOpen());
   EXPECT_EQ(panel.openPanel(), nullptr);

@@ -129,11 +129,13 @@ void Panel::take(std::unique_ptr<View> view) {
   views_.push_back(std::move(view));
 }
 
-SoftTokenWindow* Panel::window(const char* name) const {
+SoftTokenWindow* Panel::window(const char* name) {
   for (const auto& view : views_) {
     if (view->window()->objectName() == QLatin1String(name)) return view->window();
   }
-  return nullptr;
+  if (!make_rest_) return nullptr;
+  std::exchange(make_rest_, {})();
+  return window(name);
 }
 
 View* Panel::viewOf(const SoftTokenWindow* window) const {

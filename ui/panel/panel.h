@@ -43,8 +43,11 @@ class Panel : public QObject, private Wait::Host {
     take(std::move(view));
     return added;
   }
+  /// `make` adds the views that few users ever open. It is called once, when `window` is first asked
+  /// for a view that is not there: they take no memory before.
+  void addLater(std::function<void()> make) { make_rest_ = std::move(make); }
   /// The window of the view with this name; null if there is none.
-  [[nodiscard]] SoftTokenWindow* window(const char* name) const;
+  [[nodiscard]] SoftTokenWindow* window(const char* name);
 
   [[nodiscard]] bool isOpen() const { return bOpen; }
   /// The open window; null if none is open.
@@ -142,6 +145,7 @@ class Panel : public QObject, private Wait::Host {
   const Ini& ini_;
   ShownTokens tokens_;
   std::vector<std::unique_ptr<View>> views_;
+  std::function<void()> make_rest_;
   SoftTokenWindow* ow = nullptr;
   bool bOpen = false;
   bool refreshing_ = false;

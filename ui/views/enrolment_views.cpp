@@ -1,7 +1,9 @@
 #include "ui/views/enrolment_views.h"
 
+#include <memory>
 #include <string>
 
+#include "config/ini.h"
 #include "engine/soft_token_info.h"
 #include "enrol/enrol_flow.h"
 #include "store/new_token.h"
@@ -32,10 +34,10 @@ const char* nameOf(EnrolViews::View view) {
 
 }  // namespace
 
-void EnrolmentViews::join(AuthenticationView& eva, QuestionsView& evgi, AddressView& evgu) {
-  eva_ = &eva;
-  evgi_ = &evgi;
-  evgu_ = &evgu;
+void EnrolmentViews::add(const Ini& ini, EnrolFlow& flow) {
+  evgu_ = &panel_.add(std::make_unique<AddressView>(panel_, ini, flow));
+  eva_ = &panel_.add(std::make_unique<AuthenticationView>(panel_, shell_, ini, flow, *evgu_));
+  evgi_ = &panel_.add(std::make_unique<QuestionsView>(panel_, shell_, ini, flow));
 }
 
 void EnrolmentViews::switchView(View from, View to) {

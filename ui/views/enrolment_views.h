@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "config/ini.h"
 #include "engine/cleared.h"
 #include "engine/soft_token_info.h"
 #include "enrol/enrol_flow.h"
@@ -14,15 +15,14 @@
 
 namespace talvane {
 
-/// The three enrolment views, as the flow uses them. The flow is created before the views, and must
-/// not use them until `join`.
+/// The three enrolment views, as the flow uses them. It must not use them before `add`.
 class EnrolmentViews final : public EnrolViews {
  public:
   /// Borrows both.
   EnrolmentViews(Panel& panel, Shell& shell) : panel_(panel), shell_(shell) {}
 
-  /// Adds the views, which it borrows.
-  void join(AuthenticationView& eva, QuestionsView& evgi, AddressView& evgu);
+  /// Makes the views and adds them to the panel. Borrows both.
+  void add(const Ini& ini, EnrolFlow& flow);
 
   void switchView(View from, View to) override;
   void stored(std::int32_t slot) override { panel_.setAdded(slot); }
