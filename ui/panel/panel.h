@@ -43,8 +43,8 @@ class Panel : public QObject, private Wait::Host {
     take(std::move(view));
     return added;
   }
-  /// `make` adds the views that few users ever open. It is called once, when `window` is first asked
-  /// for a view that is not there: they take no memory before.
+  /// `make` adds the views that few users ever open. It is called once, when `window` is first
+  /// asked for a view that is not there: they take no memory before.
   void addLater(std::function<void()> make) { make_rest_ = std::move(make); }
   /// The window of the view with this name; null if there is none.
   [[nodiscard]] SoftTokenWindow* window(const char* name);
