@@ -8,7 +8,7 @@
 #include "engine/vane.h"
 #include "platform/device_identifiers.h"
 #include "platform/linux/vault/keychain.h"
-#include "platform/vaneinterface.h"
+#include "tests/cli/planted_token.h"
 
 namespace talvane::test {
 namespace {
@@ -26,18 +26,6 @@ std::string recordOf(int slot) {
 std::string loginName() {
   return systemDeviceIdentifiers()->read().login_name;
 }
-
-class OtherComputer final : public DeviceIdentifiers {
- public:
-  Identity read() override {
-    Identity identity = here_->read();
-    identity.serial_number = "of another computer";
-    return identity;
-  }
-
- private:
-  std::unique_ptr<DeviceIdentifiers> here_ = systemDeviceIdentifiers();
-};
 
 }  // namespace
 
@@ -90,25 +78,11 @@ std::string CliHome::add(const std::string& name, const std::string& seed, int p
 }
 
 void CliHome::plant(const std::string& name, std::int32_t slot) const {
-  plant(name, slot, *systemDeviceIdentifiers());
+  plantToken(dataFolder(), name, slot);
 }
 
 void CliHome::plantForeign(const std::string& name, std::int32_t slot) const {
-  OtherComputer identifiers;
-  plant(name, slot, identifiers);
-}
-
-void CliHome::plant(const std::string& name, std::int32_t slot,
-                    DeviceIdentifiers& identifiers) const {
-  const auto vault = makeVaultKeychain(dataFolder());
-  vaneinterface gateway(*vault, identifiers);
-  gateway.setConsole(false);
-  vane::SetInterface(&gateway);
-  SoftTokenInfo token;
-  token.description = name;
-  token.seed32 = Cleared<std::string>(seed_16);
-  EXPECT_TRUE(vane::WriteToken(&slot, token));
-  vane::SetInterface(nullptr);
+  plantForeignToken(dataFolder(), name, slot);
 }
 
 nlohmann::json CliHome::list() const {

@@ -7,7 +7,6 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/device_identifiers.h"
 #include "tests/cli/process.h"
 #include "tests/cli/terminal_process.h"
 #include "tests/support/now.h"
@@ -81,8 +80,6 @@ class CliHome {
   std::string keychain = "vault";  // as --keychain says; empty: not said
 
  private:
-  void plant(const std::string& name, std::int32_t slot, DeviceIdentifiers& identifiers) const;
-
   TemporaryFolder folder_;
 };
 

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <filesystem>
 
+#include "tests/cli/planted_token.h"
 #include "tests/desktop/desktop.h"
 #include "tests/secret_service/bus_client.h"
 #include "tests/support/demo_server.h"
@@ -292,6 +293,16 @@ TEST_P(PictureTest, ListThatIsCutShortOrLocked) {
   openPanel();
   ASSERT_TRUE(comesToShow(Role::push_button, "Unlock"));
   takeOf("locked", panel()->place);
+}
+
+TEST_P(PictureTest, RecordOfAnotherComputer) {
+  add("Mail");
+  plantForeignToken(path("data/softtoken"), "VPN", 1);
+  plantForeignToken(path("data/softtoken"), "Bank", 2);
+  start();
+  openPanel();
+  ASSERT_TRUE(comesToSay("slot 1"));
+  takeOf("foreign", panel()->place);
 }
 
 TEST_P(PictureTest, Question) {
