@@ -22,7 +22,9 @@ using torture::Call;
 using torture::FaultControl;
 using torture::Row;
 
-constexpr auto patience = 3s;
+// A loaded machine takes its time; what is awaited ends the wait.
+constexpr auto patience = 10s;
+constexpr auto between_keys = 700ms;
 
 struct Kind {
   const char* name;
@@ -105,11 +107,12 @@ class ApplicationTorture : public DesktopTest {
 
   [[nodiscard]] bool isOpen() const { return panel().has_value(); }
   bool comesOpen() {
-    return until([&] { return isOpen() || !program_.runs(); }, patience) && isOpen();
+    return until([&] { return isOpen() || hasEndedOrSaysWhy(); }, patience) && isOpen();
   }
   bool comesClosed() {
-    return until([&] { return !isOpen() || !program_.runs(); }, patience);
+    return until([&] { return !isOpen() || hasEndedOrSaysWhy(); }, patience) && !isOpen();
   }
+  bool hasEndedOrSaysWhy() { return !program_.runs() || !alertParts().empty(); }
 
   // With the panel closed: it opens and shows the right passcode, as copying it proves.
   bool worksAgain(std::string* why) {
@@ -121,9 +124,10 @@ class ApplicationTorture : public DesktopTest {
 
   // A panel that has just come may not have the keyboard yet.
   void pressCopyKey() {
-    for (int i = 0; i < 4 && isOpen() && alertParts().empty() && program_.runs(); ++i) {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (isOpen() && !hasEndedOrSaysWhy() && std::chrono::steady_clock::now() < end) {
       screen().key("1");
-      until([&] { return !isOpen(); }, patience / 4);
+      until([&] { return !isOpen(); }, between_keys);
     }
   }
 
