@@ -40,7 +40,8 @@ class Session:
             "XDG_DATA_HOME": str(self.folder / "data"),
             "XDG_CACHE_HOME": str(self.folder / "cache"),
             "XDG_DATA_DIRS": f"{prefix}/share:/usr/local/share:/usr/share",
-            "PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "DISPLAY": self.display.name,
+            # GNOME leaves out what names a program that it does not find.
+            "PATH": f"{prefix}/bin:{os.environ['PATH']}", "LC_ALL": "C.UTF-8", "DISPLAY": self.display.name,
             "LIBGL_ALWAYS_SOFTWARE": "1", "NO_AT_BRIDGE": "1", "SHELL": "/bin/sh",
             "XDG_SESSION_TYPE": "x11", "XDG_SESSION_CLASS": "user",
         }

@@ -104,7 +104,7 @@ class Walk:
                          and w[2] > 8]
                 return icons[0] if icons else None
             return self.drawn_icon()
-        return until(look, 15)
+        return until(look, 30)
 
     def click_icon(self, button=1, times=1):
         time.sleep(0.6)  # no double click with one before
