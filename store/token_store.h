@@ -10,7 +10,6 @@
 //  - a call succeeds only when the keychain has confirmed the change.
 // Main thread only. No call waits longer than the keychain and the lock allow.
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -18,7 +17,6 @@
 #include <string>
 
 #include "engine/soft_token_info.h"
-#include "engine/vane.h"
 #include "platform/keychain_service.h"
 #include "platform/user_defaults.h"
 #include "platform/vaneinterface.h"

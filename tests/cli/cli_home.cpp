@@ -9,15 +9,10 @@
 #include "platform/device_identifiers.h"
 #include "platform/linux/vault/keychain.h"
 #include "tests/cli/planted_token.h"
+#include "tests/support/sanitizer_options.h"
 
 namespace talvane::test {
 namespace {
-
-// What sanitizers are told, if anything.
-void passOn(const char* variable, Strings* environment) {
-  const char* value = std::getenv(variable);
-  if (value != nullptr) environment->push_back(std::string(variable) + '=' + value);
-}
 
 std::string recordOf(int slot) {
   return vane::recordName(static_cast<std::uint32_t>(slot));
@@ -42,10 +37,8 @@ CliHome::CliHome() {
                  "LC_ALL=C.UTF-8",
                  "TERM=xterm-256color",
                  "PATH=/usr/bin:/bin"};
-  passOn("ASAN_OPTIONS", &environment);
-  passOn("UBSAN_OPTIONS", &environment);
-  passOn("LSAN_OPTIONS", &environment);
-  passOn("LLVM_PROFILE_FILE", &environment);
+  const Strings options = sanitizerOptions();
+  environment.insert(environment.end(), options.begin(), options.end());
 }
 
 Strings CliHome::command(const Strings& arguments) const {

@@ -1,21 +1,15 @@
 #include "tests/desktop/desktop.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <regex>
 #include <thread>
 
+#include "tests/support/sanitizer_options.h"
 #include "ui/desktop/tray.h"
 #include "ui/panel/panel_geometry.h"
 
 namespace talvane::test {
 namespace {
-
-// What sanitizers are told, if anything.
-void passOn(const char* variable, Strings* environment) {
-  const char* value = std::getenv(variable);
-  if (value != nullptr) environment->push_back(std::string(variable) + '=' + value);
-}
 
 std::unique_ptr<Screen>& sharedScreen() {
   static std::unique_ptr<Screen> screen;
@@ -98,9 +92,8 @@ Strings DesktopTest::environment() const {
                     "QT_SCALE_FACTOR=" + std::to_string(scale_), "GSETTINGS_BACKEND=memory",
                     "LC_ALL=" + locale_, "PATH=" + path("bin") + ":/usr/bin:/bin"};
   result.insert(result.end(), more_environment_.begin(), more_environment_.end());
-  passOn("ASAN_OPTIONS", &result);
-  passOn("UBSAN_OPTIONS", &result);
-  passOn("LSAN_OPTIONS", &result);
+  const Strings options = sanitizerOptions();
+  result.insert(result.end(), options.begin(), options.end());
   return result;
 }
 
