@@ -27,30 +27,24 @@ constexpr std::int64_t archive_version = 100000;
 // to differ from it.
 constexpr const char* null_text = "$null";
 
-// The $objects under construction.
+// The $objects under construction. An object's UID is its place.
 class ObjectTable {
  public:
   ObjectTable() { append(plistText(null_text)); }
 
-  // Returns the UID.
-  std::size_t append(Plist object) {
-    appendPlistItem(objects_, std::move(object));
-    return size_++;
-  }
-  std::size_t appendClass(std::initializer_list<const char*> names) {
+  void append(Plist object) { appendPlistItem(objects_, std::move(object)); }
+  void appendClass(std::initializer_list<const char*> names) {
     Plist classes(plist_new_array());
     for (const char* name : names) appendPlistItem(classes, plistText(name));
     Plist description(plist_new_dict());
     setPlistItem(description, "$classname", plistText(*names.begin()));
     setPlistItem(description, "$classes", std::move(classes));
-    return append(std::move(description));
+    append(std::move(description));
   }
-  [[nodiscard]] std::size_t nextUid() const { return size_; }
   Plist take() { return std::move(objects_); }
 
  private:
   Plist objects_{plist_new_array()};
-  std::size_t size_ = 0;
 };
 
 bool isArchivable(const std::string& text) {

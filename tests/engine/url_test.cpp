@@ -47,6 +47,7 @@ TEST(UrlParts, SchemeHostPathAndQuery) {
   EXPECT_EQ(parts.path, "/My Mail");
   ASSERT_TRUE(parts.query.has_value());
   EXPECT_EQ(parts.query->get(), "secret=A%42&x");
+  EXPECT_EQ(urlParts("s:path#one#two").path, "path");
 }
 
 TEST(UrlParts, PartsThatAreMissing) {
@@ -69,6 +70,7 @@ TEST(UrlParts, HostWithoutUserAndPort) {
   EXPECT_EQ(urlParts("s://user:word@h/").host, "h");
   EXPECT_EQ(urlParts("s://[::1]:8/").host, "::1");
   EXPECT_EQ(urlParts("s://[::1]").host, "::1");
+  EXPECT_EQ(urlParts("s://[::1]]/").host, "::1");
 }
 
 TEST(UrlParts, OneSlashAtTheEndOfThePathGoes) {

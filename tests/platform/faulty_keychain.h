@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -21,7 +22,7 @@ class FaultyKeychain final : public KeychainService {
   void failAll(KeychainStatus status) {
     fault = [=](Call, std::size_t) { return status; };
   }
-  std::size_t calls = 0;
+  std::atomic<std::size_t> calls = 0;
   std::size_t data_asked_for = 0;  // finds that wanted the secret
   bool undoes = false;
   bool together = false;  // what keepsChangesTogether says

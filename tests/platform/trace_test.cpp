@@ -7,6 +7,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <ctime>
 #include <regex>
@@ -24,15 +25,14 @@ namespace {
 pid_t pretended_process = 0;
 
 // Whether fchmod(2) met a file that others than its owner could have opened until then.
-bool was_open_to_others = false;
+std::atomic<bool> was_open_to_others = false;
 
 }  // namespace
 
 // These take the C library's place in this program.
 extern "C" int fchmod(int descriptor, mode_t mode) noexcept {
   struct stat status {};
-  was_open_to_others =
-      was_open_to_others || (fstat(descriptor, &status) == 0 && (status.st_mode & 077) != 0);
+  if (fstat(descriptor, &status) == 0 && (status.st_mode & 077) != 0) was_open_to_others = true;
   return static_cast<int>(syscall(SYS_fchmod, descriptor, mode));
 }
 

@@ -87,6 +87,16 @@ TEST(VaultDamage, EveryBitAndEveryLengthOfTheKeyCounts) {
   expectEveryDamageTold(folder, folder.key());
 }
 
+TEST(VaultDamage, AKeyThatIsCutShortSaysWhatToDo) {
+  const VaultFolder folder;
+  folder.fill(1);
+  writeFile(folder.key(), readFile(folder.key()).substr(1));
+  EXPECT_EQ(expectInvalid(folder),
+            folder.key() +
+                " is damaged, and the keychain cannot be opened without it; restore the "
+                "file from a backup");
+}
+
 // An empty vault is one, too: its damage is not taken for a lack of tokens.
 TEST(VaultDamage, EveryBitAndEveryLengthOfAnEmptyVaultCounts) {
   const VaultFolder folder;
@@ -172,7 +182,9 @@ TEST(VaultDamage, WhatIsNoFileIsRefused) {
     const std::string path = key ? folder.key() : folder.vault();
     fs::remove(path);
     fs::create_directory(path);
-    expectInvalid(folder);
+    const std::string words = expectInvalid(folder);
+    EXPECT_TRUE(words.starts_with(path + " is ")) << words;
+    EXPECT_NE(words.find("; restore "), std::string::npos) << words;
     fs::remove(path);
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     inChild([&] { expectInvalid(folder); }, 10);

@@ -96,6 +96,27 @@ TEST(VaultDisk, WhatAnotherUserOwnsIsRefused) {
   EXPECT_EQ(secretIn(*folder.open(), "token 0"), "secret 0");
 }
 
+TEST(VaultDisk, AFolderMayBeGivenWithSlashesAtItsEnd) {
+  const VaultFolder folder;
+  folder.fill(1);
+  const auto keychain = makeVaultKeychain(folder.path() + "//");
+  EXPECT_EQ(secretIn(*keychain, "token 0"), "secret 0");
+  EXPECT_EQ(keychain->describe().location, folder.open()->describe().location);
+}
+
+TEST(VaultDisk, AChangeWithinAChangeIsRefused) {
+  const VaultFolder folder;
+  const auto keychain = folder.open();
+  ASSERT_EQ(keychain->beginChange(), Status::ok);
+  EXPECT_EQ(keychain->beginChange(), Status::io_error);
+  EXPECT_EQ(keychain->message(Status::io_error),
+            "The keychain " + folder.vault() +
+                " is in the middle of another change; try again when it is done");
+  EXPECT_EQ(store(*keychain, "token", "x"), Status::ok);
+  EXPECT_EQ(keychain->endChange(), Status::ok);
+  EXPECT_EQ(secretIn(*folder.open(), "token"), "x");
+}
+
 TEST(VaultDisk, AnotherUsersEmptyFolderIsRefused) {
   if (geteuid() != 0) GTEST_SKIP() << "no permission to give files away";
   const VaultFolder folder;
