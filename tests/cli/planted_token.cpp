@@ -44,8 +44,7 @@ void plantToken(const std::string& data_folder, const std::string& name, std::in
   plant(data_folder, name, slot, *systemDeviceIdentifiers());
 }
 
-void plantForeignToken(const std::string& data_folder, const std::string& name,
-                       std::int32_t slot) {
+void plantForeignToken(const std::string& data_folder, const std::string& name, std::int32_t slot) {
   OtherComputer identifiers;
   plant(data_folder, name, slot, identifiers);
 }
