@@ -240,8 +240,9 @@ def prepare_gnome(session):
 def start_gnome(session):
     prepare_gnome(session)
     session.spawn("gnome-shell", "--x11")
-    session.spawn("/usr/libexec/gsd-xsettings")
     leave_overview(session)
+    # It asks the shell for its displays, once.
+    session.spawn("/usr/libexec/gsd-xsettings")
 
 
 def leave_overview(session):
@@ -295,7 +296,7 @@ ENVIRONMENTS = [
                     "plasmashell", environment={"QT_QPA_PLATFORM": "wayland"}),
                 edge="bottom", wayland=True, wait=20, icon_by_image=True,
                 versions=["plasma-workspace", "kwin-wayland"]),
-    Environment("gnome", ["gnome-shell", "gnome-shell-extension-appindicator",
+    Environment("gnome", ["gnome-shell", "gnome-shell-extension-appindicator", "xdg-desktop-portal-gtk",
                           "gnome-settings-daemon"], start_gnome, wait=3, icon_by_image=True,
                 animates=False,
                 stop_animations=stopping_animations("org.gnome.desktop.interface"),
