@@ -180,14 +180,17 @@ TEST(VaultDamage, WhatIsNoFileIsRefused) {
     const VaultFolder folder;
     folder.fill(1);
     const std::string path = key ? folder.key() : folder.vault();
+    const auto expectAdvice = [&] {
+      const std::string words = expectInvalid(folder);
+      EXPECT_TRUE(words.starts_with(path + " is ")) << words;
+      EXPECT_NE(words.find("; restore "), std::string::npos) << words;
+    };
     fs::remove(path);
     fs::create_directory(path);
-    const std::string words = expectInvalid(folder);
-    EXPECT_TRUE(words.starts_with(path + " is ")) << words;
-    EXPECT_NE(words.find("; restore "), std::string::npos) << words;
+    expectAdvice();
     fs::remove(path);
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    inChild([&] { expectInvalid(folder); }, 10);
+    inChild(expectAdvice, 10);
     fs::remove(path);
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};
@@ -195,7 +198,7 @@ TEST(VaultDamage, WhatIsNoFileIsRefused) {
     ASSERT_LT(path.size(), sizeof address.sun_path);
     path.copy(address.sun_path, path.size());
     ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    expectInvalid(folder);
+    expectAdvice();
     close(listener);
   }
 }
