@@ -246,6 +246,9 @@ void TokenView::addTokenRow(int index) {
   next->setAlignment(Qt::AlignCenter);
   next->setFontSize(next_font_size);
   next->setTextColour(paint::dark_text);
+  const QString how = uiText("Copied by Shift with Copy, Return or the row's digit");
+  setHoverText(*next, how);
+  next->setAccessibleDescription(how);
   next->hide();
   next_.push_back(next);
 
@@ -440,10 +443,8 @@ void TokenView::showNext(std::size_t row) {
           : std::nullopt;
   next_[row]->setVisible(passcode.has_value());
   if (!passcode) return;
-  next_[row]->showText(uiText("Next") + QChar::LineFeed + QString::fromStdString(*passcode));
-  const QString how = uiText("Copied by Shift with Copy, Return or the row's digit");
-  setHoverText(*next_[row], how);
-  next_[row]->setAccessibleDescription(how);
+  // Not showText, which takes the two lines for one that is cut, and shows it as the hint.
+  next_[row]->setText(uiText("Next") + QChar::LineFeed + QString::fromStdString(*passcode));
 }
 
 // Only where somebody listens.
