@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "tests/cli/cli_home.h"
+#include "tests/support/until.h"
 
 namespace talvane::test {
 namespace {
@@ -75,20 +76,11 @@ class Clipboard : public testing::Test {
     return std::nullopt;
   }
   [[nodiscard]] bool holderEnds() const {
-    return isSoon([&] { return !secondsOfHolder(); });
+    return until([&] { return !secondsOfHolder(); });
   }
   // Waits until the tool has been called so often.
   [[nodiscard]] bool isCalled(const std::string& name, std::size_t times) const {
-    return isSoon([&] { return calls(name).size() >= times; });
-  }
-  template <typename Condition>
-  static bool isSoon(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition()) {
-      if (std::chrono::steady_clock::now() > end) return false;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
+    return until([&] { return calls(name).size() >= times; });
   }
   [[nodiscard]] std::string got(const std::string& name) const {
     return readFile(home.path(name + ".got"));

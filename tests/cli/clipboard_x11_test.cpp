@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -12,19 +11,10 @@
 
 #include "tests/cli/cli_home.h"
 #include "tests/cli/process.h"
+#include "tests/support/until.h"
 
 namespace talvane::test {
 namespace {
-
-bool until(const std::function<bool()>& condition,
-           std::chrono::milliseconds patience = std::chrono::seconds(10)) {
-  const auto end = std::chrono::steady_clock::now() + patience;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return true;
-}
 
 class ClipboardX11 : public testing::Test {
  protected:

@@ -9,7 +9,6 @@
 #include <csignal>
 #include <fstream>
 #include <sstream>
-#include <thread>
 #include <utility>
 
 namespace talvane::test {
@@ -37,15 +36,6 @@ std::string nameOf(pid_t id) {
 }
 
 }  // namespace
-
-bool until(const std::function<bool()>& condition, std::chrono::milliseconds patience) {
-  const auto end = std::chrono::steady_clock::now() + patience;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return true;
-}
 
 Program::Program(const Strings& command, const Strings& environment, const std::string& output) {
   // Made before the fork, behind which little is allowed.

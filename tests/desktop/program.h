@@ -3,18 +3,15 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tests/support/until.h"
+
 namespace talvane::test {
 
 using Strings = std::vector<std::string>;
-
-/// Asks again and again until the answer is yes, for at most `patience`. The last answer.
-bool until(const std::function<bool()>& condition,
-           std::chrono::milliseconds patience = std::chrono::seconds(10));
 
 /// A program of the desktop, in a process group of its own that ends with its owner, and with the
 /// test whatever happens to that.
