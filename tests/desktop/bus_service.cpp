@@ -30,16 +30,10 @@ gboolean quit(gpointer loop) {
 
 BusService::BusService(const std::string& session_bus, const char* description, Functions functions)
     : functions_(std::move(functions)),
-      bus_(g_dbus_connection_new_for_address_sync(
-          session_bus.c_str(),
-          static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                            G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-          nullptr, nullptr, nullptr)),
+      bus_(testing::connectToBus(session_bus)),
       context_(g_main_context_new()),
       loop_(g_main_loop_new(context_, FALSE)),
-      node_(g_dbus_node_info_new_for_xml(description, nullptr)) {
-  if (bus_ == nullptr) throw std::runtime_error("no session bus at " + session_bus);
-}
+      node_(g_dbus_node_info_new_for_xml(description, nullptr)) {}
 
 BusService::~BusService() {
   if (thread_.joinable()) {

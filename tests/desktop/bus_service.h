@@ -3,17 +3,14 @@
 #include <gio/gio.h>
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <thread>
 
+#include "tests/secret_service/bus_client.h"
+
 namespace talvane::test {
 
-struct GObjectUnref {
-  void operator()(void* object) const { g_object_unref(object); }
-  void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-using Variant = std::unique_ptr<GVariant, GObjectUnref>;
+using testing::Variant;
 
 /// A part of a desktop on a session bus. It answers on a thread of its own, from `serve` to its
 /// end.
@@ -47,7 +44,7 @@ class BusService {
 
  private:
   Functions functions_;
-  std::unique_ptr<GDBusConnection, GObjectUnref> bus_;
+  testing::Connection bus_;
   GMainContext* context_;
   GMainLoop* loop_;
   GDBusNodeInfo* node_;

@@ -31,10 +31,10 @@ std::string textOf(const Variant& tuple) {
 
 }  // namespace
 
-Connection connectToBus() {
+Connection connectToBus(const std::string& address) {
   GError* error = nullptr;
   Connection connection(g_dbus_connection_new_for_address_sync(
-      std::getenv("DBUS_SESSION_BUS_ADDRESS"),
+      address.c_str(),
       static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
       nullptr, nullptr, &error));
@@ -44,6 +44,10 @@ Connection connectToBus() {
     throw std::runtime_error(words);
   }
   return connection;
+}
+
+Connection connectToBus() {
+  return connectToBus(std::getenv("DBUS_SESSION_BUS_ADDRESS"));
 }
 
 BusClient::BusClient() : connection_(connectToBus()) {}

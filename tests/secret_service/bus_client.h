@@ -17,7 +17,9 @@ struct Unref {
 using Connection = std::unique_ptr<GDBusConnection, Unref>;
 using Variant = std::unique_ptr<GVariant, Unref>;
 
-/// A connection of its own to the session bus.
+/// A connection of its own to the bus at this address, or the session bus. Throws
+/// std::runtime_error if there is none.
+Connection connectToBus(const std::string& address);
 Connection connectToBus();
 
 /// Another user of the Secret Service, which speaks plainly and knows only D-Bus. Errors of the
